@@ -1,0 +1,177 @@
+// What an export costs beside the least it can cost, as ratios taken in one run. Arguments:
+//   --quick        a sample small enough for any run
+//   --rounds N     how often each measurement is taken (the median counts)
+//   --folder DIR   where the samples are kept for the next run
+
+#include "Child.h"
+#include "Floor.h"
+
+#include "contacts/VCardSource.h"
+#include "export/ExportState.h"
+#include "export/Exporter.h"
+#include "sample/SampleDatabase.h"
+
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+using namespace korvane;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Scene {
+    std::string name;
+    std::string database;
+    std::string contacts;
+    std::string folder; ///< everything this scene writes
+};
+
+std::int64_t bytesIn(const fs::path& folder)
+{
+    std::int64_t bytes = 0;
+    for (const auto& entry : fs::directory_iterator(folder))
+        bytes += static_cast<std::int64_t>(entry.file_size());
+    return bytes;
+}
+
+std::int64_t largestIn(const fs::path& folder)
+{
+    std::int64_t largest = 0;
+    for (const auto& entry : fs::directory_iterator(folder))
+        largest = std::max(largest, static_cast<std::int64_t>(entry.file_size()));
+    return largest;
+}
+
+Scene prepared(const std::string& folder, const std::string& name, const SampleSize& size)
+{
+    Scene scene{name, folder + "/" + name + ".db", folder + "/" + name + ".vcf",
+        folder + "/" + name};
+    if (!fs::exists(scene.database)) {
+        writeSampleDatabase(scene.database, size);
+        fs::remove(scene.contacts);
+        writeSampleContacts(scene.contacts, size);
+    }
+    fs::create_directories(scene.folder);
+    return scene;
+}
+
+ContactNames names(const Scene& scene)
+{
+    ContactSources sources;
+    sources.push_back(std::make_unique<VCardSource>(scene.contacts));
+    return ContactNames::load(sources);
+}
+
+void startAfresh(const Scene& scene)
+{
+    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(scene.folder + "/support"));
+    fs::remove_all(scene.folder + "/export");
+    fs::remove_all(scene.folder + "/support");
+}
+
+void exportScene(const Scene& scene, const std::vector<ChatInfo>& chats)
+{
+    const SyncResult result
+        = Exporter::sync(chats, names(scene), scene.folder + "/export", scene.database);
+    for (const std::string& error : result.errors)
+        throw std::runtime_error(error);
+}
+
+double fullExport(const Scene& scene)
+{
+    Sqlite::configureProcess();
+    startAfresh(scene);
+    return secondsOf([&] { exportScene(scene, MessagesDB(scene.database).chats()); });
+}
+
+bool measureFull(const Scene& scene, int rounds)
+{
+    inChild([&] { return fullExport(scene); }); // tells how many bytes there are, warms the cache
+    const std::int64_t bytes = bytesIn(scene.folder + "/export");
+    const std::int64_t largestBatch = largestIn(scene.folder + "/export");
+    const auto costs = medians(
+        {[&] {
+             return secondsOf([&] {
+                 Floor::exportAll(scene.database, bytes, scene.folder + "/floor");
+             });
+         },
+            [&] { return fullExport(scene); }},
+        rounds);
+    constexpr double mebi = 1024.0 * 1024.0;
+    const double room = 2.0 * static_cast<double>(largestBatch) / mebi + 64;
+    std::cout << scene.name << ": " << bytes / 1'000'000 << " MB of records, floor "
+              << costs[0].seconds << " s\n";
+    const bool quick = report(
+        "  full export / bare queries and writing", costs[1].seconds / costs[0].seconds, 1.25);
+    const bool lean = report("  peak memory (twice the largest batch and 64 MiB)",
+        static_cast<double>(costs[1].peakBytes) / mebi, room, "MiB");
+    return quick && lean;
+}
+
+bool measureNothingNew(const Scene& scene, int rounds)
+{
+    constexpr int repeats = 20;
+    startAfresh(scene);
+    const auto chats = MessagesDB(scene.database).chats();
+    exportScene(scene, chats);
+    const ExportState state = ExportState::load();
+    std::vector<std::pair<std::int64_t, std::int64_t>> questions;
+    for (const ChatInfo& chat : chats)
+        questions.emplace_back(chat.id, state.chats.at(chat.guid).lastRowID);
+    const ContactNames contacts = names(scene);
+
+    const auto costs = medians(
+        {[&] {
+             return secondsOf([&] {
+                 for (int i = 0; i < repeats; ++i)
+                     Floor::askForNew(scene.database, questions);
+             });
+         },
+            [&] {
+                Sqlite::configureProcess();
+                return secondsOf([&] {
+                    for (int i = 0; i < repeats; ++i)
+                        Exporter::sync(chats, contacts, scene.folder + "/export", scene.database);
+                });
+            }},
+        rounds);
+    std::cout << scene.name << ": floor of nothing new " << costs[0].seconds / repeats * 1000
+              << " ms\n";
+    return report("  nothing new / opening and one query a chat",
+        costs[1].seconds / costs[0].seconds, 1.5);
+}
+
+std::string argument(const std::vector<std::string>& arguments, const std::string& name,
+    const std::string& otherwise)
+{
+    for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
+        if (arguments[i] == name)
+            return arguments[i + 1];
+    }
+    return otherwise;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const bool quick = std::find(arguments.begin(), arguments.end(), "--quick") != arguments.end();
+    const int rounds = std::stoi(argument(arguments, "--rounds", "5"));
+    const QTemporaryDir temporary;
+    const std::string folder
+        = argument(arguments, "--folder", temporary.path().toStdString());
+    fs::create_directories(folder);
+
+    const Scene many = prepared(folder, quick ? "many-small" : "many",
+        {.messages = quick ? 30'000 : 1'000'000, .chats = quick ? 60 : 300});
+    const Scene one = prepared(folder, quick ? "one-small" : "one",
+        {.messages = quick ? 10'000 : 300'000, .chats = 1});
+    bool good = measureFull(many, rounds);
+    good = measureFull(one, rounds) && good;
+    good = measureNothingNew(many, rounds) && good;
+    return good || quick ? 0 : 1; // a small sample shows that it works, not how fast it is
+}

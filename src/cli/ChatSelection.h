@@ -1,0 +1,37 @@
+#pragma once
+
+#include "contacts/ContactNames.h"
+#include "messages/ChatInfo.h"
+#include "messages/MessagesDB.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/// The database and the contacts that a command works on.
+struct Sources {
+    std::string database = MessagesDB::path();
+    std::optional<std::string> contacts; ///< a vCard file or folder; absent: the platform's own
+
+    bool operator==(const Sources&) const = default;
+};
+
+/// The chats of the database. Throws DBError, its text preceded by the file's path.
+std::vector<ChatInfo> readChats(const Sources& sources);
+
+/// The names from the contacts. Throws std::runtime_error where a path was given that is not there.
+ContactNames readNames(const Sources& sources);
+
+/// The chats with the given guids, in the order of `all`, and the guids that no chat has.
+struct ChatSelection {
+    std::vector<ChatInfo> chats;
+    std::vector<std::string> unknown;
+
+    bool operator==(const ChatSelection&) const = default;
+};
+
+ChatSelection selectChats(std::vector<ChatInfo> all, const std::vector<std::string>& guids);
+
+} // namespace korvane

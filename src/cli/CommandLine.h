@@ -1,0 +1,14 @@
+#pragma once
+
+#include "cli/Console.h"
+
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/// Runs `korvane-sync` with `arguments` (without the program's name) and returns its exit code.
+/// Bad usage is one line on `console.err` and ExitCode::badUsage.
+int runCommandLine(std::vector<std::string> arguments, const Console& console);
+
+} // namespace korvane

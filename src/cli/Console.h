@@ -1,0 +1,26 @@
+#pragma once
+
+#include <ostream>
+#include <string_view>
+
+namespace korvane {
+
+/// Where a command writes: its outcome, and its errors and progress.
+struct Console {
+    std::ostream& out;
+    std::ostream& err;
+    bool errIsTerminal = false; ///< a progress bar is drawn only where it can be redrawn
+
+    /// One line on `err`, marked as this program's.
+    void complain(std::string_view text) const { err << "korvane-sync: " << text << '\n'; }
+};
+
+/// What the program ends with.
+namespace ExitCode {
+    inline constexpr int success = 0;
+    inline constexpr int failure = 1; ///< something that was asked for could not be done
+    inline constexpr int badUsage = 2; ///< the command line makes no sense
+    inline constexpr int interrupted = 130; ///< 128 + SIGINT, as shells count
+}
+
+} // namespace korvane

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "cli/Console.h"
+#include "sample/SampleDatabase.h"
+
+#include <optional>
+#include <string>
+
+namespace korvane {
+
+struct SampleOptions {
+    std::string file;
+    std::optional<std::string> contacts; ///< where to write the sample's people as vCards
+    SampleSize size;
+    bool overwrite = false;
+};
+
+/// Writes a sample database. Throws DBError or std::runtime_error.
+int runSample(const SampleOptions& options, const Console& console);
+
+} // namespace korvane

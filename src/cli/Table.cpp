@@ -1,0 +1,139 @@
+#include "cli/Table.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+
+namespace korvane {
+
+namespace {
+
+    constexpr UChar32 zeroWidthJoiner = 0x200D;
+
+    /// Hands each code point and its bytes to `take`; false from `take` ends the walk.
+    template <typename Take>
+    void forEachCharacter(std::string_view text, Take take)
+    {
+        for (std::size_t i = 0; i < text.size();) {
+            const std::size_t start = i;
+            UChar32 character = 0;
+            U8_NEXT_OR_FFFD(text.data(), i, text.size(), character);
+            if (!take(character, text.substr(start, i - start)))
+                return;
+        }
+    }
+
+    bool isUnsafe(UChar32 character)
+    {
+        const auto category = u_charType(character);
+        const bool lineBreak
+            = category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR;
+        return lineBreak || category == U_CONTROL_CHAR
+            || (category == U_FORMAT_CHAR && character != zeroWidthJoiner);
+    }
+
+    int widthOf(UChar32 character)
+    {
+        const auto category = u_charType(character);
+        const bool joinsThePrevious = category == U_NON_SPACING_MARK
+            || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR
+            || u_hasBinaryProperty(character, UCHAR_EMOJI_MODIFIER);
+        if (joinsThePrevious)
+            return 0;
+        const int eastAsian = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+        return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
+    }
+
+    /// The longest beginning of `text` that is at most `width` columns wide.
+    std::string_view beginning(std::string_view text, int width)
+    {
+        std::size_t length = 0;
+        int used = 0;
+        forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
+            used += widthOf(character);
+            if (used <= width)
+                length += bytes.size();
+            return used <= width;
+        });
+        return text.substr(0, length);
+    }
+
+    std::string cellText(const std::string& cell, const Table::Column& column)
+    {
+        const std::string text = printable(cell);
+        return column.widest > 0 ? fitted(text, column.widest) : text;
+    }
+
+    std::string padded(const std::string& cell, int width, Table::Align align)
+    {
+        const std::string blanks(static_cast<std::size_t>(width - displayWidth(cell)), ' ');
+        return align == Table::Align::Left ? cell + blanks : blanks + cell;
+    }
+
+} // namespace
+
+std::string printable(std::string_view text)
+{
+    std::string safe;
+    forEachCharacter(text, [&safe](UChar32 character, std::string_view bytes) {
+        safe += isUnsafe(character) ? "\xEF\xBF\xBD" : bytes;
+        return true;
+    });
+    return safe;
+}
+
+int displayWidth(std::string_view text)
+{
+    int width = 0;
+    bool joined = false;
+    forEachCharacter(text, [&](UChar32 character, std::string_view) {
+        width += joined ? 0 : widthOf(character);
+        joined = character == zeroWidthJoiner;
+        return true;
+    });
+    return width;
+}
+
+std::string fitted(const std::string& text, int widest)
+{
+    if (displayWidth(text) <= widest)
+        return text;
+    return std::string(beginning(text, widest - 1)) + "…";
+}
+
+Table::Table(std::vector<Column> columns)
+    : m_columns(std::move(columns))
+{
+    std::vector<std::string> headings;
+    for (const Column& column : m_columns)
+        headings.push_back(column.heading);
+    add(headings);
+}
+
+void Table::add(const std::vector<std::string>& cells)
+{
+    std::vector<std::string> row;
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        row.push_back(cellText(cells[i], m_columns[i]));
+    m_rows.push_back(std::move(row));
+}
+
+std::string Table::text() const
+{
+    std::vector<int> widths(m_columns.size(), 0);
+    for (const auto& row : m_rows) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
+    }
+    std::string text;
+    for (const auto& row : m_rows) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            text.append(i > 0 ? "  " : "").append(padded(row[i], widths[i], m_columns[i].align));
+        text.erase(text.find_last_not_of(' ') + 1);
+        text += '\n';
+    }
+    return text;
+}
+
+} // namespace korvane

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "contacts/ContactSource.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace korvane {
+
+using ContactSources = std::vector<std::unique_ptr<ContactSource>>;
+
+/// The names that the user's contacts give to phone numbers and e-mail addresses. A plain value,
+/// built once by load() and not changed afterwards.
+struct ContactNames {
+    /// From normalised handle to display name; empty where no contacts are to be had.
+    std::unordered_map<std::string, std::string> map;
+
+    /// Reads all `sources`, in their order; a later contact takes a key over from an earlier one.
+    /// Never throws: a source that fails half-way counts as far as it came. Blocks while it
+    /// reads, so it is called off the main thread.
+    static ContactNames load(const ContactSources& sources);
+
+    /// The same for the places where this system keeps contacts.
+    static ContactNames load();
+
+    /// The name for `handle`, or the handle itself.
+    std::string name(std::string_view handle) const;
+
+    /// The name for `handle`, or nothing. The pointer lives as long as the map.
+    const std::string* find(std::string_view handle) const;
+
+    /// The key of a handle: an e-mail address (whatever holds an "@") in lower case; otherwise
+    /// its last ten numeric characters of any script, so that +1 (555) 123-4567 and 555-123-4567
+    /// meet.
+    static std::string normalize(std::string_view handle);
+
+    bool operator==(const ContactNames&) const = default;
+};
+
+/// The sources of this platform: its address-book folders.
+ContactSources platformContactSources();
+
+} // namespace korvane

@@ -1,0 +1,108 @@
+#include "contacts/VCardContact.h"
+
+#include "contacts/Ascii.h"
+#include "contacts/VCardValue.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+bool hasProperty(const std::vector<VCardProperty>& card, VCardField field, std::string_view value)
+{
+    return std::any_of(card.begin(), card.end(), [&](const VCardProperty& property) {
+        return property.field == field && equalIgnoringCase(trimmed(property.value), value);
+    });
+}
+
+bool isDistributionList(const std::vector<VCardProperty>& card)
+{
+    return hasProperty(card, VCardField::Kind, "group")
+        || hasProperty(card, VCardField::EvolutionList, "TRUE");
+}
+
+void addUnlessEmpty(std::vector<std::string>& texts, std::string text)
+{
+    if (!text.empty())
+        texts.push_back(std::move(text));
+}
+
+/// Collects what the properties of one card say.
+class ContactBuilder {
+public:
+    explicit ContactBuilder(VCardVersion version) : m_version(version) { }
+
+    void add(const VCardProperty& property);
+    Contact finished();
+
+private:
+    void takeName(std::string_view value);
+
+    VCardVersion m_version;
+    Contact m_contact;
+    std::string m_formattedName;
+};
+
+void ContactBuilder::takeName(std::string_view value)
+{
+    if (!m_contact.familyName.empty() || !m_contact.givenName.empty())
+        return;
+    m_contact.familyName = componentText(value, 0, m_version);
+    m_contact.givenName = componentText(value, 1, m_version);
+}
+
+void ContactBuilder::add(const VCardProperty& property)
+{
+    const std::string value = decodedValue(property, m_version);
+    switch (property.field) {
+    case VCardField::Name:
+        takeName(value);
+        break;
+    case VCardField::FormattedName:
+        if (m_formattedName.empty())
+            m_formattedName = wholeText(value, m_version);
+        break;
+    case VCardField::Organization:
+        if (m_contact.organizationName.empty())
+            m_contact.organizationName = componentText(value, 0, m_version);
+        break;
+    case VCardField::Phone:
+        addUnlessEmpty(
+            m_contact.phoneNumbers, withoutScheme(wholeText(value, m_version), "tel:", ';'));
+        break;
+    case VCardField::Email:
+        addUnlessEmpty(
+            m_contact.emailAddresses, withoutScheme(wholeText(value, m_version), "mailto:", '?'));
+        break;
+    default:
+        break;
+    }
+}
+
+Contact ContactBuilder::finished()
+{
+    const bool unnamed = m_contact.familyName.empty() && m_contact.givenName.empty();
+    if (unnamed && m_formattedName != m_contact.organizationName)
+        m_contact.givenName = std::move(m_formattedName);
+    return std::move(m_contact);
+}
+
+} // namespace
+
+std::optional<Contact> contactOf(const std::vector<VCardProperty>& card)
+{
+    if (isDistributionList(card))
+        return std::nullopt;
+    const bool old = hasProperty(card, VCardField::Version, "2.1");
+    ContactBuilder builder(old ? VCardVersion::Old : VCardVersion::Current);
+    for (const VCardProperty& property : card)
+        builder.add(property);
+    Contact contact = builder.finished();
+    if (contact == Contact())
+        return std::nullopt;
+    return contact;
+}
+
+} // namespace korvane

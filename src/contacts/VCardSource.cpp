@@ -1,0 +1,102 @@
+#include "contacts/VCardSource.h"
+
+#include "contacts/Ascii.h"
+#include "contacts/VCard.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace korvane {
+
+namespace {
+
+constexpr std::uintmax_t largestFile = std::uintmax_t(256) << 20;
+
+bool isLeftOut(const fs::path& path)
+{
+    const std::string name = path.filename().string();
+    return name.starts_with('.') || name.starts_with('~');
+}
+
+bool isCardFile(const fs::path& path)
+{
+    const std::string extension = path.extension().string();
+    return equalIgnoringCase(extension, ".vcf") || equalIgnoringCase(extension, ".vcard");
+}
+
+/// The entries of a folder in the order of their names; as many as can be read.
+std::vector<fs::directory_entry> entriesOf(const fs::path& folder)
+{
+    std::vector<fs::directory_entry> entries;
+    std::error_code error;
+    fs::directory_iterator next(folder, error);
+    while (!error && next != fs::directory_iterator()) {
+        entries.push_back(*next);
+        next.increment(error);
+    }
+    std::sort(entries.begin(), entries.end());
+    return entries;
+}
+
+/// Reads files one after the other into the same memory.
+class Reader {
+public:
+    explicit Reader(const ContactSource::Visitor& visit) : m_visit(visit) { }
+
+    void readFile(const fs::path& path);
+    void readFolder(const fs::path& folder);
+
+private:
+    const ContactSource::Visitor& m_visit;
+    std::string m_bytes;
+};
+
+/// Opens nothing but regular files: a pipe would wait for its writer.
+void Reader::readFile(const fs::path& path)
+{
+    std::error_code error;
+    if (!fs::is_regular_file(path, error))
+        return;
+    const std::uintmax_t size = fs::file_size(path, error);
+    if (error || size > largestFile)
+        return;
+    std::ifstream file(path, std::ios::binary);
+    m_bytes.resize(static_cast<std::size_t>(size));
+    file.read(m_bytes.data(), static_cast<std::streamsize>(size));
+    m_bytes.resize(static_cast<std::size_t>(file.gcount()));
+    readVCards(m_bytes, m_visit);
+}
+
+void Reader::readFolder(const fs::path& folder)
+{
+    for (const fs::directory_entry& entry : entriesOf(folder)) {
+        std::error_code ignored;
+        if (isLeftOut(entry.path()))
+            continue;
+        if (entry.is_directory(ignored) && !entry.is_symlink(ignored))
+            readFolder(entry.path());
+        else if (isCardFile(entry.path()))
+            readFile(entry.path());
+    }
+}
+
+} // namespace
+
+VCardSource::VCardSource(fs::path fileOrFolder) : m_path(std::move(fileOrFolder)) { }
+
+void VCardSource::forEachContact(const Visitor& visit) const
+{
+    std::error_code ignored;
+    Reader reader(visit);
+    if (fs::is_directory(m_path, ignored))
+        reader.readFolder(m_path);
+    else
+        reader.readFile(m_path);
+}
+
+} // namespace korvane

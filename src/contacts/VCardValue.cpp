@@ -1,0 +1,86 @@
+#include "contacts/VCardValue.h"
+
+#include "contacts/Ascii.h"
+#include "contacts/VCardEncoding.h"
+#include "contacts/VCardFolds.h"
+
+namespace korvane {
+
+namespace {
+
+/// Where the component ends that starts `value`: at a semicolon that no backslash protects.
+std::size_t componentEnd(std::string_view value)
+{
+    std::size_t i = 0;
+    while (i < value.size() && value[i] != ';')
+        i += value[i] == '\\' ? 2 : 1;
+    return std::min(i, value.size());
+}
+
+/// What a backslash and `character` stand for together; NUL when for nothing but themselves.
+char escapedCharacter(char character, VCardVersion version)
+{
+    switch (character) {
+    case ';':
+    case ',':
+    case ':':
+    case '\\':
+        return character;
+    case 'n':
+    case 'N':
+        return version == VCardVersion::Current ? '\n' : '\0';
+    default:
+        return '\0';
+    }
+}
+
+std::string unescaped(std::string_view text, VCardVersion version)
+{
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool mayEscape = text[i] == '\\' && i + 1 < text.size();
+        const char meant = mayEscape ? escapedCharacter(text[i + 1], version) : '\0';
+        result += meant ? meant : text[i];
+        i += meant ? 1 : 0;
+    }
+    return result;
+}
+
+} // namespace
+
+std::string decodedValue(const VCardProperty& property, VCardVersion version)
+{
+    const char* const otherwise = version == VCardVersion::Old ? "windows-1252" : "UTF-8";
+    std::string buffer;
+    if (!property.quotedPrintable)
+        return toUtf8(unfolded(property.value, buffer), property.charset, otherwise);
+    buffer = hexDecoded(unfoldedQuotedPrintable(property.value), '=');
+    return toUtf8(buffer, property.charset, otherwise);
+}
+
+std::string wholeText(std::string_view value, VCardVersion version)
+{
+    return unescaped(trimmed(value), version);
+}
+
+std::string componentText(std::string_view value, std::size_t component, VCardVersion version)
+{
+    std::size_t end = componentEnd(value);
+    for (; component > 0 && end < value.size(); --component) {
+        value.remove_prefix(end + 1);
+        end = componentEnd(value);
+    }
+    return component == 0 ? wholeText(value.substr(0, end), version) : std::string();
+}
+
+std::string withoutScheme(std::string_view text, std::string_view scheme, char parameterMark)
+{
+    if (!equalIgnoringCase(text.substr(0, scheme.size()), scheme))
+        return std::string(text);
+    const std::string_view named = text.substr(scheme.size());
+    const std::string bytes = hexDecoded(named.substr(0, named.find(parameterMark)), '%');
+    return std::string(trimmed(toUtf8(bytes, {}, "UTF-8")));
+}
+
+} // namespace korvane

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "contacts/VCardProperty.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/// The two ways in which versions differ here. Version 2.1 escapes no more than separators and
+/// knows no `\n`; its bytes are windows-1252 where they are not UTF-8 and no charset is named.
+enum class VCardVersion { Old, Current };
+
+/// A property's value as UTF-8, its escapes still in place.
+std::string decodedValue(const VCardProperty& property, VCardVersion version);
+
+/// A decoded value as one text: unescaped, without white space around it.
+std::string wholeText(std::string_view value, VCardVersion version);
+
+/// One of the components, counted from 0, that a decoded value divides by semicolons; treated as
+/// `wholeText` does, and empty when the value has fewer.
+std::string componentText(std::string_view value, std::size_t component, VCardVersion version);
+
+/// What `text` names if it is a URI of this scheme, percent-decoded and without the parameters
+/// that `parameterMark` begins; otherwise `text` itself.
+std::string withoutScheme(std::string_view text, std::string_view scheme, char parameterMark);
+
+} // namespace korvane

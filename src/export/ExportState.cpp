@@ -1,0 +1,93 @@
+#include "export/ExportState.h"
+
+#include "export/Json.h"
+#include "export/JsonReader.h"
+#include "storage/Files.h"
+#include "storage/Paths.h"
+
+#include <system_error>
+
+namespace korvane {
+
+namespace {
+
+    std::filesystem::path stateFile()
+    {
+        return Paths::support() / "state.json";
+    }
+
+    std::string chatJson(const ChatState& chat)
+    {
+        Json::Object object(Json::Slash::Escaped);
+        object.number("lastRowID", chat.lastRowID).text("fileName", chat.fileName);
+        if (chat.title)
+            object.text("title", *chat.title);
+        if (chat.messages)
+            object.number("messages", *chat.messages);
+        if (chat.epoch)
+            object.text("epoch", *chat.epoch);
+        if (chat.formatVersion)
+            object.number("formatVersion", *chat.formatVersion);
+        return object.finished();
+    }
+
+    ChatState chatFrom(const JsonReader::Value& record)
+    {
+        using namespace JsonReader;
+        return {
+            .lastRowID = integer(required(record, "lastRowID")),
+            .fileName = text(required(record, "fileName")),
+            .title = optional(record, "title", text),
+            .messages = optional(record, "messages", integer),
+            .epoch = optional(record, "epoch", text),
+            .formatVersion = optional(record, "formatVersion", integer),
+        };
+    }
+
+    ExportState stateFrom(const JsonReader::Value& root)
+    {
+        using namespace JsonReader;
+        ExportState state;
+        for (const auto& chat : object(required(object(root), "chats")).GetObject())
+            state.chats[text(chat.name)] = chatFrom(object(chat.value));
+        return state;
+    }
+
+} // namespace
+
+std::string ExportState::toJson() const
+{
+    std::string chatsJson;
+    for (const auto& [guid, chat] : chats) {
+        chatsJson += chatsJson.empty() ? '{' : ',';
+        chatsJson.append(Json::quoted(guid, Json::Slash::Escaped)).append(1, ':');
+        chatsJson += chatJson(chat);
+    }
+    return R"({"chats":)" + (chatsJson.empty() ? "{" : chatsJson) + "}}";
+}
+
+std::optional<ExportState> ExportState::fromJson(std::string_view json)
+{
+    try {
+        return stateFrom(JsonReader::parsed(json));
+    } catch (const JsonReader::Malformed&) {
+        return std::nullopt;
+    }
+}
+
+ExportState ExportState::load()
+{
+    const auto json = Files::read(stateFile());
+    return json ? fromJson(*json).value_or(ExportState()) : ExportState();
+}
+
+void Exporter::saveState(const ExportState& state)
+{
+    try {
+        Files::writeAtomically(stateFile(), state.toJson());
+    } catch (const std::system_error&) {
+        return;
+    }
+}
+
+} // namespace korvane

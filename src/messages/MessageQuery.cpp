@@ -1,0 +1,73 @@
+#include "messages/MessageQuery.h"
+
+#include <string_view>
+
+namespace korvane {
+
+const char* const guidQuery
+    = "SELECT m.guid, m.ROWID FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID "
+      "WHERE j.chat_id = ?";
+
+const char* const participantQuery
+    = "SELECT j.chat_id, h.id FROM chat_handle_join j JOIN handle h ON h.ROWID = j.handle_id";
+
+const char* const chatQuery
+    = "SELECT c.ROWID, c.guid, COALESCE(c.display_name, ''), c.chat_identifier, c.style,\n"
+      "       MAX(m.date), COUNT(m.ROWID)\n"
+      "FROM chat c\n"
+      "JOIN chat_message_join j ON j.chat_id = c.ROWID\n"
+      "JOIN message m ON m.ROWID = j.message_id\n"
+      "GROUP BY c.ROWID\n"
+      "ORDER BY MAX(m.date) DESC";
+
+namespace {
+
+    /// NULL where the number of images cannot be told: an attachment without a usable MIME type,
+    /// or one that the message claims and no row backs.
+    constexpr std::string_view photoExpression
+        = "CASE WHEN EXISTS (SELECT 1 FROM message_attachment_join ma LEFT JOIN attachment a ON "
+          "a.ROWID = ma.attachment_id\n"
+          "                  WHERE ma.message_id = m.ROWID AND (a.mime_type IS NULL OR "
+          "TRIM(a.mime_type) = ''))\n"
+          "          OR (m.cache_has_attachments != 0 AND NOT EXISTS (SELECT 1 FROM "
+          "message_attachment_join ma WHERE ma.message_id = m.ROWID))\n"
+          "     THEN NULL ELSE (SELECT COUNT(*) FROM message_attachment_join ma JOIN attachment a "
+          "ON a.ROWID = ma.attachment_id\n"
+          "                     WHERE ma.message_id = m.ROWID AND a.mime_type LIKE 'image/%') END";
+
+    std::string columnOrNull(const ColumnSet& columns, std::string_view name)
+    {
+        return columns.contains(name) ? "m." + std::string(name) : "NULL";
+    }
+
+    std::string_view photosOrNull(const MessageColumns& columns)
+    {
+        const bool known = columns.attachment.contains("mime_type")
+            && columns.attachmentJoin.contains("message_id")
+            && columns.attachmentJoin.contains("attachment_id");
+        return known ? photoExpression : "NULL";
+    }
+
+} // namespace
+
+std::string messageQuery(const MessageColumns& columns)
+{
+    std::string sql
+        = "SELECT m.ROWID, m.date, m.is_from_me, h.id, m.text, m.attributedBody, "
+          "m.cache_has_attachments,\n       ";
+    sql += columnOrNull(columns.message, "associated_message_type");
+    sql += ", ";
+    sql += columnOrNull(columns.message, "associated_message_guid");
+    sql += ", ";
+    sql += columnOrNull(columns.message, "thread_originator_guid");
+    sql += ",\n       ";
+    sql += columnOrNull(columns.message, "item_type");
+    sql += ", ";
+    sql += photosOrNull(columns);
+    sql += "\nFROM message m\nJOIN chat_message_join j ON j.message_id = m.ROWID\n"
+           "LEFT JOIN handle h ON h.ROWID = m.handle_id\nWHERE j.chat_id = ? AND m.ROWID > ?\n"
+           "ORDER BY m.date, m.ROWID";
+    return sql;
+}
+
+} // namespace korvane

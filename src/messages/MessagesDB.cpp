@@ -1,0 +1,174 @@
+#include "messages/MessagesDB.h"
+
+#include "messages/GuidMap.h"
+#include "messages/RowReader.h"
+#include "messages/Utf8.h"
+
+#include <QDir>
+
+#include <unordered_map>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+    constexpr int groupStyle = 43;
+
+    using MembersByChat = std::unordered_map<std::int64_t, std::vector<std::string>>;
+
+    Sqlite openOrExplain(const std::string& path)
+    {
+        try {
+            return Sqlite::openReadOnly(path);
+        } catch (const DBError&) {
+            throw DBError("Can't open the Messages database.");
+        }
+    }
+
+    void probe(Sqlite& db)
+    {
+        try {
+            db.execute("SELECT 1 FROM message LIMIT 1");
+        } catch (const DBError&) {
+            throw DBError("Messages database is locked by macOS privacy settings.");
+        }
+    }
+
+    std::optional<std::string> textOf(const Sqlite::Statement& row, int column)
+    {
+        const auto text = row.text(column);
+        return text ? std::optional(repairedUtf8(*text)) : std::nullopt;
+    }
+
+    MembersByChat readMembers(Sqlite& db)
+    {
+        MembersByChat members;
+        Sqlite::Statement row(db, participantQuery);
+        while (row.step()) {
+            if (auto handle = textOf(row, 1))
+                members[row.integer(0)].push_back(std::move(*handle));
+        }
+        return members;
+    }
+
+    ChatInfo readChat(const Sqlite::Statement& row, MembersByChat& members)
+    {
+        const std::int64_t id = row.integer(0);
+        return {
+            .id = id,
+            .guid = textOf(row, 1).value_or("chat" + std::to_string(id)),
+            .displayName = textOf(row, 2).value_or(""),
+            .identifier = textOf(row, 3).value_or(""),
+            .isGroup = row.integer32(4) == groupStyle,
+            .lastDate = referenceTime(row.integer(5)),
+            .messageCount = row.integer(6),
+            .members = std::move(members[id]),
+        };
+    }
+
+    MessageRow kept(const MessageRowView& row)
+    {
+        const auto copy = [](const auto& text) {
+            return text ? std::optional(std::string(*text)) : std::nullopt;
+        };
+        return {
+            .rowID = row.rowID,
+            .date = row.date,
+            .fromMe = row.fromMe,
+            .handle = copy(row.handle),
+            .text = std::string(row.text),
+            .attachmentCount = row.attachmentCount,
+            .senderID = copy(row.senderID),
+            .photoCount = row.photoCount,
+            .recordKind = row.recordKind,
+            .reactionKind = row.reactionKind,
+            .reactionTargetRowID = row.reactionTargetRowID,
+            .replyToRowID = row.replyToRowID,
+        };
+    }
+
+} // namespace
+
+const std::string& MessagesDB::path()
+{
+    static const std::string path = QDir::homePath().toStdString() + "/Library/Messages/chat.db";
+    return path;
+}
+
+MessagesDB::MessagesDB(const std::string& path)
+    : m_db(openOrExplain(path))
+{
+    probe(m_db);
+}
+
+std::vector<ChatInfo> MessagesDB::chats()
+{
+    MembersByChat members = readMembers(m_db);
+    std::vector<ChatInfo> chats;
+    Sqlite::Statement row(m_db, chatQuery);
+    while (row.step())
+        chats.push_back(readChat(row, members));
+    return chats;
+}
+
+std::vector<MessageRow> MessagesDB::messages(std::int64_t chatID, std::int64_t afterRowID)
+{
+    std::vector<MessageRow> rows;
+    forEachMessage(chatID, afterRowID, [&rows](const auto& row) { rows.push_back(kept(row)); });
+    return rows;
+}
+
+void MessagesDB::forEachMessage(
+    std::int64_t chatID, std::int64_t afterRowID, const RowVisitor& visit)
+{
+    MessageColumns present;
+    present.message = columns("message");
+    std::optional<Sqlite::Statement> guidRows;
+    if (present.message.contains("guid")) {
+        guidRows.emplace(m_db, guidQuery);
+        guidRows->bind(1, chatID);
+    }
+    present.attachment = columns("attachment");
+    present.attachmentJoin = columns("message_attachment_join");
+
+    GuidMap guids(std::move(guidRows));
+    Sqlite::Statement row(m_db, messageQuery(present));
+    row.bind(1, chatID);
+    row.bind(2, afterRowID);
+    RowReader reader(row, guids, present.message.contains("associated_message_type"));
+    while (row.step())
+        visit(reader.read());
+}
+
+ColumnSet MessagesDB::columns(const std::string& table)
+{
+    ColumnSet names;
+    Sqlite::Statement row(m_db, "PRAGMA table_info(" + table + ")");
+    while (row.step()) {
+        if (auto name = textOf(row, 1))
+            names.insert(std::move(*name));
+    }
+    return names;
+}
+
+} // namespace korvane
+
+std::size_t std::hash<korvane::ChatInfo>::operator()(const korvane::ChatInfo& chat) const noexcept
+{
+    std::size_t seed = 0;
+    const auto mix = [&seed](std::size_t value) {
+        seed ^= value + 0x9e3779b97f4a7c15U + (seed << 6U) + (seed >> 2U);
+    };
+    const std::hash<std::string> text;
+    mix(std::hash<std::int64_t>()(chat.id));
+    mix(text(chat.guid));
+    mix(text(chat.displayName));
+    mix(text(chat.identifier));
+    mix(std::hash<bool>()(chat.isGroup));
+    mix(std::hash<double>()(chat.lastDate.value_or(korvane::ReferenceTime()).count()));
+    mix(std::hash<std::int64_t>()(chat.messageCount));
+    for (const std::string& member : chat.members)
+        mix(text(member));
+    return seed;
+}

@@ -1,0 +1,116 @@
+#include "messages/RowReader.h"
+
+#include "messages/MessageQuery.h"
+#include "messages/MessagesDB.h"
+#include "messages/Utf8.h"
+
+#include <array>
+
+namespace korvane {
+
+namespace {
+
+    /// Reaction names by associated type modulo 1000; the same for additions and removals.
+    constexpr std::array<std::string_view, 6> reactionNames
+        = {"love", "like", "dislike", "laugh", "emphasize", "question"};
+
+    constexpr bool isReaction(int associatedType)
+    {
+        return associatedType >= 2000 && associatedType <= 3999;
+    }
+
+    /// Stands in a text where an attachment sits inline (U+FFFC).
+    constexpr std::string_view attachmentPlaceholder = "\xEF\xBF\xBC";
+
+    void removeAll(std::string& text, std::string_view what)
+    {
+        for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at))
+            text.erase(at, what.size());
+    }
+
+    /// `raw` as valid UTF-8: as it stands, or repaired in `scratch`.
+    std::string_view valid(std::string_view raw, std::string& scratch)
+    {
+        if (isValidUtf8(raw))
+            return raw;
+        scratch = repairedUtf8(raw);
+        return scratch;
+    }
+
+} // namespace
+
+RowReader::RowReader(const Sqlite::Statement& row, GuidMap& guids, bool hasAssociatedType)
+    : m_row(row)
+    , m_guids(guids)
+    , m_hasAssociatedType(hasAssociatedType)
+{
+}
+
+const MessageRowView& RowReader::read()
+{
+    m_view = {};
+    m_view.rowID = m_row.integer(MessageColumn::RowID);
+    m_view.date = referenceTime(m_row.integer(MessageColumn::Date));
+    m_view.fromMe = m_row.integer32(MessageColumn::IsFromMe) != 0;
+    m_view.text = text();
+    m_view.attachmentCount = m_row.integer32(MessageColumn::HasAttachments) != 0 ? 1 : 0;
+    if (!m_row.isNull(MessageColumn::PhotoCount))
+        m_view.photoCount = m_row.integer32(MessageColumn::PhotoCount);
+    readSender();
+
+    const int associatedType = m_row.integer32(MessageColumn::AssociatedType); // NULL reads as 0
+    if (isReaction(associatedType))
+        readReaction(associatedType);
+    else
+        readOrdinary();
+    return m_view;
+}
+
+std::string_view RowReader::text()
+{
+    std::string_view text = valid(m_row.text(MessageColumn::Text).value_or(""), m_ownText);
+    if (text.empty())
+        text = decodedBody();
+    if (isAscii(text) || text.find(attachmentPlaceholder) == std::string_view::npos)
+        return text;
+    m_ownText = std::string(text);
+    removeAll(m_ownText, attachmentPlaceholder);
+    return m_ownText;
+}
+
+std::string_view RowReader::decodedBody() const
+{
+    const auto body = m_row.blob(MessageColumn::AttributedBody);
+    return body ? MessagesDB::decodeAttributedBody(*body).value_or("") : "";
+}
+
+void RowReader::readSender()
+{
+    if (const auto handle = m_row.text(MessageColumn::Handle))
+        m_view.handle = valid(*handle, m_ownHandle);
+    if (m_view.fromMe) {
+        m_view.senderID = "messages:self";
+    } else if (m_view.handle) {
+        m_senderID.assign("messages:handle:").append(*m_view.handle);
+        m_view.senderID = m_senderID;
+    }
+}
+
+void RowReader::readReaction(int associatedType)
+{
+    const auto index = static_cast<std::size_t>(associatedType % 1000);
+    m_view.recordKind = associatedType <= 2999 ? "reaction" : "reaction-removal";
+    if (index < reactionNames.size())
+        m_view.reactionKind = reactionNames[index];
+    m_view.reactionTargetRowID = m_guids.target(m_row.text(MessageColumn::AssociatedGuid));
+}
+
+void RowReader::readOrdinary()
+{
+    if (m_hasAssociatedType)
+        m_view.recordKind
+            = m_row.integer32(MessageColumn::ItemType) != 0 ? "system" : "message";
+    m_view.replyToRowID = m_guids.target(m_row.text(MessageColumn::ThreadOriginatorGuid));
+}
+
+} // namespace korvane

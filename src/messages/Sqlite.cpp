@@ -1,0 +1,144 @@
+#include "messages/Sqlite.h"
+
+#include "messages/DBError.h"
+
+#include <sqlite3.h>
+
+namespace korvane {
+
+void Sqlite::Closer::operator()(sqlite3* db) const
+{
+    sqlite3_close(db);
+}
+
+Sqlite::Sqlite(const std::string& path, int flags)
+{
+    sqlite3* db = nullptr;
+    const int code = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
+    m_db.reset(db);
+    if (code != SQLITE_OK)
+        throw DBError(db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
+}
+
+Sqlite Sqlite::openReadOnly(const std::string& path)
+{
+    return {path, SQLITE_OPEN_READONLY};
+}
+
+Sqlite Sqlite::openForWriting(const std::string& path)
+{
+    return {path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE};
+}
+
+void Sqlite::configureProcess()
+{
+    constexpr int pagesSortedInMemory = 65536; // of 4 KiB each
+    sqlite3_config(SQLITE_CONFIG_MULTITHREAD);
+    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+    sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory);
+}
+
+void Sqlite::execute(const std::string& sql)
+{
+    if (sqlite3_exec(m_db.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+        fail();
+}
+
+void Sqlite::fail() const
+{
+    throw DBError(sqlite3_errmsg(m_db.get()));
+}
+
+void Sqlite::Statement::Finalizer::operator()(sqlite3_stmt* statement) const
+{
+    sqlite3_finalize(statement);
+}
+
+Sqlite::Statement::Statement(Sqlite& connection, const std::string& sql)
+    : m_connection(&connection)
+{
+    sqlite3_stmt* statement = nullptr;
+    const int code
+        = sqlite3_prepare_v2(connection.m_db.get(), sql.c_str(), -1, &statement, nullptr);
+    m_statement.reset(statement);
+    if (code != SQLITE_OK || !statement)
+        connection.fail();
+}
+
+void Sqlite::Statement::check(int code)
+{
+    if (code != SQLITE_OK)
+        m_connection->fail();
+}
+
+void Sqlite::Statement::bind(int parameter, std::int64_t value)
+{
+    check(sqlite3_bind_int64(m_statement.get(), parameter, value));
+}
+
+void Sqlite::Statement::bindText(int parameter, std::string_view text)
+{
+    check(sqlite3_bind_text(m_statement.get(), parameter, text.data(),
+        static_cast<int>(text.size()), SQLITE_STATIC));
+}
+
+void Sqlite::Statement::bindBlob(int parameter, std::string_view bytes)
+{
+    check(sqlite3_bind_blob(m_statement.get(), parameter, bytes.data(),
+        static_cast<int>(bytes.size()), SQLITE_STATIC));
+}
+
+void Sqlite::Statement::bindNull(int parameter)
+{
+    check(sqlite3_bind_null(m_statement.get(), parameter));
+}
+
+bool Sqlite::Statement::step()
+{
+    const int code = sqlite3_step(m_statement.get());
+    if (code == SQLITE_ROW)
+        return true;
+    if (code != SQLITE_DONE)
+        m_connection->fail();
+    return false;
+}
+
+void Sqlite::Statement::reset()
+{
+    sqlite3_reset(m_statement.get());
+}
+
+std::int64_t Sqlite::Statement::integer(int column) const
+{
+    return sqlite3_column_int64(m_statement.get(), column);
+}
+
+int Sqlite::Statement::integer32(int column) const
+{
+    return sqlite3_column_int(m_statement.get(), column);
+}
+
+bool Sqlite::Statement::isNull(int column) const
+{
+    return sqlite3_column_type(m_statement.get(), column) == SQLITE_NULL;
+}
+
+std::optional<std::string_view> Sqlite::Statement::text(int column) const
+{
+    const unsigned char* bytes = sqlite3_column_text(m_statement.get(), column);
+    if (!bytes)
+        return std::nullopt;
+    const int size = sqlite3_column_bytes(m_statement.get(), column);
+    return std::string_view(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size));
+}
+
+std::optional<std::string_view> Sqlite::Statement::blob(int column) const
+{
+    if (isNull(column))
+        return std::nullopt;
+    const void* bytes = sqlite3_column_blob(m_statement.get(), column);
+    const int size = sqlite3_column_bytes(m_statement.get(), column);
+    return std::string_view(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
+}
+
+} // namespace korvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/// Whole-file reads and writes over POSIX calls. Stateless. Failures are thrown as
+/// std::system_error whose code carries the system's own text.
+namespace Files {
+
+    /// The bytes of a file; nothing where it cannot be read.
+    std::optional<std::string> read(const std::filesystem::path& file);
+
+    /// Writes `pieces` one after the other behind the end of `file`, which is created where it
+    /// does not exist. On failure some of the bytes may have been written.
+    void append(const std::filesystem::path& file, std::span<const std::string_view> pieces);
+
+    /// Makes `bytes` the contents of `file` in one step, on disk before it returns: readers and a
+    /// machine that stops see the old contents or the new ones.
+    void writeAtomically(const std::filesystem::path& file, std::string_view bytes);
+
+} // namespace Files
+
+} // namespace korvane

@@ -1,0 +1,196 @@
+#include "contacts/VCardSource.h"
+#include "contacts/Cards.h"
+
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
+
+namespace korvane {
+
+/// Which files of a folder are read, and in what order.
+class VCardSourceTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void readsOneFileWhateverItIsCalled();
+    void readsAFolderInTheOrderOfItsPaths();
+    void readsFoldersInFolders();
+    void takesBothExtensionsInAnyCaseAndNoOther();
+    void skipsHiddenAndUnfinishedFiles();
+    void readsAHiddenFolderThatIsNamed();
+    void findsNothingWhereNothingIs();
+    void followsLinksToFilesButNotToFolders();
+    void skipsLinksThatLeadNowhere();
+    void neverWaitsForAPipe();
+    void skipsAFileTooLargeForAnAddressBook();
+    void readsTheFilesAfterAnEmptyOne();
+    void readsAgainWhenAskedAgain();
+    void letsTheVisitorStopByThrowing();
+
+private:
+    fs::path path(const std::string& name) const;
+    void writeCard(const std::string& name, const std::string& number) const;
+    std::vector<std::string> numbersIn(const fs::path& fileOrFolder) const;
+    std::vector<std::string> numbers() const { return numbersIn(path("book")); }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+using Numbers = std::vector<std::string>;
+
+void VCardSourceTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    fs::create_directory(path("book"));
+}
+
+fs::path VCardSourceTest::path(const std::string& name) const
+{
+    return fs::path(m_folder->path().toStdString()) / name;
+}
+
+void VCardSourceTest::writeCard(const std::string& name, const std::string& number) const
+{
+    fs::create_directories(path(name).parent_path());
+    std::ofstream(path(name), std::ios::binary) << card("TEL:" + number);
+}
+
+std::vector<std::string> VCardSourceTest::numbersIn(const fs::path& fileOrFolder) const
+{
+    Numbers numbers;
+    VCardSource(fileOrFolder).forEachContact([&](const Contact& contact) {
+        numbers.insert(numbers.end(), contact.phoneNumbers.begin(), contact.phoneNumbers.end());
+    });
+    return numbers;
+}
+
+void VCardSourceTest::readsOneFileWhateverItIsCalled()
+{
+    writeCard("contacts.txt", "1");
+    writeCard(".hidden", "2");
+    QCOMPARE(numbersIn(path("contacts.txt")), Numbers({"1"}));
+    QCOMPARE(numbersIn(path(".hidden")), Numbers({"2"}));
+}
+
+void VCardSourceTest::readsAFolderInTheOrderOfItsPaths()
+{
+    for (const char* name : {"c", "a", "e", "b", "d"})
+        writeCard(std::string("book/") + name + ".vcf", name);
+    QCOMPARE(numbers(), Numbers({"a", "b", "c", "d", "e"}));
+}
+
+void VCardSourceTest::readsFoldersInFolders()
+{
+    writeCard("book/b/work/1.vcf", "2");
+    writeCard("book/c.vcf", "3");
+    writeCard("book/a.vcf/1.vcf", "1");
+    QCOMPARE(numbers(), Numbers({"1", "2", "3"}));
+}
+
+void VCardSourceTest::takesBothExtensionsInAnyCaseAndNoOther()
+{
+    writeCard("book/a.VCF", "1");
+    writeCard("book/b.vCard", "2");
+    for (const char* name : {"c.txt", "d", "e.vcf.tmp", "f.vcf~", "vcf", "g.vcfx"})
+        writeCard(std::string("book/") + name, "9");
+    QCOMPARE(numbers(), Numbers({"1", "2"}));
+}
+
+void VCardSourceTest::skipsHiddenAndUnfinishedFiles()
+{
+    writeCard("book/.a.vcf", "9");
+    writeCard("book/.git/a.vcf", "9");
+    writeCard("book/._b.vcf", "9");
+    writeCard("book/~c.vcf", "9");
+    writeCard("book/d.vcf", "1");
+    QCOMPARE(numbers(), Numbers({"1"}));
+}
+
+void VCardSourceTest::readsAHiddenFolderThatIsNamed()
+{
+    writeCard(".contacts/a.vcf", "1");
+    QCOMPARE(numbersIn(path(".contacts")), Numbers({"1"}));
+    QCOMPARE(numbersIn(path(".contacts/")), Numbers({"1"}));
+}
+
+void VCardSourceTest::findsNothingWhereNothingIs()
+{
+    QCOMPARE(numbers(), Numbers());
+    QCOMPARE(numbersIn(path("missing")), Numbers());
+    QCOMPARE(numbersIn(path("missing/a.vcf")), Numbers());
+    QCOMPARE(numbersIn(fs::path()), Numbers());
+}
+
+void VCardSourceTest::followsLinksToFilesButNotToFolders()
+{
+    writeCard("elsewhere/a.vcf", "1");
+    writeCard("elsewhere/all/b.vcf", "9");
+    fs::create_symlink(path("elsewhere/a.vcf"), path("book/a.vcf"));
+    fs::create_directory_symlink(path("elsewhere/all"), path("book/all"));
+    fs::create_directory_symlink(path("book"), path("book/loop"));
+    QCOMPARE(numbers(), Numbers({"1"}));
+
+    fs::create_directory_symlink(path("book"), path("link"));
+    QCOMPARE(numbersIn(path("link")), Numbers({"1"}));
+}
+
+void VCardSourceTest::skipsLinksThatLeadNowhere()
+{
+    fs::create_symlink(path("gone.vcf"), path("book/a.vcf"));
+    fs::create_symlink("b.vcf", path("book/b.vcf"));
+    writeCard("book/c.vcf", "1");
+    QCOMPARE(numbers(), Numbers({"1"}));
+}
+
+void VCardSourceTest::neverWaitsForAPipe()
+{
+    writeCard("book/b.vcf", "1");
+    QCOMPARE(mkfifo(path("book/a.vcf").c_str(), 0600), 0);
+    QCOMPARE(numbers(), Numbers({"1"}));
+    QCOMPARE(numbersIn(path("book/a.vcf")), Numbers());
+}
+
+void VCardSourceTest::skipsAFileTooLargeForAnAddressBook()
+{
+    writeCard("book/a.vcf", "9");
+    fs::resize_file(path("book/a.vcf"), (std::uintmax_t(256) << 20) + 1);
+    writeCard("book/b.vcf", "1");
+    QCOMPARE(numbers(), Numbers({"1"}));
+}
+
+void VCardSourceTest::readsTheFilesAfterAnEmptyOne()
+{
+    writeCard("book/a.vcf", "1");
+    std::ofstream(path("book/b.vcf")).flush();
+    writeCard("book/c.vcf", "2");
+    QCOMPARE(numbers(), Numbers({"1", "2"}));
+}
+
+void VCardSourceTest::readsAgainWhenAskedAgain()
+{
+    const VCardSource source(path("book"));
+    int contacts = 0;
+    const auto count = [&](const Contact&) { ++contacts; };
+    writeCard("book/a.vcf", "1");
+    source.forEachContact(count);
+    writeCard("book/b.vcf", "2");
+    source.forEachContact(count);
+    QCOMPARE(contacts, 3);
+}
+
+void VCardSourceTest::letsTheVisitorStopByThrowing()
+{
+    writeCard("book/a.vcf", "1");
+    const auto stop = [](const Contact&) { throw std::runtime_error("enough"); };
+    QVERIFY_EXCEPTION_THROWN(VCardSource(path("book")).forEachContact(stop), std::runtime_error);
+}
+
+} // namespace korvane
+
+QTEST_APPLESS_MAIN(korvane::VCardSourceTest)
+#include "VCardSourceTest.moc"

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "export/ExportState.h"
+#include "export/Exporter.h"
+#include "support/TestDatabase.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace korvane {
+
+/// All that an export needs, in a temporary folder: a Messages database, a support folder, which
+/// KORVANE_SYNC_HOME names while this lives, and a folder to export into, which is not made yet.
+class ExportSetup {
+public:
+    ExportSetup();
+    ~ExportSetup();
+    Q_DISABLE_COPY_MOVE(ExportSetup)
+
+    TestDatabase db;
+    ContactNames names;
+    std::vector<ChatInfo> chats; ///< what is exported, in this order
+
+    /// Adds a chat to the database and to `chats`.
+    void addChat(std::int64_t id, const std::string& title);
+
+    /// Adds as many messages, in one transaction.
+    void addMessages(std::int64_t chat, int count, const std::string& text = "hello");
+
+    SyncResult sync(const BeforeChat& beforeChat = {}) const;
+
+    static std::string guid(std::int64_t chat) { return "iMessage;-;" + std::to_string(chat); }
+
+    std::filesystem::path home() const { return db.folder() + "/support"; }
+    std::filesystem::path folder() const { return db.folder() + "/export"; }
+    std::filesystem::path stateFile() const { return home() / "state.json"; }
+
+    /// What the state on disk has of a chat, which must be there.
+    ChatState record(std::int64_t chat) const;
+    void setRecord(std::int64_t chat, const ChatState& record) const;
+
+    /// A chat's export file, as its record names it.
+    std::filesystem::path file(std::int64_t chat) const;
+
+    /// The row ids of the records in a chat's export file.
+    std::vector<std::int64_t> rowIDs(std::int64_t chat) const;
+};
+
+/// The bytes of a file; "(no file)" where there is none.
+std::string readFile(const std::filesystem::path& file);
+void writeFile(const std::filesystem::path& file, std::string_view bytes);
+
+/// The row ids in lines of records; -1 for a line that is no whole record.
+std::vector<std::int64_t> rowIDsIn(const std::string& lines);
+
+/// A result in one line: "added 3, touched 1; Team: No space left on device".
+std::string describe(const SyncResult& result);
+
+bool isEpoch(const std::string& text);
+
+} // namespace korvane
