@@ -2,6 +2,7 @@
 //   --quick        a sample small enough for any run
 //   --rounds N     how often each measurement is taken (the median counts)
 //   --folder DIR   where the samples are kept for the next run
+// All that touches SQLite runs in children, for its process-wide settings come before its first use.
 
 #include "Child.h"
 #include "Floor.h"
@@ -49,12 +50,16 @@ Scene prepared(const std::string& folder, const std::string& name, const SampleS
 {
     Scene scene{name, folder + "/" + name + ".db", folder + "/" + name + ".vcf",
         folder + "/" + name};
-    if (!fs::exists(scene.database)) {
-        writeSampleDatabase(scene.database, size);
-        fs::remove(scene.contacts);
-        writeSampleContacts(scene.contacts, size);
-    }
     fs::create_directories(scene.folder);
+    if (fs::exists(scene.database))
+        return scene;
+    fs::remove(scene.contacts);
+    inChild([&] {
+        return secondsOf([&] {
+            writeSampleDatabase(scene.database, size);
+            writeSampleContacts(scene.contacts, size);
+        });
+    });
     return scene;
 }
 
@@ -111,32 +116,37 @@ bool measureFull(const Scene& scene, int rounds)
     return quick && lean;
 }
 
-bool measureNothingNew(const Scene& scene, int rounds)
+constexpr int repeats = 20;
+
+double bareQuestions(const Scene& scene)
 {
-    constexpr int repeats = 20;
-    startAfresh(scene);
-    const auto chats = MessagesDB(scene.database).chats();
-    exportScene(scene, chats);
     const ExportState state = ExportState::load();
     std::vector<std::pair<std::int64_t, std::int64_t>> questions;
-    for (const ChatInfo& chat : chats)
+    for (const ChatInfo& chat : MessagesDB(scene.database).chats())
         questions.emplace_back(chat.id, state.chats.at(chat.guid).lastRowID);
-    const ContactNames contacts = names(scene);
+    return secondsOf([&] {
+        for (int i = 0; i < repeats; ++i)
+            Floor::askForNew(scene.database, questions);
+    });
+}
 
-    const auto costs = medians(
-        {[&] {
-             return secondsOf([&] {
-                 for (int i = 0; i < repeats; ++i)
-                     Floor::askForNew(scene.database, questions);
-             });
-         },
-            [&] {
-                Sqlite::configureProcess();
-                return secondsOf([&] {
-                    for (int i = 0; i < repeats; ++i)
-                        Exporter::sync(chats, contacts, scene.folder + "/export", scene.database);
-                });
-            }},
+double exportsOfNothingNew(const Scene& scene)
+{
+    Sqlite::configureProcess();
+    const auto chats = MessagesDB(scene.database).chats();
+    const ContactNames contacts = names(scene);
+    return secondsOf([&] {
+        for (int i = 0; i < repeats; ++i)
+            Exporter::sync(chats, contacts, scene.folder + "/export", scene.database);
+    });
+}
+
+bool measureNothingNew(const Scene& scene, int rounds)
+{
+    inChild([&] { return fullExport(scene); });
+    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(scene.folder + "/support"));
+    const auto costs = medians({[&] { return bareQuestions(scene); },
+                                   [&] { return exportsOfNothingNew(scene); }},
         rounds);
     std::cout << scene.name << ": floor of nothing new " << costs[0].seconds / repeats * 1000
               << " ms\n";

@@ -17,12 +17,30 @@ namespace {
 
     using Command = std::function<int(const Console&)>;
 
+    constexpr std::int64_t mostMessages = 100'000'000;
+    constexpr std::int64_t mostChats = 1'000'000;
+
+    /// Checks a number of seconds; what is not a finite number fails the comparisons.
+    std::string duration(const std::string& text)
+    {
+        constexpr double longest = 1e9;
+        double seconds = 0;
+        const bool good
+            = CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds < longest;
+        return good ? "" : text + " is not a number of seconds";
+    }
+
+    std::string notEmpty(const std::string& text)
+    {
+        return text.empty() ? "A name is missing" : "";
+    }
+
     /// The command line of the program: what may be said, and what was.
     class Parser {
     public:
         Parser()
         {
-            m_app.require_subcommand(1);
+            m_app.require_subcommand(0, 1); // none at all is told apart from a misspelt one below
             addVersion(m_app);
             addChats();
             addExport();
@@ -34,6 +52,8 @@ namespace {
         {
             std::reverse(arguments.begin(), arguments.end()); // the library takes them from the end
             m_app.parse(std::move(arguments));
+            if (!m_command)
+                throw CLI::RequiredError("A command");
             return m_command;
         }
 
@@ -88,11 +108,12 @@ namespace {
             m_export.folder = Paths::defaultFolder().string();
             command.add_option("--folder", m_export.folder, "Where the files go")
                 ->type_name("DIR")
+                ->check(notEmpty)
                 ->capture_default_str();
             command
                 .add_option("--every", m_export.everySeconds, "Again every so many seconds")
                 ->type_name("SECONDS")
-                ->check(CLI::PositiveNumber);
+                ->check(duration);
             command.add_flag("--json", m_export.json, "Print one JSON object a run");
         }
 
@@ -105,10 +126,10 @@ namespace {
                 ->type_name("FILE")
                 ->required();
             command.add_option("--messages", m_sample.size.messages, "How many messages")
-                ->check(CLI::NonNegativeNumber)
+                ->check(CLI::Range(std::int64_t{0}, mostMessages))
                 ->capture_default_str();
             command.add_option("--chats", m_sample.size.chats, "How many chats")
-                ->check(CLI::PositiveNumber)
+                ->check(CLI::Range(std::int64_t{1}, mostChats))
                 ->capture_default_str();
             command.add_option("--seed", m_sample.size.seed, "Another seed, another sample")
                 ->capture_default_str();

@@ -59,30 +59,35 @@ namespace {
 
         int runOnce()
         {
-            const SyncResult result = sync();
-            report(result);
-            if (m_interruption.requested())
-                return ExitCode::interrupted;
-            return result.errors.empty() ? ExitCode::success : ExitCode::failure;
+            const int code = run();
+            return m_interruption.requested() ? ExitCode::interrupted : code;
         }
 
-        /// After the first run, one that cannot begin is reported and tried again later.
+        /// An interruption is the usual end of this. After the first run, one that cannot begin
+        /// is reported and tried again later.
         int runEvery(double seconds)
         {
-            int code = runOnce();
+            int code = run();
             while (!m_interruption.requested()) {
                 m_interruption.sleep(std::chrono::duration<double>(seconds));
                 if (!m_interruption.requested())
-                    code = runAgain();
+                    code = runOrComplain();
             }
             return code;
         }
 
     private:
-        int runAgain()
+        int run()
+        {
+            const SyncResult result = sync();
+            report(result);
+            return result.errors.empty() ? ExitCode::success : ExitCode::failure;
+        }
+
+        int runOrComplain()
         {
             try {
-                return runOnce();
+                return run();
             } catch (const DBError& error) {
                 m_console.complain(error.message);
             } catch (const std::runtime_error& error) {

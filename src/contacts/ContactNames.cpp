@@ -11,60 +11,60 @@ namespace korvane {
 
 namespace {
 
-    /// Digits that tell one subscriber from another; a country code stands before them.
-    constexpr std::size_t significantDigits = 10;
+/// Digits that tell one subscriber from another; a country code stands before them.
+constexpr std::size_t significantDigits = 10;
 
-    std::string lowerCased(std::string_view text)
-    {
-        std::string lowered;
-        icu::StringByteSink<std::string> sink(&lowered);
-        UErrorCode status = U_ZERO_ERROR;
-        icu::CaseMap::utf8ToLower("", 0, icu::StringPiece(text.data(), static_cast<int32_t>(text.size())), sink,
-            nullptr, status);
-        return lowered;
-    }
+std::string lowerCased(std::string_view text)
+{
+    std::string lowered;
+    icu::StringByteSink<std::string> sink(&lowered);
+    UErrorCode status = U_ZERO_ERROR;
+    icu::CaseMap::utf8ToLower("", 0,
+        icu::StringPiece(text.data(), static_cast<int32_t>(text.size())), sink, nullptr, status);
+    return lowered;
+}
 
-    bool isNumeric(UChar32 character)
-    {
-        return u_getIntPropertyValue(character, UCHAR_NUMERIC_TYPE) != U_NT_NONE;
-    }
+bool isNumeric(UChar32 character)
+{
+    return u_getIntPropertyValue(character, UCHAR_NUMERIC_TYPE) != U_NT_NONE;
+}
 
-    std::string lastDigits(std::string_view text)
-    {
-        std::vector<std::string_view> digits;
-        for (std::size_t i = 0; i < text.size();) {
-            const std::size_t start = i;
-            UChar32 character = 0;
-            U8_NEXT(text.data(), i, text.size(), character);
-            if (character >= 0 && isNumeric(character))
-                digits.push_back(text.substr(start, i - start));
-        }
-        std::string key;
-        const std::size_t count = digits.size();
-        for (std::size_t i = count > significantDigits ? count - significantDigits : 0; i < count; ++i)
-            key += digits[i];
-        return key;
+std::string lastDigits(std::string_view text)
+{
+    std::vector<std::string_view> digits;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t start = i;
+        UChar32 character = 0;
+        U8_NEXT(text.data(), i, text.size(), character);
+        if (character >= 0 && isNumeric(character))
+            digits.push_back(text.substr(start, i - start));
     }
+    std::string key;
+    const std::size_t count = digits.size();
+    for (std::size_t i = count > significantDigits ? count - significantDigits : 0; i < count; ++i)
+        key += digits[i];
+    return key;
+}
 
-    std::string displayName(const Contact& contact)
-    {
-        if (contact.givenName.empty() && contact.familyName.empty())
-            return contact.organizationName;
-        if (contact.givenName.empty() || contact.familyName.empty())
-            return contact.givenName + contact.familyName;
-        return contact.givenName + ' ' + contact.familyName;
-    }
+std::string displayName(const Contact& contact)
+{
+    if (contact.givenName.empty() && contact.familyName.empty())
+        return contact.organizationName;
+    if (contact.givenName.empty() || contact.familyName.empty())
+        return contact.givenName + contact.familyName;
+    return contact.givenName + ' ' + contact.familyName;
+}
 
-    void enter(const Contact& contact, ContactNames& names)
-    {
-        const std::string name = displayName(contact);
-        if (name.empty())
-            return;
-        for (const std::string& number : contact.phoneNumbers)
-            names.map[ContactNames::normalize(number)] = name;
-        for (const std::string& address : contact.emailAddresses)
-            names.map[ContactNames::normalize(address)] = name;
-    }
+void enter(const Contact& contact, ContactNames& names)
+{
+    const std::string name = displayName(contact);
+    if (name.empty())
+        return;
+    for (const std::string& number : contact.phoneNumbers)
+        names.map[ContactNames::normalize(number)] = name;
+    for (const std::string& address : contact.emailAddresses)
+        names.map[ContactNames::normalize(address)] = name;
+}
 
 } // namespace
 

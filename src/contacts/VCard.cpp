@@ -6,11 +6,17 @@
 #include "contacts/VCardFolds.h"
 #include "contacts/VCardLines.h"
 
-#include <utility>
-
 namespace korvane {
 
 namespace {
+
+/// Lengthens a value that goes on in the lines after it.
+void joinSoftBreaks(VCardLines& lines, VCardProperty& property)
+{
+    if (!endsInSoftBreak(property.value) || !encodingOf(property).quotedPrintable)
+        return;
+    while (endsInSoftBreak(property.value) && lines.join(property.value)) { }
+}
 
 /// The next property of the file, with the lines that its soft line breaks reach; lines that are
 /// no property are passed over. Absent at the end.
@@ -20,11 +26,15 @@ std::optional<VCardProperty> nextProperty(VCardLines& lines)
         auto property = parseVCardProperty(*line);
         if (!property)
             continue;
-        while (property->quotedPrintable && endsInSoftBreak(property->value)
-            && lines.join(property->value)) { }
+        joinSoftBreaks(lines, *property);
         return property;
     }
     return std::nullopt;
+}
+
+bool isCard(const VCardProperty& beginOrEnd)
+{
+    return equalIgnoringCase(trimmed(beginOrEnd.value), "VCARD");
 }
 
 /// Gathers properties into cards, and visits the contact of each card that ends.
@@ -32,13 +42,13 @@ class CardGatherer {
 public:
     explicit CardGatherer(const ContactSource::Visitor& visit) : m_visit(visit) { }
 
-    void add(VCardProperty property);
+    void add(const VCardProperty& property);
     void finishCard();
 
 private:
     void begin();
     void end();
-    void addToCard(VCardProperty property);
+    void awaitAgent(std::string_view value);
 
     const ContactSource::Visitor& m_visit;
     std::vector<VCardProperty> m_card;
@@ -54,8 +64,8 @@ void CardGatherer::finishCard()
     m_depth = 0;
 }
 
-/// A card that begins inside another one, which is not that one's agent, comes after one whose
-/// end is missing.
+/// A card that begins inside another one, and is not its agent, shows that the other's end is
+/// missing.
 void CardGatherer::begin()
 {
     if (!m_agentFollows)
@@ -71,26 +81,26 @@ void CardGatherer::end()
         finishCard();
 }
 
-void CardGatherer::addToCard(VCardProperty property)
+/// An agent's card begins on the same line or on the next one.
+void CardGatherer::awaitAgent(std::string_view value)
 {
-    if (m_depth == 1 && property.field != VCardField::Other)
-        m_card.push_back(std::move(property));
+    m_agentFollows = value.empty();
+    if (equalIgnoringCase(value, "BEGIN:VCARD"))
+        ++m_depth;
 }
 
-void CardGatherer::add(VCardProperty property)
+void CardGatherer::add(const VCardProperty& property)
 {
-    const std::string_view value = trimmed(property.value);
-    const bool aboutCard = equalIgnoringCase(value, "VCARD");
-    const bool isAgent = property.field == VCardField::Agent && m_depth > 0;
-    if (property.field == VCardField::Begin && aboutCard)
+    if (property.field == VCardField::Begin && isCard(property))
         begin();
-    else if (property.field == VCardField::End && aboutCard)
+    else if (property.field == VCardField::End && isCard(property))
         end();
-    else if (isAgent && equalIgnoringCase(value, "BEGIN:VCARD"))
-        ++m_depth;
-    else
-        addToCard(std::move(property));
-    m_agentFollows = isAgent && value.empty();
+    else if (m_depth == 1 && property.field != VCardField::Other)
+        m_card.push_back(property);
+
+    m_agentFollows = false;
+    if (property.field == VCardField::Agent)
+        awaitAgent(trimmed(property.value));
 }
 
 } // namespace
@@ -100,8 +110,8 @@ void readVCards(std::string_view bytes, const ContactSource::Visitor& visit)
     std::string buffer;
     VCardLines lines(fileText(bytes, buffer));
     CardGatherer cards(visit);
-    while (auto property = nextProperty(lines))
-        cards.add(std::move(*property));
+    while (const auto property = nextProperty(lines))
+        cards.add(*property);
     cards.finishCard();
 }
 

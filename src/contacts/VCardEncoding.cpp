@@ -52,7 +52,7 @@ std::string converted(std::string_view bytes, const char* charset)
 bool isKnown(const std::string& charset)
 {
     UErrorCode status = U_ZERO_ERROR;
-    return !charset.empty() && ucnv_countAliases(charset.c_str(), &status) > 0;
+    return ucnv_countAliases(charset.c_str(), &status) > 0;
 }
 
 bool isUtf8(const std::string& charset)
@@ -85,12 +85,12 @@ std::string hexDecoded(std::string_view text, char marker)
 std::string toUtf8(std::string_view bytes, const std::string& charset, const char* otherwise)
 {
     std::string text;
-    if (isUtf8(charset))
-        text = validUtf8(bytes, "UTF-8");
-    else if (isKnown(charset))
-        text = converted(bytes, charset.c_str());
-    else
+    if (charset.empty())
         text = validUtf8(bytes, otherwise);
+    else if (isUtf8(charset))
+        text = validUtf8(bytes, "UTF-8");
+    else
+        text = isKnown(charset) ? converted(bytes, charset.c_str()) : validUtf8(bytes, otherwise);
     std::erase(text, '\0');
     return text;
 }

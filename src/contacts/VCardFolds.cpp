@@ -11,6 +11,11 @@ bool isLineBreak(char character)
     return character == '\r' || character == '\n';
 }
 
+bool isFoldMark(char character)
+{
+    return character == ' ' || character == '\t';
+}
+
 /// Cuts the first line off `rest`, break included.
 std::string_view takeLine(std::string_view& rest)
 {
@@ -38,24 +43,23 @@ std::size_t pastLineBreak(std::string_view text, std::size_t position)
 
 bool startsWithFoldMark(std::string_view line)
 {
-    return !line.empty() && (line.front() == ' ' || line.front() == '\t');
+    return !line.empty() && isFoldMark(line.front());
 }
 
 bool endsInSoftBreak(std::string_view line)
 {
-    const std::size_t last = line.find_last_not_of(" \t");
-    return last != std::string_view::npos && line[last] == '=';
+    while (!line.empty() && isFoldMark(line.back()))
+        line.remove_suffix(1);
+    return line.ends_with('=');
 }
 
 std::string_view unfolded(std::string_view line, std::string& buffer)
 {
-    std::string_view rest = line;
-    const std::string_view first = takeLine(rest);
-    if (rest.empty())
-        return first;
-    buffer = first;
-    while (!rest.empty())
-        buffer += withoutFoldMark(takeLine(rest));
+    if (line.find('\n') == std::string_view::npos && line.find('\r') == std::string_view::npos)
+        return line;
+    buffer = takeLine(line);
+    while (!line.empty())
+        buffer += withoutFoldMark(takeLine(line));
     return buffer;
 }
 

@@ -43,16 +43,15 @@ std::optional<std::string_view> VCardLines::next()
     if (m_nextLine == m_text.size())
         return std::nullopt;
     const std::size_t start = m_nextLine;
-    takeWithFolds(peek());
+    takeLineAndFolds();
     return m_text.substr(start, m_lineEnd - start);
 }
 
 bool VCardLines::join(std::string_view& tail)
 {
-    const std::string_view line = peek();
-    if (m_nextLine == m_text.size() || beginsOrEndsCard(line))
+    if (m_nextLine == m_text.size() || beginsOrEndsCard(peek()))
         return false;
-    takeWithFolds(line);
+    takeLineAndFolds();
     const auto start = static_cast<std::size_t>(tail.data() - m_text.data());
     tail = m_text.substr(start, m_lineEnd - start);
     return true;
@@ -64,17 +63,17 @@ std::string_view VCardLines::peek()
     return m_text.substr(m_nextLine, end - m_nextLine);
 }
 
-void VCardLines::take(std::string_view line)
+void VCardLines::takeLine()
 {
-    m_lineEnd = m_nextLine + line.size();
+    m_lineEnd = m_nextLine + peek().size();
     m_nextLine = pastLineBreak(m_text, m_lineEnd);
 }
 
-void VCardLines::takeWithFolds(std::string_view line)
+void VCardLines::takeLineAndFolds()
 {
-    take(line);
-    for (line = peek(); startsWithFoldMark(line) && !beginsOrEndsCard(line); line = peek())
-        take(line);
+    takeLine();
+    while (startsWithFoldMark(m_text.substr(m_nextLine)) && !beginsOrEndsCard(peek()))
+        takeLine();
 }
 
 } // namespace korvane

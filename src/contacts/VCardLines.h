@@ -37,8 +37,8 @@ private:
     };
 
     std::string_view peek();
-    void take(std::string_view line);
-    void takeWithFolds(std::string_view line);
+    void takeLine();
+    void takeLineAndFolds();
 
     std::string_view m_text;
     ByteFinder m_lineFeeds;

@@ -3,6 +3,7 @@
 #include "contacts/Ascii.h"
 #include "contacts/VCardFolds.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace korvane {
@@ -50,19 +51,10 @@ std::size_t findUnquoted(std::string_view text, char sought)
 std::size_t findColon(std::string_view line)
 {
     const std::size_t first = line.find(':');
-    if (first == std::string_view::npos)
+    if (line.substr(0, first).find('"') == std::string_view::npos)
         return first;
     const std::size_t unquoted = findUnquoted(line, ':');
     return unquoted == std::string_view::npos ? first : unquoted;
-}
-
-/// Cuts the next part off `rest`, which is left empty after the last.
-std::string_view takePart(std::string_view& rest)
-{
-    const std::size_t end = findUnquoted(rest, ';');
-    const std::string_view part = rest.substr(0, end);
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    return trimmed(part);
 }
 
 std::string_view unquoted(std::string_view text)
@@ -71,18 +63,22 @@ std::string_view unquoted(std::string_view text)
     return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
-/// Version 2.1 lets a parameter go without its name: `;QUOTED-PRINTABLE`.
-void applyParameter(std::string_view parameter, VCardProperty& property)
+struct Parameter {
+    std::string_view name;
+    std::string_view value;
+};
+
+/// Cuts the first parameter off `rest`, which is left empty after the last. One that is nothing
+/// but a value is an encoding or, of no interest here, a type.
+Parameter takeParameter(std::string_view& rest)
 {
-    const std::size_t equals = parameter.find('=');
-    const bool bare = equals == std::string_view::npos;
-    const std::string_view name = bare ? "ENCODING" : trimmed(parameter.substr(0, equals));
-    const std::string_view value
-        = bare ? parameter : unquoted(trimmed(parameter.substr(equals + 1)));
-    if (equalIgnoringCase(name, "ENCODING") && equalIgnoringCase(value, "QUOTED-PRINTABLE"))
-        property.quotedPrintable = true;
-    else if (equalIgnoringCase(name, "CHARSET"))
-        property.charset = value;
+    const std::size_t end = findUnquoted(rest, ';');
+    const std::string_view text = rest.substr(0, end);
+    rest.remove_prefix(std::min(text.size() + 1, rest.size()));
+    const std::size_t equals = text.find('=');
+    if (equals == std::string_view::npos)
+        return {"ENCODING", trimmed(text)};
+    return {trimmed(text.substr(0, equals)), unquoted(trimmed(text.substr(equals + 1)))};
 }
 
 std::string_view withoutByteOrderMark(std::string_view line)
@@ -100,18 +96,33 @@ std::string_view withoutGroup(std::string_view name)
 
 std::optional<VCardProperty> parseVCardProperty(std::string_view line)
 {
+    // Files put one behind the other leave byte-order marks in the middle.
+    line = withoutByteOrderMark(line);
     const std::size_t colon = findColon(line);
     if (colon == std::string_view::npos)
         return std::nullopt;
+    const std::string_view header = line.substr(0, colon);
+    const std::size_t nameEnd = std::min(header.find(';'), header.size());
     std::string buffer;
-    // Files put one behind the other leave byte-order marks in the middle.
-    std::string_view rest = withoutByteOrderMark(unfolded(line.substr(0, colon), buffer));
-    VCardProperty property;
-    property.field = fieldNamed(withoutGroup(takePart(rest)));
-    property.value = line.substr(colon + 1);
-    while (!rest.empty())
-        applyParameter(takePart(rest), property);
-    return property;
+    const std::string_view name = trimmed(unfolded(header.substr(0, nameEnd), buffer));
+    return VCardProperty{.field = fieldNamed(withoutGroup(name)),
+        .parameters = header.substr(nameEnd),
+        .value = line.substr(colon + 1)};
+}
+
+VCardEncoding encodingOf(const VCardProperty& property)
+{
+    VCardEncoding encoding;
+    std::string buffer;
+    std::string_view rest = unfolded(property.parameters, buffer);
+    while (!rest.empty()) {
+        const auto [name, value] = takeParameter(rest);
+        if (equalIgnoringCase(name, "ENCODING") && equalIgnoringCase(value, "QUOTED-PRINTABLE"))
+            encoding.quotedPrintable = true;
+        else if (equalIgnoringCase(name, "CHARSET"))
+            encoding.charset = value;
+    }
+    return encoding;
 }
 
 } // namespace korvane

@@ -4,6 +4,8 @@
 #include "contacts/VCardEncoding.h"
 #include "contacts/VCardFolds.h"
 
+#include <algorithm>
+
 namespace korvane {
 
 namespace {
@@ -36,6 +38,8 @@ char escapedCharacter(char character, VCardVersion version)
 
 std::string unescaped(std::string_view text, VCardVersion version)
 {
+    if (text.find('\\') == std::string_view::npos)
+        return std::string(text);
     std::string result;
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -52,11 +56,12 @@ std::string unescaped(std::string_view text, VCardVersion version)
 std::string decodedValue(const VCardProperty& property, VCardVersion version)
 {
     const char* const otherwise = version == VCardVersion::Old ? "windows-1252" : "UTF-8";
+    const VCardEncoding encoding = encodingOf(property);
     std::string buffer;
-    if (!property.quotedPrintable)
-        return toUtf8(unfolded(property.value, buffer), property.charset, otherwise);
+    if (!encoding.quotedPrintable)
+        return toUtf8(unfolded(property.value, buffer), encoding.charset, otherwise);
     buffer = hexDecoded(unfoldedQuotedPrintable(property.value), '=');
-    return toUtf8(buffer, property.charset, otherwise);
+    return toUtf8(buffer, encoding.charset, otherwise);
 }
 
 std::string wholeText(std::string_view value, VCardVersion version)

@@ -49,7 +49,7 @@ namespace {
         using namespace JsonReader;
         ExportState state;
         for (const auto& chat : object(required(object(root), "chats")).GetObject())
-            state.chats[text(chat.name)] = chatFrom(object(chat.value));
+            state.chats.emplace(text(chat.name), chatFrom(object(chat.value))); // the first counts
         return state;
     }
 

@@ -1,14 +1,17 @@
 #include "export/JsonReader.h"
 
+#include "messages/Utf8.h"
+
 namespace korvane {
 
 rapidjson::Document JsonReader::parsed(std::string_view json)
 {
+    // The parser takes a zero byte for the end and skips any part of a byte order mark.
+    if (!isValidUtf8(json) || json.find('\0') != std::string_view::npos)
+        throw Malformed();
     // Iterative: a file of a million brackets must not exhaust the stack.
-    constexpr unsigned flags
-        = rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
     rapidjson::Document document;
-    if (document.Parse<flags>(json.data(), json.size()).HasParseError())
+    if (document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size()).HasParseError())
         throw Malformed();
     return document;
 }
@@ -31,7 +34,10 @@ std::string JsonReader::text(const Value& value)
 {
     if (!value.IsString())
         throw Malformed();
-    return {value.GetString(), value.GetStringLength()};
+    std::string text(value.GetString(), value.GetStringLength());
+    if (!isValidUtf8(text)) // "\udc00", half of a surrogate pair
+        throw Malformed();
+    return text;
 }
 
 const JsonReader::Value& JsonReader::required(const Value& object, const char* key)

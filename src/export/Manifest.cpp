@@ -55,9 +55,16 @@ namespace {
     std::string sortKey(const icu::Collator& collator, const std::string& title)
     {
         const auto text = icu::UnicodeString::fromUTF8(title);
-        std::string key(static_cast<std::size_t>(collator.getSortKey(text, nullptr, 0)), '\0');
-        collator.getSortKey(
-            text, reinterpret_cast<uint8_t*>(key.data()), static_cast<int32_t>(key.size()));
+        std::string key(8 * title.size() + 64, '\0'); // enough for nearly every title
+        const auto writeKey = [&] {
+            return static_cast<std::size_t>(collator.getSortKey(text,
+                reinterpret_cast<uint8_t*>(key.data()), static_cast<int32_t>(key.size())));
+        };
+        const std::size_t needed = writeKey();
+        const bool fitted = needed <= key.size();
+        key.resize(needed);
+        if (!fitted)
+            writeKey();
         return key;
     }
 

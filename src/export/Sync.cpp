@@ -116,7 +116,7 @@ namespace {
 
         Batch readBatch(const ChatInfo& chat, const std::string& title, std::int64_t afterRowID)
         {
-            Batch batch;
+            Batch batch {.highestRowID = afterRowID};
             RecordWriter writer(chat, title, m_names);
             m_db.forEachMessage(chat.id, afterRowID, [&](const MessageRowView& row) {
                 writer.append(row, batch.records);

@@ -9,29 +9,26 @@ namespace korvane {
 
 namespace {
 
-    std::string_view copied(std::string_view text, std::pmr::memory_resource& memory)
-    {
-        auto* copy = static_cast<char*>(memory.allocate(text.size() + 1, 1));
-        std::memcpy(copy, text.data(), text.size());
-        return {copy, text.size()};
-    }
+std::string_view copied(std::string_view text, std::pmr::memory_resource& memory)
+{
+    auto* copy = static_cast<char*>(memory.allocate(text.size() + 1, 1));
+    std::memcpy(copy, text.data(), text.size());
+    return {copy, text.size()};
+}
 
-    /// What follows the first slash of "p:N/GUID", or stands before it where nothing follows.
-    std::string_view withoutPart(std::string_view guid)
-    {
-        const std::size_t slash = guid.find('/');
-        if (slash == std::string_view::npos)
-            return guid;
-        const std::string_view last = guid.substr(slash + 1);
-        return last.empty() ? guid.substr(0, slash) : last;
-    }
+/// What follows the first slash of "p:N/GUID", or stands before it where nothing follows.
+std::string_view withoutPart(std::string_view guid)
+{
+    const std::size_t slash = guid.find('/');
+    if (slash == std::string_view::npos)
+        return guid;
+    const std::string_view last = guid.substr(slash + 1);
+    return last.empty() ? guid.substr(0, slash) : last;
+}
 
 } // namespace
 
-GuidMap::GuidMap(std::optional<Sqlite::Statement> rows)
-    : m_rows(std::move(rows))
-{
-}
+GuidMap::GuidMap(std::optional<Sqlite::Statement> rows) : m_rows(std::move(rows)) { }
 
 std::optional<std::int64_t> GuidMap::target(std::optional<std::string_view> guid)
 {
@@ -57,8 +54,8 @@ void GuidMap::load()
         const auto guid = m_rows->text(0);
         if (!guid)
             continue;
-        const auto key = isValidUtf8(*guid) ? copied(*guid, m_memory)
-                                            : copied(repairedUtf8(*guid), m_memory);
+        const auto key
+            = isValidUtf8(*guid) ? copied(*guid, m_memory) : copied(repairedUtf8(*guid), m_memory);
         m_rowIDs[key] = m_rows->integer(1);
     }
     m_rows.reset();

@@ -22,39 +22,38 @@ const char* const chatQuery
 
 namespace {
 
-    /// NULL where the number of images cannot be told: an attachment without a usable MIME type,
-    /// or one that the message claims and no row backs.
-    constexpr std::string_view photoExpression
-        = "CASE WHEN EXISTS (SELECT 1 FROM message_attachment_join ma LEFT JOIN attachment a ON "
-          "a.ROWID = ma.attachment_id\n"
-          "                  WHERE ma.message_id = m.ROWID AND (a.mime_type IS NULL OR "
-          "TRIM(a.mime_type) = ''))\n"
-          "          OR (m.cache_has_attachments != 0 AND NOT EXISTS (SELECT 1 FROM "
-          "message_attachment_join ma WHERE ma.message_id = m.ROWID))\n"
-          "     THEN NULL ELSE (SELECT COUNT(*) FROM message_attachment_join ma JOIN attachment a "
-          "ON a.ROWID = ma.attachment_id\n"
-          "                     WHERE ma.message_id = m.ROWID AND a.mime_type LIKE 'image/%') END";
+/// NULL where the number of images cannot be told: an attachment without a usable MIME type,
+/// or one that the message claims and no row backs.
+constexpr std::string_view photoExpression
+    = "CASE WHEN EXISTS (SELECT 1 FROM message_attachment_join ma LEFT JOIN attachment a ON "
+      "a.ROWID = ma.attachment_id\n"
+      "                  WHERE ma.message_id = m.ROWID AND (a.mime_type IS NULL OR "
+      "TRIM(a.mime_type) = ''))\n"
+      "          OR (m.cache_has_attachments != 0 AND NOT EXISTS (SELECT 1 FROM "
+      "message_attachment_join ma WHERE ma.message_id = m.ROWID))\n"
+      "     THEN NULL ELSE (SELECT COUNT(*) FROM message_attachment_join ma JOIN attachment a "
+      "ON a.ROWID = ma.attachment_id\n"
+      "                     WHERE ma.message_id = m.ROWID AND a.mime_type LIKE 'image/%') END";
 
-    std::string columnOrNull(const ColumnSet& columns, std::string_view name)
-    {
-        return columns.contains(name) ? "m." + std::string(name) : "NULL";
-    }
+std::string columnOrNull(const ColumnSet& columns, std::string_view name)
+{
+    return columns.contains(name) ? "m." + std::string(name) : "NULL";
+}
 
-    std::string_view photosOrNull(const MessageColumns& columns)
-    {
-        const bool known = columns.attachment.contains("mime_type")
-            && columns.attachmentJoin.contains("message_id")
-            && columns.attachmentJoin.contains("attachment_id");
-        return known ? photoExpression : "NULL";
-    }
+std::string_view photosOrNull(const MessageColumns& columns)
+{
+    const bool known = columns.attachment.contains("mime_type")
+        && columns.attachmentJoin.contains("message_id")
+        && columns.attachmentJoin.contains("attachment_id");
+    return known ? photoExpression : "NULL";
+}
 
 } // namespace
 
 std::string messageQuery(const MessageColumns& columns)
 {
-    std::string sql
-        = "SELECT m.ROWID, m.date, m.is_from_me, h.id, m.text, m.attributedBody, "
-          "m.cache_has_attachments,\n       ";
+    std::string sql = "SELECT m.ROWID, m.date, m.is_from_me, h.id, m.text, m.attributedBody, "
+                      "m.cache_has_attachments,\n       ";
     sql += columnOrNull(columns.message, "associated_message_type");
     sql += ", ";
     sql += columnOrNull(columns.message, "associated_message_guid");

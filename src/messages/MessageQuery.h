@@ -32,20 +32,20 @@ extern const char* const chatQuery;
 
 /// The result columns of messageQuery(), by index.
 namespace MessageColumn {
-    enum : int {
-        RowID,
-        Date,
-        IsFromMe,
-        Handle,
-        Text,
-        AttributedBody,
-        HasAttachments,
-        AssociatedType,
-        AssociatedGuid,
-        ThreadOriginatorGuid,
-        ItemType,
-        PhotoCount,
-    };
+enum : int {
+    RowID,
+    Date,
+    IsFromMe,
+    Handle,
+    Text,
+    AttributedBody,
+    HasAttachments,
+    AssociatedType,
+    AssociatedGuid,
+    ThreadOriginatorGuid,
+    ItemType,
+    PhotoCount,
+};
 }
 
 } // namespace korvane

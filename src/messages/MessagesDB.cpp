@@ -13,80 +13,79 @@ namespace korvane {
 
 namespace {
 
-    constexpr int groupStyle = 43;
+constexpr int groupStyle = 43;
 
-    using MembersByChat = std::unordered_map<std::int64_t, std::vector<std::string>>;
+using MembersByChat = std::unordered_map<std::int64_t, std::vector<std::string>>;
 
-    Sqlite openOrExplain(const std::string& path)
-    {
-        try {
-            return Sqlite::openReadOnly(path);
-        } catch (const DBError&) {
-            throw DBError("Can't open the Messages database.");
-        }
+Sqlite openOrExplain(const std::string& path)
+{
+    try {
+        return Sqlite::openReadOnly(path);
+    } catch (const DBError&) {
+        throw DBError("Can't open the Messages database.");
     }
+}
 
-    void probe(Sqlite& db)
-    {
-        try {
-            db.execute("SELECT 1 FROM message LIMIT 1");
-        } catch (const DBError&) {
-            throw DBError("Messages database is locked by macOS privacy settings.");
-        }
+void probe(Sqlite& db)
+{
+    try {
+        db.execute("SELECT 1 FROM message LIMIT 1");
+    } catch (const DBError&) {
+        throw DBError("Messages database is locked by macOS privacy settings.");
     }
+}
 
-    std::optional<std::string> textOf(const Sqlite::Statement& row, int column)
-    {
-        const auto text = row.text(column);
-        return text ? std::optional(repairedUtf8(*text)) : std::nullopt;
-    }
+std::optional<std::string> textOf(const Sqlite::Statement& row, int column)
+{
+    const auto text = row.text(column);
+    return text ? std::optional(repairedUtf8(*text)) : std::nullopt;
+}
 
-    MembersByChat readMembers(Sqlite& db)
-    {
-        MembersByChat members;
-        Sqlite::Statement row(db, participantQuery);
-        while (row.step()) {
-            if (auto handle = textOf(row, 1))
-                members[row.integer(0)].push_back(std::move(*handle));
-        }
-        return members;
+MembersByChat readMembers(Sqlite& db)
+{
+    MembersByChat members;
+    Sqlite::Statement row(db, participantQuery);
+    while (row.step()) {
+        if (auto handle = textOf(row, 1))
+            members[row.integer(0)].push_back(std::move(*handle));
     }
+    return members;
+}
 
-    ChatInfo readChat(const Sqlite::Statement& row, MembersByChat& members)
-    {
-        const std::int64_t id = row.integer(0);
-        return {
-            .id = id,
-            .guid = textOf(row, 1).value_or("chat" + std::to_string(id)),
-            .displayName = textOf(row, 2).value_or(""),
-            .identifier = textOf(row, 3).value_or(""),
-            .isGroup = row.integer32(4) == groupStyle,
-            .lastDate = referenceTime(row.integer(5)),
-            .messageCount = row.integer(6),
-            .members = std::move(members[id]),
-        };
-    }
+ChatInfo readChat(const Sqlite::Statement& row, MembersByChat& members)
+{
+    const std::int64_t id = row.integer(0);
+    return {
+        .id = id,
+        .guid = textOf(row, 1).value_or("chat" + std::to_string(id)),
+        .displayName = textOf(row, 2).value_or(""),
+        .identifier = textOf(row, 3).value_or(""),
+        .isGroup = row.integer32(4) == groupStyle,
+        .lastDate = referenceTime(row.integer(5)),
+        .messageCount = row.integer(6),
+        .members = std::move(members[id]),
+    };
+}
 
-    MessageRow kept(const MessageRowView& row)
-    {
-        const auto copy = [](const auto& text) {
-            return text ? std::optional(std::string(*text)) : std::nullopt;
-        };
-        return {
-            .rowID = row.rowID,
-            .date = row.date,
-            .fromMe = row.fromMe,
-            .handle = copy(row.handle),
-            .text = std::string(row.text),
-            .attachmentCount = row.attachmentCount,
-            .senderID = copy(row.senderID),
-            .photoCount = row.photoCount,
-            .recordKind = row.recordKind,
-            .reactionKind = row.reactionKind,
-            .reactionTargetRowID = row.reactionTargetRowID,
-            .replyToRowID = row.replyToRowID,
-        };
-    }
+MessageRow kept(const MessageRowView& row)
+{
+    const auto copy
+        = [](const auto& text) { return text ? std::optional(std::string(*text)) : std::nullopt; };
+    return {
+        .rowID = row.rowID,
+        .date = row.date,
+        .fromMe = row.fromMe,
+        .handle = copy(row.handle),
+        .text = std::string(row.text),
+        .attachmentCount = row.attachmentCount,
+        .senderID = copy(row.senderID),
+        .photoCount = row.photoCount,
+        .recordKind = row.recordKind,
+        .reactionKind = row.reactionKind,
+        .reactionTargetRowID = row.reactionTargetRowID,
+        .replyToRowID = row.replyToRowID,
+    };
+}
 
 } // namespace
 
@@ -96,8 +95,7 @@ const std::string& MessagesDB::path()
     return path;
 }
 
-MessagesDB::MessagesDB(const std::string& path)
-    : m_db(openOrExplain(path))
+MessagesDB::MessagesDB(const std::string& path) : m_db(openOrExplain(path))
 {
     probe(m_db);
 }

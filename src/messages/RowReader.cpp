@@ -10,32 +10,32 @@ namespace korvane {
 
 namespace {
 
-    /// Reaction names by associated type modulo 1000; the same for additions and removals.
-    constexpr std::array<std::string_view, 6> reactionNames
-        = {"love", "like", "dislike", "laugh", "emphasize", "question"};
+/// Reaction names by associated type modulo 1000; the same for additions and removals.
+constexpr std::array<std::string_view, 6> reactionNames
+    = {"love", "like", "dislike", "laugh", "emphasize", "question"};
 
-    constexpr bool isReaction(int associatedType)
-    {
-        return associatedType >= 2000 && associatedType <= 3999;
-    }
+constexpr bool isReaction(int associatedType)
+{
+    return associatedType >= 2000 && associatedType <= 3999;
+}
 
-    /// Stands in a text where an attachment sits inline (U+FFFC).
-    constexpr std::string_view attachmentPlaceholder = "\xEF\xBF\xBC";
+/// Stands in a text where an attachment sits inline (U+FFFC).
+constexpr std::string_view attachmentPlaceholder = "\xEF\xBF\xBC";
 
-    void removeAll(std::string& text, std::string_view what)
-    {
-        for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at))
-            text.erase(at, what.size());
-    }
+void removeAll(std::string& text, std::string_view what)
+{
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at))
+        text.erase(at, what.size());
+}
 
-    /// `raw` as valid UTF-8: as it stands, or repaired in `scratch`.
-    std::string_view valid(std::string_view raw, std::string& scratch)
-    {
-        if (isValidUtf8(raw))
-            return raw;
-        scratch = repairedUtf8(raw);
-        return scratch;
-    }
+/// `raw` as valid UTF-8: as it stands, or repaired in `scratch`.
+std::string_view valid(std::string_view raw, std::string& scratch)
+{
+    if (isValidUtf8(raw))
+        return raw;
+    scratch = repairedUtf8(raw);
+    return scratch;
+}
 
 } // namespace
 
@@ -108,8 +108,7 @@ void RowReader::readReaction(int associatedType)
 void RowReader::readOrdinary()
 {
     if (m_hasAssociatedType)
-        m_view.recordKind
-            = m_row.integer32(MessageColumn::ItemType) != 0 ? "system" : "message";
+        m_view.recordKind = m_row.integer32(MessageColumn::ItemType) != 0 ? "system" : "message";
     m_view.replyToRowID = m_guids.target(m_row.text(MessageColumn::ThreadOriginatorGuid));
 }
 

@@ -4,6 +4,8 @@
 
 #include <sqlite3.h>
 
+#include <stdexcept>
+
 namespace korvane {
 
 void Sqlite::Closer::operator()(sqlite3* db) const
@@ -11,10 +13,20 @@ void Sqlite::Closer::operator()(sqlite3* db) const
     sqlite3_close(db);
 }
 
+namespace {
+
+/// A library built with SQLITE_USE_URI takes "file:…" for a URI; here it is only ever a path.
+std::string plainPath(const std::string& path)
+{
+    return path.starts_with("file:") ? "./" + path : path;
+}
+
+} // namespace
+
 Sqlite::Sqlite(const std::string& path, int flags)
 {
     sqlite3* db = nullptr;
-    const int code = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
+    const int code = sqlite3_open_v2(plainPath(path).c_str(), &db, flags, nullptr);
     m_db.reset(db);
     if (code != SQLITE_OK)
         throw DBError(db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
@@ -33,9 +45,11 @@ Sqlite Sqlite::openForWriting(const std::string& path)
 void Sqlite::configureProcess()
 {
     constexpr int pagesSortedInMemory = 65536; // of 4 KiB each
-    sqlite3_config(SQLITE_CONFIG_MULTITHREAD);
-    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
-    sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory);
+    const int failures = sqlite3_config(SQLITE_CONFIG_MULTITHREAD)
+        | sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0)
+        | sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory);
+    if (failures != SQLITE_OK)
+        throw std::logic_error("SQLite is in use already.");
 }
 
 void Sqlite::execute(const std::string& sql)
@@ -54,8 +68,7 @@ void Sqlite::Statement::Finalizer::operator()(sqlite3_stmt* statement) const
     sqlite3_finalize(statement);
 }
 
-Sqlite::Statement::Statement(Sqlite& connection, const std::string& sql)
-    : m_connection(&connection)
+Sqlite::Statement::Statement(Sqlite& connection, const std::string& sql) : m_connection(&connection)
 {
     sqlite3_stmt* statement = nullptr;
     const int code
@@ -78,14 +91,14 @@ void Sqlite::Statement::bind(int parameter, std::int64_t value)
 
 void Sqlite::Statement::bindText(int parameter, std::string_view text)
 {
-    check(sqlite3_bind_text(m_statement.get(), parameter, text.data(),
-        static_cast<int>(text.size()), SQLITE_STATIC));
+    check(sqlite3_bind_text(
+        m_statement.get(), parameter, text.data(), static_cast<int>(text.size()), SQLITE_STATIC));
 }
 
 void Sqlite::Statement::bindBlob(int parameter, std::string_view bytes)
 {
-    check(sqlite3_bind_blob(m_statement.get(), parameter, bytes.data(),
-        static_cast<int>(bytes.size()), SQLITE_STATIC));
+    check(sqlite3_bind_blob(
+        m_statement.get(), parameter, bytes.data(), static_cast<int>(bytes.size()), SQLITE_STATIC));
 }
 
 void Sqlite::Statement::bindNull(int parameter)

@@ -2,21 +2,20 @@
 
 #include <unicode/utf8.h>
 
-
 namespace korvane {
 
 namespace {
 
-    constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
+constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
-    /// The code point at `position`, negative where ill-formed; moves past it, or past the
-    /// maximal ill-formed subsequence that begins there.
-    UChar32 nextCodePoint(std::string_view text, std::size_t& position)
-    {
-        UChar32 codePoint = 0;
-        U8_NEXT(text.data(), position, text.size(), codePoint);
-        return codePoint;
-    }
+/// The code point at `position`, negative where ill-formed; moves past it, or past the
+/// maximal ill-formed subsequence that begins there.
+UChar32 nextCodePoint(std::string_view text, std::size_t& position)
+{
+    UChar32 codePoint = 0;
+    U8_NEXT(text.data(), position, text.size(), codePoint);
+    return codePoint;
+}
 
 } // namespace
 
@@ -41,8 +40,9 @@ bool isValidUtf8(std::string_view text)
 
 std::string repairedUtf8(std::string_view text)
 {
+    if (isValidUtf8(text))
+        return std::string(text);
     std::string repaired;
-    repaired.reserve(text.size());
     for (std::size_t i = 0; i < text.size();) {
         const std::size_t start = i;
         const bool valid = nextCodePoint(text, i) >= 0;

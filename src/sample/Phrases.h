@@ -2,9 +2,8 @@
 
 #include <string_view>
 
-/// What people write to each other. `{place}`, `{time}`, `{day}`, `{food}`, `{activity}`, `{thing}`
-/// and
-/// `{person}` stand for a word of that list.
+/// What people write to each other. A name in braces, as in `{place}`, stands for a word of the
+/// list of that name.
 namespace korvane::sample::phrases {
 
 inline constexpr std::string_view place[] = {"the café", "the gym", "the station", "our place",
@@ -34,7 +33,7 @@ inline constexpr std::string_view thing[] = {"the keys", "your charger", "the ti
     "the booking", "that book", "the cake tin"};
 
 inline constexpr std::string_view person[]
-    = {"Mia", "Leo", "Dad", "Mum", "Noor", "Jonas", "Aiko", "your sister", "the neighbours", "Sam",
+    = {"Mia", "Leo", "Dad", "Mum", "Noor", "Jonas", "Aiko", "your sister", "the neighbour", "Sam",
         "Zoë", "Tomás", "Priya", "the landlord", "Ella", "André"};
 
 inline constexpr std::string_view answers[] = {"ok", "Ok 👍", "yes", "Yes!", "no", "Haha",

@@ -23,7 +23,6 @@ constexpr std::int64_t hour = 3600 * nanosecondsPerSecond;
 
 constexpr std::int64_t firstReaction = 2000;
 constexpr std::int64_t firstRemoval = 3000;
-constexpr int reactionKinds = 6;
 
 /// Hearts and thumbs far more often than question marks.
 int drawReactionKind(Random& random)

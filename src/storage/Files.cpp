@@ -13,74 +13,74 @@ namespace fs = std::filesystem;
 
 namespace {
 
-    [[noreturn]] void throwSystemError()
+[[noreturn]] void throwSystemError()
+{
+    throw std::system_error(errno, std::generic_category());
+}
+
+/// An open file descriptor, closed on destruction.
+class Descriptor {
+public:
+    Descriptor(const fs::path& file, int flags)
+        : m_fd(::open(file.c_str(), flags | O_CLOEXEC, 0666))
     {
-        throw std::system_error(errno, std::generic_category());
+        if (m_fd < 0)
+            throwSystemError();
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { ::close(m_fd); }
+
+    void write(std::string_view bytes) const
+    {
+        while (!bytes.empty()) {
+            const ssize_t count = ::write(m_fd, bytes.data(), bytes.size());
+            if (count >= 0)
+                bytes.remove_prefix(static_cast<std::size_t>(count));
+            else if (errno != EINTR)
+                throwSystemError();
+        }
     }
 
-    /// An open file descriptor, closed on destruction.
-    class Descriptor {
-    public:
-        Descriptor(const fs::path& file, int flags)
-            : m_fd(::open(file.c_str(), flags | O_CLOEXEC, 0666))
-        {
-            if (m_fd < 0)
-                throwSystemError();
+    std::string readAll() const
+    {
+        std::string bytes(expectedSize() + 1, '\0'); // one more byte shows the end at once
+        std::size_t size = 0;
+        while (const std::size_t count = readSome(bytes.data() + size, bytes.size() - size)) {
+            size += count;
+            if (size == bytes.size())
+                bytes.resize(2 * size);
         }
-        Descriptor(const Descriptor&) = delete;
-        Descriptor& operator=(const Descriptor&) = delete;
-        ~Descriptor() { ::close(m_fd); }
+        bytes.resize(size);
+        return bytes;
+    }
 
-        void write(std::string_view bytes) const
-        {
-            while (!bytes.empty()) {
-                const ssize_t count = ::write(m_fd, bytes.data(), bytes.size());
-                if (count >= 0)
-                    bytes.remove_prefix(static_cast<std::size_t>(count));
-                else if (errno != EINTR)
-                    throwSystemError();
-            }
-        }
+    void flushToDisk() const
+    {
+        if (::fsync(m_fd) != 0)
+            throwSystemError();
+    }
 
-        std::string readAll() const
-        {
-            std::string bytes(expectedSize() + 1, '\0'); // one more byte shows the end at once
-            std::size_t size = 0;
-            while (const std::size_t count = readSome(bytes.data() + size, bytes.size() - size)) {
-                size += count;
-                if (size == bytes.size())
-                    bytes.resize(2 * size);
-            }
-            bytes.resize(size);
-            return bytes;
-        }
+private:
+    std::size_t readSome(char* to, std::size_t size) const
+    {
+        ssize_t count = 0;
+        do
+            count = ::read(m_fd, to, size);
+        while (count < 0 && errno == EINTR);
+        if (count < 0)
+            throwSystemError();
+        return static_cast<std::size_t>(count);
+    }
 
-        void flushToDisk() const
-        {
-            if (::fsync(m_fd) != 0)
-                throwSystemError();
-        }
+    std::size_t expectedSize() const
+    {
+        struct stat info { };
+        return ::fstat(m_fd, &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
+    }
 
-    private:
-        std::size_t readSome(char* to, std::size_t size) const
-        {
-            ssize_t count = 0;
-            do
-                count = ::read(m_fd, to, size);
-            while (count < 0 && errno == EINTR);
-            if (count < 0)
-                throwSystemError();
-            return static_cast<std::size_t>(count);
-        }
-
-        std::size_t expectedSize() const
-        {
-            struct stat info {};
-            return ::fstat(m_fd, &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
-        }
-
-        int m_fd;
-    };
+    int m_fd;
+};
 
 } // namespace
 

@@ -12,16 +12,16 @@ namespace korvane {
 /// std::system_error whose code carries the system's own text.
 namespace Files {
 
-    /// The bytes of a file; nothing where it cannot be read.
-    std::optional<std::string> read(const std::filesystem::path& file);
+/// The bytes of a file; nothing where it cannot be read.
+std::optional<std::string> read(const std::filesystem::path& file);
 
-    /// Writes `pieces` one after the other behind the end of `file`, which is created where it
-    /// does not exist. On failure some of the bytes may have been written.
-    void append(const std::filesystem::path& file, std::span<const std::string_view> pieces);
+/// Writes `pieces` one after the other behind the end of `file`, which is created where it
+/// does not exist. On failure some of the bytes may have been written.
+void append(const std::filesystem::path& file, std::span<const std::string_view> pieces);
 
-    /// Makes `bytes` the contents of `file` in one step, on disk before it returns: readers and a
-    /// machine that stops see the old contents or the new ones.
-    void writeAtomically(const std::filesystem::path& file, std::string_view bytes);
+/// Makes `bytes` the contents of `file` in one step, on disk before it returns: readers and a
+/// machine that stops see the old contents or the new ones.
+void writeAtomically(const std::filesystem::path& file, std::string_view bytes);
 
 } // namespace Files
 

@@ -16,23 +16,22 @@ namespace fs = std::filesystem;
 
 namespace {
 
-    fs::path nativePath(const QString& path)
-    {
-        return path.toStdString();
-    }
+fs::path nativePath(const QString& path)
+{
+    return path.toStdString();
+}
 
-    fs::path absoluteFolder(const std::string& path)
-    {
-        std::error_code failure;
-        const fs::path here = fs::current_path(failure);
-        return path.empty() ? here : here / path; // an absolute path replaces what it is joined to
-    }
+fs::path absoluteFolder(const std::string& path)
+{
+    std::error_code failure;
+    const fs::path here = fs::current_path(failure);
+    return path.empty() ? here : here / path; // an absolute path replaces what it is joined to
+}
 
-    fs::path applicationSupport()
-    {
-        return nativePath(
-            QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
-    }
+fs::path applicationSupport()
+{
+    return nativePath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+}
 
 } // namespace
 

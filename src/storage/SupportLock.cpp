@@ -2,42 +2,52 @@
 
 #include "storage/Paths.h"
 
+#include <optional>
 #include <string>
 
 namespace korvane {
 
 namespace {
 
-    QString lockPath()
-    {
-        return QString::fromStdString((Paths::support() / "export.lock").native());
-    }
+/// A lock file that names nobody for so long was left by a machine that stopped before the
+/// name was on disk; a younger one is just being written.
+constexpr int millisecondsToWriteName = 10'000;
 
-    std::string holder(const QLockFile& file)
-    {
-        qint64 process = 0;
-        QString host;
-        QString program;
-        if (!file.getLockInfo(&process, &host, &program))
-            return "another program";
-        return program.toStdString() + ", process " + std::to_string(process);
-    }
+QString lockPath()
+{
+    return QString::fromStdString((Paths::support() / "export.lock").native());
+}
 
-    std::string reason(const QLockFile& file)
-    {
-        if (file.error() == QLockFile::LockFailedError)
-            return "Another export is running (" + holder(file) + ").";
-        return "Can't write to the support folder " + Paths::support().string() + ".";
-    }
+std::optional<std::string> holder(const QLockFile& file)
+{
+    qint64 process = 0;
+    QString host;
+    QString program;
+    if (!file.getLockInfo(&process, &host, &program))
+        return std::nullopt;
+    return program.toStdString() + ", process " + std::to_string(process);
+}
+
+std::string reason(const QLockFile& file)
+{
+    if (file.error() == QLockFile::LockFailedError)
+        return "Another export is running (" + holder(file).value_or("another program") + ").";
+    return "Can't write to the support folder " + Paths::support().string() + ".";
+}
 
 } // namespace
 
-SupportLock::SupportLock()
-    : m_file(lockPath())
+SupportLock::SupportLock() : m_file(lockPath())
 {
     m_file.setStaleLockTime(0); // however old: only the holder's death frees it
-    if (!m_file.tryLock(0))
-        throw std::runtime_error(reason(m_file));
+    if (m_file.tryLock(0))
+        return;
+    if (!holder(m_file)) {
+        m_file.setStaleLockTime(millisecondsToWriteName);
+        if (m_file.tryLock(0))
+            return;
+    }
+    throw std::runtime_error(reason(m_file));
 }
 
 } // namespace korvane

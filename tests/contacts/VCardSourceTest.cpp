@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -26,6 +27,7 @@ private slots:
     void findsNothingWhereNothingIs();
     void followsLinksToFilesButNotToFolders();
     void skipsLinksThatLeadNowhere();
+    void skipsFilesThatMayNotBeRead();
     void neverWaitsForAPipe();
     void skipsAFileTooLargeForAnAddressBook();
     void readsTheFilesAfterAnEmptyOne();
@@ -145,6 +147,20 @@ void VCardSourceTest::skipsLinksThatLeadNowhere()
     fs::create_symlink("b.vcf", path("book/b.vcf"));
     writeCard("book/c.vcf", "1");
     QCOMPARE(numbers(), Numbers({"1"}));
+}
+
+void VCardSourceTest::skipsFilesThatMayNotBeRead()
+{
+    if (geteuid() == 0)
+        QSKIP("root may read everything");
+    writeCard("book/a.vcf", "1");
+    writeCard("book/b.vcf", "9");
+    writeCard("book/c/a.vcf", "9");
+    writeCard("book/d.vcf", "2");
+    fs::permissions(path("book/b.vcf"), fs::perms::none);
+    fs::permissions(path("book/c"), fs::perms::none);
+    QCOMPARE(numbers(), Numbers({"1", "2"}));
+    fs::permissions(path("book/c"), fs::perms::owner_all);
 }
 
 void VCardSourceTest::neverWaitsForAPipe()

@@ -222,7 +222,6 @@ void VCardTest::takesNoLongerThanTheFileIsLong_data()
     endless("spaces after equals signs", "N;QUOTED-PRINTABLE:", "=   ");
     endless("beginnings", "", "BEGIN:VCARD\n");
     endless("agents", "", "AGENT:\nBEGIN:VCARD\n");
-    endless("phones", "", "TEL:1\n");
 }
 
 void VCardTest::takesNoLongerThanTheFileIsLong()
@@ -230,7 +229,7 @@ void VCardTest::takesNoLongerThanTheFileIsLong()
     QFETCH(std::string, start);
     QFETCH(std::string, repeated);
     std::string file = "BEGIN:VCARD\nTEL:1\n" + start;
-    while (file.size() < 500'000)
+    while (file.size() < 1'500'000)
         file += repeated;
 
     QElapsedTimer timer;

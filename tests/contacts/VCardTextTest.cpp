@@ -59,6 +59,8 @@ void VCardTextTest::joinsLines_data()
     row("folded inside a character", card("N:Do\xC3\r\n \xAB;Jane"), {person("Jane", "Doë")});
     row("folded inside the parameters", card("TEL;TYPE=cell;\r\n TYPE=voi\r\n ce:555"),
         {phone("555")});
+    row("folded inside a charset", oldCard("N;CHARSET=KOI\r\n 8-R:\xE4\xC5\xC4"),
+        {person("", "Дед")});
     row("folded inside the name of a property", card("EMA\r\n IL:j@x.org"), {email("j@x.org")});
     row("folded into nothing", card("N:Doe;Jane\r\n \r\n\t"), jane);
     row("blank lines between", card("\r\nN:Doe;Jane\r\n\r\n\r\nTEL:1"),
@@ -93,6 +95,7 @@ void VCardTextTest::passesOverPhotos_data()
         {phone("1")});
     row("ended by nothing at all", oldCard("PHOTO;ENCODING=BASE64:" + bare + "=\r\nTEL:1"),
         {phone("1")});
+    row("padded like a soft line break", card("PHOTO;ENCODING=b:AAA=\r\nTEL:1"), {phone("1")});
     row("as a URI of version 4.0", card("PHOTO:data:image/jpeg;base64,AAAA\r\nTEL:1"),
         {phone("1")});
     row("with lines that read like properties",
@@ -295,6 +298,7 @@ void VCardTextTest::takesNumbersAndAddressesOutOfUris_data()
     row("an escaped extension", card("TEL;VALUE=uri:tel:555\\;ext=102"), {phone("555")});
     row("a quoted type", card("TEL;VALUE=uri;TYPE=\"voice,home\":tel:555"), {phone("555")});
     row("percent-encoding", card("TEL;VALUE=uri:tel:%2B1%20555%zz%2"), {phone("+1 555%zz%2")});
+    row("white space around a number", card("TEL;VALUE=uri:tel: 555%20"), {phone("555")});
     row("a number of nothing", card("TEL;VALUE=uri:tel:;ext=1\r\nTEL:2"), {phone("2")});
     row("no number", card("TEL;VALUE=uri:sip:jane@x.org"), {phone("sip:jane@x.org")});
     row("a semicolon and percents in a number that is typed", card("TEL:555;ext=1%32"),

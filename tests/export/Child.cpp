@@ -12,28 +12,28 @@ namespace korvane {
 
 namespace {
 
-    constexpr unsigned nobody = 65534;
+constexpr unsigned nobody = 65534;
 
-    [[noreturn]] void answer(int pipe, const std::function<std::string()>& work)
-    {
-        std::string text;
-        try {
-            text = work();
-        } catch (const std::exception& error) {
-            text = std::string("threw ") + error.what();
-        }
-        const ssize_t written = ::write(pipe, text.data(), text.size());
-        ::_exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
+[[noreturn]] void answer(int pipe, const std::function<std::string()>& work)
+{
+    std::string text;
+    try {
+        text = work();
+    } catch (const std::exception& error) {
+        text = std::string("threw ") + error.what();
     }
+    const ssize_t written = ::write(pipe, text.data(), text.size());
+    ::_exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
+}
 
-    std::string everythingFrom(int pipe)
-    {
-        std::string text;
-        std::array<char, 4096> part{};
-        for (ssize_t count = 0; (count = ::read(pipe, part.data(), part.size())) > 0;)
-            text.append(part.data(), static_cast<std::size_t>(count));
-        return text;
-    }
+std::string everythingFrom(int pipe)
+{
+    std::string text;
+    std::array<char, 4096> part{};
+    for (ssize_t count = 0; (count = ::read(pipe, part.data(), part.size())) > 0;)
+        text.append(part.data(), static_cast<std::size_t>(count));
+    return text;
+}
 
 } // namespace
 

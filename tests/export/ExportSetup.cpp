@@ -12,7 +12,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-ExportSetup::ExportSetup()
+ExportSetup::ExportSetup(TestDatabase::Schema schema) : db(schema)
 {
     qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(home().native()));
     fs::create_directories(home());
@@ -66,9 +66,9 @@ std::vector<std::int64_t> ExportSetup::rowIDs(std::int64_t chat) const
 
 std::string readFile(const fs::path& file)
 {
-    std::ifstream in(file, std::ios::binary);
-    if (!in)
+    if (!fs::is_regular_file(file))
         return "(no file)";
+    std::ifstream in(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
 }
 

@@ -16,7 +16,7 @@ namespace korvane {
 /// KORVANE_SYNC_HOME names while this lives, and a folder to export into, which is not made yet.
 class ExportSetup {
 public:
-    ExportSetup();
+    explicit ExportSetup(TestDatabase::Schema schema = TestDatabase::Schema::Current);
     ~ExportSetup();
     Q_DISABLE_COPY_MOVE(ExportSetup)
 

@@ -2,6 +2,10 @@
 #include "export/JsonReader.h"
 #include "support/Printing.h"
 
+#include <array>
+#include <limits>
+#include <vector>
+
 using namespace std::string_literals;
 
 namespace korvane {
@@ -33,29 +37,29 @@ private slots:
 
 namespace {
 
-    void row(const char* name, const std::string& text, const std::string& json)
-    {
-        QTest::newRow(name) << text << json;
-    }
+void row(const char* name, const std::string& text, const std::string& json)
+{
+    QTest::newRow(name) << text << json;
+}
 
-    bool isAccepted(const std::string& json)
-    {
-        try {
-            JsonReader::parsed(json);
-            return true;
-        } catch (const JsonReader::Malformed&) {
-            return false;
-        }
+bool isAccepted(const std::string& json)
+{
+    try {
+        JsonReader::parsed(json);
+        return true;
+    } catch (const JsonReader::Malformed&) {
+        return false;
     }
+}
 
-    std::string textIn(const std::string& json)
-    {
-        try {
-            return JsonReader::text(JsonReader::parsed(json));
-        } catch (const JsonReader::Malformed&) {
-            return "(malformed)";
-        }
+std::string textIn(const std::string& json)
+{
+    try {
+        return JsonReader::text(JsonReader::parsed(json));
+    } catch (const JsonReader::Malformed&) {
+        return "(malformed)";
     }
+}
 
 } // namespace
 
@@ -75,7 +79,8 @@ void JsonTest::writesTexts_data()
     row("delete stays", "a\x7f", "\"a\x7f\"");
     row("C1 control characters stay", "\u0085\u009f", "\"\u0085\u009f\"");
     row("line and paragraph separators stay", "\u2028\u2029", "\"\u2028\u2029\"");
-    row("emoji stay", "👩‍👩‍👧 🇩🇪 👍🏽", "\"👩‍👩‍👧 🇩🇪 👍🏽\"");
+    row("emoji stay", "👩‍👩‍👧 🇩🇪 👍🏽",
+        "\"👩‍👩‍👧 🇩🇪 👍🏽\"");
     row("right to left stays", "שלום عالم", "\"שלום عالم\"");
     row("noncharacters stay", "\uffff\U0010ffff", "\"\uffff\U0010ffff\"");
 }
@@ -235,13 +240,20 @@ void JsonTest::readsEscapedTexts_data()
 {
     QTest::addColumn<std::string>("json");
     QTest::addColumn<std::string>("text");
-    QTest::newRow("both forms of the slash") << R"("a/b\/c")"s << "a/b/c"s;
-    QTest::newRow("all short escapes") << R"("\"\\\b\f\n\r\t")"s << "\"\\\b\f\n\r\t"s;
-    QTest::newRow("a zero byte") << R"("a\u0000b")"s << "a\0b"s;
-    QTest::newRow("capitals and small letters") << R"("\u00e9\u00E9")"s << "éé"s;
-    QTest::newRow("a pair of surrogates") << R"("\ud83d\ude00")"s << "😀"s;
-    QTest::newRow("behind a byte order mark") << "\xEF\xBB\xBF\"a\""s << "a"s;
-    QTest::newRow("between blanks") << " \r\n\t\"a\" \n"s << "a"s;
+    QTest::newRow("both forms of the slash") << R"("a/b\/c")"s
+                                             << "a/b/c"s;
+    QTest::newRow("all short escapes") << R"("\"\\\b\f\n\r\t")"s
+                                       << "\"\\\b\f\n\r\t"s;
+    QTest::newRow("a zero byte") << R"("a\u0000b")"s
+                                 << "a\0b"s;
+    QTest::newRow("capitals and small letters") << R"("\u00e9\u00E9")"s
+                                                << "éé"s;
+    QTest::newRow("a pair of surrogates") << R"("\ud83d\ude00")"s
+                                          << "😀"s;
+    QTest::newRow("behind a byte order mark") << "\xEF\xBB\xBF\"a\""s
+                                              << "a"s;
+    QTest::newRow("between blanks") << " \r\n\t\"a\" \n"s
+                                    << "a"s;
 }
 
 void JsonTest::readsEscapedTexts()

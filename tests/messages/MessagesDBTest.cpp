@@ -22,6 +22,9 @@ private slots:
     void whatIsNoMessagesDatabaseCountsAsLocked();
     void folderIsRefused();
     void databaseWithoutMessageTableCountsAsLocked();
+    void damagedDatabaseCountsAsLocked_data();
+    void damagedDatabaseCountsAsLocked();
+    void databaseCutShortCountsAsLocked();
     void databaseInUseByAnExclusiveWriterCountsAsLocked();
     void emptyMessageTableIsFine();
     void oddNameIsTakenAsItStands();
@@ -37,13 +40,13 @@ private:
 
 namespace {
 
-    const std::string cannotOpen = "Can't open the Messages database.";
-    const std::string locked = "Messages database is locked by macOS privacy settings.";
+const std::string cannotOpen = "Can't open the Messages database.";
+const std::string locked = "Messages database is locked by macOS privacy settings.";
 
-    std::string openingError(const std::string& path)
-    {
-        return errorOf([&path] { MessagesDB db(path); });
-    }
+std::string openingError(const std::string& path)
+{
+    return errorOf([&path] { MessagesDB db(path); });
+}
 
 } // namespace
 
@@ -125,6 +128,33 @@ void MessagesDBTest::databaseWithoutMessageTableCountsAsLocked()
     QCOMPARE(openingError(database.path()), locked);
 }
 
+void MessagesDBTest::damagedDatabaseCountsAsLocked_data()
+{
+    QTest::addColumn<int>("position");
+    QTest::newRow("its head") << 0;
+    QTest::newRow("its list of tables") << 100;
+}
+
+void MessagesDBTest::damagedDatabaseCountsAsLocked()
+{
+    QFETCH(int, position);
+    const OneChat database;
+    QFile file(QString::fromStdString(database.path()));
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.seek(position));
+    QCOMPARE(file.write(QByteArray(100, '\xFF')), qint64(100));
+    file.close();
+    QCOMPARE(openingError(database.path()), locked);
+}
+
+void MessagesDBTest::databaseCutShortCountsAsLocked()
+{
+    const OneChat database;
+    QFile file(QString::fromStdString(database.path()));
+    QVERIFY(file.resize(file.size() / 2));
+    QCOMPARE(openingError(database.path()), locked);
+}
+
 void MessagesDBTest::databaseInUseByAnExclusiveWriterCountsAsLocked()
 {
     OneChat database;
@@ -145,6 +175,7 @@ void MessagesDBTest::emptyMessageTableIsFine()
 void MessagesDBTest::oddNameIsTakenAsItStands()
 {
     const OneChat database;
+    QCOMPARE(openingError("file:" + database.path()), cannotOpen); // no address, just a name
     const std::string odd = file(QStringLiteral("chat%20é.db?mode=ro#x"));
     QVERIFY(QFile::copy(QString::fromStdString(database.path()), QString::fromStdString(odd)));
     QCOMPARE(openingError(odd), "(no error)");

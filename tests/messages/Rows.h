@@ -15,8 +15,7 @@ namespace korvane {
 /// A database with one chat, number 1, and one handle, number 1, for tests to fill.
 class OneChat : public TestDatabase {
 public:
-    explicit OneChat(Schema schema = Schema::Current)
-        : TestDatabase(schema)
+    explicit OneChat(Schema schema = Schema::Current) : TestDatabase(schema)
     {
         addChat(1, "chat;1");
         addHandle(1, "+15550100");

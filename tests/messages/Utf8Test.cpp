@@ -57,8 +57,8 @@ void Utf8Test::repairsIllFormedText_data()
     row("surrogates", "\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41", "????????A");
     row("other ill-formed sequences", "\xF4\x91\x92\x93\xFF\x41\x80\xBF\x42", "?????A??B");
     row("truncated sequences", "\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", "????A");
-    row("its example of maximal subparts",
-        "\x61\xF1\x80\x80\xE1\x80\xC2\x62\x80\x63\x80\xBF\x64", "a???b?c??d");
+    row("its example of maximal subparts", "\x61\xF1\x80\x80\xE1\x80\xC2\x62\x80\x63\x80\xBF\x64",
+        "a???b?c??d");
     row("a lone continuation byte", "a\x80z", "a?z");
     row("a lead byte at the end", "a\xC3", "a?");
     row("two of three bytes at the end", "a\xE2\x82", "a?");

@@ -4,6 +4,7 @@
 
 #include <QTemporaryDir>
 
+#include <concepts>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -49,7 +50,11 @@ public:
 
     /// Adds the message to the chat (none for chat 0) and returns its row id.
     std::int64_t addMessage(std::int64_t chat, const Message& message);
-    std::int64_t addMessage(std::int64_t chat, const std::string& text);
+    template <std::convertible_to<std::string> Text> // no braces: they mean a Message
+    std::int64_t addMessage(std::int64_t chat, const Text& text)
+    {
+        return addMessage(chat, Message {.text = text});
+    }
 
     /// Adds an attachment of the given type to a message; absent is NULL.
     void addAttachment(std::int64_t message, const std::optional<std::string>& mimeType);

@@ -8,11 +8,7 @@ namespace korvane {
 /// user without rights. Test `works()` and skip without it.
 class Unprivileged {
 public:
-    Unprivileged()
-        : m_user(geteuid())
-        , m_works(m_user != 0 || seteuid(nobody) == 0)
-    {
-    }
+    Unprivileged() : m_user(geteuid()), m_works(m_user != 0 || seteuid(nobody) == 0) { }
     ~Unprivileged()
     {
         if (geteuid() != m_user)

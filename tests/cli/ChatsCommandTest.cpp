@@ -1,0 +1,156 @@
+#include "Terminal.h"
+
+#include "support/Printing.h"
+#include "support/TestDatabase.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QtTest/QTest>
+
+#include <filesystem>
+#include <fstream>
+
+using namespace korvane;
+
+class ChatsCommandTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void tableListsTheNewestChatFirst()
+    {
+        qputenv("TZ", "UTC");
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const Outcome outcome = terminal.run({"chats", "--database", database.path()});
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.out,
+            std::string("TITLE            MESSAGES  LAST DATE         KIND    GUID\n"
+                        "日本の友だち 🎉         1  2023-03-08 20:39  group   G2\n"
+                        "+15550100               2  2023-03-08 20:38  person  G1\n"));
+    }
+
+    void jsonHasTheKeysOfAChat()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const Outcome outcome = terminal.run({"chats", "--json", "--database", database.path()});
+        QCOMPARE(outcome.code, 0);
+        const QJsonArray chats = outcome.json().array();
+        QCOMPARE(chats.size(), 2);
+        const QJsonObject person = chats[1].toObject();
+        QCOMPARE(person.keys(),
+            (QStringList{QStringLiteral("displayName"), QStringLiteral("guid"),
+                QStringLiteral("id"), QStringLiteral("identifier"), QStringLiteral("isGroup"),
+                QStringLiteral("lastDate"), QStringLiteral("members"),
+                QStringLiteral("messageCount"), QStringLiteral("title")}));
+        QCOMPARE(person[u"id"].toInt(), 1);
+        QCOMPARE(person[u"guid"].toString(), QStringLiteral("G1"));
+        QCOMPARE(person[u"title"].toString(), QStringLiteral("+15550100"));
+        QCOMPARE(person[u"displayName"].toString(), QString());
+        QCOMPARE(person[u"identifier"].toString(), QStringLiteral("+15550100"));
+        QCOMPARE(person[u"isGroup"].toBool(), false);
+        QCOMPARE(person[u"lastDate"].toString(), QStringLiteral("2023-03-08T20:38:50.000Z"));
+        QCOMPARE(person[u"messageCount"].toInt(), 2);
+        QCOMPARE(person[u"members"].toArray(), QJsonArray{QStringLiteral("+15550100")});
+        QCOMPARE(chats[0].toObject()[u"isGroup"].toBool(), true);
+    }
+
+    void contactsNameTheChats()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const std::string cards = terminal.home() + "/my contacts é.vcf";
+        std::ofstream(cards)
+            << "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann;;;\nTEL:555-0100\nEND:VCARD\n";
+        const Outcome outcome
+            = terminal.run({"chats", "--database", database.path(), "--contacts", cards});
+        QVERIFY2(outcome.out.find("Ann Lee") == std::string::npos, "seven digits are not ten");
+        std::ofstream(cards)
+            << "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann;;;\nTEL:+1 55501 00\nEND:VCARD\n";
+        QVERIFY(terminal.run({"chats", "--database", database.path(), "--contacts", cards})
+                    .out.find("Ann Lee")
+            != std::string::npos);
+    }
+
+    void contactsOfTheHomeFolderAreFoundByThemselves()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const std::string folder = terminal.home() + "/.contacts/book";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder + "/1.vcf")
+            << "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann;;;\nTEL:+15550100\nEND:VCARD\n";
+        const Outcome outcome = terminal.run({"chats", "--database", database.path()});
+        QVERIFY(outcome.out.find("Ann Lee") != std::string::npos);
+    }
+
+    void titlesCannotSendCommandsToTheTerminal()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        database.addChat(1, "G1", "evil\x1B]0;title\x07\x1B[2J\nname");
+        database.addMessage(1, "hello");
+        const Outcome outcome = terminal.run({"chats", "--database", database.path()});
+        QCOMPARE(outcome.out.find('\x1B'), std::string::npos);
+        QCOMPARE(outcome.out.find('\x07'), std::string::npos);
+        QCOMPARE(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 2);
+    }
+
+    void databaseThatCannotBeReadIsNamed_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("says");
+        const QString cannotOpen = QStringLiteral("Can't open the Messages database.");
+        const QString locked
+            = QStringLiteral("Messages database is locked by macOS privacy settings.");
+        QTest::newRow("not there") << QStringLiteral("/nowhere.db") << cannotOpen;
+        QTest::newRow("a folder") << QStringLiteral("") << cannotOpen;
+        QTest::newRow("a text file") << QStringLiteral("/a letter.txt") << locked;
+        QTest::newRow("an empty file") << QStringLiteral("/empty.db") << locked;
+    }
+
+    void databaseThatCannotBeReadIsNamed()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, says);
+        const Terminal terminal;
+        std::ofstream(terminal.home() + "/a letter.txt") << std::string(5000, 'x');
+        std::ofstream(terminal.home() + "/empty.db") << "";
+        const std::string path = terminal.home() + file.toStdString();
+        const Outcome outcome = terminal.run({"chats", "--database", path});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.out, std::string());
+        QCOMPARE(outcome.err, "korvane-sync: " + path + ": " + says.toStdString() + "\n");
+    }
+
+    void contactsThatAreNotThereAreAnError()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        const Outcome outcome
+            = terminal.run({"chats", "--database", database.path(), "--contacts", "/nowhere"});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: /nowhere: There are no contacts here.\n"));
+    }
+
+private:
+    static void fill(TestDatabase& database)
+    {
+        database.addHandle(1, "+15550100");
+        database.addChat(1, "G1", "", "+15550100");
+        database.addMember(1, 1);
+        database.addChat(2, "G2", "日本の友だち 🎉", "chat2", 43);
+        database.addMessage(1, {.date = 700'000'000});
+        database.addMessage(1, {.date = 700'000'730});
+        database.addMessage(2, {.date = 700'000'790});
+    }
+};
+
+QTEST_GUILESS_MAIN(ChatsCommandTest)
+#include "ChatsCommandTest.moc"

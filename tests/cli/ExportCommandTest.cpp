@@ -1,0 +1,229 @@
+#include "Terminal.h"
+
+#include "storage/SupportLock.h"
+#include "support/Printing.h"
+#include "support/TestDatabase.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QtTest/QTest>
+
+#include <filesystem>
+#include <fstream>
+
+using namespace korvane;
+
+class ExportCommandTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void allChatsGetAFile()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const Outcome outcome = exportAll(terminal, database);
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.out, "Added 3 messages to 2 chats in " + terminal.exports() + "\n");
+        QCOMPARE(filesIn(terminal.exports()).size(), std::size_t{2});
+        QVERIFY(std::filesystem::exists(terminal.support() + "/state.json"));
+    }
+
+    void secondRunAddsOnlyWhatIsNew()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        exportAll(terminal, database);
+        QCOMPARE(exportAll(terminal, database).out, std::string("Nothing new.\n"));
+        database.addMessage(1, "one more");
+        QCOMPARE(exportAll(terminal, database).out,
+            "Added 1 message to 1 chat in " + terminal.exports() + "\n");
+    }
+
+    void jsonIsOneObjectARun()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const Outcome outcome = exportAll(terminal, database, {"--json"});
+        QCOMPARE(outcome.out,
+            std::string(R"({"added":3,"chatsTouched":2,"errors":[]})"
+                        "\n"));
+    }
+
+    void onlyTheChosenChatsAreExported()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const Outcome outcome = terminal.run({"export", "--chat", "G2", "--database",
+            database.path(), "--folder", terminal.exports()});
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(filesIn(terminal.exports()),
+            std::vector<std::string>{"Family (2) Korvane Wrapped.jsonl.txt"});
+    }
+
+    void severalChatsCanBeChosen_data()
+    {
+        QTest::addColumn<bool>("repeated");
+        QTest::newRow("after one --chat") << false;
+        QTest::newRow("each after its own --chat") << true;
+    }
+
+    void severalChatsCanBeChosen()
+    {
+        QFETCH(bool, repeated);
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        std::vector<std::string> words{"export", "--database", database.path(), "--folder",
+            terminal.exports(), "--chat", "G2"};
+        if (repeated)
+            words.emplace_back("--chat");
+        words.emplace_back("G1");
+        QCOMPARE(terminal.run(words).code, 0);
+        QCOMPARE(filesIn(terminal.exports()).size(), std::size_t{2});
+    }
+
+    void chatThatIsNotThereIsAnErrorAndTheOthersAreExported()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const Outcome outcome = terminal.run({"export", "--chat", "G1", "nobody", "--database",
+            database.path(), "--folder", terminal.exports()});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: There is no chat with the guid nobody.\n"));
+        QCOMPARE(filesIn(terminal.exports()).size(), std::size_t{1});
+    }
+
+    void chatThatCannotBeWrittenIsAnErrorAndTheOthersAreExported()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const std::string inTheWay = terminal.exports() + "/Family (2) Korvane Wrapped.jsonl.txt";
+        std::filesystem::create_directories(inTheWay + "/full");
+        const Outcome outcome = exportAll(terminal, database, {"--json"});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err, std::string("korvane-sync: Family: Is a directory\n"));
+        QCOMPARE(outcome.json().object()[u"added"].toInt(), 2);
+        QCOMPARE(outcome.json().object()[u"errors"].toArray(),
+            QJsonArray{QStringLiteral("Family: Is a directory")});
+    }
+
+    void folderThatCannotBeMadeIsAnError()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        std::ofstream(terminal.exports()) << "a file in the way";
+        const Outcome outcome = exportAll(terminal, database);
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.starts_with("korvane-sync: Can't create output folder: "),
+            outcome.err.c_str());
+    }
+
+    void databaseThatCannotBeReadIsAnErrorAndNothingIsWritten()
+    {
+        const Terminal terminal;
+        const Outcome outcome = terminal.run(
+            {"export", "--all", "--database", "/nowhere.db", "--folder", terminal.exports()});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: /nowhere.db: Can't open the Messages database.\n"));
+        QVERIFY(!std::filesystem::exists(terminal.exports()));
+        QVERIFY(!std::filesystem::exists(terminal.support() + "/state.json"));
+    }
+
+    void pathsWithBlanksAndForeignLettersWork()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const std::string odd = terminal.home() + "/Ünï cödé 日本 's";
+        std::filesystem::create_directories(odd);
+        std::filesystem::copy_file(database.path(), odd + "/chat copy.db");
+        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(odd + "/support"));
+        const Outcome outcome = terminal.run({"export", "--all", "--database",
+            odd + "/chat copy.db", "--folder", odd + "/out put"});
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(filesIn(odd + "/out put").size(), std::size_t{2});
+        QVERIFY(std::filesystem::exists(odd + "/support/state.json"));
+    }
+
+    void withoutAFolderTheDefaultOneIsUsed()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        QCOMPARE(terminal.run({"export", "--all", "--database", database.path()}).code, 0);
+        QCOMPARE(filesIn(terminal.home() + "/Documents/Quorvish").size(), std::size_t{2});
+    }
+
+    void runningExportKeepsASecondOneOut()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const SupportLock first;
+        const Outcome outcome = exportAll(terminal, database);
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.starts_with("korvane-sync: Another export is running (Export"),
+            outcome.err.c_str());
+        QVERIFY(outcome.err.find("process " + std::to_string(QCoreApplication::applicationPid()))
+            != std::string::npos);
+        QVERIFY(!std::filesystem::exists(terminal.exports()));
+    }
+
+    void lockIsFreeAgainAfterARun()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        exportAll(terminal, database);
+        const SupportLock free;
+        QCOMPARE(filesIn(terminal.support()),
+            (std::vector<std::string>{"export.lock", "state.json"}));
+    }
+
+    void supportFolderThatCannotBeMadeIsAnError()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        std::ofstream(terminal.support()) << "a file in the way";
+        const Outcome outcome = exportAll(terminal, database);
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err,
+            "korvane-sync: Can't write to the support folder " + terminal.support() + ".\n");
+    }
+
+private:
+    static void fill(TestDatabase& database)
+    {
+        database.addHandle(1, "+15550100");
+        database.addChat(1, "G1", "", "+15550100");
+        database.addMember(1, 1);
+        database.addChat(2, "G2", "Family", "chat2", 43);
+        database.addMessage(1, "first");
+        database.addMessage(1, "second");
+        database.addMessage(2, "third");
+    }
+
+    static Outcome exportAll(const Terminal& terminal, const TestDatabase& database,
+        const std::vector<std::string>& more = {})
+    {
+        std::vector<std::string> words{"export", "--all", "--database", database.path(),
+            "--folder", terminal.exports()};
+        words.insert(words.end(), more.begin(), more.end());
+        return terminal.run(words);
+    }
+};
+
+QTEST_GUILESS_MAIN(ExportCommandTest)
+#include "ExportCommandTest.moc"

@@ -1,0 +1,176 @@
+#include "Terminal.h"
+
+#include "support/Printing.h"
+#include "support/TestDatabase.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QtTest/QTest>
+
+#include <csignal>
+
+using namespace korvane;
+
+/// The program as a process of its own: signals, exit codes, and a terminal that is none.
+class ProcessTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void repeatedExportPicksUpNewMessagesUntilItIsInterrupted()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database, 3);
+        QProcess program;
+        start(program, {QStringLiteral("--every"), QStringLiteral("0.1")}, terminal, database);
+        QCOMPARE(nextRun(program)[u"added"].toInt(), 3);
+        database.addMessage(1, "new");
+        int added = 0;
+        for (int run = 0; run < 100 && added == 0; ++run)
+            added = nextRun(program)[u"added"].toInt();
+        QCOMPARE(added, 1);
+
+        interrupt(program);
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+        QCOMPARE(program.readAllStandardError(), QByteArray());
+    }
+
+    void repeatedExportOutlivesAFailedRun()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database, 2);
+        QProcess program;
+        start(program, {QStringLiteral("--every"), QStringLiteral("0.1")}, terminal, database);
+        QCOMPARE(nextRun(program)[u"added"].toInt(), 2);
+        database.sql().execute("ALTER TABLE chat RENAME TO elsewhere");
+        QByteArray complaints;
+        const auto complained = [&] {
+            complaints += program.readAllStandardError();
+            return complaints.contains("no such table: chat");
+        };
+        QTRY_VERIFY(complained());
+        database.sql().execute("ALTER TABLE elsewhere RENAME TO chat");
+        database.addMessage(1, "after all");
+        int added = 0;
+        for (int run = 0; run < 100 && added == 0; ++run)
+            added = nextRun(program)[u"added"].toInt();
+        QCOMPARE(added, 1);
+        interrupt(program);
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitCode(), 0);
+    }
+
+    void interruptedRunEndsAfterTheChatAtHandWithItsStateSaved()
+    {
+        const Terminal terminal;
+        const std::string database = terminal.home() + "/large.db";
+        constexpr int chats = 40;
+        QCOMPARE(terminal
+                     .run({"sample", database, "--messages", "120000", "--chats",
+                         std::to_string(chats)})
+                     .code,
+            0);
+        QProcess program;
+        program.start(QStringLiteral(PROGRAM),
+            {QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--json"),
+                QStringLiteral("--database"), QString::fromStdString(database),
+                QStringLiteral("--folder"), QString::fromStdString(terminal.exports())});
+        QTRY_VERIFY_WITH_TIMEOUT(!filesIn(terminal.exports()).empty(), 20000);
+        interrupt(program);
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 130);
+
+        const auto result = QJsonDocument::fromJson(program.readAllStandardOutput()).object();
+        const auto files = static_cast<int>(filesIn(terminal.exports()).size());
+        QVERIFY(files < chats);
+        QCOMPARE(result[u"chatsTouched"].toInt(), files);
+        QCOMPARE(recordedMessages(terminal), result[u"added"].toInt());
+
+        const Outcome rest = terminal.run({"export", "--all", "--json", "--database", database,
+            "--folder", terminal.exports()});
+        QCOMPARE(rest.code, 0);
+        QCOMPARE(rest.json()[u"chatsTouched"].toInt(), chats - files);
+    }
+
+    void processThatHoldsTheLockIsNamed()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database, 1);
+        QProcess first;
+        start(first, {QStringLiteral("--every"), QStringLiteral("0.001")}, terminal, database);
+        nextRun(first);
+        // The lock is held for the length of a run; runs follow each other quickly here.
+        const std::string holder = "korvane-sync, process " + std::to_string(first.processId());
+        bool named = false;
+        for (int attempt = 0; attempt < 2000 && !named; ++attempt) {
+            const Outcome second = terminal.run({"export", "--all", "--database", database.path(),
+                "--folder", terminal.exports()});
+            named = second.code == 1 && second.err.find(holder) != std::string::npos;
+        }
+        interrupt(first);
+        QVERIFY(first.waitForFinished());
+        QVERIFY(named);
+    }
+
+    void noProgressIsDrawnWhereThereIsNoTerminal()
+    {
+        const Terminal terminal;
+        QProcess program;
+        program.start(QStringLiteral(PROGRAM),
+            {QStringLiteral("sample"), QString::fromStdString(terminal.home() + "/s.db"),
+                QStringLiteral("--messages"), QStringLiteral("2000")});
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitCode(), 0);
+        QCOMPARE(program.readAllStandardError(), QByteArray());
+    }
+
+private:
+    static void fill(TestDatabase& database, int messages)
+    {
+        database.addChat(1, "G1", "Family", "chat1", 43);
+        for (int i = 0; i < messages; ++i)
+            database.addMessage(1, "hello");
+    }
+
+    static void start(QProcess& program, const QStringList& more, const Terminal& terminal,
+        const TestDatabase& database)
+    {
+        program.start(QStringLiteral(PROGRAM),
+            QStringList{QStringLiteral("export"), QStringLiteral("--all"),
+                QStringLiteral("--json"), QStringLiteral("--database"),
+                QString::fromStdString(database.path()), QStringLiteral("--folder"),
+                QString::fromStdString(terminal.exports())}
+                + more);
+    }
+
+    /// What the next run printed.
+    static QJsonObject nextRun(QProcess& program)
+    {
+        while (!program.canReadLine() && program.waitForReadyRead(10000)) { }
+        return QJsonDocument::fromJson(program.readLine()).object();
+    }
+
+    static void interrupt(const QProcess& program)
+    {
+        ::kill(static_cast<pid_t>(program.processId()), SIGINT);
+    }
+
+    static int recordedMessages(const Terminal& terminal)
+    {
+        const auto state = QJsonDocument::fromJson(
+            QByteArray::fromStdString(contentsOf(terminal.support() + "/state.json")));
+        int messages = 0;
+        for (const QJsonValue& chat : state[u"chats"].toObject())
+            messages += chat[u"messages"].toInt();
+        return messages;
+    }
+};
+
+QTEST_GUILESS_MAIN(ProcessTest)
+#include "ProcessTest.moc"

@@ -1,0 +1,48 @@
+#include "Terminal.h"
+
+#include "cli/CommandLine.h"
+#include "storage/Files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+namespace korvane {
+
+Terminal::Terminal()
+{
+    qputenv("HOME", QByteArray::fromStdString(home()));
+    qputenv("XDG_DATA_HOME", QByteArray::fromStdString(home() + "/data"));
+    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(support()));
+}
+
+Terminal::~Terminal()
+{
+    qunsetenv("KORVANE_SYNC_HOME");
+}
+
+Outcome Terminal::run(const std::vector<std::string>& arguments) const
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    const int code = runCommandLine(arguments, {out, err});
+    return {code, out.str(), err.str()};
+}
+
+std::vector<std::string> filesIn(const std::string& folder)
+{
+    std::vector<std::string> names;
+    if (!std::filesystem::exists(folder))
+        return names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string contentsOf(const std::string& file)
+{
+    return Files::read(file).value_or("(no such file)");
+}
+
+} // namespace korvane

@@ -1,0 +1,278 @@
+#include "export/ExportSetup.h"
+#include "support/Printing.h"
+
+#include <QElapsedTimer>
+#include <QRandomGenerator>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <functional>
+#include <iterator>
+#include <optional>
+#include <sstream>
+#include <utility>
+
+using namespace std::string_literals;
+
+namespace korvane {
+
+namespace fs = std::filesystem;
+
+/// Exports that are killed, and the runs after them.
+class KilledExportTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void killedBeforeAChatTheNextRunStartsFromTheOldState_data();
+    void killedBeforeAChatTheNextRunStartsFromTheOldState();
+    void killedAtAnyMomentTheNextRunGoesOnFromTheState();
+};
+
+namespace {
+
+constexpr int chatCount = 4;
+const std::string nothing = "(no file)";
+
+void fill(ExportSetup& setup, int messagesPerChat)
+{
+    for (int id = 1; id <= chatCount; ++id) {
+        setup.addChat(id, "Chat");
+        setup.addMessages(id, messagesPerChat, std::string(200, 'x'));
+    }
+}
+
+/// Runs `work` in a child; kills it after so many microseconds, or waits until it does so itself.
+void runUntilKilled(const std::function<void()>& work, std::optional<useconds_t> delay = {})
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        work();
+        ::_exit(0);
+    }
+    if (delay) {
+        ::usleep(*delay);
+        ::kill(child, SIGKILL);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+}
+
+/// A chat's records with their row ids, as a first export writes them.
+using History = std::vector<std::pair<std::int64_t, std::string>>;
+
+std::vector<History> historiesOf(const ExportSetup& setup)
+{
+    const QTemporaryDir elsewhere;
+    const fs::path folder = elsewhere.path().toStdString() + "/export";
+    qputenv("KORVANE_SYNC_HOME", elsewhere.path().toUtf8());
+    Exporter::sync(setup.chats, setup.names, folder, setup.db.path());
+    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(setup.home().native()));
+    std::vector<History> histories;
+    for (const ChatInfo& chat : setup.chats) {
+        const auto file = folder / Exporter::exportFileName(chat.displayName, chat.id);
+        const std::string bytes = readFile(file);
+        const auto ids = rowIDsIn(bytes);
+        History& history = histories.emplace_back();
+        std::istringstream lines(bytes);
+        for (std::string line; std::getline(lines, line);)
+            history.emplace_back(ids.at(history.size()), line + '\n');
+    }
+    return histories;
+}
+
+/// The state, and for each chat its file and what a sync makes of that.
+struct Disk {
+    struct File {
+        std::string bytes;
+        std::string kept; ///< what stays of them
+        std::string batch; ///< what comes behind
+    };
+
+    std::string state;
+    std::vector<File> files;
+};
+
+Disk::File fileOf(const ExportSetup& setup, const ChatInfo& chat, const ExportState& state,
+    const History& history)
+{
+    const auto found = state.chats.find(chat.guid);
+    const bool known = found != state.chats.end();
+    const std::string name
+        = known ? found->second.fileName : Exporter::exportFileName(chat.displayName, chat.id);
+    Disk::File file{.bytes = readFile(setup.folder() / name)};
+    const bool keeps = file.bytes != nothing && (!known || found->second.title == chat.displayName);
+    const std::int64_t lastRowID = known && keeps ? found->second.lastRowID : 0;
+    file.kept = keeps ? file.bytes : "";
+    for (const auto& [rowID, line] : history)
+        file.batch += rowID > lastRowID ? line : "";
+    return file;
+}
+
+Disk diskOf(const ExportSetup& setup, const std::vector<History>& histories)
+{
+    Disk disk{.state = readFile(setup.stateFile())};
+    const ExportState state = ExportState::load();
+    for (std::size_t i = 0; i < setup.chats.size(); ++i)
+        disk.files.push_back(fileOf(setup, setup.chats[i], state, histories[i]));
+    return disk;
+}
+
+bool isFinished(const Disk::File& before, const std::string& bytes)
+{
+    return bytes == before.kept + before.batch;
+}
+
+/// Whether a sync that was killed on its way from `before` may leave these bytes.
+bool isOnTheWay(const Disk::File& before, const std::string& bytes)
+{
+    if (bytes == before.bytes)
+        return true;
+    if (bytes == nothing)
+        return before.kept.empty();
+    return bytes.starts_with(before.kept)
+        && before.batch.starts_with(bytes.substr(before.kept.size()));
+}
+
+void checkWhatIsLeft(const Disk& before, const Disk& after)
+{
+    const bool saved = after.state != before.state;
+    QVERIFY(after.state == nothing || ExportState::fromJson(after.state));
+    bool reached = true; // a chat after one that is not finished is untouched
+    for (std::size_t i = 0; i < before.files.size(); ++i) {
+        const std::string& bytes = after.files[i].bytes;
+        QVERIFY(isOnTheWay(before.files[i], bytes));
+        QVERIFY(!saved || isFinished(before.files[i], bytes));
+        QVERIFY(reached || bytes == before.files[i].bytes);
+        reached = reached && isFinished(before.files[i], bytes);
+    }
+}
+
+void checkTheNextRun(const ExportSetup& setup, const std::vector<History>& histories)
+{
+    const Disk before = diskOf(setup, histories);
+    QVERIFY(setup.sync().errors.empty());
+    const Disk after = diskOf(setup, histories);
+    for (std::size_t i = 0; i < histories.size(); ++i) {
+        QVERIFY(isFinished(before.files[i], after.files[i].bytes));
+        QVERIFY(after.files[i].batch.empty());
+        QCOMPARE(setup.record(setup.chats[i].id).lastRowID, histories[i].back().first);
+    }
+    const fs::directory_iterator support(setup.home());
+    QCOMPARE(std::distance(begin(support), end(support)), 1); // nothing beside the state
+}
+
+void startOver(const ExportSetup& setup)
+{
+    fs::remove_all(setup.folder());
+    fs::remove(setup.stateFile());
+}
+
+/// Gives the next sync something to do.
+void disturb(ExportSetup& setup, QRandomGenerator& random)
+{
+    const auto index = static_cast<std::size_t>(random.bounded(chatCount));
+    ChatInfo& chat = setup.chats[index];
+    switch (random.bounded(5)) {
+    case 0:
+        setup.addMessages(chat.id, 300, std::string(200, 'y'));
+        break;
+    case 1:
+        chat.displayName += "+";
+        break;
+    case 2:
+        fs::remove(setup.file(chat.id));
+        break;
+    case 3:
+        fs::remove(setup.stateFile());
+        break;
+    default:
+        startOver(setup);
+    }
+}
+
+} // namespace
+
+void KilledExportTest::killedBeforeAChatTheNextRunStartsFromTheOldState_data()
+{
+    QTest::addColumn<std::size_t>("index");
+    QTest::addColumn<bool>("known");
+    for (std::size_t index = 0; index < chatCount; ++index) {
+        QTest::addRow("before chat %zu of new ones", index + 1) << index << false;
+        QTest::addRow("before chat %zu of known ones", index + 1) << index << true;
+    }
+}
+
+void KilledExportTest::killedBeforeAChatTheNextRunStartsFromTheOldState()
+{
+    QFETCH(std::size_t, index);
+    QFETCH(bool, known);
+    ExportSetup setup;
+    fill(setup, 20);
+    if (known)
+        setup.sync();
+    for (const ChatInfo& chat : setup.chats)
+        setup.addMessages(chat.id, 5);
+    const auto histories = historiesOf(setup);
+    const Disk before = diskOf(setup, histories);
+    runUntilKilled([&setup, index] {
+        setup.sync([&setup, index](const ChatInfo& chat) {
+            return chat.id != setup.chats[index].id || ::raise(SIGKILL) == 0;
+        });
+    });
+
+    const Disk after = diskOf(setup, histories);
+    QCOMPARE(after.state, before.state);
+    for (std::size_t i = 0; i < chatCount; ++i) {
+        QVERIFY(!before.files[i].batch.empty());
+        QVERIFY(i < index ? isFinished(before.files[i], after.files[i].bytes)
+                          : after.files[i].bytes == before.files[i].bytes);
+    }
+    checkTheNextRun(setup, histories);
+}
+
+void KilledExportTest::killedAtAnyMomentTheNextRunGoesOnFromTheState()
+{
+    constexpr int rounds = 5;
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    QRandomGenerator random(seed);
+    ExportSetup setup;
+    fill(setup, 1000);
+    QElapsedTimer timer;
+    timer.start();
+    setup.sync();
+    const auto duration = static_cast<int>(timer.nsecsElapsed() / 1000);
+
+    int halfDone = 0;
+    int done = 0;
+    for (int round = 0; round < rounds; ++round) {
+        disturb(setup, random);
+        const auto histories = historiesOf(setup);
+        const Disk before = diskOf(setup, histories);
+        runUntilKilled(
+            [&setup] {
+                for (;;)
+                    setup.sync();
+            },
+            static_cast<useconds_t>(random.bounded(duration * 3 / 2)));
+        const Disk after = diskOf(setup, histories);
+        checkWhatIsLeft(before, after);
+        checkTheNextRun(setup, histories);
+        if (QTest::currentTestFailed())
+            return;
+        done += after.state != before.state;
+        halfDone += after.state == before.state
+            && !std::ranges::equal(
+                before.files, after.files, {}, &Disk::File::bytes, &Disk::File::bytes);
+    }
+    qInfo("%d half done, %d done of %d", halfDone, done, rounds);
+}
+
+} // namespace korvane
+
+QTEST_APPLESS_MAIN(korvane::KilledExportTest)
+#include "KilledExportTest.moc"

@@ -1,0 +1,159 @@
+#include "export/ExportSetup.h"
+#include "export/Manifest.h"
+#include "export/Rerun.h"
+#include "support/Printing.h"
+
+#include <unicode/locid.h>
+
+namespace korvane {
+
+using Texts = std::vector<std::string>;
+
+/// In which order the files are listed.
+class ManifestOrderTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void ordersTitles_data();
+    void ordersTitles();
+    void titlesThatCompareEqualKeepTheOrderOfTheState();
+    void onlyTheTitleCounts();
+    void ordersAThousandTitles();
+    void followsTheUsersLocale_data();
+    void followsTheUsersLocale();
+    void ignoresCaseUnderEveryEnvironment_data();
+    void ignoresCaseUnderEveryEnvironment();
+};
+
+namespace {
+
+/// The titles in the order in which the manifest lists them. Their chats' guids are in the order
+/// given.
+Texts ordered(const Texts& titles)
+{
+    const ExportSetup setup;
+    std::filesystem::create_directories(setup.folder());
+    writeFile(setup.folder() / "file", "");
+    ExportState state;
+    std::set<std::string> guids;
+    for (const std::string& title : titles) {
+        const std::string guid = std::to_string(1'000'000 + guids.size());
+        guids.insert(guid);
+        state.chats[guid] = {.fileName = "file", .title = title};
+    }
+    Exporter::saveState(state);
+    Texts result;
+    for (const ManifestItem& item : Exporter::manifest(setup.folder(), guids))
+        result.push_back(item.title);
+    return result;
+}
+
+} // namespace
+
+void ManifestOrderTest::ordersTitles_data()
+{
+    QTest::addColumn<Texts>("titles");
+    QTest::addColumn<Texts>("expected");
+    const auto row = [](const char* name, const Texts& titles, const Texts& expected) {
+        QTest::newRow(name) << titles << expected;
+    };
+    row("none", {}, {});
+    row("one", {"x"}, {"x"});
+    row("capitals among small letters", {"beta", "Alpha", "alpha"}, {"Alpha", "alpha", "beta"});
+    row("the other way round", {"beta", "alpha", "Alpha"}, {"alpha", "Alpha", "beta"});
+    row("a capital after a small letter", {"b", "Apple"}, {"Apple", "b"});
+    row("a capital before a small letter", {"B", "apple"}, {"apple", "B"});
+    row("words of one another", {"Team 2", "Team", "team 1"}, {"Team", "team 1", "Team 2"});
+    row("accents with their letter", {"Zoe", "Arzt", "Ärger", "arm"},
+        {"Ärger", "arm", "Arzt", "Zoe"});
+    row("accents count where nothing else does", {"côte", "cote", "Côte", "Cote"},
+        {"cote", "Cote", "côte", "Côte"});
+    row("composed and decomposed accents are one", {"e\u0301b", "\u00e9a"},
+        {"\u00e9a", "e\u0301b"});
+    row("other scripts ignore case as well", {"яблоко", "Борис", "ЯБЛОКО", "борис"},
+        {"Борис", "борис", "яблоко", "ЯБЛОКО"});
+    row("nothing, digits, Latin, Greek", {"Ω", "x", "", "7"}, {"", "7", "x", "Ω"});
+}
+
+void ManifestOrderTest::ordersTitles()
+{
+    QFETCH(Texts, titles);
+    QFETCH(Texts, expected);
+    QCOMPARE(ordered(titles), expected);
+}
+
+void ManifestOrderTest::titlesThatCompareEqualKeepTheOrderOfTheState()
+{
+    QCOMPARE(ordered({"TEAM", "team", "Team", "tEAM", "Team"}),
+        (Texts{"TEAM", "team", "Team", "tEAM", "Team"}));
+}
+
+void ManifestOrderTest::onlyTheTitleCounts()
+{
+    const ExportSetup setup;
+    std::filesystem::create_directories(setup.folder());
+    ExportState state;
+    for (const char* name : {"a", "b", "c"}) {
+        writeFile(setup.folder() / name, name);
+        state.chats[name] = {.fileName = name};
+    }
+    state.chats["a"].title = "z"; // and b and c are listed under their file names
+    Exporter::saveState(state);
+    std::string ids;
+    for (const ManifestItem& item : Exporter::manifest(setup.folder(), {"a", "b", "c"}))
+        ids += item.id;
+    QCOMPARE(ids, std::string("bca"));
+}
+
+void ManifestOrderTest::ordersAThousandTitles()
+{
+    Texts expected;
+    for (int i = 1000; i < 2000; ++i)
+        expected.push_back((i % 2 == 0 ? "chat " : "CHAT ") + std::to_string(i));
+    QCOMPARE(ordered(Texts(expected.rbegin(), expected.rend())), expected);
+}
+
+void ManifestOrderTest::followsTheUsersLocale_data()
+{
+    QTest::addColumn<std::string>("locale");
+    QTest::addColumn<Texts>("expected");
+    const Texts asElsewhere{"apple", "Ärger", "Zoe"};
+    QTest::newRow("German") << std::string("de_DE") << asElsewhere;
+    QTest::newRow("Swedish puts Ä behind Z")
+        << std::string("sv_SE") << Texts{"apple", "Zoe", "Ärger"};
+    QTest::newRow("English") << std::string("en_US") << asElsewhere;
+    QTest::newRow("the C locale") << std::string("en_US_POSIX") << asElsewhere;
+    QTest::newRow("one that does not exist") << std::string("xx_YY") << asElsewhere;
+}
+
+void ManifestOrderTest::followsTheUsersLocale()
+{
+    QFETCH(std::string, locale);
+    QFETCH(Texts, expected);
+    const icu::Locale before = icu::Locale::getDefault();
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale(locale.c_str()), status);
+    const Texts result = ordered({"Zoe", "Ärger", "apple"});
+    icu::Locale::setDefault(before, status);
+    QCOMPARE(result, expected);
+}
+
+void ManifestOrderTest::ignoresCaseUnderEveryEnvironment_data()
+{
+    QTest::addColumn<QByteArray>("locale");
+    for (const char* locale : {"", "C", "POSIX", "C.UTF-8", "en_US.UTF-8", "de_DE", "nonsense"})
+        QTest::addRow("LC_ALL=%s", locale) << QByteArray(locale);
+}
+
+void ManifestOrderTest::ignoresCaseUnderEveryEnvironment()
+{
+    QFETCH(QByteArray, locale);
+    const auto failure = rerun({"ordersTitles", "titlesThatCompareEqualKeepTheOrderOfTheState"},
+        {{"LC_ALL", locale}, {"LANG", "C"}});
+    QVERIFY2(failure.isEmpty(), failure);
+}
+
+} // namespace korvane
+
+QTEST_GUILESS_MAIN(korvane::ManifestOrderTest)
+#include "ManifestOrderTest.moc"

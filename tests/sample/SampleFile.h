@@ -1,0 +1,43 @@
+#pragma once
+
+#include "messages/Sqlite.h"
+#include "sample/SampleDatabase.h"
+
+#include <QTemporaryDir>
+
+#include <cstdint>
+#include <string>
+
+namespace korvane {
+
+/// A sample database in a folder of its own, which goes with it, open for questions.
+class SampleFile {
+public:
+    explicit SampleFile(const SampleSize& size)
+        : m_path(m_folder.filePath(QStringLiteral("chat.db")).toStdString())
+        , m_db(written(m_path, size))
+    {
+    }
+
+    Sqlite::Statement query(const std::string& sql) { return {m_db, sql}; }
+
+    /// The first column of the first row, of which there must be one.
+    std::int64_t number(const std::string& sql)
+    {
+        Sqlite::Statement rows = query(sql);
+        return rows.step() ? rows.integer(0) : -1;
+    }
+
+private:
+    static Sqlite written(const std::string& path, const SampleSize& size)
+    {
+        writeSampleDatabase(path, size);
+        return Sqlite::openReadOnly(path);
+    }
+
+    QTemporaryDir m_folder;
+    std::string m_path;
+    Sqlite m_db;
+};
+
+} // namespace korvane

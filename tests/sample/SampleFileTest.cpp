@@ -1,0 +1,198 @@
+#include "messages/DBError.h"
+#include "sample/SampleDatabase.h"
+#include "support/Printing.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest/QTest>
+
+#include <algorithm>
+#include <csignal>
+#include <memory>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <vector>
+
+namespace korvane {
+
+namespace {
+
+constexpr SampleSize smallSize{.messages = 12'000, .chats = 10};
+
+QByteArray contentOf(const std::string& path)
+{
+    QFile file(QString::fromStdString(path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// While it lives, no file of this process can grow beyond so many bytes, as on a full disk.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit lowered{bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &lowered);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, SIG_DFL);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit m_before{};
+};
+
+/// What the error says that writing a sample to this path ends in; empty without one.
+std::string errorOfWriting(const std::string& path, const SampleProgress& progress = {})
+{
+    try {
+        writeSampleDatabase(path, smallSize, progress);
+    } catch (const DBError& error) {
+        return error.message;
+    }
+    return {};
+}
+
+} // namespace
+
+/// How a sample database comes to be a file, or none.
+class SampleFileTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void givesTheSameBytesForTheSameSize();
+    void givesOtherBytesForAnotherSeed();
+    void leavesAFileThatExistsUntouched();
+    void leavesALinkToNowhereUntouched();
+    void tellsWhyItCannotWrite();
+    void leavesNothingButTheDatabase();
+    void tellsHowManyMessagesAreWritten();
+    void leavesNoFileWhenStopped_data();
+    void leavesNoFileWhenStopped();
+    void leavesNoFileWhenAskingFails();
+    void leavesNoFileOnAFullDisk();
+
+private:
+    std::string pathOf(const char* name) const;
+    QStringList files() const;
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+void SampleFileTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+}
+
+std::string SampleFileTest::pathOf(const char* name) const
+{
+    return m_folder->filePath(QString::fromLatin1(name)).toStdString();
+}
+
+QStringList SampleFileTest::files() const
+{
+    return QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+}
+
+void SampleFileTest::givesTheSameBytesForTheSameSize()
+{
+    writeSampleDatabase(pathOf("one.db"), smallSize);
+    writeSampleDatabase(pathOf("two.db"), smallSize, [](std::int64_t) { return true; });
+    QVERIFY(contentOf(pathOf("one.db")).size() > 1'000'000);
+    QVERIFY(contentOf(pathOf("one.db")) == contentOf(pathOf("two.db")));
+}
+
+void SampleFileTest::givesOtherBytesForAnotherSeed()
+{
+    SampleSize other = smallSize;
+    other.seed = 2;
+    writeSampleDatabase(pathOf("one.db"), smallSize);
+    writeSampleDatabase(pathOf("two.db"), other);
+    QVERIFY(contentOf(pathOf("one.db")) != contentOf(pathOf("two.db")));
+}
+
+void SampleFileTest::leavesAFileThatExistsUntouched()
+{
+    QFile mine(QString::fromStdString(pathOf("mine.db")));
+    QVERIFY(mine.open(QIODevice::WriteOnly));
+    mine.write("precious");
+    mine.close();
+    QCOMPARE(errorOfWriting(pathOf("mine.db")), pathOf("mine.db") + " exists already.");
+    QCOMPARE(contentOf(pathOf("mine.db")), QByteArray("precious"));
+}
+
+void SampleFileTest::leavesALinkToNowhereUntouched()
+{
+    QVERIFY(QFile::link(QStringLiteral("nowhere"), QString::fromStdString(pathOf("link.db"))));
+    QCOMPARE(errorOfWriting(pathOf("link.db")), pathOf("link.db") + " exists already.");
+    QCOMPARE(files(), QStringList{QStringLiteral("link.db")});
+}
+
+void SampleFileTest::tellsWhyItCannotWrite()
+{
+    const std::string path = pathOf("missing/chat.db");
+    QCOMPARE(errorOfWriting(path), "Can't write " + path + ": No such file or directory");
+}
+
+void SampleFileTest::leavesNothingButTheDatabase()
+{
+    QCOMPARE(errorOfWriting(pathOf("chat.db")), std::string());
+    QCOMPARE(files(), QStringList{QStringLiteral("chat.db")});
+}
+
+void SampleFileTest::tellsHowManyMessagesAreWritten()
+{
+    std::vector<std::int64_t> told;
+    writeSampleDatabase(pathOf("chat.db"), smallSize, [&](std::int64_t written) {
+        told.push_back(written);
+        return true;
+    });
+    QVERIFY(told.size() > 4);
+    QVERIFY(std::is_sorted(told.begin(), told.end()));
+    QCOMPARE(told.front(), std::int64_t{0});
+    QCOMPARE(told.back(), smallSize.messages);
+}
+
+void SampleFileTest::leavesNoFileWhenStopped_data()
+{
+    QTest::addColumn<int>("reportsBefore");
+    QTest::newRow("before the first message") << 0;
+    QTest::newRow("between messages") << 2;
+    QTest::newRow("between indexes") << 5;
+}
+
+void SampleFileTest::leavesNoFileWhenStopped()
+{
+    QFETCH(int, reportsBefore);
+    const std::string error
+        = errorOfWriting(pathOf("chat.db"), [&](std::int64_t) { return reportsBefore-- > 0; });
+    QCOMPARE(error, std::string("Writing the sample was stopped."));
+    QCOMPARE(files(), QStringList());
+}
+
+void SampleFileTest::leavesNoFileWhenAskingFails()
+{
+    const auto fail = [](std::int64_t) -> bool { throw std::runtime_error("asked too often"); };
+    QVERIFY_EXCEPTION_THROWN(
+        writeSampleDatabase(pathOf("chat.db"), smallSize, fail), std::runtime_error);
+    QCOMPARE(files(), QStringList());
+}
+
+void SampleFileTest::leavesNoFileOnAFullDisk()
+{
+    const FileSizeLimit full(300'000);
+    QVERIFY(!errorOfWriting(pathOf("chat.db")).empty());
+    QCOMPARE(files(), QStringList());
+}
+
+} // namespace korvane
+
+QTEST_APPLESS_MAIN(korvane::SampleFileTest)
+#include "SampleFileTest.moc"
