@@ -59,8 +59,8 @@ void VCardTextTest::joinsLines_data()
     row("folded inside a character", card("N:Do\xC3\r\n \xAB;Jane"), {person("Jane", "Doë")});
     row("folded inside the parameters", card("TEL;TYPE=cell;\r\n TYPE=voi\r\n ce:555"),
         {phone("555")});
-    row("folded inside a charset", oldCard("N;CHARSET=KOI\r\n 8-R:\xE4\xC5\xC4"),
-        {person("", "Дед")});
+    row("folded inside an encoding", oldCard("N;ENCODING=QUOTED-\r\n PRINTABLE:D=6Fe"),
+        {person("", "Doe")});
     row("folded inside the name of a property", card("EMA\r\n IL:j@x.org"), {email("j@x.org")});
     row("folded into nothing", card("N:Doe;Jane\r\n \r\n\t"), jane);
     row("blank lines between", card("\r\nN:Doe;Jane\r\n\r\n\r\nTEL:1"),

@@ -5,7 +5,6 @@
 #include <QRegularExpression>
 
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 namespace korvane {
@@ -68,8 +67,10 @@ std::string readFile(const fs::path& file)
 {
     if (!fs::is_regular_file(file))
         return "(no file)";
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    std::string bytes(fs::file_size(file), '\0');
+    std::ifstream(file, std::ios::binary)
+        .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
 }
 
 void writeFile(const fs::path& file, std::string_view bytes)
