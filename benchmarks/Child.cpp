@@ -15,19 +15,19 @@ namespace korvane {
 
 namespace {
 
-    template <typename Value>
-    Value median(std::vector<Value> values)
-    {
-        std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-        return values[values.size() / 2];
-    }
+template <typename Value>
+Value median(std::vector<Value> values)
+{
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
 
-    [[noreturn]] void runAndTell(const std::function<double()>& work, int pipe)
-    {
-        const double seconds = work();
-        const bool told = ::write(pipe, &seconds, sizeof seconds) == sizeof seconds;
-        ::_exit(told ? EXIT_SUCCESS : EXIT_FAILURE);
-    }
+[[noreturn]] void runAndTell(const std::function<double()>& work, int pipe)
+{
+    const double seconds = work();
+    const bool told = ::write(pipe, &seconds, sizeof seconds) == sizeof seconds;
+    ::_exit(told ? EXIT_SUCCESS : EXIT_FAILURE);
+}
 
 } // namespace
 

@@ -2,7 +2,8 @@
 //   --quick        a sample small enough for any run
 //   --rounds N     how often each measurement is taken (the median counts)
 //   --folder DIR   where the samples are kept for the next run
-// All that touches SQLite runs in children, for its process-wide settings come before its first use.
+// All that touches SQLite runs in children, for its process-wide settings come before its first
+// use.
 
 #include "Child.h"
 #include "Floor.h"
@@ -48,8 +49,8 @@ std::int64_t largestIn(const fs::path& folder)
 
 Scene prepared(const std::string& folder, const std::string& name, const SampleSize& size)
 {
-    Scene scene{name, folder + "/" + name + ".db", folder + "/" + name + ".vcf",
-        folder + "/" + name};
+    Scene scene{
+        name, folder + "/" + name + ".db", folder + "/" + name + ".vcf", folder + "/" + name};
     fs::create_directories(scene.folder);
     if (fs::exists(scene.database))
         return scene;
@@ -99,9 +100,8 @@ bool measureFull(const Scene& scene, int rounds)
     const std::int64_t largestBatch = largestIn(scene.folder + "/export");
     const auto costs = medians(
         {[&] {
-             return secondsOf([&] {
-                 Floor::exportAll(scene.database, bytes, scene.folder + "/floor");
-             });
+             return secondsOf(
+                 [&] { Floor::exportAll(scene.database, bytes, scene.folder + "/floor"); });
          },
             [&] { return fullExport(scene); }},
         rounds);
@@ -145,13 +145,12 @@ bool measureNothingNew(const Scene& scene, int rounds)
 {
     inChild([&] { return fullExport(scene); });
     qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(scene.folder + "/support"));
-    const auto costs = medians({[&] { return bareQuestions(scene); },
-                                   [&] { return exportsOfNothingNew(scene); }},
-        rounds);
+    const auto costs = medians(
+        {[&] { return bareQuestions(scene); }, [&] { return exportsOfNothingNew(scene); }}, rounds);
     std::cout << scene.name << ": floor of nothing new " << costs[0].seconds / repeats * 1000
               << " ms\n";
-    return report("  nothing new / opening and one query a chat",
-        costs[1].seconds / costs[0].seconds, 1.5);
+    return report(
+        "  nothing new / opening and one query a chat", costs[1].seconds / costs[0].seconds, 1.5);
 }
 
 std::string argument(const std::vector<std::string>& arguments, const std::string& name,
@@ -172,14 +171,13 @@ int main(int argc, char* argv[])
     const bool quick = std::find(arguments.begin(), arguments.end(), "--quick") != arguments.end();
     const int rounds = std::stoi(argument(arguments, "--rounds", "5"));
     const QTemporaryDir temporary;
-    const std::string folder
-        = argument(arguments, "--folder", temporary.path().toStdString());
+    const std::string folder = argument(arguments, "--folder", temporary.path().toStdString());
     fs::create_directories(folder);
 
     const Scene many = prepared(folder, quick ? "many-small" : "many",
         {.messages = quick ? 30'000 : 1'000'000, .chats = quick ? 60 : 300});
-    const Scene one = prepared(folder, quick ? "one-small" : "one",
-        {.messages = quick ? 10'000 : 300'000, .chats = 1});
+    const Scene one = prepared(
+        folder, quick ? "one-small" : "one", {.messages = quick ? 10'000 : 300'000, .chats = 1});
     bool good = measureFull(many, rounds);
     good = measureFull(one, rounds) && good;
     good = measureNothingNew(many, rounds) && good;

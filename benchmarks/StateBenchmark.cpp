@@ -21,7 +21,8 @@ ExportState largeState(int chats)
         const std::string number = std::to_string(i);
         state.chats["iMessage;-;+1555010" + number] = {
             .lastRowID = 1000 + i,
-            .fileName = "Someone, Somebody " + number + " (" + number + ") Korvane Wrapped.jsonl.txt",
+            .fileName
+            = "Someone, Somebody " + number + " (" + number + ") Korvane Wrapped.jsonl.txt",
             .title = "Someone, Somebody " + number,
             .messages = i,
             .epoch = "5C9D2E58-2B1A-4C39-9D0E-5A0C3B7F6A11",

@@ -13,44 +13,44 @@ namespace korvane {
 
 namespace {
 
-    std::string localDate(const ChatInfo& chat)
-    {
-        if (!chat.lastDate)
-            return "";
-        const auto seconds = static_cast<qint64>(std::floor(chat.lastDate->count()));
-        return QDateTime::fromSecsSinceEpoch(seconds + referenceDateUnixSeconds)
-            .toString(QStringLiteral("yyyy-MM-dd HH:mm"))
-            .toStdString();
-    }
+std::string localDate(const ChatInfo& chat)
+{
+    if (!chat.lastDate)
+        return "";
+    const auto seconds = static_cast<qint64>(std::floor(chat.lastDate->count()));
+    return QDateTime::fromSecsSinceEpoch(seconds + referenceDateUnixSeconds)
+        .toString(QStringLiteral("yyyy-MM-dd HH:mm"))
+        .toStdString();
+}
 
-    std::string table(const std::vector<ChatInfo>& chats, const ContactNames& names)
-    {
-        Table table({{.heading = "TITLE", .widest = 40}, {"MESSAGES", Table::Align::Right},
-            {"LAST DATE"}, {"KIND"}, {"GUID"}});
-        for (const ChatInfo& chat : chats) {
-            table.add({Exporter::title(chat, names), std::to_string(chat.messageCount),
-                localDate(chat), chat.isGroup ? "group" : "person", chat.guid});
-        }
-        return table.text();
+std::string table(const std::vector<ChatInfo>& chats, const ContactNames& names)
+{
+    Table table({{.heading = "TITLE", .widest = 40}, {"MESSAGES", Table::Align::Right},
+        {"LAST DATE"}, {"KIND"}, {"GUID"}});
+    for (const ChatInfo& chat : chats) {
+        table.add({Exporter::title(chat, names), std::to_string(chat.messageCount), localDate(chat),
+            chat.isGroup ? "group" : "person", chat.guid});
     }
+    return table.text();
+}
 
-    std::string chatJson(const ChatInfo& chat, const ContactNames& names)
-    {
-        const auto quoted = [](const std::string& text) { return Json::quoted(text); };
-        const std::string date
-            = chat.lastDate ? quoted(std::string(DateText().withMilliseconds(*chat.lastDate))) : "null";
-        return Json::Object()
-            .number("id", chat.id)
-            .text("guid", chat.guid)
-            .text("title", Exporter::title(chat, names))
-            .text("displayName", chat.displayName)
-            .text("identifier", chat.identifier)
-            .boolean("isGroup", chat.isGroup)
-            .value("lastDate", date)
-            .number("messageCount", chat.messageCount)
-            .value("members", Json::array(chat.members, quoted))
-            .finished();
-    }
+std::string chatJson(const ChatInfo& chat, const ContactNames& names)
+{
+    const auto quoted = [](const std::string& text) { return Json::quoted(text); };
+    const std::string date
+        = chat.lastDate ? quoted(std::string(DateText().withMilliseconds(*chat.lastDate))) : "null";
+    return Json::Object()
+        .number("id", chat.id)
+        .text("guid", chat.guid)
+        .text("title", Exporter::title(chat, names))
+        .text("displayName", chat.displayName)
+        .text("identifier", chat.identifier)
+        .boolean("isGroup", chat.isGroup)
+        .value("lastDate", date)
+        .number("messageCount", chat.messageCount)
+        .value("members", Json::array(chat.members, quoted))
+        .finished();
+}
 
 } // namespace
 
@@ -58,11 +58,8 @@ int runChats(const ChatsOptions& options, const Console& console)
 {
     const std::vector<ChatInfo> chats = readChats(options.sources);
     const ContactNames names = readNames(options.sources);
-    if (options.json)
-        console.out << Json::array(chats, [&](const auto& chat) { return chatJson(chat, names); })
-                    << '\n';
-    else
-        console.out << table(chats, names);
+    const auto toJson = [&names](const ChatInfo& chat) { return chatJson(chat, names); };
+    console.out << (options.json ? Json::array(chats, toJson) + '\n' : table(chats, names));
     return ExitCode::success;
 }
 

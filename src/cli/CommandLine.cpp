@@ -15,153 +15,149 @@ namespace korvane {
 
 namespace {
 
-    using Command = std::function<int(const Console&)>;
+using Command = std::function<int(const Console&)>;
 
-    constexpr std::int64_t mostMessages = 100'000'000;
-    constexpr std::int64_t mostChats = 1'000'000;
+constexpr std::int64_t mostMessages = 100'000'000;
+constexpr std::int64_t mostChats = 1'000'000;
 
-    /// Checks a number of seconds; what is not a finite number fails the comparisons.
-    std::string duration(const std::string& text)
+/// Checks a number of seconds; what is not a finite number fails the comparisons.
+std::string duration(const std::string& text)
+{
+    constexpr double longest = 1e9;
+    double seconds = 0;
+    const bool good = CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds < longest;
+    return good ? "" : text + " is not a number of seconds";
+}
+
+std::string notEmpty(const std::string& text)
+{
+    return text.empty() ? "A name is missing" : "";
+}
+
+/// The command line of the program: what may be said, and what was.
+class Parser {
+public:
+    Parser()
     {
-        constexpr double longest = 1e9;
-        double seconds = 0;
-        const bool good
-            = CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds < longest;
-        return good ? "" : text + " is not a number of seconds";
+        m_app.require_subcommand(0, 1); // none at all is told apart from a misspelt one below
+        addVersion(m_app);
+        addChats();
+        addExport();
+        addSample();
     }
 
-    std::string notEmpty(const std::string& text)
+    /// Throws CLI::ParseError. The parser must outlive the command.
+    Command parse(std::vector<std::string> arguments)
     {
-        return text.empty() ? "A name is missing" : "";
+        std::reverse(arguments.begin(), arguments.end()); // the library takes them from the end
+        m_app.parse(std::move(arguments));
+        if (!m_command)
+            throw CLI::RequiredError("A command");
+        return m_command;
     }
 
-    /// The command line of the program: what may be said, and what was.
-    class Parser {
-    public:
-        Parser()
-        {
-            m_app.require_subcommand(0, 1); // none at all is told apart from a misspelt one below
-            addVersion(m_app);
-            addChats();
-            addExport();
-            addSample();
-        }
-
-        /// Throws CLI::ParseError. The parser must outlive the command.
-        Command parse(std::vector<std::string> arguments)
-        {
-            std::reverse(arguments.begin(), arguments.end()); // the library takes them from the end
-            m_app.parse(std::move(arguments));
-            if (!m_command)
-                throw CLI::RequiredError("A command");
-            return m_command;
-        }
-
-        int printHelp(const CLI::ParseError& request, const Console& console) const
-        {
-            return m_app.exit(request, console.out, console.err);
-        }
-
-    private:
-        CLI::App& addCommand(const std::string& name, const std::string& description, Command run)
-        {
-            CLI::App& command = *m_app.add_subcommand(name, description);
-            addVersion(command);
-            command.callback([this, run = std::move(run)] { m_command = run; });
-            return command;
-        }
-
-        static void addVersion(CLI::App& app)
-        {
-            app.set_version_flag("--version", "korvane-sync " KORVANE_VERSION);
-        }
-
-        static void addSources(CLI::App& command, Sources& sources)
-        {
-            command.add_option("--database", sources.database, "The Messages database to read")
-                ->type_name("FILE")
-                ->capture_default_str();
-            command
-                .add_option("--contacts", sources.contacts,
-                    "A vCard file, or a folder of them, with the names to use")
-                ->type_name("PATH");
-        }
-
-        void addChats()
-        {
-            CLI::App& command = addCommand("chats", "Lists the chats, newest first",
-                [this](const Console& console) { return runChats(m_chats, console); });
-            addSources(command, m_chats.sources);
-            command.add_flag("--json", m_chats.json, "Print a JSON array");
-        }
-
-        void addExport()
-        {
-            CLI::App& command
-                = addCommand("export", "Brings the export files of chats up to date",
-                    [this](const Console& console) { return runExport(m_export, console); });
-            CLI::Option_group& which = *command.add_option_group("Chats", "Which chats to export");
-            which.require_option(1);
-            which.add_flag("--all", m_export.all, "Every chat");
-            which.add_option("--chat", m_export.chats, "These chats")->type_name("GUID");
-            addSources(command, m_export.sources);
-            m_export.folder = Paths::defaultFolder().string();
-            command.add_option("--folder", m_export.folder, "Where the files go")
-                ->type_name("DIR")
-                ->check(notEmpty)
-                ->capture_default_str();
-            command
-                .add_option("--every", m_export.everySeconds, "Again every so many seconds")
-                ->type_name("SECONDS")
-                ->check(duration);
-            command.add_flag("--json", m_export.json, "Print one JSON object a run");
-        }
-
-        void addSample()
-        {
-            CLI::App& command
-                = addCommand("sample", "Writes an invented Messages database to play with",
-                    [this](const Console& console) { return runSample(m_sample, console); });
-            command.add_option("file", m_sample.file, "The database to write")
-                ->type_name("FILE")
-                ->required();
-            command.add_option("--messages", m_sample.size.messages, "How many messages")
-                ->check(CLI::Range(std::int64_t{0}, mostMessages))
-                ->capture_default_str();
-            command.add_option("--chats", m_sample.size.chats, "How many chats")
-                ->check(CLI::Range(std::int64_t{1}, mostChats))
-                ->capture_default_str();
-            command.add_option("--seed", m_sample.size.seed, "Another seed, another sample")
-                ->capture_default_str();
-            command
-                .add_option("--contacts", m_sample.contacts, "Also write its people as vCards")
-                ->type_name("FILE");
-            command.add_flag("--force", m_sample.overwrite, "Overwrite what is there");
-        }
-
-        CLI::App m_app{"Turns the Messages history of a Mac into plain, readable files.",
-            "korvane-sync"};
-        ChatsOptions m_chats;
-        ExportOptions m_export;
-        SampleOptions m_sample;
-        Command m_command;
-    };
-
-    /// The library's messages may run over several lines; the first one says it.
-    std::string firstLine(const std::string& text)
+    int printHelp(const CLI::ParseError& request, const Console& console) const
     {
-        return text.substr(0, text.find('\n'));
+        return m_app.exit(request, console.out, console.err);
     }
 
-    int runOrComplain(const Command& command, const Console& console)
+private:
+    CLI::App& addCommand(const std::string& name, const std::string& description, Command run)
     {
-        try {
-            return command(console);
-        } catch (const std::exception& error) {
-            console.complain(error.what());
-            return ExitCode::failure;
-        }
+        CLI::App& command = *m_app.add_subcommand(name, description);
+        addVersion(command);
+        command.callback([this, run = std::move(run)] { m_command = run; });
+        return command;
     }
+
+    static void addVersion(CLI::App& app)
+    {
+        app.set_version_flag("--version", "korvane-sync " KORVANE_VERSION);
+    }
+
+    static void addSources(CLI::App& command, Sources& sources)
+    {
+        command.add_option("--database", sources.database, "The Messages database to read")
+            ->type_name("FILE")
+            ->capture_default_str();
+        command
+            .add_option("--contacts", sources.contacts,
+                "A vCard file, or a folder of them, with the names to use")
+            ->type_name("PATH");
+    }
+
+    void addChats()
+    {
+        CLI::App& command = addCommand("chats", "Lists the chats, newest first",
+            [this](const Console& console) { return runChats(m_chats, console); });
+        addSources(command, m_chats.sources);
+        command.add_flag("--json", m_chats.json, "Print a JSON array");
+    }
+
+    void addExport()
+    {
+        CLI::App& command = addCommand("export", "Brings the export files of chats up to date",
+            [this](const Console& console) { return runExport(m_export, console); });
+        CLI::Option_group& which = *command.add_option_group("Chats", "Which chats to export");
+        which.require_option(1);
+        which.add_flag("--all", m_export.all, "Every chat");
+        which.add_option("--chat", m_export.chats, "These chats")->type_name("GUID");
+        addSources(command, m_export.sources);
+        m_export.folder = Paths::defaultFolder().string();
+        command.add_option("--folder", m_export.folder, "Where the files go")
+            ->type_name("DIR")
+            ->check(notEmpty)
+            ->capture_default_str();
+        command.add_option("--every", m_export.everySeconds, "Again every so many seconds")
+            ->type_name("SECONDS")
+            ->check(duration);
+        command.add_flag("--json", m_export.json, "Print one JSON object a run");
+    }
+
+    void addSample()
+    {
+        CLI::App& command
+            = addCommand("sample", "Writes an invented Messages database to play with",
+                [this](const Console& console) { return runSample(m_sample, console); });
+        command.add_option("file", m_sample.file, "The database to write")
+            ->type_name("FILE")
+            ->required();
+        command.add_option("--messages", m_sample.size.messages, "How many messages")
+            ->check(CLI::Range(std::int64_t{0}, mostMessages))
+            ->capture_default_str();
+        command.add_option("--chats", m_sample.size.chats, "How many chats")
+            ->check(CLI::Range(std::int64_t{1}, mostChats))
+            ->capture_default_str();
+        command.add_option("--seed", m_sample.size.seed, "Another seed, another sample")
+            ->capture_default_str();
+        command.add_option("--contacts", m_sample.contacts, "Also write its people as vCards")
+            ->type_name("FILE");
+        command.add_flag("--force", m_sample.overwrite, "Overwrite what is there");
+    }
+
+    CLI::App m_app{
+        "Turns the Messages history of a Mac into plain, readable files.", "korvane-sync"};
+    ChatsOptions m_chats;
+    ExportOptions m_export;
+    SampleOptions m_sample;
+    Command m_command;
+};
+
+/// The library's messages may run over several lines; the first one says it.
+std::string firstLine(const std::string& text)
+{
+    return text.substr(0, text.find('\n'));
+}
+
+int runOrComplain(const Command& command, const Console& console)
+{
+    try {
+        return command(console);
+    } catch (const std::exception& error) {
+        console.complain(error.what());
+        return ExitCode::failure;
+    }
+}
 
 } // namespace
 

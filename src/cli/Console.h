@@ -17,10 +17,10 @@ struct Console {
 
 /// What the program ends with.
 namespace ExitCode {
-    inline constexpr int success = 0;
-    inline constexpr int failure = 1; ///< something that was asked for could not be done
-    inline constexpr int badUsage = 2; ///< the command line makes no sense
-    inline constexpr int interrupted = 130; ///< 128 + SIGINT, as shells count
-}
+inline constexpr int success = 0;
+inline constexpr int failure = 1; ///< something that was asked for could not be done
+inline constexpr int badUsage = 2; ///< the command line makes no sense
+inline constexpr int interrupted = 130; ///< 128 + SIGINT, as shells count
+} // namespace ExitCode
 
 } // namespace korvane

@@ -14,28 +14,28 @@ namespace korvane {
 
 namespace {
 
-    using Clock = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 
-    // What a signal handler may touch: a flag, and a pipe that wakes a sleeper.
-    volatile std::sig_atomic_t received = 0;
-    std::array<int, 2> wakeUp = {-1, -1};
+// What a signal handler may touch: a flag, and a pipe that wakes a sleeper.
+volatile std::sig_atomic_t received = 0;
+std::array<int, 2> wakeUp = {-1, -1};
 
-    void onSignal(int)
-    {
-        const int before = errno;
-        received = 1;
-        [[maybe_unused]] const auto written = ::write(wakeUp[1], "", 1);
-        errno = before;
-    }
+void onSignal(int)
+{
+    const int before = errno;
+    received = 1;
+    [[maybe_unused]] const auto written = ::write(wakeUp[1], "", 1);
+    errno = before;
+}
 
-    void handle(void (*handler)(int))
-    {
-        struct sigaction action {};
-        action.sa_handler = handler;
-        action.sa_flags = static_cast<int>(SA_RESETHAND); // the second signal kills
-        ::sigaction(SIGINT, &action, nullptr);
-        ::sigaction(SIGTERM, &action, nullptr);
-    }
+void handle(void (*handler)(int))
+{
+    struct sigaction action { };
+    action.sa_handler = handler;
+    action.sa_flags = static_cast<int>(SA_RESETHAND); // the second signal kills
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+}
 
 } // namespace
 
@@ -69,7 +69,7 @@ void Interruption::sleep(std::chrono::duration<double> duration) const
     while (!requested() && Clock::now() < end) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
         const auto longest = std::chrono::milliseconds(std::chrono::hours(1));
-        pollfd wake {wakeUp[0], POLLIN, 0};
+        pollfd wake{wakeUp[0], POLLIN, 0};
         ::poll(&wake, 1, static_cast<int>(std::min(left, longest).count()));
     }
 }

@@ -8,17 +8,17 @@ namespace korvane {
 
 namespace {
 
-    constexpr std::string_view startOfLineAndWipe = "\r\x1B[K";
+constexpr std::string_view startOfLineAndWipe = "\r\x1B[K";
 
-    std::string bar(std::int64_t percent)
-    {
-        constexpr std::int64_t width = 24;
-        const std::int64_t filled = width * percent / 100;
-        std::string text = "[";
-        for (std::int64_t i = 0; i < width; ++i)
-            text += i < filled ? '#' : '.';
-        return text + "] " + std::to_string(percent) + "% ";
-    }
+std::string bar(std::int64_t percent)
+{
+    constexpr std::int64_t width = 24;
+    const std::int64_t filled = width * percent / 100;
+    std::string text = "[";
+    for (std::int64_t i = 0; i < width; ++i)
+        text += i < filled ? '#' : '.';
+    return text + "] " + std::to_string(percent) + "% ";
+}
 
 } // namespace
 

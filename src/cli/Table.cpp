@@ -9,67 +9,65 @@ namespace korvane {
 
 namespace {
 
-    constexpr UChar32 zeroWidthJoiner = 0x200D;
+constexpr UChar32 zeroWidthJoiner = 0x200D;
 
-    /// Hands each code point and its bytes to `take`; false from `take` ends the walk.
-    template <typename Take>
-    void forEachCharacter(std::string_view text, Take take)
-    {
-        for (std::size_t i = 0; i < text.size();) {
-            const std::size_t start = i;
-            UChar32 character = 0;
-            U8_NEXT_OR_FFFD(text.data(), i, text.size(), character);
-            if (!take(character, text.substr(start, i - start)))
-                return;
-        }
+/// Hands each code point and its bytes to `take`; false from `take` ends the walk.
+template <typename Take>
+void forEachCharacter(std::string_view text, Take take)
+{
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t start = i;
+        UChar32 character = 0;
+        U8_NEXT_OR_FFFD(text.data(), i, text.size(), character);
+        if (!take(character, text.substr(start, i - start)))
+            return;
     }
+}
 
-    bool isUnsafe(UChar32 character)
-    {
-        const auto category = u_charType(character);
-        const bool lineBreak
-            = category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR;
-        return lineBreak || category == U_CONTROL_CHAR
-            || (category == U_FORMAT_CHAR && character != zeroWidthJoiner);
-    }
+bool isUnsafe(UChar32 character)
+{
+    const auto category = u_charType(character);
+    const bool lineBreak = category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR;
+    return lineBreak || category == U_CONTROL_CHAR
+        || (category == U_FORMAT_CHAR && character != zeroWidthJoiner);
+}
 
-    int widthOf(UChar32 character)
-    {
-        const auto category = u_charType(character);
-        const bool joinsThePrevious = category == U_NON_SPACING_MARK
-            || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR
-            || u_hasBinaryProperty(character, UCHAR_EMOJI_MODIFIER);
-        if (joinsThePrevious)
-            return 0;
-        const int eastAsian = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
-        return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
-    }
+int widthOf(UChar32 character)
+{
+    const auto category = u_charType(character);
+    const bool joinsThePrevious = category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK
+        || category == U_FORMAT_CHAR || u_hasBinaryProperty(character, UCHAR_EMOJI_MODIFIER);
+    if (joinsThePrevious)
+        return 0;
+    const int eastAsian = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+    return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
+}
 
-    /// The longest beginning of `text` that is at most `width` columns wide.
-    std::string_view beginning(std::string_view text, int width)
-    {
-        std::size_t length = 0;
-        int used = 0;
-        forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
-            used += widthOf(character);
-            if (used <= width)
-                length += bytes.size();
-            return used <= width;
-        });
-        return text.substr(0, length);
-    }
+/// The longest beginning of `text` that is at most `width` columns wide.
+std::string_view beginning(std::string_view text, int width)
+{
+    std::size_t length = 0;
+    int used = 0;
+    forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
+        used += widthOf(character);
+        if (used <= width)
+            length += bytes.size();
+        return used <= width;
+    });
+    return text.substr(0, length);
+}
 
-    std::string cellText(const std::string& cell, const Table::Column& column)
-    {
-        const std::string text = printable(cell);
-        return column.widest > 0 ? fitted(text, column.widest) : text;
-    }
+std::string cellText(const std::string& cell, const Table::Column& column)
+{
+    const std::string text = printable(cell);
+    return column.widest > 0 ? fitted(text, column.widest) : text;
+}
 
-    std::string padded(const std::string& cell, int width, Table::Align align)
-    {
-        const std::string blanks(static_cast<std::size_t>(width - displayWidth(cell)), ' ');
-        return align == Table::Align::Left ? cell + blanks : blanks + cell;
-    }
+std::string padded(const std::string& cell, int width, Table::Align align)
+{
+    const std::string blanks(static_cast<std::size_t>(width - displayWidth(cell)), ' ');
+    return align == Table::Align::Left ? cell + blanks : blanks + cell;
+}
 
 } // namespace
 
@@ -102,8 +100,7 @@ std::string fitted(const std::string& text, int widest)
     return std::string(beginning(text, widest - 1)) + "…";
 }
 
-Table::Table(std::vector<Column> columns)
-    : m_columns(std::move(columns))
+Table::Table(std::vector<Column> columns) : m_columns(std::move(columns))
 {
     std::vector<std::string> headings;
     for (const Column& column : m_columns)

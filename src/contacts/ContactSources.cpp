@@ -8,10 +8,10 @@ namespace korvane {
 
 namespace {
 
-    std::filesystem::path folder(const QString& path)
-    {
-        return path.toStdString();
-    }
+std::filesystem::path folder(const QString& path)
+{
+    return path.toStdString();
+}
 
 } // namespace
 

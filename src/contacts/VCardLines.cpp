@@ -43,15 +43,16 @@ std::optional<std::string_view> VCardLines::next()
     if (m_nextLine == m_text.size())
         return std::nullopt;
     const std::size_t start = m_nextLine;
-    takeLineAndFolds();
+    takeWithFolds(peek());
     return m_text.substr(start, m_lineEnd - start);
 }
 
 bool VCardLines::join(std::string_view& tail)
 {
-    if (m_nextLine == m_text.size() || beginsOrEndsCard(peek()))
+    const std::string_view line = peek();
+    if (m_nextLine == m_text.size() || beginsOrEndsCard(line))
         return false;
-    takeLineAndFolds();
+    takeWithFolds(line);
     const auto start = static_cast<std::size_t>(tail.data() - m_text.data());
     tail = m_text.substr(start, m_lineEnd - start);
     return true;
@@ -63,17 +64,21 @@ std::string_view VCardLines::peek()
     return m_text.substr(m_nextLine, end - m_nextLine);
 }
 
-void VCardLines::takeLine()
+void VCardLines::take(std::string_view line)
 {
-    m_lineEnd = m_nextLine + peek().size();
+    m_lineEnd = m_nextLine + line.size();
     m_nextLine = pastLineBreak(m_text, m_lineEnd);
 }
 
-void VCardLines::takeLineAndFolds()
+void VCardLines::takeWithFolds(std::string_view line)
 {
-    takeLine();
-    while (startsWithFoldMark(m_text.substr(m_nextLine)) && !beginsOrEndsCard(peek()))
-        takeLine();
+    take(line);
+    while (startsWithFoldMark(m_text.substr(m_nextLine))) {
+        line = peek();
+        if (beginsOrEndsCard(line))
+            return;
+        take(line);
+    }
 }
 
 } // namespace korvane

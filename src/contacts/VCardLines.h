@@ -37,8 +37,8 @@ private:
     };
 
     std::string_view peek();
-    void takeLine();
-    void takeLineAndFolds();
+    void take(std::string_view line);
+    void takeWithFolds(std::string_view line);
 
     std::string_view m_text;
     ByteFinder m_lineFeeds;

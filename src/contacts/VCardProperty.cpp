@@ -51,7 +51,8 @@ std::size_t findUnquoted(std::string_view text, char sought)
 std::size_t findColon(std::string_view line)
 {
     const std::size_t first = line.find(':');
-    if (line.substr(0, first).find('"') == std::string_view::npos)
+    if (first == std::string_view::npos
+        || line.substr(0, first).find('"') == std::string_view::npos)
         return first;
     const std::size_t unquoted = findUnquoted(line, ':');
     return unquoted == std::string_view::npos ? first : unquoted;

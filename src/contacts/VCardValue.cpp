@@ -79,11 +79,12 @@ std::string componentText(std::string_view value, std::size_t component, VCardVe
     return component == 0 ? wholeText(value.substr(0, end), version) : std::string();
 }
 
-std::string withoutScheme(std::string_view text, std::string_view scheme, char parameterMark)
+std::string withoutScheme(std::string text, std::string_view scheme, char parameterMark)
 {
-    if (!equalIgnoringCase(text.substr(0, scheme.size()), scheme))
-        return std::string(text);
-    const std::string_view named = text.substr(scheme.size());
+    std::string_view named = text;
+    if (!equalIgnoringCase(named.substr(0, scheme.size()), scheme))
+        return text;
+    named.remove_prefix(scheme.size());
     const std::string bytes = hexDecoded(named.substr(0, named.find(parameterMark)), '%');
     return std::string(trimmed(toUtf8(bytes, {}, "UTF-8")));
 }

@@ -24,6 +24,6 @@ std::string componentText(std::string_view value, std::size_t component, VCardVe
 
 /// What `text` names if it is a URI of this scheme, percent-decoded and without the parameters
 /// that `parameterMark` begins; otherwise `text` itself.
-std::string withoutScheme(std::string_view text, std::string_view scheme, char parameterMark);
+std::string withoutScheme(std::string text, std::string_view scheme, char parameterMark);
 
 } // namespace korvane

@@ -7,48 +7,48 @@ namespace korvane {
 
 namespace {
 
-    using Milliseconds = std::chrono::sys_time<std::chrono::milliseconds>;
+using Milliseconds = std::chrono::sys_time<std::chrono::milliseconds>;
 
-    template <int width>
-    void appendPadded(std::string& text, std::int64_t number)
-    {
-        char digits[width];
-        for (int i = width; i-- > 0; number /= 10)
-            digits[i] = static_cast<char>('0' + number % 10);
-        text.append(digits, width);
-    }
+template <int width>
+void appendPadded(std::string& text, std::int64_t number)
+{
+    char digits[width];
+    for (int i = width; i-- > 0; number /= 10)
+        digits[i] = static_cast<char>('0' + number % 10);
+    text.append(digits, width);
+}
 
-    void appendClock(std::string& text, std::int64_t secondOfDay)
-    {
-        text += 'T';
-        appendPadded<2>(text, secondOfDay / 3600);
-        text += ':';
-        appendPadded<2>(text, secondOfDay / 60 % 60);
-        text += ':';
-        appendPadded<2>(text, secondOfDay % 60);
-    }
+void appendClock(std::string& text, std::int64_t secondOfDay)
+{
+    text += 'T';
+    appendPadded<2>(text, secondOfDay / 3600);
+    text += ':';
+    appendPadded<2>(text, secondOfDay / 60 % 60);
+    text += ':';
+    appendPadded<2>(text, secondOfDay % 60);
+}
 
-    std::string dayText(std::chrono::sys_days day)
-    {
-        const std::chrono::year_month_day date(day);
-        const int year = static_cast<int>(date.year());
-        std::string text(year < 0 ? "-" : "");
-        appendPadded<4>(text, std::abs(year));
-        text += '-';
-        appendPadded<2>(text, static_cast<unsigned>(date.month()));
-        text += '-';
-        appendPadded<2>(text, static_cast<unsigned>(date.day()));
-        return text;
-    }
+std::string dayText(std::chrono::sys_days day)
+{
+    const std::chrono::year_month_day date(day);
+    const int year = static_cast<int>(date.year());
+    std::string text(year < 0 ? "-" : "");
+    appendPadded<4>(text, std::abs(year));
+    text += '-';
+    appendPadded<2>(text, static_cast<unsigned>(date.month()));
+    text += '-';
+    appendPadded<2>(text, static_cast<unsigned>(date.day()));
+    return text;
+}
 
-    /// The whole second and the fraction are rounded apart, so that none of the double is lost.
-    Milliseconds nearestMillisecond(ReferenceTime time)
-    {
-        const double second = std::floor(time.count());
-        const auto fraction = std::llround((time.count() - second) * 1000);
-        const auto sinceEpoch = static_cast<std::int64_t>(second) + referenceDateUnixSeconds;
-        return Milliseconds(std::chrono::milliseconds(sinceEpoch * 1000 + fraction));
-    }
+/// The whole second and the fraction are rounded apart, so that none of the double is lost.
+Milliseconds nearestMillisecond(ReferenceTime time)
+{
+    const double second = std::floor(time.count());
+    const auto fraction = std::llround((time.count() - second) * 1000);
+    const auto sinceEpoch = static_cast<std::int64_t>(second) + referenceDateUnixSeconds;
+    return Milliseconds(std::chrono::milliseconds(sinceEpoch * 1000 + fraction));
+}
 
 } // namespace
 

@@ -11,47 +11,47 @@ namespace korvane {
 
 namespace {
 
-    std::filesystem::path stateFile()
-    {
-        return Paths::support() / "state.json";
-    }
+std::filesystem::path stateFile()
+{
+    return Paths::support() / "state.json";
+}
 
-    std::string chatJson(const ChatState& chat)
-    {
-        Json::Object object(Json::Slash::Escaped);
-        object.number("lastRowID", chat.lastRowID).text("fileName", chat.fileName);
-        if (chat.title)
-            object.text("title", *chat.title);
-        if (chat.messages)
-            object.number("messages", *chat.messages);
-        if (chat.epoch)
-            object.text("epoch", *chat.epoch);
-        if (chat.formatVersion)
-            object.number("formatVersion", *chat.formatVersion);
-        return object.finished();
-    }
+std::string chatJson(const ChatState& chat)
+{
+    Json::Object object(Json::Slash::Escaped);
+    object.number("lastRowID", chat.lastRowID).text("fileName", chat.fileName);
+    if (chat.title)
+        object.text("title", *chat.title);
+    if (chat.messages)
+        object.number("messages", *chat.messages);
+    if (chat.epoch)
+        object.text("epoch", *chat.epoch);
+    if (chat.formatVersion)
+        object.number("formatVersion", *chat.formatVersion);
+    return object.finished();
+}
 
-    ChatState chatFrom(const JsonReader::Value& record)
-    {
-        using namespace JsonReader;
-        return {
-            .lastRowID = integer(required(record, "lastRowID")),
-            .fileName = text(required(record, "fileName")),
-            .title = optional(record, "title", text),
-            .messages = optional(record, "messages", integer),
-            .epoch = optional(record, "epoch", text),
-            .formatVersion = optional(record, "formatVersion", integer),
-        };
-    }
+ChatState chatFrom(const JsonReader::Value& record)
+{
+    using namespace JsonReader;
+    return {
+        .lastRowID = integer(required(record, "lastRowID")),
+        .fileName = text(required(record, "fileName")),
+        .title = optional(record, "title", text),
+        .messages = optional(record, "messages", integer),
+        .epoch = optional(record, "epoch", text),
+        .formatVersion = optional(record, "formatVersion", integer),
+    };
+}
 
-    ExportState stateFrom(const JsonReader::Value& root)
-    {
-        using namespace JsonReader;
-        ExportState state;
-        for (const auto& chat : object(required(object(root), "chats")).GetObject())
-            state.chats.emplace(text(chat.name), chatFrom(object(chat.value))); // the first counts
-        return state;
-    }
+ExportState stateFrom(const JsonReader::Value& root)
+{
+    using namespace JsonReader;
+    ExportState state;
+    for (const auto& chat : object(required(object(root), "chats")).GetObject())
+        state.chats.emplace(text(chat.name), chatFrom(object(chat.value))); // the first counts
+    return state;
+}
 
 } // namespace
 

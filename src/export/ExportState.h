@@ -51,9 +51,9 @@ struct ExportState {
 
 namespace Exporter {
 
-    /// Replaces the state on disk in one step. A failure is not reported: the old state stays,
-    /// and the next run starts from there.
-    void saveState(const ExportState& state);
+/// Replaces the state on disk in one step. A failure is not reported: the old state stays,
+/// and the next run starts from there.
+void saveState(const ExportState& state);
 
 } // namespace Exporter
 

@@ -30,24 +30,24 @@ using BeforeChat = std::function<bool(const ChatInfo&)>;
 /// folder would append the same messages twice; keeping them apart is up to the caller.
 namespace Exporter {
 
-    /// The name under which a chat is shown: the user's own name for a group, otherwise the names
-    /// of its first three members and how many more there are ("Ann, Bo, Cy +2").
-    std::string title(const ChatInfo& chat, const ContactNames& names);
+/// The name under which a chat is shown: the user's own name for a group, otherwise the names
+/// of its first three members and how many more there are ("Ann, Bo, Cy +2").
+std::string title(const ChatInfo& chat, const ContactNames& names);
 
-    /// `title` as part of a file name: characters that some file system forbids, and all control
-    /// and format characters, become "_"; blanks around it go; 100 user-perceived characters stay.
-    std::string safeFileName(std::string_view title);
+/// `title` as part of a file name: characters that some file system forbids, and all control
+/// and format characters, become "_"; blanks around it go; 100 user-perceived characters stay.
+std::string safeFileName(std::string_view title);
 
-    /// The name of a new export file: "<safe title> (<chat id>) Korvane Wrapped.jsonl.txt".
-    std::string exportFileName(std::string_view title, std::int64_t chatID);
+/// The name of a new export file: "<safe title> (<chat id>) Korvane Wrapped.jsonl.txt".
+std::string exportFileName(std::string_view title, std::int64_t chatID);
 
-    /// Brings the files of `chats` in `folder` up to date: appends what arrived since the last
-    /// sync, or starts a file afresh that is new, gone, or was written under another title.
-    /// One chat's failure is a line in the result and does not keep the others back. Throws
-    /// nothing but std::overflow_error (see referenceTime()).
-    SyncResult sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
-        const std::filesystem::path& folder, const std::string& database = MessagesDB::path(),
-        const BeforeChat& beforeChat = {});
+/// Brings the files of `chats` in `folder` up to date: appends what arrived since the last
+/// sync, or starts a file afresh that is new, gone, or was written under another title.
+/// One chat's failure is a line in the result and does not keep the others back. Throws
+/// nothing but std::overflow_error (see referenceTime()).
+SyncResult sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
+    const std::filesystem::path& folder, const std::string& database = MessagesDB::path(),
+    const BeforeChat& beforeChat = {});
 
 } // namespace Exporter
 

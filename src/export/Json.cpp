@@ -6,61 +6,61 @@ namespace korvane {
 
 namespace {
 
-    constexpr bool mustBeEscaped(unsigned char c)
-    {
-        return (c < 0x20) | (c == '"') | (c == '\\');
-    }
+constexpr bool mustBeEscaped(unsigned char c)
+{
+    return (c < 0x20) | (c == '"') | (c == '\\');
+}
 
-    /// No early exit: this is one vector loop, and nearly all texts are plain.
-    bool isPlain(std::string_view text)
-    {
-        bool escapes = false;
-        for (const char c : text)
-            escapes |= mustBeEscaped(static_cast<unsigned char>(c));
-        return !escapes;
-    }
+/// No early exit: this is one vector loop, and nearly all texts are plain.
+bool isPlain(std::string_view text)
+{
+    bool escapes = false;
+    for (const char c : text)
+        escapes |= mustBeEscaped(static_cast<unsigned char>(c));
+    return !escapes;
+}
 
-    char* copy(char* out, std::string_view text)
-    {
-        return std::copy(text.begin(), text.end(), out);
-    }
+char* copy(char* out, std::string_view text)
+{
+    return std::copy(text.begin(), text.end(), out);
+}
 
-    char* writeUnicodeEscape(char* out, unsigned char c)
-    {
-        constexpr std::string_view digits = "0123456789abcdef";
-        out = copy(out, "\\u00");
-        *out++ = digits[c >> 4U];
-        *out++ = digits[c & 15U];
-        return out;
-    }
+char* writeUnicodeEscape(char* out, unsigned char c)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    out = copy(out, "\\u00");
+    *out++ = digits[c >> 4U];
+    *out++ = digits[c & 15U];
+    return out;
+}
 
-    char* writeEscape(char* out, char c)
-    {
-        switch (c) {
-        case '"':
-            return copy(out, "\\\"");
-        case '\\':
-            return copy(out, "\\\\");
-        case '\b':
-            return copy(out, "\\b");
-        case '\f':
-            return copy(out, "\\f");
-        case '\n':
-            return copy(out, "\\n");
-        case '\r':
-            return copy(out, "\\r");
-        case '\t':
-            return copy(out, "\\t");
-        default:
-            return writeUnicodeEscape(out, static_cast<unsigned char>(c));
-        }
+char* writeEscape(char* out, char c)
+{
+    switch (c) {
+    case '"':
+        return copy(out, "\\\"");
+    case '\\':
+        return copy(out, "\\\\");
+    case '\b':
+        return copy(out, "\\b");
+    case '\f':
+        return copy(out, "\\f");
+    case '\n':
+        return copy(out, "\\n");
+    case '\r':
+        return copy(out, "\\r");
+    case '\t':
+        return copy(out, "\\t");
+    default:
+        return writeUnicodeEscape(out, static_cast<unsigned char>(c));
     }
+}
 
-    void escapeSlashes(std::string& text)
-    {
-        for (std::size_t at = text.find('/'); at != std::string::npos; at = text.find('/', at + 2))
-            text.insert(at, 1, '\\');
-    }
+void escapeSlashes(std::string& text)
+{
+    for (std::size_t at = text.find('/'); at != std::string::npos; at = text.find('/', at + 2))
+        text.insert(at, 1, '\\');
+}
 
 } // namespace
 

@@ -10,54 +10,51 @@ namespace korvane {
 /// backslash and the control characters below U+0020 are escaped, all others stand as they are.
 namespace Json {
 
-    enum class Slash { Plain, Escaped };
+enum class Slash { Plain, Escaped };
 
-    /// The bytes that `size` bytes of text can take at the most, written by writeEscaped().
-    constexpr std::size_t largestEscaped(std::size_t size)
-    {
-        return 6 * size;
-    }
+/// The bytes that `size` bytes of text can take at the most, written by writeEscaped().
+constexpr std::size_t largestEscaped(std::size_t size)
+{
+    return 6 * size;
+}
 
-    /// Writes `text` without quotation marks to `out`, which has room for it; returns the end.
-    char* writeEscaped(char* out, std::string_view text);
+/// Writes `text` without quotation marks to `out`, which has room for it; returns the end.
+char* writeEscaped(char* out, std::string_view text);
 
-    /// `text` without quotation marks, escaped.
-    std::string escaped(std::string_view text, Slash slash = Slash::Plain);
+/// `text` without quotation marks, escaped.
+std::string escaped(std::string_view text, Slash slash = Slash::Plain);
 
-    /// `text` as a JSON string.
-    std::string quoted(std::string_view text, Slash slash = Slash::Plain);
+/// `text` as a JSON string.
+std::string quoted(std::string_view text, Slash slash = Slash::Plain);
 
-    /// An object whose members are written in the order in which they are added.
-    class Object {
-    public:
-        explicit Object(Slash slash = Slash::Plain)
-            : m_slash(slash)
-        {
-        }
+/// An object whose members are written in the order in which they are added.
+class Object {
+public:
+    explicit Object(Slash slash = Slash::Plain) : m_slash(slash) { }
 
-        Object& text(std::string_view key, std::string_view value);
-        Object& number(std::string_view key, std::int64_t value);
-        Object& boolean(std::string_view key, bool value);
+    Object& text(std::string_view key, std::string_view value);
+    Object& number(std::string_view key, std::int64_t value);
+    Object& boolean(std::string_view key, bool value);
 
-        /// `json` is already a JSON value.
-        Object& value(std::string_view key, std::string_view json);
+    /// `json` is already a JSON value.
+    Object& value(std::string_view key, std::string_view json);
 
-        std::string finished() const { return m_members + '}'; }
+    std::string finished() const { return m_members + '}'; }
 
-    private:
-        const Slash m_slash;
-        std::string m_members = "{";
-    };
+private:
+    const Slash m_slash;
+    std::string m_members = "{";
+};
 
-    /// `[` the values `]`, each of them already JSON.
-    template <typename Range, typename Write>
-    std::string array(const Range& items, Write toJson)
-    {
-        std::string json = "[";
-        for (const auto& item : items)
-            json.append(json.size() > 1 ? "," : "").append(toJson(item));
-        return json + ']';
-    }
+/// `[` the values `]`, each of them already JSON.
+template <typename Range, typename Write>
+std::string array(const Range& items, Write toJson)
+{
+    std::string json = "[";
+    for (const auto& item : items)
+        json.append(json.size() > 1 ? "," : "").append(toJson(item));
+    return json + ']';
+}
 
 } // namespace Json
 

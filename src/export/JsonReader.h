@@ -12,29 +12,28 @@ namespace korvane {
 /// Reading JSON strictly: whatever is not as asked for throws Malformed.
 namespace JsonReader {
 
-    using Value = rapidjson::Value;
+using Value = rapidjson::Value;
 
-    struct Malformed {
-    };
+struct Malformed { };
 
-    /// `json` must be one whole JSON text in valid UTF-8, however deeply nested.
-    rapidjson::Document parsed(std::string_view json);
+/// `json` must be one whole JSON text in valid UTF-8, however deeply nested.
+rapidjson::Document parsed(std::string_view json);
 
-    const Value& object(const Value& value);
-    std::int64_t integer(const Value& value);
-    std::string text(const Value& value);
+const Value& object(const Value& value);
+std::int64_t integer(const Value& value);
+std::string text(const Value& value);
 
-    /// The member `key` of an object that must have it.
-    const Value& required(const Value& object, const char* key);
+/// The member `key` of an object that must have it.
+const Value& required(const Value& object, const char* key);
 
-    /// The member `key`, read by `read`; nothing where it is missing or null.
-    template <typename Read>
-    auto optional(const Value& object, const char* key, Read read)
-    {
-        const auto member = object.FindMember(key);
-        const bool present = member != object.MemberEnd() && !member->value.IsNull();
-        return present ? std::optional(read(member->value)) : std::nullopt;
-    }
+/// The member `key`, read by `read`; nothing where it is missing or null.
+template <typename Read>
+auto optional(const Value& object, const char* key, Read read)
+{
+    const auto member = object.FindMember(key);
+    const bool present = member != object.MemberEnd() && !member->value.IsNull();
+    return present ? std::optional(read(member->value)) : std::nullopt;
+}
 
 } // namespace JsonReader
 

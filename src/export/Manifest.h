@@ -31,11 +31,11 @@ struct ManifestItem {
 
 namespace Exporter {
 
-    /// The export files in `folder` that exist for the chats in `guids`, sorted by title as the
-    /// user's locale sorts, without regard to case. Never fails: what cannot be read is left out.
-    /// May run while a sync runs on another thread.
-    std::vector<ManifestItem> manifest(
-        const std::filesystem::path& folder, const std::set<std::string>& guids);
+/// The export files in `folder` that exist for the chats in `guids`, sorted by title as the
+/// user's locale sorts, without regard to case. Never fails: what cannot be read is left out.
+/// May run while a sync runs on another thread.
+std::vector<ManifestItem> manifest(
+    const std::filesystem::path& folder, const std::set<std::string>& guids);
 
 } // namespace Exporter
 

@@ -6,7 +6,7 @@ namespace korvane {
 
 namespace {
 
-    constexpr std::size_t usualBlock = std::size_t{1} << 20U;
+constexpr std::size_t usualBlock = std::size_t{1} << 20U;
 
 } // namespace
 

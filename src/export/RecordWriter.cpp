@@ -12,72 +12,68 @@ namespace korvane {
 
 namespace {
 
-    /// Writes JSON pieces one after the other into reserved room.
-    class Pen {
-    public:
-        explicit Pen(char* at)
-            : m_at(at)
-        {
-        }
+/// Writes JSON pieces one after the other into reserved room.
+class Pen {
+public:
+    explicit Pen(char* at) : m_at(at) { }
 
-        Pen& raw(std::string_view text)
-        {
-            std::memcpy(m_at, text.data(), text.size());
-            m_at += text.size();
-            return *this;
-        }
-        Pen& escaped(std::string_view text)
-        {
-            m_at = Json::writeEscaped(m_at, text);
-            return *this;
-        }
-        Pen& number(std::int64_t number)
-        {
-            m_at = std::to_chars(m_at, m_at + longestNumber, number).ptr;
-            return *this;
-        }
-        Pen& boolean(bool value) { return raw(value ? "true" : "false"); }
-
-        const char* position() const { return m_at; }
-
-        static constexpr std::size_t longestNumber = 20;
-
-    private:
-        char* m_at;
-    };
-
-    /// True where `text` is empty or nothing but white space and line breaks.
-    bool isBlank(std::string_view text)
+    Pen& raw(std::string_view text)
     {
-        for (std::size_t i = 0; i < text.size();) {
-            UChar32 character = 0;
-            U8_NEXT(text.data(), i, text.size(), character);
-            if (!u_isUWhiteSpace(character))
-                return false;
-        }
-        return true;
+        std::memcpy(m_at, text.data(), text.size());
+        m_at += text.size();
+        return *this;
     }
-
-    std::string conversationMembers(const ChatInfo& chat, std::string_view title)
+    Pen& escaped(std::string_view text)
     {
-        return R"(","conversationID":)" + Json::quoted(chat.guid) + R"(,"conversationName":)"
-            + Json::quoted(title) + R"(,"date":")";
+        m_at = Json::writeEscaped(m_at, text);
+        return *this;
     }
-
-    std::string senderMember(std::string_view name)
+    Pen& number(std::int64_t number)
     {
-        return R"(,"sender":)" + Json::quoted(name);
+        m_at = std::to_chars(m_at, m_at + longestNumber, number).ptr;
+        return *this;
     }
+    Pen& boolean(bool value) { return raw(value ? "true" : "false"); }
 
-    std::string senderMembersOf(std::string_view name, std::string_view senderID)
-    {
-        return senderMember(name) + R"(,"senderID":)" + Json::quoted(senderID);
+    const char* position() const { return m_at; }
+
+    static constexpr std::size_t longestNumber = 20;
+
+private:
+    char* m_at;
+};
+
+/// True where `text` is empty or nothing but white space and line breaks.
+bool isBlank(std::string_view text)
+{
+    for (std::size_t i = 0; i < text.size();) {
+        UChar32 character = 0;
+        U8_NEXT(text.data(), i, text.size(), character);
+        if (!u_isUWhiteSpace(character))
+            return false;
     }
+    return true;
+}
+
+std::string conversationMembers(const ChatInfo& chat, std::string_view title)
+{
+    return R"(","conversationID":)" + Json::quoted(chat.guid) + R"(,"conversationName":)"
+        + Json::quoted(title) + R"(,"date":")";
+}
+
+std::string senderMember(std::string_view name)
+{
+    return R"(,"sender":)" + Json::quoted(name);
+}
+
+std::string senderMembersOf(std::string_view name, std::string_view senderID)
+{
+    return senderMember(name) + R"(,"senderID":)" + Json::quoted(senderID);
+}
 
 } // namespace
 
-RecordWriter::RecordWriter(
-    const ChatInfo& chat, std::string_view title, const ContactNames& names)
+RecordWriter::RecordWriter(const ChatInfo& chat, std::string_view title, const ContactNames& names)
     : m_names(names)
     , m_conversation(conversationMembers(chat, title))
     , m_idPrefix("mac:" + Json::escaped(chat.guid) + ":")
@@ -91,8 +87,8 @@ void RecordWriter::append(const MessageRowView& row, RecordBuffer& batch)
     // The keys with their punctuation, date, numbers and constant texts stay well below this.
     constexpr std::size_t fixedParts = 512;
     const std::string& sender = senderMembers(row);
-    Pen pen(batch.reserve(fixedParts + m_conversation.size() + 3 * m_idPrefix.size()
-        + sender.size() + Json::largestEscaped(row.text.size())));
+    Pen pen(batch.reserve(fixedParts + m_conversation.size() + 3 * m_idPrefix.size() + sender.size()
+        + Json::largestEscaped(row.text.size())));
 
     pen.raw(R"({"attachmentCount":)").number(row.attachmentCount);
     pen.raw(R"(,"body":")").escaped(row.text);
@@ -104,7 +100,10 @@ void RecordWriter::append(const MessageRowView& row, RecordBuffer& batch)
     if (row.reactionKind)
         pen.raw(R"(,"reactionKind":")").raw(*row.reactionKind).raw("\"");
     if (row.reactionTargetRowID)
-        pen.raw(R"(,"reactionTargetID":")").raw(m_idPrefix).number(*row.reactionTargetRowID).raw("\"");
+        pen.raw(R"(,"reactionTargetID":")")
+            .raw(m_idPrefix)
+            .number(*row.reactionTargetRowID)
+            .raw("\"");
     if (row.recordKind)
         pen.raw(R"(,"recordKind":")").raw(*row.recordKind).raw("\"");
     if (row.replyToRowID)
@@ -118,7 +117,8 @@ const std::string& RecordWriter::senderMembers(const MessageRowView& row)
 {
     if (row.fromMe)
         return m_ownMembers;
-    return row.handle ? knownHandle(*row.handle, row.senderID.value_or("")) : m_membersWithoutHandle;
+    return row.handle ? knownHandle(*row.handle, row.senderID.value_or(""))
+                      : m_membersWithoutHandle;
 }
 
 const std::string& RecordWriter::knownHandle(std::string_view handle, std::string_view senderID)

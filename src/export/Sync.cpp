@@ -1,5 +1,5 @@
-#include "export/Exporter.h"
 #include "export/ExportState.h"
+#include "export/Exporter.h"
 #include "export/RecordBuffer.h"
 #include "export/RecordWriter.h"
 #include "storage/Files.h"
@@ -16,127 +16,127 @@ namespace fs = std::filesystem;
 
 namespace {
 
-    /// The records of one chat that are not in its file yet.
-    struct Batch {
-        RecordBuffer records;
-        std::int64_t count = 0;
-        std::int64_t highestRowID = 0;
+/// The records of one chat that are not in its file yet.
+struct Batch {
+    RecordBuffer records;
+    std::int64_t count = 0;
+    std::int64_t highestRowID = 0;
+};
+
+std::string newEpoch()
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
+}
+
+ChatState newRecord(const ChatInfo& chat, const std::string& title)
+{
+    return {
+        .lastRowID = 0,
+        .fileName = Exporter::exportFileName(title, chat.id),
+        .title = title,
+        .messages = 0,
+        .epoch = newEpoch(),
+        .formatVersion = currentFormatVersion,
     };
+}
 
-    std::string newEpoch()
+void restart(ChatState& record, const fs::path& file)
+{
+    std::error_code ignored;
+    fs::remove(file, ignored);
+    record.lastRowID = 0;
+    record.messages = 0;
+    record.epoch = newEpoch();
+}
+
+/// One run over the chats of one open database.
+class Run {
+public:
+    Run(const std::string& database, const ContactNames& names, const fs::path& folder)
+        : m_db(database)
+        , m_names(names)
+        , m_folder(folder)
     {
-        return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
     }
 
-    ChatState newRecord(const ChatInfo& chat, const std::string& title)
+    void createFolder() const { fs::create_directories(m_folder); }
+
+    SyncResult exportAll(const std::vector<ChatInfo>& chats, const BeforeChat& beforeChat)
     {
-        return {
-            .lastRowID = 0,
-            .fileName = Exporter::exportFileName(title, chat.id),
-            .title = title,
-            .messages = 0,
-            .epoch = newEpoch(),
-            .formatVersion = currentFormatVersion,
-        };
+        m_state = ExportState::load();
+        for (const ChatInfo& chat : chats) {
+            if (beforeChat && !beforeChat(chat))
+                break;
+            exportOrReport(chat);
+        }
+        Exporter::saveState(m_state);
+        return std::move(m_result);
     }
 
-    void restart(ChatState& record, const fs::path& file)
+private:
+    void exportOrReport(const ChatInfo& chat)
     {
+        const std::string title = Exporter::title(chat, m_names);
+        try {
+            exportChat(chat, title);
+        } catch (const DBError& error) {
+            m_result.errors.push_back(title + ": " + error.message);
+        } catch (const std::system_error& error) {
+            m_result.errors.push_back(title + ": " + error.code().message());
+        }
+    }
+
+    void exportChat(const ChatInfo& chat, const std::string& title)
+    {
+        ChatState record = recordFor(chat, title);
+        const fs::path file = m_folder.native() + '/' + record.fileName;
         std::error_code ignored;
-        fs::remove(file, ignored);
-        record.lastRowID = 0;
-        record.messages = 0;
-        record.epoch = newEpoch();
+        if (!fs::exists(file, ignored) || record.title != title)
+            restart(record, file);
+        record.title = title;
+
+        const Batch batch = readBatch(chat, title, record.lastRowID);
+        if (batch.count > 0) {
+            Files::append(file, batch.records.pieces());
+            record.lastRowID = std::max(record.lastRowID, batch.highestRowID);
+            record.messages = record.messages.value_or(0) + batch.count;
+            m_result.added += batch.count;
+            m_result.chatsTouched += 1;
+        }
+        m_state.chats[chat.guid] = std::move(record);
     }
 
-    /// One run over the chats of one open database.
-    class Run {
-    public:
-        Run(const std::string& database, const ContactNames& names, const fs::path& folder)
-            : m_db(database)
-            , m_names(names)
-            , m_folder(folder)
-        {
-        }
-
-        void createFolder() const { fs::create_directories(m_folder); }
-
-        SyncResult exportAll(const std::vector<ChatInfo>& chats, const BeforeChat& beforeChat)
-        {
-            m_state = ExportState::load();
-            for (const ChatInfo& chat : chats) {
-                if (beforeChat && !beforeChat(chat))
-                    break;
-                exportOrReport(chat);
-            }
-            Exporter::saveState(m_state);
-            return std::move(m_result);
-        }
-
-    private:
-        void exportOrReport(const ChatInfo& chat)
-        {
-            const std::string title = Exporter::title(chat, m_names);
-            try {
-                exportChat(chat, title);
-            } catch (const DBError& error) {
-                m_result.errors.push_back(title + ": " + error.message);
-            } catch (const std::system_error& error) {
-                m_result.errors.push_back(title + ": " + error.code().message());
-            }
-        }
-
-        void exportChat(const ChatInfo& chat, const std::string& title)
-        {
-            ChatState record = recordFor(chat, title);
-            const fs::path file = m_folder.native() + '/' + record.fileName;
-            std::error_code ignored;
-            if (!fs::exists(file, ignored) || record.title != title)
-                restart(record, file);
-            record.title = title;
-
-            const Batch batch = readBatch(chat, title, record.lastRowID);
-            if (batch.count > 0) {
-                Files::append(file, batch.records.pieces());
-                record.lastRowID = std::max(record.lastRowID, batch.highestRowID);
-                record.messages = record.messages.value_or(0) + batch.count;
-                m_result.added += batch.count;
-                m_result.chatsTouched += 1;
-            }
-            m_state.chats[chat.guid] = std::move(record);
-        }
-
-        ChatState recordFor(const ChatInfo& chat, const std::string& title) const
-        {
-            const auto known = m_state.chats.find(chat.guid);
-            const bool current = known != m_state.chats.end()
-                && known->second.formatVersion == currentFormatVersion;
-            return current ? known->second : newRecord(chat, title);
-        }
-
-        Batch readBatch(const ChatInfo& chat, const std::string& title, std::int64_t afterRowID)
-        {
-            Batch batch {.highestRowID = afterRowID};
-            RecordWriter writer(chat, title, m_names);
-            m_db.forEachMessage(chat.id, afterRowID, [&](const MessageRowView& row) {
-                writer.append(row, batch.records);
-                batch.highestRowID = std::max(batch.highestRowID, row.rowID);
-                ++batch.count;
-            });
-            return batch;
-        }
-
-        MessagesDB m_db;
-        const ContactNames& m_names;
-        const fs::path m_folder;
-        ExportState m_state;
-        SyncResult m_result;
-    };
-
-    SyncResult failed(std::string error)
+    ChatState recordFor(const ChatInfo& chat, const std::string& title) const
     {
-        return {.errors = {std::move(error)}};
+        const auto known = m_state.chats.find(chat.guid);
+        const bool current
+            = known != m_state.chats.end() && known->second.formatVersion == currentFormatVersion;
+        return current ? known->second : newRecord(chat, title);
     }
+
+    Batch readBatch(const ChatInfo& chat, const std::string& title, std::int64_t afterRowID)
+    {
+        Batch batch{.highestRowID = afterRowID};
+        RecordWriter writer(chat, title, m_names);
+        m_db.forEachMessage(chat.id, afterRowID, [&](const MessageRowView& row) {
+            writer.append(row, batch.records);
+            batch.highestRowID = std::max(batch.highestRowID, row.rowID);
+            ++batch.count;
+        });
+        return batch;
+    }
+
+    MessagesDB m_db;
+    const ContactNames& m_names;
+    const fs::path m_folder;
+    ExportState m_state;
+    SyncResult m_result;
+};
+
+SyncResult failed(std::string error)
+{
+    return {.errors = {std::move(error)}};
+}
 
 } // namespace
 

@@ -64,8 +64,7 @@ private slots:
         TestDatabase database;
         fill(database);
         const std::string cards = terminal.home() + "/my contacts é.vcf";
-        std::ofstream(cards)
-            << "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann;;;\nTEL:555-0100\nEND:VCARD\n";
+        std::ofstream(cards) << "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann;;;\nTEL:555-0100\nEND:VCARD\n";
         const Outcome outcome
             = terminal.run({"chats", "--database", database.path(), "--contacts", cards});
         QVERIFY2(outcome.out.find("Ann Lee") == std::string::npos, "seven digits are not ten");
@@ -135,8 +134,7 @@ private slots:
         const Outcome outcome
             = terminal.run({"chats", "--database", database.path(), "--contacts", "/nowhere"});
         QCOMPARE(outcome.code, 1);
-        QCOMPARE(outcome.err,
-            std::string("korvane-sync: /nowhere: There are no contacts here.\n"));
+        QCOMPARE(outcome.err, std::string("korvane-sync: /nowhere: There are no contacts here.\n"));
     }
 
 private:

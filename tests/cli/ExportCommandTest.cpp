@@ -95,8 +95,8 @@ private slots:
         const Outcome outcome = terminal.run({"export", "--chat", "G1", "nobody", "--database",
             database.path(), "--folder", terminal.exports()});
         QCOMPARE(outcome.code, 1);
-        QCOMPARE(outcome.err,
-            std::string("korvane-sync: There is no chat with the guid nobody.\n"));
+        QCOMPARE(
+            outcome.err, std::string("korvane-sync: There is no chat with the guid nobody.\n"));
         QCOMPARE(filesIn(terminal.exports()).size(), std::size_t{1});
     }
 
@@ -148,8 +148,8 @@ private slots:
         std::filesystem::create_directories(odd);
         std::filesystem::copy_file(database.path(), odd + "/chat copy.db");
         qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(odd + "/support"));
-        const Outcome outcome = terminal.run({"export", "--all", "--database",
-            odd + "/chat copy.db", "--folder", odd + "/out put"});
+        const Outcome outcome = terminal.run(
+            {"export", "--all", "--database", odd + "/chat copy.db", "--folder", odd + "/out put"});
         QCOMPARE(outcome.err, std::string());
         QCOMPARE(outcome.code, 0);
         QCOMPARE(filesIn(odd + "/out put").size(), std::size_t{2});
@@ -187,8 +187,8 @@ private slots:
         fill(database);
         exportAll(terminal, database);
         const SupportLock free;
-        QCOMPARE(filesIn(terminal.support()),
-            (std::vector<std::string>{"export.lock", "state.json"}));
+        QCOMPARE(
+            filesIn(terminal.support()), (std::vector<std::string>{"export.lock", "state.json"}));
     }
 
     void supportFolderThatCannotBeMadeIsAnError()
@@ -218,8 +218,8 @@ private:
     static Outcome exportAll(const Terminal& terminal, const TestDatabase& database,
         const std::vector<std::string>& more = {})
     {
-        std::vector<std::string> words{"export", "--all", "--database", database.path(),
-            "--folder", terminal.exports()};
+        std::vector<std::string> words{
+            "export", "--all", "--database", database.path(), "--folder", terminal.exports()};
         words.insert(words.end(), more.begin(), more.end());
         return terminal.run(words);
     }

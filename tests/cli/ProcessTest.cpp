@@ -69,10 +69,10 @@ private slots:
         const Terminal terminal;
         const std::string database = terminal.home() + "/large.db";
         constexpr int chats = 40;
-        QCOMPARE(terminal
-                     .run({"sample", database, "--messages", "120000", "--chats",
-                         std::to_string(chats)})
-                     .code,
+        QCOMPARE(
+            terminal
+                .run({"sample", database, "--messages", "120000", "--chats", std::to_string(chats)})
+                .code,
             0);
         QProcess program;
         program.start(QStringLiteral(PROGRAM),
@@ -91,8 +91,8 @@ private slots:
         QCOMPARE(result[u"chatsTouched"].toInt(), files);
         QCOMPARE(recordedMessages(terminal), result[u"added"].toInt());
 
-        const Outcome rest = terminal.run({"export", "--all", "--json", "--database", database,
-            "--folder", terminal.exports()});
+        const Outcome rest = terminal.run(
+            {"export", "--all", "--json", "--database", database, "--folder", terminal.exports()});
         QCOMPARE(rest.code, 0);
         QCOMPARE(rest.json()[u"chatsTouched"].toInt(), chats - files);
     }
@@ -109,8 +109,8 @@ private slots:
         const std::string holder = "korvane-sync, process " + std::to_string(first.processId());
         bool named = false;
         for (int attempt = 0; attempt < 2000 && !named; ++attempt) {
-            const Outcome second = terminal.run({"export", "--all", "--database", database.path(),
-                "--folder", terminal.exports()});
+            const Outcome second = terminal.run(
+                {"export", "--all", "--database", database.path(), "--folder", terminal.exports()});
             named = second.code == 1 && second.err.find(holder) != std::string::npos;
         }
         interrupt(first);
@@ -142,10 +142,9 @@ private:
         const TestDatabase& database)
     {
         program.start(QStringLiteral(PROGRAM),
-            QStringList{QStringLiteral("export"), QStringLiteral("--all"),
-                QStringLiteral("--json"), QStringLiteral("--database"),
-                QString::fromStdString(database.path()), QStringLiteral("--folder"),
-                QString::fromStdString(terminal.exports())}
+            QStringList{QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--json"),
+                QStringLiteral("--database"), QString::fromStdString(database.path()),
+                QStringLiteral("--folder"), QString::fromStdString(terminal.exports())}
                 + more);
     }
 

@@ -16,13 +16,13 @@ private slots:
     {
         const Terminal terminal;
         const std::string file = terminal.home() + "/sample.db";
-        const Outcome outcome = terminal.run(
-            {"sample", file, "--messages", "300", "--chats", "5", "--seed", "7"});
+        const Outcome outcome
+            = terminal.run({"sample", file, "--messages", "300", "--chats", "5", "--seed", "7"});
         QCOMPARE(outcome.err, std::string());
         QCOMPARE(outcome.code, 0);
         QCOMPARE(outcome.out, "Wrote 300 messages in 5 chats to " + file + "\n");
-        QVERIFY(terminal.run({"chats", "--database", file}).out.find("iMessage;")
-            != std::string::npos);
+        QVERIFY(
+            terminal.run({"chats", "--database", file}).out.find("iMessage;") != std::string::npos);
         QCOMPARE(
             terminal.run({"export", "--all", "--database", file, "--folder", terminal.exports()})
                 .code,
@@ -48,8 +48,8 @@ private slots:
         std::ofstream(file) << "my only copy";
         const Outcome outcome = terminal.run({"sample", file, "--messages", "10"});
         QCOMPARE(outcome.code, 1);
-        QCOMPARE(outcome.err,
-            "korvane-sync: " + file + ": The file exists; --force overwrites it.\n");
+        QCOMPARE(
+            outcome.err, "korvane-sync: " + file + ": The file exists; --force overwrites it.\n");
         QCOMPARE(contentsOf(file), std::string("my only copy"));
     }
 

@@ -62,8 +62,8 @@ private slots:
 
     void controlCharactersAreMadeHarmless()
     {
-        QCOMPARE(printable("a\x1B[2J\nb\u202Ec\u2028d"),
-            std::string("a\uFFFD[2J\uFFFDb\uFFFDc\uFFFDd"));
+        QCOMPARE(
+            printable("a\x1B[2J\nb\u202Ec\u2028d"), std::string("a\uFFFD[2J\uFFFDb\uFFFDc\uFFFDd"));
         QCOMPARE(printable("👩‍👩‍👧"), std::string("👩‍👩‍👧"));
     }
 };

@@ -6,7 +6,7 @@ namespace korvane {
 
 namespace {
 
-    constexpr const char* commonTables = R"(
+constexpr const char* commonTables = R"(
         CREATE TABLE chat (ROWID INTEGER PRIMARY KEY, guid TEXT, display_name TEXT,
             chat_identifier TEXT, style INTEGER);
         CREATE TABLE handle (ROWID INTEGER PRIMARY KEY, id TEXT);
@@ -16,22 +16,21 @@ namespace {
         CREATE TABLE attachment (ROWID INTEGER PRIMARY KEY, mime_type TEXT);
         CREATE TABLE message_attachment_join (message_id INTEGER, attachment_id INTEGER);)";
 
-    constexpr const char* oldMessages = R"(
+constexpr const char* oldMessages = R"(
         CREATE TABLE message (ROWID INTEGER PRIMARY KEY, text TEXT, attributedBody BLOB,
             handle_id INTEGER, date INTEGER, is_from_me INTEGER, cache_has_attachments INTEGER);)";
 
-    constexpr const char* currentMessages = R"(
+constexpr const char* currentMessages = R"(
         CREATE TABLE message (ROWID INTEGER PRIMARY KEY, guid TEXT UNIQUE, text TEXT,
             attributedBody BLOB, handle_id INTEGER, date INTEGER, is_from_me INTEGER,
             cache_has_attachments INTEGER, associated_message_type INTEGER,
             associated_message_guid TEXT, thread_originator_guid TEXT, item_type INTEGER);)";
 
-    void bindOptional(
-        Sqlite::Statement& row, int parameter, const std::optional<std::string>& text)
-    {
-        if (text)
-            row.bindText(parameter, *text);
-    }
+void bindOptional(Sqlite::Statement& row, int parameter, const std::optional<std::string>& text)
+{
+    if (text)
+        row.bindText(parameter, *text);
+}
 
 } // namespace
 
@@ -62,8 +61,8 @@ void TestDatabase::addHandle(std::int64_t id, const std::string& handle)
     row.step();
 }
 
-void TestDatabase::addChat(std::int64_t id, const std::string& guid,
-    const std::string& displayName, const std::string& identifier, int style)
+void TestDatabase::addChat(std::int64_t id, const std::string& guid, const std::string& displayName,
+    const std::string& identifier, int style)
 {
     Sqlite::Statement row(m_db, "INSERT INTO chat VALUES (?, ?, ?, ?, ?)");
     row.bind(1, id);
@@ -88,9 +87,9 @@ std::int64_t TestDatabase::addMessage(std::int64_t chat, const Message& message)
     const std::string guid = message.guid.value_or("M" + std::to_string(id));
     m_lastRowID = std::max(m_lastRowID, id);
 
-    Sqlite::Statement row(m_db, m_current
-            ? "INSERT INTO message VALUES (?1, ?8, ?2, ?3, ?4, ?5, ?6, ?7, ?9, ?10, ?11, ?12)"
-            : "INSERT INTO message VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+    Sqlite::Statement row(m_db,
+        m_current ? "INSERT INTO message VALUES (?1, ?8, ?2, ?3, ?4, ?5, ?6, ?7, ?9, ?10, ?11, ?12)"
+                  : "INSERT INTO message VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
     row.bind(1, id);
     bindOptional(row, 2, message.text);
     if (message.body)

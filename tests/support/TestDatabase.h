@@ -53,7 +53,7 @@ public:
     template <std::convertible_to<std::string> Text> // no braces: they mean a Message
     std::int64_t addMessage(std::int64_t chat, const Text& text)
     {
-        return addMessage(chat, Message {.text = text});
+        return addMessage(chat, Message{.text = text});
     }
 
     /// Adds an attachment of the given type to a message; absent is NULL.
