@@ -8,8 +8,8 @@
 
 namespace korvane {
 
-/// The two ways in which versions differ here. Version 2.1 escapes no more than separators and
-/// knows no `\n`; its bytes are windows-1252 where they are not UTF-8 and no charset is named.
+/// The two ways in which versions differ here. In version 2.1 `\n` is no line break but two typed
+/// characters, and bytes that are not UTF-8 are windows-1252 where no charset is named.
 enum class VCardVersion { Old, Current };
 
 /// A property's value as UTF-8, its escapes still in place.

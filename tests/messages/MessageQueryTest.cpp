@@ -3,7 +3,7 @@
 
 namespace korvane {
 
-/// The text of the message query, which depends on the columns that the database has.
+/// The texts of all queries; that of the messages depends on the columns that the database has.
 class MessageQueryTest : public QObject {
     Q_OBJECT
 
@@ -16,6 +16,8 @@ private slots:
     void photosNeedThreeColumns();
     void columnNamesMatchToTheLetter();
     void guids();
+    void participants();
+    void chats();
     void resultColumnsAreWhereTheirNamesSay();
 };
 
@@ -125,6 +127,24 @@ void MessageQueryTest::guids()
     QCOMPARE(std::string(guidQuery),
         "SELECT m.guid, m.ROWID FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID "
         "WHERE j.chat_id = ?");
+}
+
+void MessageQueryTest::participants()
+{
+    QCOMPARE(std::string(participantQuery),
+        "SELECT j.chat_id, h.id FROM chat_handle_join j JOIN handle h ON h.ROWID = j.handle_id");
+}
+
+void MessageQueryTest::chats()
+{
+    QCOMPARE(std::string(chatQuery),
+        R"(SELECT c.ROWID, c.guid, COALESCE(c.display_name, ''), c.chat_identifier, c.style,
+       MAX(m.date), COUNT(m.ROWID)
+FROM chat c
+JOIN chat_message_join j ON j.chat_id = c.ROWID
+JOIN message m ON m.ROWID = j.message_id
+GROUP BY c.ROWID
+ORDER BY MAX(m.date) DESC)");
 }
 
 void MessageQueryTest::resultColumnsAreWhereTheirNamesSay()
