@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <exception>
 #include <functional>
+#include <stdexcept>
 
 namespace korvane {
 
@@ -79,6 +80,7 @@ private:
     {
         command.add_option("--database", sources.database, "The Messages database to read")
             ->type_name("FILE")
+            ->check(notEmpty)
             ->capture_default_str();
         command
             .add_option("--contacts", sources.contacts,
@@ -121,6 +123,7 @@ private:
                 [this](const Console& console) { return runSample(m_sample, console); });
         command.add_option("file", m_sample.file, "The database to write")
             ->type_name("FILE")
+            ->check(notEmpty)
             ->required();
         command.add_option("--messages", m_sample.size.messages, "How many messages")
             ->check(CLI::Range(std::int64_t{0}, mostMessages))
@@ -152,7 +155,10 @@ std::string firstLine(const std::string& text)
 int runOrComplain(const Command& command, const Console& console)
 {
     try {
-        return command(console);
+        const int code = command(console);
+        if (!console.out.flush())
+            throw std::runtime_error("Not all of the output could be written.");
+        return code;
     } catch (const std::exception& error) {
         console.complain(error.what());
         return ExitCode::failure;

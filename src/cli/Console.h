@@ -11,8 +11,9 @@ struct Console {
     std::ostream& err;
     bool errIsTerminal = false; ///< a progress bar is drawn only where it can be redrawn
 
-    /// One line on `err`, marked as this program's.
-    void complain(std::string_view text) const { err << "korvane-sync: " << text << '\n'; }
+    /// One line on `err`, marked as this program's. The text may quote a chat's title, which
+    /// others choose: it is made harmless for a terminal.
+    void complain(std::string_view text) const;
 };
 
 /// What the program ends with.

@@ -4,9 +4,11 @@
 #include "cli/ProgressBar.h"
 #include "export/Exporter.h"
 #include "export/Json.h"
+#include "messages/Utf8.h"
 #include "storage/SupportLock.h"
 
 #include <numeric>
+#include <stdexcept>
 
 namespace korvane {
 
@@ -40,10 +42,10 @@ std::string counted(std::int64_t count, const std::string& thing)
     return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
 }
 
-std::string asText(const SyncResult& result, const std::string& folder)
+std::string asText(const SyncResult& result, const std::string& folder, bool complete)
 {
     if (result.added == 0)
-        return "Nothing new.";
+        return complete ? "Nothing new." : "Nothing added.";
     return "Added " + counted(result.added, "message") + " to "
         + counted(result.chatsTouched, "chat") + " in " + folder;
 }
@@ -63,15 +65,15 @@ public:
         return m_interruption.requested() ? ExitCode::interrupted : code;
     }
 
-    /// An interruption is the usual end of this. After the first run, one that cannot begin
-    /// is reported and tried again later.
+    /// An interruption is the usual end of this. A first run that cannot begin ends it too; later
+    /// ones are tried again.
     int runEvery(double seconds)
     {
         int code = run();
-        while (!m_interruption.requested()) {
+        while (m_begun && !m_interruption.requested()) {
             m_interruption.sleep(std::chrono::duration<double>(seconds));
             if (!m_interruption.requested())
-                code = runOrComplain();
+                code = run();
         }
         return code;
     }
@@ -79,21 +81,20 @@ public:
 private:
     int run()
     {
-        const SyncResult result = sync();
+        const SyncResult result = syncOrExplain();
         report(result);
         return result.errors.empty() ? ExitCode::success : ExitCode::failure;
     }
 
-    int runOrComplain()
+    SyncResult syncOrExplain()
     {
         try {
-            return run();
-        } catch (const DBError& error) {
-            m_console.complain(error.message);
-        } catch (const std::runtime_error& error) {
-            m_console.complain(error.what());
+            return sync();
+        } catch (const std::overflow_error&) {
+            throw; // ends the program: see referenceTime()
+        } catch (const std::exception& error) {
+            return {.errors = {error.what()}};
         }
-        return ExitCode::failure;
     }
 
     SyncResult sync()
@@ -101,9 +102,10 @@ private:
         const SupportLock lock;
         const ChatSelection selection = chosenChats(m_options);
         const ContactNames names = readNames(m_options.sources);
+        m_begun = true;
         SyncResult result = syncWithProgress(selection.chats, names);
         for (const std::string& guid : selection.unknown)
-            result.errors.push_back("There is no chat with the guid " + guid + ".");
+            result.errors.push_back("There is no chat with the guid " + repairedUtf8(guid) + ".");
         return result;
     }
 
@@ -121,7 +123,8 @@ private:
 
     void report(const SyncResult& result) const
     {
-        m_console.out << (m_options.json ? asJson(result) : asText(result, m_options.folder))
+        const bool complete = result.errors.empty() && !m_interruption.requested();
+        m_console.out << (m_options.json ? asJson(result) : asText(result, m_options.folder, complete))
                       << std::endl; // seen at once, though the next run is minutes away
         for (const std::string& error : result.errors)
             m_console.complain(error);
@@ -130,6 +133,7 @@ private:
     const ExportOptions& m_options;
     const Console& m_console;
     const Interruption m_interruption;
+    bool m_begun = false; ///< a run got past the lock, the database and the contacts
 };
 
 } // namespace

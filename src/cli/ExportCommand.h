@@ -19,8 +19,8 @@ struct ExportOptions {
 };
 
 /// Exports the chats, once or again and again until it is interrupted. The run at hand ends with
-/// the chat at hand, its progress saved. Throws DBError or std::runtime_error where the first
-/// run could not begin.
+/// the chat at hand, its progress saved. A run that cannot begin is reported like one that fails;
+/// where it is the first, it is also the last. Throws std::overflow_error (see referenceTime()).
 int runExport(const ExportOptions& options, const Console& console);
 
 } // namespace korvane

@@ -20,21 +20,22 @@ using Clock = std::chrono::steady_clock;
 volatile std::sig_atomic_t received = 0;
 std::array<int, 2> wakeUp = {-1, -1};
 
-void onSignal(int)
-{
-    const int before = errno;
-    received = 1;
-    [[maybe_unused]] const auto written = ::write(wakeUp[1], "", 1);
-    errno = before;
-}
-
 void handle(void (*handler)(int))
 {
     struct sigaction action { };
     action.sa_handler = handler;
-    action.sa_flags = static_cast<int>(SA_RESETHAND); // the second signal kills
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
+    action.sa_flags = SA_RESTART; // what is being written is written to the end
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
+}
+
+void onSignal(int)
+{
+    const int before = errno;
+    handle(SIG_DFL); // the next one kills
+    received = 1;
+    [[maybe_unused]] const auto written = ::write(wakeUp[1], "", 1);
+    errno = before;
 }
 
 } // namespace

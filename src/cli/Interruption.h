@@ -4,8 +4,9 @@
 
 namespace korvane {
 
-/// While it lives, Ctrl-C (SIGINT) and SIGTERM ask the program to end at the next good moment
-/// instead of killing it. A second one kills it. At most one object at a time.
+/// While it lives, Ctrl-C (SIGINT), SIGTERM and a closed terminal (SIGHUP) ask the program to end
+/// at the next good moment instead of killing it. A second one kills it. At most one object at a
+/// time.
 class Interruption {
 public:
     Interruption();

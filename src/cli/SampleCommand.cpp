@@ -2,9 +2,9 @@
 
 #include "cli/Interruption.h"
 #include "cli/ProgressBar.h"
+#include "messages/DBError.h"
 
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
 
 namespace korvane {
@@ -13,41 +13,65 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Lets `write` write beside `file`, then puts the outcome in its place.
-void replaceWith(
-    const std::string& file, bool overwrite, const std::function<void(const std::string&)>& write)
+/// Throws where `file` may not be written.
+void check(const std::string& file, bool overwrite)
 {
-    if (!overwrite && fs::exists(file))
+    if (!fs::exists(fs::symlink_status(file)))
+        return;
+    if (!overwrite)
         throw std::runtime_error(file + ": The file exists; --force overwrites it.");
-    const std::string beside = file + ".new";
-    fs::remove(beside);
-    write(beside);
-    fs::rename(beside, file);
+    if (!fs::is_regular_file(file))
+        throw std::runtime_error(file + ": This is not a file that can be overwritten.");
 }
 
-void writeDatabase(const SampleOptions& options, const Console& console)
+/// Removes a database together with what SQLite keeps beside it, which belongs to the old one.
+void clear(const std::string& file)
 {
-    const Interruption interruption;
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"})
+        fs::remove(file + suffix);
+}
+
+void writeDatabase(
+    const SampleOptions& options, const Interruption& interruption, const Console& console)
+{
     ProgressBar bar(console.err, console.errIsTerminal, options.size.messages);
-    replaceWith(options.file, options.overwrite, [&](const std::string& file) {
-        writeSampleDatabase(file, options.size, [&](std::int64_t written) {
-            bar.show(written, "Writing messages");
-            return !interruption.requested();
-        });
+    writeSampleDatabase(options.file, options.size, [&](std::int64_t written) {
+        bar.show(written, "Writing messages");
+        return !interruption.requested();
     });
+}
+
+void writeAll(
+    const SampleOptions& options, const Interruption& interruption, const Console& console)
+{
+    if (options.overwrite)
+        clear(options.file);
+    writeDatabase(options, interruption, console);
+    console.out << "Wrote " << options.size.messages << " messages in " << options.size.chats
+                << " chats to " << options.file << '\n';
+    if (options.contacts) {
+        if (options.overwrite)
+            fs::remove(*options.contacts);
+        writeSampleContacts(*options.contacts, options.size);
+        console.out << "Wrote their people to " << *options.contacts << '\n';
+    }
 }
 
 } // namespace
 
 int runSample(const SampleOptions& options, const Console& console)
 {
-    writeDatabase(options, console);
-    console.out << "Wrote " << options.size.messages << " messages in " << options.size.chats
-                << " chats to " << options.file << '\n';
-    if (options.contacts) {
-        replaceWith(*options.contacts, options.overwrite,
-            [&options](const std::string& file) { writeSampleContacts(file, options.size); });
-        console.out << "Wrote their people to " << *options.contacts << '\n';
+    check(options.file, options.overwrite);
+    if (options.contacts)
+        check(*options.contacts, options.overwrite);
+    const Interruption interruption;
+    try {
+        writeAll(options, interruption, console);
+    } catch (const DBError&) {
+        if (!interruption.requested())
+            throw;
+        console.complain("Interrupted; nothing is left of the sample.");
+        return ExitCode::interrupted;
     }
     return ExitCode::success;
 }

@@ -43,10 +43,12 @@ private:
     VCardVersion m_version;
     Contact m_contact;
     std::string m_formattedName;
+    bool m_hasName = false; ///< an N, though it may be empty
 };
 
 void ContactBuilder::takeName(std::string_view value)
 {
+    m_hasName = true;
     if (!m_contact.familyName.empty() || !m_contact.givenName.empty())
         return;
     m_contact.familyName = componentText(value, 0, m_version);
@@ -84,7 +86,10 @@ void ContactBuilder::add(const VCardProperty& property)
 Contact ContactBuilder::finished()
 {
     const bool unnamed = m_contact.familyName.empty() && m_contact.givenName.empty();
-    if (unnamed && m_formattedName != m_contact.organizationName)
+    // An empty N beside an organisation is how address books write the card of a company.
+    const bool company = m_contact.organizationName == m_formattedName
+        || (m_hasName && !m_contact.organizationName.empty());
+    if (unnamed && !company)
         m_contact.givenName = std::move(m_formattedName);
     return std::move(m_contact);
 }

@@ -56,10 +56,16 @@ char* writeEscape(char* out, char c)
     }
 }
 
-void escapeSlashes(std::string& text)
+std::string withEscapedSlashes(std::string_view text)
 {
-    for (std::size_t at = text.find('/'); at != std::string::npos; at = text.find('/', at + 2))
-        text.insert(at, 1, '\\');
+    std::string escaped;
+    escaped.reserve(text.size() + 16);
+    for (const char c : text) {
+        if (c == '/')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
 }
 
 } // namespace
@@ -81,9 +87,7 @@ std::string Json::escaped(std::string_view text, Slash slash)
 {
     std::string result(largestEscaped(text.size()), '\0');
     result.resize(static_cast<std::size_t>(writeEscaped(result.data(), text) - result.data()));
-    if (slash == Slash::Escaped)
-        escapeSlashes(result);
-    return result;
+    return slash == Slash::Escaped ? withEscapedSlashes(result) : result;
 }
 
 std::string Json::quoted(std::string_view text, Slash slash)

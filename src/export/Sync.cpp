@@ -7,6 +7,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -79,10 +80,12 @@ private:
         const std::string title = Exporter::title(chat, m_names);
         try {
             exportChat(chat, title);
-        } catch (const DBError& error) {
-            m_result.errors.push_back(title + ": " + error.message);
+        } catch (const std::overflow_error&) {
+            throw; // no failure of this chat alone: see referenceTime()
         } catch (const std::system_error& error) {
             m_result.errors.push_back(title + ": " + error.code().message());
+        } catch (const std::exception& error) {
+            m_result.errors.push_back(title + ": " + error.what());
         }
     }
 

@@ -1,13 +1,29 @@
 #pragma once
 
-#include <functional>
-#include <set>
+#include <algorithm>
+#include <initializer_list>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace korvane {
 
-/// The column names of one table.
-using ColumnSet = std::set<std::string, std::less<>>;
+/// The column names of one table: a few dozen, so looking through them beats a tree.
+class ColumnSet {
+public:
+    ColumnSet() = default;
+    ColumnSet(std::initializer_list<std::string> names) : m_names(names) { }
+
+    void insert(std::string name) { m_names.push_back(std::move(name)); }
+    bool contains(std::string_view name) const
+    {
+        return std::find(m_names.begin(), m_names.end(), name) != m_names.end();
+    }
+
+private:
+    std::vector<std::string> m_names;
+};
 
 /// The columns that this system's release of the Messages database really has.
 struct MessageColumns {

@@ -22,10 +22,16 @@ constexpr bool isReaction(int associatedType)
 /// Stands in a text where an attachment sits inline (U+FFFC).
 constexpr std::string_view attachmentPlaceholder = "\xEF\xBF\xBC";
 
-void removeAll(std::string& text, std::string_view what)
+std::string without(std::string_view what, std::string_view text)
 {
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at))
-        text.erase(at, what.size());
+    std::string rest;
+    std::size_t start = 0;
+    for (std::size_t at = text.find(what); at != std::string_view::npos;
+         at = text.find(what, start)) {
+        rest += text.substr(start, at - start);
+        start = at + what.size();
+    }
+    return rest += text.substr(start);
 }
 
 /// `raw` as valid UTF-8: as it stands, or repaired in `scratch`.
@@ -73,8 +79,7 @@ std::string_view RowReader::text()
         text = decodedBody();
     if (isAscii(text) || text.find(attachmentPlaceholder) == std::string_view::npos)
         return text;
-    m_ownText = std::string(text);
-    removeAll(m_ownText, attachmentPlaceholder);
+    m_ownText = without(attachmentPlaceholder, text);
     return m_ownText;
 }
 

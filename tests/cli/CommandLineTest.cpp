@@ -34,6 +34,7 @@ private slots:
         row("--every without an end", "export --all --every inf", "--every");
         row("--every that is not a number by name", "export --all --every nan", "--every");
         row("folder without a name", "export --all --folder=", "--folder");
+        row("database without a name", "chats --database=", "--database");
         row("sample without a file", "sample", "file");
         row("sample with a negative number", "sample x.db --messages -1", "--messages");
         row("sample without chats", "sample x.db --chats 0", "--chats");

@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <QtTest/QTest>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -137,6 +138,57 @@ private slots:
             std::string("korvane-sync: /nowhere.db: Can't open the Messages database.\n"));
         QVERIFY(!std::filesystem::exists(terminal.exports()));
         QVERIFY(!std::filesystem::exists(terminal.support() + "/state.json"));
+    }
+
+    void runThatCannotBeginIsAnObjectToo()
+    {
+        const Terminal terminal;
+        const Outcome outcome = terminal.run({"export", "--all", "--json", "--database",
+            "/nowhere.db", "--folder", terminal.exports()});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.json().object()[u"added"].toInt(-1), 0);
+        QCOMPARE(outcome.json().object()[u"chatsTouched"].toInt(-1), 0);
+        QCOMPARE(outcome.json().object()[u"errors"].toArray(),
+            QJsonArray{QStringLiteral("/nowhere.db: Can't open the Messages database.")});
+    }
+
+    void errorsCannotSendCommandsToTheTerminal()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        database.addChat(1, "G1", "red\x1B[31m\nkorvane-sync: all is well");
+        database.addMessage(1, "hello");
+        std::filesystem::create_directories(terminal.exports()
+            + "/red_[31m_korvane-sync_ all is well (1) Korvane Wrapped.jsonl.txt/full");
+        const Outcome outcome = exportAll(terminal, database);
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.out, std::string("Nothing added.\n"));
+        QCOMPARE(outcome.err.find('\x1B'), std::string::npos);
+        QCOMPARE(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1);
+    }
+
+    void guidThatIsNotUtf8IsRepairedInTheError()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const Outcome outcome = terminal.run({"export", "--chat", "\xFF", "--json", "--database",
+            database.path(), "--folder", terminal.exports()});
+        QCOMPARE(outcome.json().object()[u"errors"].toArray(),
+            QJsonArray{QStringLiteral("There is no chat with the guid \uFFFD.")});
+    }
+
+    void contactsWithoutPermissionLeaveTheBareHandles()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const std::string closed = terminal.home() + "/closed";
+        std::filesystem::create_directories(closed);
+        std::filesystem::permissions(closed, std::filesystem::perms::none);
+        QCOMPARE(exportAll(terminal, database, {"--contacts", closed}).code, 0);
+        std::filesystem::permissions(closed, std::filesystem::perms::owner_all);
+        QVERIFY(filesIn(terminal.exports())[0].starts_with("+15550100"));
     }
 
     void pathsWithBlanksAndForeignLettersWork()

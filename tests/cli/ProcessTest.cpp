@@ -9,6 +9,8 @@
 #include <QtTest/QTest>
 
 #include <csignal>
+#include <cstdint>
+#include <limits>
 
 using namespace korvane;
 
@@ -118,6 +120,48 @@ private slots:
         QVERIFY(named);
     }
 
+    void dateOutOfRangeEndsARepeatedExport()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database, 2);
+        QProcess program;
+        start(program, {QStringLiteral("--every"), QStringLiteral("0.1")}, terminal, database);
+        QCOMPARE(nextRun(program)[u"added"].toInt(), 2);
+        database.addMessage(1, {.date = std::numeric_limits<std::int64_t>::min()});
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 1);
+        QVERIFY(program.readAllStandardError().contains("out of range"));
+    }
+
+    void limitOnFileSizesFailsTheLargeChatAlone()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database, 1);
+        database.addChat(2, "G2", "Large", "chat2", 43);
+        database.addMessage(2, std::string(400'000, 'x'));
+        const Outcome outcome = shell("ulimit -f 100; exec " PROGRAM " export --all --database '"
+            + database.path() + "' --folder '" + terminal.exports() + "'");
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err, std::string("korvane-sync: Large: File too large\n"));
+        QCOMPARE(outcome.out, "Added 1 message to 1 chat in " + terminal.exports() + "\n");
+        QCOMPARE(recordedMessages(terminal), 1);
+    }
+
+    void outputThatCannotBeWrittenIsAnError()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database, 1);
+        const Outcome outcome
+            = shell("exec " PROGRAM " chats --database '" + database.path() + "' > /dev/full");
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(
+            outcome.err, std::string("korvane-sync: Not all of the output could be written.\n"));
+    }
+
     void noProgressIsDrawnWhereThereIsNoTerminal()
     {
         const Terminal terminal;
@@ -153,6 +197,16 @@ private:
     {
         while (!program.canReadLine() && program.waitForReadyRead(10000)) { }
         return QJsonDocument::fromJson(program.readLine()).object();
+    }
+
+    static Outcome shell(const std::string& command)
+    {
+        QProcess program;
+        program.start(
+            QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QString::fromStdString(command)});
+        program.waitForFinished();
+        return {program.exitCode(), program.readAllStandardOutput().toStdString(),
+            program.readAllStandardError().toStdString()};
     }
 
     static void interrupt(const QProcess& program)

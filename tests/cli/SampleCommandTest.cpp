@@ -63,6 +63,34 @@ private slots:
         QCOMPARE(filesIn(terminal.home()), std::vector<std::string>{"old.db"});
     }
 
+    void filesBesideTheSampleAreLeftAlone()
+    {
+        const Terminal terminal;
+        const std::string file = terminal.home() + "/new.db";
+        std::ofstream(file + ".new") << "someone's";
+        QCOMPARE(terminal.run({"sample", file, "--messages", "10"}).code, 0);
+        QCOMPARE(contentsOf(file + ".new"), std::string("someone's"));
+    }
+
+    void overwritingTakesTheOldLogAway()
+    {
+        const Terminal terminal;
+        const std::string file = terminal.home() + "/old.db";
+        std::ofstream(file) << "old";
+        std::ofstream(file + "-wal") << "the log of the old one";
+        QCOMPARE(terminal.run({"sample", file, "--messages", "10", "--force"}).code, 0);
+        QCOMPARE(terminal.run({"chats", "--database", file}).code, 0);
+        QCOMPARE(filesIn(terminal.home()), std::vector<std::string>{"old.db"});
+    }
+
+    void folderIsNotOverwritten()
+    {
+        const Terminal terminal;
+        const Outcome outcome = terminal.run({"sample", terminal.home(), "--force"});
+        QCOMPARE(outcome.code, 1);
+        QVERIFY(filesIn(terminal.home()).empty());
+    }
+
     void existingContactsAreLeftAloneToo()
     {
         const Terminal terminal;
@@ -72,6 +100,7 @@ private slots:
             {"sample", terminal.home() + "/new.db", "--messages", "10", "--contacts", cards});
         QCOMPARE(outcome.code, 1);
         QCOMPARE(contentsOf(cards), std::string("my friends"));
+        QCOMPARE(filesIn(terminal.home()), std::vector<std::string>{"people.vcf"});
     }
 
     void peopleOfTheSampleNameItsChats()

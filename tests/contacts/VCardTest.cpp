@@ -82,6 +82,8 @@ void VCardTest::namesACardWithoutUsableName_data()
         {organization("Acme")});
     row("a person with a display name who works at a company", card("FN:Jane Doe\r\nORG:Acme"),
         {{"Jane Doe", "", "Acme", {}, {}}});
+    row("a company with another display name", card("N:;;;;\r\nFN:Garage Ann\r\nORG:Acme"),
+        {organization("Acme")});
     row("the first display name wins", card("FN:\r\nFN:Jane\r\nFN:Rita"), {person("Jane", "")});
     row("a display name is one text, semicolons and all", card("FN:Doe; Jane, Dr."),
         {person("Doe; Jane, Dr.", "")});

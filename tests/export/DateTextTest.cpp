@@ -85,8 +85,8 @@ void DateTextTest::roundsToTheNearestMillisecond_data()
     row("before the reference date", -0.0006, "2000-12-31T23:59:59.999Z");
     row("before the reference date by half a second", -0.5, "2000-12-31T23:59:59.500Z");
     row("a fraction that no double holds", 700'000'000.123, "2023-03-08T20:26:40.123Z");
-    row("nanoseconds close to a half", 700'000'000'000'499'000 / 1e9, "2023-03-08T20:26:40.000Z");
-    row("nanoseconds over a half", 700'000'000'000'501'000 / 1e9, "2023-03-08T20:26:40.001Z");
+    row("nanoseconds close to a half", 700'000'000.000499, "2023-03-08T20:26:40.000Z");
+    row("nanoseconds over a half", 700'000'000.000501, "2023-03-08T20:26:40.001Z");
 }
 
 void DateTextTest::roundsToTheNearestMillisecond()

@@ -22,6 +22,7 @@ private slots:
     void escapesNeverOutgrowTheirRoom();
     void escapesSlashesWhereAsked_data();
     void escapesSlashesWhereAsked();
+    void escapesAMillionSlashesInNoTime();
     void writesMembersInTheirOrder();
     void writesNumbersInFull_data();
     void writesNumbersInFull();
@@ -119,6 +120,15 @@ void JsonTest::escapesNeverOutgrowTheirRoom()
 {
     const std::string worst(1000, '\x01');
     QCOMPARE(Json::escaped(worst).size(), Json::largestEscaped(worst.size()));
+}
+
+void JsonTest::escapesAMillionSlashesInNoTime()
+{
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(Json::escaped(std::string(1'000'000, '/'), Json::Slash::Escaped).size(),
+        std::size_t{2'000'000});
+    QVERIFY2(timer.elapsed() < 5000, "a time that grows with the square would be minutes");
 }
 
 void JsonTest::escapesSlashesWhereAsked_data()

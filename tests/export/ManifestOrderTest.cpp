@@ -86,6 +86,11 @@ void ManifestOrderTest::titlesThatCompareEqualKeepTheOrderOfTheState()
 {
     QCOMPARE(ordered({"TEAM", "team", "Team", "tEAM", "Team"}),
         (Texts{"TEAM", "team", "Team", "tEAM", "Team"}));
+    const Texts forms{"TEAM", "team", "Team", "tEAM", "teaM"};
+    Texts many;
+    for (std::size_t i = 0; i < 300; ++i)
+        many.push_back(forms[i * i % forms.size()]);
+    QCOMPARE(ordered(many), many);
 }
 
 void ManifestOrderTest::onlyTheTitleCounts()

@@ -1,5 +1,7 @@
 #include "messages/Rows.h"
 
+#include <QElapsedTimer>
+
 namespace korvane {
 
 /// The text of a message: from its own column or else from the body, without placeholders.
@@ -10,6 +12,7 @@ private slots:
     void takesTheTextOrElseTheBody_data();
     void takesTheTextOrElseTheBody();
     void repairsIllFormedTextButNotBodies();
+    void takesAMillionPlaceholdersOutInNoTime();
 };
 
 namespace {
@@ -76,6 +79,19 @@ void MessageTextTest::repairsIllFormedTextButNotBodies()
     QCOMPARE(database.rowOf({.text = "\xFF", .body = bodyOf("other")}).text, "\uFFFD");
     QCOMPARE(database.rowOf({.text = "\xFF\uFFFC\xEF\xBF"}).text, "\uFFFD\uFFFD");
     QCOMPARE(database.rowOf({.text = {}, .body = bodyOf("a\xFFz")}).text, "");
+}
+
+void MessageTextTest::takesAMillionPlaceholdersOutInNoTime()
+{
+    constexpr int count = 1'000'000;
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += "a\uFFFC";
+    OneChat database;
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(database.rowOf({.text = text}).text, std::string(count, 'a'));
+    QVERIFY2(timer.elapsed() < 10000, "a time that grows with the square would be minutes");
 }
 
 } // namespace korvane

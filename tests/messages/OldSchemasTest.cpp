@@ -71,8 +71,8 @@ void OldSchemasTest::oldestSystemKnowsPlainMessagesOnly()
     for (const MessageRow& row : database.rows()) {
         QCOMPARE(row.recordKind, Kind());
         QCOMPARE(row.reactionKind, Kind());
-        QCOMPARE(row.reactionTargetRowID, RowID());
-        QCOMPARE(row.replyToRowID, RowID());
+        QCOMPARE(row.reactionTargetRowID, noRow);
+        QCOMPARE(row.replyToRowID, noRow);
         QCOMPARE(row.text, "hello");
         QCOMPARE(row.senderID.value(), "messages:handle:+15550100");
     }

@@ -118,15 +118,15 @@ void RecordKindsTest::onlyReactionsHaveTargetsAndOnlyTheOthersReplies()
     };
     const MessageRow reaction = withBoth(2000, 0);
     QCOMPARE(reaction.reactionTargetRowID, RowID(first));
-    QCOMPARE(reaction.replyToRowID, RowID());
+    QCOMPARE(reaction.replyToRowID, noRow);
     const MessageRow removal = withBoth(3006, 0);
     QCOMPARE(removal.reactionTargetRowID, RowID(first));
-    QCOMPARE(removal.replyToRowID, RowID());
+    QCOMPARE(removal.replyToRowID, noRow);
     const MessageRow message = withBoth(0, 0);
-    QCOMPARE(message.reactionTargetRowID, RowID());
+    QCOMPARE(message.reactionTargetRowID, noRow);
     QCOMPARE(message.replyToRowID, RowID(first));
     const MessageRow system = withBoth(0, 5);
-    QCOMPARE(system.reactionTargetRowID, RowID());
+    QCOMPARE(system.reactionTargetRowID, noRow);
     QCOMPARE(system.replyToRowID, RowID(first));
 }
 

@@ -138,8 +138,8 @@ void ReferencesTest::stayInsideTheChat()
     database.addChat(2, "chat;2");
     database.addMessage(2, {.guid = "other chat"});
     database.addMessage(0, {.guid = "no chat"});
-    QCOMPARE(database.rowOf({.threadGuid = "other chat"}).replyToRowID, RowID());
-    QCOMPARE(database.rowOf({.threadGuid = "no chat"}).replyToRowID, RowID());
+    QCOMPARE(database.rowOf({.threadGuid = "other chat"}).replyToRowID, noRow);
+    QCOMPARE(database.rowOf({.threadGuid = "no chat"}).replyToRowID, noRow);
 }
 
 void ReferencesTest::sharedMessageRefersWithinTheChatThatIsRead()
@@ -154,7 +154,7 @@ void ReferencesTest::sharedMessageRefersWithinTheChatThatIsRead()
     QCOMPARE(database.row(shared).replyToRowID, RowID(first));
     const std::vector<MessageRow> others = MessagesDB(database.path()).messages(2, 0);
     QCOMPARE(rowIDs(others), std::vector<std::int64_t>{shared});
-    QCOMPARE(others.front().replyToRowID, RowID());
+    QCOMPARE(others.front().replyToRowID, noRow);
 }
 
 void ReferencesTest::repairedGuidsMatch()
@@ -170,7 +170,7 @@ void ReferencesTest::repairedGuidsMatch()
     QCOMPARE(target("A\uFFFD"), RowID(1));
     QCOMPARE(target("p:0/A\xC3"), RowID(1));
     QCOMPARE(target("bp:B\xFF"), RowID(2));
-    QCOMPARE(target("A\xFF\xFF"), RowID());
+    QCOMPARE(target("A\xFF\xFF"), noRow);
 }
 
 void ReferencesTest::messagesWithoutGuidAreNoTargets()
@@ -179,8 +179,8 @@ void ReferencesTest::messagesWithoutGuidAreNoTargets()
     database.addMessage(1, {.guid = "A"});
     database.addMessage(1, {.guid = "B"});
     database.sql().execute("UPDATE message SET guid = NULL WHERE guid = 'A'");
-    QCOMPARE(database.rowOf({.threadGuid = "A"}).replyToRowID, RowID());
-    QCOMPARE(database.rowOf({.threadGuid = "bp:"}).replyToRowID, RowID());
+    QCOMPARE(database.rowOf({.threadGuid = "A"}).replyToRowID, noRow);
+    QCOMPARE(database.rowOf({.threadGuid = "bp:"}).replyToRowID, noRow);
     QCOMPARE(database.rowOf({.threadGuid = "B"}).replyToRowID, RowID(2));
 }
 

@@ -44,6 +44,7 @@ public:
 inline std::vector<std::int64_t> rowIDs(const std::vector<MessageRow>& rows)
 {
     std::vector<std::int64_t> ids;
+    ids.reserve(rows.size());
     for (const MessageRow& row : rows)
         ids.push_back(row.rowID);
     return ids;
@@ -70,6 +71,9 @@ std::string bytes(const char (&literal)[size])
 
 using Kind = std::optional<std::string_view>;
 using RowID = std::optional<std::int64_t>;
+
+/// No row. A constant, for g++ 12 takes a temporary RowID() for uninitialised in optimised builds.
+inline const RowID noRow;
 
 } // namespace korvane
 

@@ -113,15 +113,17 @@ void SqliteTest::wrongParameterIsAnError()
 void SqliteTest::bindsAndReadsAllTypes()
 {
     Sqlite db = Sqlite::openForWriting(path());
+    const std::string text = bytes("h\0\xFF");
+    const std::string blob = bytes("\0\1");
     Sqlite::Statement row(db, "SELECT ?1, ?2, ?3, ?4, typeof(?1) || typeof(?2) || typeof(?3)");
     row.bind(1, -9'000'000'000'000'000'001);
-    row.bindText(2, bytes("h\0\xFF"));
-    row.bindBlob(3, bytes("\0\1"));
+    row.bindText(2, text);
+    row.bindBlob(3, blob);
     row.bindNull(4);
     QVERIFY(row.step());
     QCOMPARE(row.integer(0), -9'000'000'000'000'000'001);
-    QCOMPARE(row.text(1).value(), bytes("h\0\xFF"));
-    QCOMPARE(row.blob(2).value(), bytes("\0\1"));
+    QCOMPARE(row.text(1).value(), text);
+    QCOMPARE(row.blob(2).value(), blob);
     QVERIFY(row.isNull(3));
     QVERIFY(!row.isNull(0));
     QVERIFY(!row.text(3));
