@@ -124,7 +124,8 @@ private:
     void report(const SyncResult& result) const
     {
         const bool complete = result.errors.empty() && !m_interruption.requested();
-        m_console.out << (m_options.json ? asJson(result) : asText(result, m_options.folder, complete))
+        m_console.out << (m_options.json ? asJson(result)
+                                         : asText(result, m_options.folder, complete))
                       << std::endl; // seen at once, though the next run is minutes away
         for (const std::string& error : result.errors)
             m_console.complain(error);

@@ -19,8 +19,9 @@ struct SampleSize {
 /// indexes are made. Returning false ends the writing.
 using SampleProgress = std::function<bool(std::int64_t written)>;
 
-/// Writes an invented Messages database to `path`, where there must not be a file yet. Throws DBError, also
-/// when `progress` ends the writing; whatever is thrown, an incomplete file is removed.
+/// Writes an invented Messages database to `path`, where there must not be a file yet. Throws
+/// DBError, also when `progress` ends the writing; whatever is thrown, an incomplete file is
+/// removed.
 void writeSampleDatabase(
     const std::string& path, const SampleSize& size, const SampleProgress& progress = {});
 
