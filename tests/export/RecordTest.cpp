@@ -42,6 +42,14 @@ std::string linesOf(const std::vector<MessageRowView>& rows, const ContactNames&
     return lines;
 }
 
+std::string times(int count, const std::string& text)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
 /// What stands between `"key":` and what follows, or "(absent)".
 std::string member(const std::string& line, const std::string& key)
 {
@@ -237,27 +245,22 @@ void RecordTest::writesLongTextsWhole()
 {
     QFETCH(std::string, piece);
     QFETCH(std::string, json);
-    std::vector<MessageRowView> rows;
-    std::vector<std::string> texts;
-    std::vector<std::string> expected;
+    RecordBuffer buffer;
+    RecordWriter writer(chat, "T", {});
+    std::string expected;
     for (const int size : {1, 170'000, 3, 1'100'000, 0, 180'000, 5}) {
-        texts.emplace_back();
-        expected.emplace_back();
-        for (int i = 0; i < size; ++i) {
-            texts.back() += piece;
-            expected.back() += json;
-        }
+        const std::string text = times(size, piece);
+        writer.append({.text = text}, buffer);
+        expected += R"({"attachmentCount":0,"body":")" + times(size, json);
+        expected += R"(","conversationID":"g","conversationName":"T",)"
+                    R"("date":"2001-01-01T00:00:00.000Z","id":"mac:g:0","isOutgoing":false,)"
+                    R"("sender":"+1 555 000 0009","textUnavailable":)";
+        expected += size == 0 ? "true}\n" : "false}\n";
     }
-    for (const std::string& text : texts)
-        rows.push_back({.text = text});
     std::string lines;
-    for (const std::string& body : expected)
-        lines += R"({"attachmentCount":0,"body":")" + body
-            + R"(","conversationID":"g","conversationName":"T",)"
-              R"("date":"2001-01-01T00:00:00.000Z","id":"mac:g:0","isOutgoing":false,)"
-              R"("sender":"+1 555 000 0009","textUnavailable":)"
-            + (body.empty() ? "true" : "false") + "}\n";
-    QVERIFY(linesOf(rows) == lines);
+    for (const std::string_view bytes : buffer.pieces())
+        lines += bytes;
+    QVERIFY(lines == expected);
 }
 
 } // namespace korvane

@@ -156,8 +156,9 @@ void SyncFailuresTest::aFileThatCannotBeWrittenKeepsNoOtherBack()
     fs::create_directories(setup.folder());
     obstacle(setup.folder() / (title + " (2) Korvane Wrapped.jsonl.txt"));
 
+    const std::string line = title + ": " + error;
     for (const char* added : {"added 4, touched 2; ", "added 0, touched 0; "}) {
-        QCOMPARE(describe(setup.sync()), added + title + ": " + error);
+        QCOMPARE(describe(setup.sync()), added + line);
         QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2}));
         QCOMPARE(setup.rowIDs(3), (std::vector<std::int64_t>{5, 6}));
         QCOMPARE(ExportState::load().chats.size(), 2U);
