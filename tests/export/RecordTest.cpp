@@ -246,7 +246,8 @@ void RecordTest::writesLongTextsWhole()
     QFETCH(std::string, piece);
     QFETCH(std::string, json);
     RecordBuffer buffer;
-    RecordWriter writer(chat, "T", {});
+    const ContactNames names;
+    RecordWriter writer(chat, "T", names);
     std::string expected;
     for (const int size : {1, 170'000, 3, 1'100'000, 0, 180'000, 5}) {
         const std::string text = times(size, piece);
