@@ -33,6 +33,11 @@ public:
         m_at = std::to_chars(m_at, m_at + longestNumber, number).ptr;
         return *this;
     }
+    /// The rest of a record's identifier, and the quotation mark behind it.
+    Pen& id(std::string_view prefix, std::int64_t rowID)
+    {
+        return raw(prefix).number(rowID).raw("\"");
+    }
     Pen& boolean(bool value) { return raw(value ? "true" : "false"); }
 
     const char* position() const { return m_at; }
@@ -93,21 +98,18 @@ void RecordWriter::append(const MessageRowView& row, RecordBuffer& batch)
     pen.raw(R"({"attachmentCount":)").number(row.attachmentCount);
     pen.raw(R"(,"body":")").escaped(row.text);
     pen.raw(m_conversation).raw(m_dates.withMilliseconds(row.date));
-    pen.raw(R"(","id":")").raw(m_idPrefix).number(row.rowID);
-    pen.raw(R"(","isOutgoing":)").boolean(row.fromMe);
+    pen.raw(R"(","id":")").id(m_idPrefix, row.rowID);
+    pen.raw(R"(,"isOutgoing":)").boolean(row.fromMe);
     if (row.photoCount)
         pen.raw(R"(,"photoCount":)").number(*row.photoCount);
     if (row.reactionKind)
         pen.raw(R"(,"reactionKind":")").raw(*row.reactionKind).raw("\"");
     if (row.reactionTargetRowID)
-        pen.raw(R"(,"reactionTargetID":")")
-            .raw(m_idPrefix)
-            .number(*row.reactionTargetRowID)
-            .raw("\"");
+        pen.raw(R"(,"reactionTargetID":")").id(m_idPrefix, *row.reactionTargetRowID);
     if (row.recordKind)
         pen.raw(R"(,"recordKind":")").raw(*row.recordKind).raw("\"");
     if (row.replyToRowID)
-        pen.raw(R"(,"replyToID":")").raw(m_idPrefix).number(*row.replyToRowID).raw("\"");
+        pen.raw(R"(,"replyToID":")").id(m_idPrefix, *row.replyToRowID);
     pen.raw(sender);
     pen.raw(R"(,"textUnavailable":)").boolean(isBlank(row.text)).raw("}\n");
     batch.commit(pen.position());
