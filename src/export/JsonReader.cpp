@@ -6,12 +6,16 @@ namespace korvane {
 
 rapidjson::Document JsonReader::parsed(std::string_view json)
 {
-    // The parser takes a zero byte for the end and skips any part of a byte order mark.
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (json.starts_with(byteOrderMark))
+        json.remove_prefix(byteOrderMark.size());
+    // The parser takes a zero byte for the end.
     if (!isValidUtf8(json) || json.find('\0') != std::string_view::npos)
         throw Malformed();
-    // Iterative: a file of a million brackets must not exhaust the stack.
+    // Iterative: a file of a million brackets must not exhaust the stack. From a string that ends
+    // in a zero byte it reads much faster than from one with a length.
     rapidjson::Document document;
-    if (document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size()).HasParseError())
+    if (document.Parse<rapidjson::kParseIterativeFlag>(std::string(json).c_str()).HasParseError())
         throw Malformed();
     return document;
 }
