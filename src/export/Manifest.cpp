@@ -71,16 +71,17 @@ std::string sortKey(const icu::Collator& collator, const std::string& title)
 void sortByTitle(std::vector<ManifestItem>& items)
 {
     const auto collator = titleCollator();
-    std::vector<std::pair<std::string, ManifestItem>> keyed;
+    std::vector<std::pair<std::string, ManifestItem*>> keyed;
     keyed.reserve(items.size());
-    for (ManifestItem& item : items) {
-        std::string key = collator ? sortKey(*collator, item.title) : item.title;
-        keyed.emplace_back(std::move(key), std::move(item));
-    }
+    for (ManifestItem& item : items)
+        keyed.emplace_back(collator ? sortKey(*collator, item.title) : item.title, &item);
     std::stable_sort(keyed.begin(), keyed.end(),
         [](const auto& left, const auto& right) { return left.first < right.first; });
-    std::transform(keyed.begin(), keyed.end(), items.begin(),
-        [](auto& pair) { return std::move(pair.second); });
+    std::vector<ManifestItem> sorted;
+    sorted.reserve(items.size());
+    for (const auto& [key, item] : keyed)
+        sorted.push_back(std::move(*item));
+    items = std::move(sorted);
 }
 
 ManifestItem itemFrom(const JsonReader::Value& object)
