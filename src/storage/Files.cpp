@@ -1,5 +1,7 @@
 #include "storage/Files.h"
 
+#include "storage/Descriptor.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,76 +20,78 @@ namespace {
     throw std::system_error(errno, std::generic_category());
 }
 
-/// An open file descriptor, closed on destruction.
-class Descriptor {
-public:
-    Descriptor(const fs::path& file, int flags)
-        : m_fd(::open(file.c_str(), flags | O_CLOEXEC, 0666))
-    {
-        if (m_fd < 0)
+Descriptor opened(const fs::path& file, int flags, mode_t mode = 0666)
+{
+    Descriptor descriptor(::open(file.c_str(), flags | O_CLOEXEC, mode));
+    if (!descriptor)
+        throwSystemError();
+    return descriptor;
+}
+
+void write(const Descriptor& to, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(to.get(), bytes.data(), bytes.size());
+        if (count >= 0)
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        else if (errno != EINTR)
             throwSystemError();
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() { ::close(m_fd); }
+}
 
-    void write(std::string_view bytes) const
-    {
-        while (!bytes.empty()) {
-            const ssize_t count = ::write(m_fd, bytes.data(), bytes.size());
-            if (count >= 0)
-                bytes.remove_prefix(static_cast<std::size_t>(count));
-            else if (errno != EINTR)
-                throwSystemError();
-        }
+std::size_t readSome(const Descriptor& from, char* to, std::size_t size)
+{
+    ssize_t count = 0;
+    do
+        count = ::read(from.get(), to, size);
+    while (count < 0 && errno == EINTR);
+    if (count < 0)
+        throwSystemError();
+    return static_cast<std::size_t>(count);
+}
+
+std::size_t expectedSize(const Descriptor& file)
+{
+    struct stat info { };
+    return ::fstat(file.get(), &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
+}
+
+std::string readAll(const Descriptor& from)
+{
+    std::string bytes(expectedSize(from) + 1, '\0'); // one more byte shows the end at once
+    std::size_t size = 0;
+    while (const std::size_t count = readSome(from, bytes.data() + size, bytes.size() - size)) {
+        size += count;
+        if (size == bytes.size())
+            bytes.resize(2 * size);
     }
+    bytes.resize(size);
+    return bytes;
+}
 
-    std::string readAll() const
-    {
-        std::string bytes(expectedSize() + 1, '\0'); // one more byte shows the end at once
-        std::size_t size = 0;
-        while (const std::size_t count = readSome(bytes.data() + size, bytes.size() - size)) {
-            size += count;
-            if (size == bytes.size())
-                bytes.resize(2 * size);
-        }
-        bytes.resize(size);
-        return bytes;
-    }
+void flushToDisk(const Descriptor& file)
+{
+    if (::fsync(file.get()) != 0)
+        throwSystemError();
+}
 
-    void flushToDisk() const
-    {
-        if (::fsync(m_fd) != 0)
-            throwSystemError();
-    }
+constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
-private:
-    std::size_t readSome(char* to, std::size_t size) const
-    {
-        ssize_t count = 0;
-        do
-            count = ::read(m_fd, to, size);
-        while (count < 0 && errno == EINTR);
-        if (count < 0)
-            throwSystemError();
-        return static_cast<std::size_t>(count);
-    }
-
-    std::size_t expectedSize() const
-    {
-        struct stat info { };
-        return ::fstat(m_fd, &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
-    }
-
-    int m_fd;
-};
+/// A new file for writing; an old one of that name goes, for it might have other permissions.
+Descriptor created(const fs::path& file, Files::Access access)
+{
+    if (access == Files::Access::AsUsual)
+        return opened(file, O_WRONLY | O_CREAT | O_TRUNC);
+    ::unlink(file.c_str());
+    return opened(file, O_WRONLY | O_CREAT | O_EXCL, ownerOnly);
+}
 
 } // namespace
 
 std::optional<std::string> Files::read(const fs::path& file)
 {
     try {
-        return Descriptor(file, O_RDONLY).readAll();
+        return readAll(opened(file, O_RDONLY));
     } catch (const std::system_error&) {
         return std::nullopt;
     }
@@ -95,19 +99,19 @@ std::optional<std::string> Files::read(const fs::path& file)
 
 void Files::append(const fs::path& file, std::span<const std::string_view> pieces)
 {
-    const Descriptor descriptor(file, O_WRONLY | O_CREAT | O_APPEND);
+    const Descriptor descriptor = opened(file, O_WRONLY | O_CREAT | O_APPEND);
     for (const std::string_view piece : pieces)
-        descriptor.write(piece);
+        write(descriptor, piece);
 }
 
-void Files::writeAtomically(const fs::path& file, std::string_view bytes)
+void Files::writeAtomically(const fs::path& file, std::string_view bytes, Access access)
 {
     fs::path beside = file;
     beside += ".new";
     try {
-        const Descriptor descriptor(beside, O_WRONLY | O_CREAT | O_TRUNC);
-        descriptor.write(bytes);
-        descriptor.flushToDisk();
+        const Descriptor descriptor = created(beside, access);
+        write(descriptor, bytes);
+        flushToDisk(descriptor);
         fs::rename(beside, file);
     } catch (const std::system_error&) {
         std::error_code ignored;

@@ -19,9 +19,14 @@ std::optional<std::string> read(const std::filesystem::path& file);
 /// does not exist. On failure some of the bytes may have been written.
 void append(const std::filesystem::path& file, std::span<const std::string_view> pieces);
 
+/// Who may read and write a new file: what the user's umask leaves, or the owner alone.
+enum class Access { AsUsual, OwnerOnly };
+
 /// Makes `bytes` the contents of `file` in one step, on disk before it returns: readers and a
-/// machine that stops see the old contents or the new ones.
-void writeAtomically(const std::filesystem::path& file, std::string_view bytes);
+/// machine that stops see the old contents or the new ones. At no time does a file that is for
+/// its owner alone stand open to others.
+void writeAtomically(
+    const std::filesystem::path& file, std::string_view bytes, Access access = Access::AsUsual);
 
 } // namespace Files
 

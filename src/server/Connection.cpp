@@ -1,0 +1,156 @@
+#include "server/Connection.h"
+
+#include <algorithm>
+#include <array>
+
+namespace korvane {
+
+namespace {
+
+constexpr std::size_t readSize = 16'384;
+constexpr std::string_view blankLine = "\r\n\r\n";
+
+} // namespace
+
+Connection::Connection(int descriptor, const ServerLimits& limits, Respond respond)
+    : m_limits(limits)
+    , m_respond(std::move(respond))
+    , m_socket(descriptor)
+    , m_readable(descriptor, QSocketNotifier::Read)
+    , m_writable(descriptor, QSocketNotifier::Write)
+{
+    m_writable.setEnabled(false);
+    connect(&m_readable, &QSocketNotifier::activated, this, &Connection::onReadable);
+    connect(&m_writable, &QSocketNotifier::activated, this, &Connection::sendMore);
+}
+
+void Connection::onReadable()
+{
+    if (m_stage == Stage::Reading)
+        readHead();
+    else
+        readAway();
+}
+
+void Connection::readHead()
+{
+    std::array<char, readSize> bytes;
+    const auto [status, count] = m_socket.read(bytes);
+    if (status == Socket::Status::Done)
+        take({bytes.data(), count});
+    else if (status != Socket::Status::NotNow)
+        close();
+}
+
+void Connection::take(std::string_view bytes)
+{
+    const std::size_t searched = m_received.size();
+    m_received += bytes;
+    // The blank line may have begun among the bytes before.
+    const std::size_t from = searched - std::min(searched, blankLine.size() - 1);
+    const std::size_t end = m_received.find(blankLine, from);
+    if (end != m_received.npos)
+        respondTo(std::string_view(m_received).substr(0, end));
+    else if (m_received.size() > m_limits.headBytes)
+        close();
+}
+
+void Connection::respondTo(std::string_view head)
+{
+    Answer answer = m_respond(head);
+    m_received = {};
+    m_readable.setEnabled(false); // until parting: what follows a head is not asked for
+    m_head = answer.response.head();
+    m_body = std::move(answer.response.body);
+    m_kind = answer.kind;
+    m_stage = Stage::Sending;
+    m_lastProgress = Clock::now();
+    emit answered();
+    sendMore();
+}
+
+void Connection::sendMore()
+{
+    if (m_stage != Stage::Sending)
+        return;
+    const std::string_view body(m_body.constData(), static_cast<std::size_t>(m_body.size()));
+    const auto [status, count]
+        = m_socket.send(m_head, body.substr(static_cast<std::size_t>(m_bodySent)));
+    if (status == Socket::Status::Failed)
+        return close();
+    drop(count);
+    if (m_head.empty() && m_bodySent == m_body.size())
+        part();
+    else
+        m_writable.setEnabled(true);
+}
+
+/// Forgets that much of what is left to send.
+void Connection::drop(std::size_t sent)
+{
+    const std::size_t ofHead = std::min(sent, m_head.size());
+    m_head.erase(0, ofHead);
+    m_bodySent += static_cast<qsizetype>(sent - ofHead);
+}
+
+/// Closing at once while something from the peer is unread would reset the connection, and the
+/// peer might lose the end of its answer. So it closes first, unless it takes too long.
+void Connection::part()
+{
+    m_stage = Stage::Parting;
+    m_body = {};
+    m_bodySent = 0;
+    m_writable.setEnabled(false);
+    m_socket.finishSending();
+    m_readable.setEnabled(true);
+}
+
+void Connection::readAway()
+{
+    std::array<char, readSize> ignored;
+    const auto [status, count] = m_socket.read(ignored);
+    if (status == Socket::Status::Ended || status == Socket::Status::Failed)
+        finish(status == Socket::Status::Ended && m_socket.unacknowledged() == 0);
+}
+
+void Connection::enforceLimits(Clock::time_point now)
+{
+    if (m_stage == Stage::Reading) {
+        if (now - m_lastProgress >= m_limits.headDeadline)
+            close();
+        return;
+    }
+    watchProgress(now);
+    const bool takenAll = m_stage == Stage::Parting && m_outstanding == 0;
+    if (now - m_lastProgress >= (takenAll ? m_limits.farewell : m_limits.stalled))
+        finish(takenAll);
+}
+
+/// The system takes bytes in large pieces and tells late that a slow peer took some, so it is
+/// asked how many are still outstanding.
+void Connection::watchProgress(Clock::time_point now)
+{
+    const std::int64_t outstanding = static_cast<std::int64_t>(m_head.size())
+        + (m_body.size() - m_bodySent) + m_socket.unacknowledged();
+    if (outstanding != m_outstanding)
+        m_lastProgress = now;
+    m_outstanding = outstanding;
+}
+
+void Connection::close()
+{
+    finish(false);
+}
+
+void Connection::finish(bool delivered)
+{
+    if (m_stage == Stage::Closed)
+        return;
+    m_stage = Stage::Closed;
+    m_readable.setEnabled(false);
+    m_writable.setEnabled(false);
+    m_body = {};
+    emit closed(delivered);
+}
+
+} // namespace korvane

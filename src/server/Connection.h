@@ -1,0 +1,83 @@
+#pragma once
+
+#include "server/Routes.h"
+#include "server/ServerLimits.h"
+#include "server/Socket.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/// One connection: reads one request head, sends one answer, closes. Lives on the server's thread;
+/// emits closed() once, and is of no use afterwards.
+class Connection : public QObject {
+    Q_OBJECT
+
+public:
+    using Clock = std::chrono::steady_clock;
+    using Respond = std::function<Answer(std::string_view head)>;
+
+    Connection(int descriptor, const ServerLimits& limits, Respond respond);
+
+    /// Reading: its head is not there yet. Sending: some of its answer is not handed to the system
+    /// yet. Parting: all is, and the peer is to take it and close.
+    enum class Stage { Reading, Sending, Parting, Closed };
+
+    Stage stage() const { return m_stage; }
+    Answer::Kind kind() const { return m_kind; }
+    std::string peerAddress() const { return m_socket.peerAddress(); }
+
+    /// Bytes of its answer that are kept for it here.
+    std::int64_t heldBytes() const { return m_body.size(); }
+
+    /// When the peer was last seen to take something, or when it was accepted.
+    Clock::time_point lastProgress() const { return m_lastProgress; }
+
+    /// Closes it where one of its limits has run out.
+    void enforceLimits(Clock::time_point now);
+
+    void close();
+
+signals:
+    /// Its request has been answered; the answer is on its way.
+    void answered();
+
+    /// `delivered` where the peer is known to have taken a whole answer.
+    void closed(bool delivered);
+
+private:
+    void onReadable();
+    void readHead();
+    void take(std::string_view bytes);
+    void respondTo(std::string_view head);
+    void sendMore();
+    void drop(std::size_t sent);
+    void part();
+    void readAway();
+    void finish(bool delivered);
+    void watchProgress(Clock::time_point now);
+
+    const ServerLimits& m_limits;
+    const Respond m_respond;
+    Socket m_socket;
+    QSocketNotifier m_readable;
+    QSocketNotifier m_writable;
+
+    Stage m_stage = Stage::Reading;
+    Answer::Kind m_kind = Answer::Kind::Refusal;
+    std::string m_received; ///< while reading
+    std::string m_head; ///< of the answer, what is left of it
+    QByteArray m_body; ///< whole until all of it is handed over
+    qsizetype m_bodySent = 0;
+
+    Clock::time_point m_lastProgress = Clock::now();
+    std::int64_t m_outstanding = 0; ///< bytes that the peer had not taken when last looked at
+};
+
+} // namespace korvane

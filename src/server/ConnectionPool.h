@@ -1,0 +1,49 @@
+#pragma once
+
+#include "server/Connection.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <list>
+#include <memory>
+
+namespace korvane {
+
+/// All open connections, within their limits. Lives on the server's thread.
+class ConnectionPool : public QObject {
+    Q_OBJECT
+
+public:
+    ConnectionPool(const ServerLimits& limits, Connection::Respond respond);
+    ~ConnectionPool() override;
+
+    /// Takes over the descriptor of a connected socket.
+    void add(int descriptor);
+
+signals:
+    /// A ticket's file is on its way to a peer.
+    void transferStarted(const std::string& peer);
+
+    /// `delivered` where the peer is known to have taken all of it.
+    void transferEnded(const std::string& peer, bool delivered);
+
+private:
+    using Connections = std::list<std::unique_ptr<Connection>>; ///< the oldest first
+
+    bool makeRoom();
+    void onAnswered(const Connection& connection);
+    void onClosed(Connections::iterator place, bool delivered);
+    void boundHeldBytes();
+    void enforceLimits();
+    Connection* oldestIn(Connection::Stage stage) const;
+    Connection* longestStalled() const;
+    std::int64_t heldBytes() const;
+
+    const ServerLimits m_limits;
+    const Connection::Respond m_respond;
+    Connections m_connections;
+    QTimer m_watch; ///< runs while there are connections
+};
+
+} // namespace korvane

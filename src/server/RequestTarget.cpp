@@ -1,0 +1,144 @@
+#include "server/RequestTarget.h"
+
+#include "messages/Utf8.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace korvane {
+
+namespace {
+
+constexpr std::size_t escapeSize = 3; // "%2F"
+
+bool isDigit(char character)
+{
+    return character >= '0' && character <= '9';
+}
+
+bool isUnreserved(char character)
+{
+    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z')
+        || isDigit(character) || std::string_view("-._~").find(character) != std::string_view::npos;
+}
+
+/// The byte that the escape at the front of `text` stands for.
+std::optional<char> escapedByte(std::string_view text)
+{
+    if (text.size() < escapeSize || text.front() != '%')
+        return std::nullopt;
+    unsigned byte = 0;
+    const char* end = text.data() + escapeSize;
+    constexpr int hexadecimal = 16;
+    const auto [stop, error] = std::from_chars(text.data() + 1, end, byte, hexadecimal);
+    return stop == end ? std::optional(static_cast<char>(byte)) : std::nullopt;
+}
+
+/// True where `text` has only what may stand in a URL: unreserved characters, `delimiters`, and
+/// whole escapes.
+bool consistsOf(std::string_view text, std::string_view delimiters)
+{
+    while (!text.empty()) {
+        const bool plain
+            = isUnreserved(text.front()) || delimiters.find(text.front()) != delimiters.npos;
+        if (!plain && !escapedByte(text))
+            return false;
+        text.remove_prefix(plain ? 1 : escapeSize);
+    }
+    return true;
+}
+
+/// What a target puts behind the host "h": more of its name, or a user, another host, a port.
+bool isAuthority(std::string_view text)
+{
+    const std::size_t user = text.find('@');
+    const std::string_view host = user == text.npos ? text : text.substr(user + 1);
+    const std::size_t colon = host.find(':');
+    const std::string_view port = colon == host.npos ? "" : host.substr(colon + 1);
+    return consistsOf(text.substr(0, text.size() - host.size()), "!$&'()*+,;=:@")
+        && consistsOf(host.substr(0, colon), "!$&'()*+,;=")
+        && std::all_of(port.begin(), port.end(), isDigit);
+}
+
+/// The pieces of "http://h" + target, delimiters left out.
+struct Pieces {
+    explicit Pieces(std::string_view target)
+    {
+        const std::size_t hash = target.find('#');
+        if (hash != target.npos)
+            fragment = target.substr(hash + 1);
+        target = target.substr(0, hash);
+        const std::size_t mark = target.find('?');
+        if (mark != target.npos)
+            query = target.substr(mark + 1);
+        target = target.substr(0, mark);
+        const std::size_t slash = std::min(target.find('/'), target.size());
+        authority = target.substr(0, slash);
+        path = target.substr(slash);
+    }
+
+    bool isUrl() const
+    {
+        constexpr std::string_view inPath = "!$&'()*+,;=:@/";
+        constexpr std::string_view inQuery = "!$&'()*+,;=:@/?";
+        return isAuthority(authority) && consistsOf(path, inPath)
+            && consistsOf(query.value_or(""), inQuery) && consistsOf(fragment, inQuery);
+    }
+
+    std::string_view authority;
+    std::string_view path;
+    std::optional<std::string_view> query;
+    std::string_view fragment;
+};
+
+} // namespace
+
+RequestTarget RequestTarget::fromText(std::string_view target)
+{
+    const Pieces pieces(target);
+    if (!pieces.isUrl())
+        return {.path = std::string(target)};
+    RequestTarget whole{.path = std::string(pieces.path)};
+    whole.query = pieces.query;
+    return whole;
+}
+
+std::optional<std::string> RequestTarget::parameter(std::string_view name) const
+{
+    std::string_view rest = query.value_or("");
+    while (!rest.empty()) {
+        const std::string_view item = rest.substr(0, rest.find('&'));
+        rest.remove_prefix(std::min(item.size() + 1, rest.size()));
+        const std::size_t equals = std::min(item.find('='), item.size());
+        if (percentDecoded(item.substr(0, equals)) != name)
+            continue;
+        return equals < item.size() ? percentDecoded(item.substr(equals + 1)) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> percentDecoded(std::string_view text)
+{
+    std::string decoded;
+    while (!text.empty()) {
+        const bool escaped = text.front() == '%';
+        const auto byte = escaped ? escapedByte(text) : std::optional(text.front());
+        if (!byte)
+            return std::nullopt;
+        decoded += *byte;
+        text.remove_prefix(escaped ? escapeSize : 1);
+    }
+    return isValidUtf8(decoded) ? std::optional(std::move(decoded)) : std::nullopt;
+}
+
+std::optional<std::int64_t> decimal(std::string_view text)
+{
+    if (text.starts_with('+') && text.size() > 1 && isDigit(text[1]))
+        text.remove_prefix(1);
+    std::int64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+} // namespace korvane

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "storage/Descriptor.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/// The accepted end of a TCP connection; nothing here ever blocks. (Qt's own sockets close as soon
+/// as the peer has closed its side, and so could not answer a client that sends its request and
+/// says that this was all.) Used by one thread at a time.
+class Socket {
+public:
+    /// Takes over the descriptor of a connected stream socket.
+    explicit Socket(int descriptor);
+
+    int descriptor() const { return m_descriptor.get(); }
+
+    /// What came of an attempt to read or to send.
+    enum class Status { Done, NotNow, Ended, Failed };
+
+    struct Transferred {
+        Status status = Status::Failed;
+        std::size_t count = 0; ///< bytes, where Done
+    };
+
+    /// Reads some bytes; Ended where the peer sends no more.
+    Transferred read(std::span<char> to) const;
+
+    /// Sends as much of the two pieces, one after the other, as the system takes.
+    Transferred send(std::string_view first, std::string_view second) const;
+
+    /// Tells the peer that nothing more will be sent. Receiving goes on.
+    void finishSending() const;
+
+    /// Bytes that were sent and that the peer has not acknowledged yet.
+    std::int64_t unacknowledged() const;
+
+    /// The peer's numeric address.
+    std::string peerAddress() const;
+
+private:
+    Descriptor m_descriptor;
+};
+
+} // namespace korvane

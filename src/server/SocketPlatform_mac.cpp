@@ -1,0 +1,25 @@
+#include "server/SocketPlatform.h"
+
+#include <sys/socket.h>
+
+namespace korvane {
+
+void SocketPlatform::sendWithoutSignal(int descriptor)
+{
+    const int on = 1;
+    ::setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
+}
+
+int SocketPlatform::sendFlags()
+{
+    return 0;
+}
+
+std::int64_t SocketPlatform::unacknowledged(int descriptor)
+{
+    int count = 0;
+    socklen_t size = sizeof count;
+    return ::getsockopt(descriptor, SOL_SOCKET, SO_NWRITE, &count, &size) == 0 ? count : 0;
+}
+
+} // namespace korvane

@@ -1,0 +1,94 @@
+#include "server/SyncServer.h"
+
+#include "server/Listener.h"
+
+namespace korvane {
+
+SyncServer::SyncServer(ServerOptions options)
+    : m_options(std::move(options))
+    , m_state{.pairing = Pairing::load()}
+{
+    m_queue.setObjectName(QStringLiteral("KorvaneSync.server"));
+    m_onQueue.moveToThread(&m_queue);
+    m_queue.start();
+}
+
+SyncServer::~SyncServer()
+{
+    QMetaObject::invokeMethod(&m_onQueue, [this] {
+        m_listener.reset();
+        m_pool.reset();
+        m_queue.quit();
+    });
+    m_queue.wait();
+}
+
+void SyncServer::start(std::uint16_t preferredPort)
+{
+    QMetaObject::invokeMethod(&m_onQueue, [this, preferredPort] { launch(preferredPort); });
+}
+
+void SyncServer::launch(std::uint16_t port)
+{
+    m_listener.reset();
+    if (!m_pool) {
+        m_pool = std::make_unique<ConnectionPool>(
+            m_options.limits, [this](std::string_view head) { return respond(head); });
+        QObject::connect(m_pool.get(), &ConnectionPool::transferStarted,
+            [this](const std::string& peer) { report(TransferEvent::Kind::Started, peer); });
+        QObject::connect(m_pool.get(), &ConnectionPool::transferEnded,
+            [this](const std::string& peer, bool delivered) {
+                report(delivered ? TransferEvent::Kind::Delivered : TransferEvent::Kind::BrokenOff,
+                    peer);
+            });
+    }
+    if ((port != 0 && listen(port)) || listen(0)) {
+        if (onReady)
+            onReady(m_listener->serverPort());
+    }
+}
+
+bool SyncServer::listen(std::uint16_t port)
+{
+    m_listener = std::make_unique<Listener>([this](int descriptor) { m_pool->add(descriptor); });
+    if (m_listener->listen(m_options.address, port))
+        return true;
+    m_listener.reset();
+    return false;
+}
+
+void SyncServer::offer(std::set<std::string> guids, std::filesystem::path folder)
+{
+    const std::lock_guard lock(m_lock);
+    m_state.guids = std::move(guids);
+    m_state.folder = std::move(folder);
+}
+
+std::optional<IssuedTransfer> SyncServer::issueTransfer(const std::string& fileName)
+{
+    const std::lock_guard lock(m_lock);
+    return m_state.issueTransfer(fileName, m_options.now());
+}
+
+ServerState SyncServer::state() const
+{
+    const std::lock_guard lock(m_lock);
+    return m_state;
+}
+
+Answer SyncServer::respond(std::string_view head) const
+{
+    const auto now = m_options.now();
+    Answer answer = korvane::answer(head, state(), now);
+    if (answer.kind == Answer::Kind::Manifest && onPhoneSync)
+        onPhoneSync(now);
+    return answer;
+}
+
+void SyncServer::report(TransferEvent::Kind kind, const std::string& peer) const
+{
+    if (onTransfer)
+        onTransfer({kind, peer});
+}
+
+} // namespace korvane

@@ -1,0 +1,42 @@
+#include "storage/FileReader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+namespace korvane {
+
+FileReader::FileReader(Descriptor descriptor, std::int64_t size)
+    : m_descriptor(std::move(descriptor))
+    , m_size(size)
+{
+}
+
+std::optional<FileReader> FileReader::open(const std::filesystem::path& file)
+{
+    // O_NONBLOCK: a pipe in the file's place would otherwise wait for a writer.
+    Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    struct stat info { };
+    if (!descriptor || ::fstat(descriptor.get(), &info) != 0 || !S_ISREG(info.st_mode))
+        return std::nullopt;
+    return FileReader(std::move(descriptor), info.st_size);
+}
+
+std::optional<std::size_t> FileReader::readAt(std::int64_t offset, std::span<char> to) const
+{
+    std::size_t done = 0;
+    while (done < to.size()) {
+        const ssize_t count = ::pread(m_descriptor.get(), to.data() + done, to.size() - done,
+            static_cast<off_t>(offset) + static_cast<off_t>(done));
+        if (count == 0)
+            break;
+        if (count > 0)
+            done += static_cast<std::size_t>(count);
+        else if (errno != EINTR)
+            return std::nullopt;
+    }
+    return done;
+}
+
+} // namespace korvane

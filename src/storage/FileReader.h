@@ -1,0 +1,34 @@
+#pragma once
+
+#include "storage/Descriptor.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+
+namespace korvane {
+
+/// A regular file, open for reading. What it reads is that file to the end, whatever takes its
+/// name meanwhile. Used by one thread at a time.
+class FileReader {
+public:
+    /// Nothing where `file` is no regular file or may not be read. Does not follow a link that
+    /// stands in the file's place, and does not wait for what is no file.
+    static std::optional<FileReader> open(const std::filesystem::path& file);
+
+    /// The file's size, in bytes, when it was opened.
+    std::int64_t size() const { return m_size; }
+
+    /// Reads from `offset` on until `to` is full or the file ends; returns how many bytes there
+    /// were, or nothing where reading fails.
+    std::optional<std::size_t> readAt(std::int64_t offset, std::span<char> to) const;
+
+private:
+    FileReader(Descriptor descriptor, std::int64_t size);
+
+    Descriptor m_descriptor;
+    std::int64_t m_size;
+};
+
+} // namespace korvane

@@ -1,0 +1,111 @@
+#include "server/Client.h"
+
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+namespace korvane {
+
+Client::Client(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const auto* target = reinterpret_cast<const sockaddr*>(&address);
+    if (!m_socket || ::connect(m_socket.get(), target, sizeof address) != 0)
+        throw std::system_error(errno, std::generic_category());
+}
+
+bool Client::send(std::string_view bytes) const
+{
+    while (!bytes.empty()) {
+        const ssize_t count = ::send(m_socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (count < 0)
+            return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+void Client::finishSending() const
+{
+    ::shutdown(m_socket.get(), SHUT_WR);
+}
+
+bool Client::waitReadable(std::chrono::milliseconds time) const
+{
+    pollfd wait{m_socket.get(), POLLIN, 0};
+    return ::poll(&wait, 1, static_cast<int>(time.count())) == 1;
+}
+
+std::optional<QByteArray> Client::readSome(std::size_t most) const
+{
+    if (!waitReadable(patience))
+        return std::nullopt;
+    QByteArray bytes(static_cast<qsizetype>(most), Qt::Uninitialized);
+    const ssize_t count = ::recv(m_socket.get(), bytes.data(), most, 0);
+    if (count < 0)
+        return std::nullopt;
+    bytes.truncate(count);
+    return bytes;
+}
+
+std::optional<QByteArray> Client::readAll() const
+{
+    constexpr std::size_t most = 1024 * 1024;
+    QByteArray all;
+    for (auto some = readSome(most); some; some = readSome(most)) {
+        if (some->isEmpty())
+            return all;
+        all += *some;
+    }
+    return std::nullopt;
+}
+
+bool Client::isClosedWithin(std::chrono::milliseconds time) const
+{
+    char byte = 0;
+    return waitReadable(time) && ::recv(m_socket.get(), &byte, 1, 0) <= 0;
+}
+
+void Client::reset()
+{
+    const linger atOnce{1, 0};
+    ::setsockopt(m_socket.get(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    m_socket = Descriptor();
+}
+
+QByteArray Response::header(const QByteArray& name) const
+{
+    const QByteArray start = "\r\n" + name + ": ";
+    const qsizetype at = head.indexOf(start);
+    if (at < 0)
+        return {};
+    const qsizetype value = at + start.size();
+    return head.sliced(value, head.indexOf("\r\n", value) - value);
+}
+
+Response exchange(std::uint16_t port, std::string_view head)
+{
+    const Client client(port);
+    client.send(head);
+    const QByteArray all = client.readAll().value_or(QByteArray());
+    const qsizetype end = all.indexOf("\r\n\r\n");
+    if (end < 0)
+        return {};
+    constexpr qsizetype beforeStatus = 9; // "HTTP/1.1 "
+    return {all.sliced(beforeStatus, 3).toInt(), all.first(end + 4), all.sliced(end + 4)};
+}
+
+Response get(std::uint16_t port, std::string_view target, std::string_view headers)
+{
+    return exchange(
+        port, "GET " + std::string(target) + " HTTP/1.1\r\n" + std::string(headers) + "\r\n");
+}
+
+} // namespace korvane

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "storage/Descriptor.h"
+
+#include <QByteArray>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/// A phone's end of one TCP connection to a server on this machine. Blocks, within a patience, on
+/// the thread of the test; the server has a thread of its own.
+class Client {
+public:
+    static constexpr std::chrono::milliseconds patience{10'000};
+
+    /// Throws std::system_error where there is no connection to be had.
+    explicit Client(std::uint16_t port);
+
+    /// False where the server has closed the connection.
+    bool send(std::string_view bytes) const;
+
+    /// Says that nothing more will be sent.
+    void finishSending() const;
+
+    /// Reads at most `most` bytes, waiting for the first; empty at the end of the connection.
+    /// Nothing where the connection was reset or the patience ran out.
+    std::optional<QByteArray> readSome(std::size_t most) const;
+
+    /// Reads to the end of the connection. Nothing as above.
+    std::optional<QByteArray> readAll() const;
+
+    /// True where the server closes the connection, one way or the other, within the time, without
+    /// having sent a byte more.
+    bool isClosedWithin(std::chrono::milliseconds time) const;
+
+    /// Drops the connection with a reset instead of an orderly end.
+    void reset();
+
+    int descriptor() const { return m_socket.get(); }
+
+private:
+    bool waitReadable(std::chrono::milliseconds time) const;
+
+    Descriptor m_socket;
+};
+
+/// An answer taken apart.
+struct Response {
+    int status = 0;
+    QByteArray head; ///< the blank line included
+    QByteArray body;
+
+    /// The value of a header, exactly as sent after ": "; empty without.
+    QByteArray header(const QByteArray& name) const;
+};
+
+/// Sends `head` (blank line included) on a connection of its own and reads the answer to its end;
+/// status 0 where there was none.
+Response exchange(std::uint16_t port, std::string_view head);
+
+/// exchange() for "GET `target` HTTP/1.1" with the given header lines (each with its line end).
+Response get(std::uint16_t port, std::string_view target, std::string_view headers = "");
+
+} // namespace korvane
