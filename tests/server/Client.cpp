@@ -90,7 +90,7 @@ QByteArray Response::header(const QByteArray& name) const
     return head.sliced(value, head.indexOf("\r\n", value) - value);
 }
 
-Response exchange(std::uint16_t port, std::string_view head)
+Response ask(std::uint16_t port, std::string_view head)
 {
     const Client client(port);
     client.send(head);
@@ -104,7 +104,7 @@ Response exchange(std::uint16_t port, std::string_view head)
 
 Response get(std::uint16_t port, std::string_view target, std::string_view headers)
 {
-    return exchange(
+    return ask(
         port, "GET " + std::string(target) + " HTTP/1.1\r\n" + std::string(headers) + "\r\n");
 }
 

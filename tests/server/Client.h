@@ -61,9 +61,9 @@ struct Response {
 
 /// Sends `head` (blank line included) on a connection of its own and reads the answer to its end;
 /// status 0 where there was none.
-Response exchange(std::uint16_t port, std::string_view head);
+Response ask(std::uint16_t port, std::string_view head);
 
-/// exchange() for "GET `target` HTTP/1.1" with the given header lines (each with its line end).
+/// ask() for "GET `target` HTTP/1.1" with the given header lines (each with its line end).
 Response get(std::uint16_t port, std::string_view target, std::string_view headers = "");
 
 } // namespace korvane
