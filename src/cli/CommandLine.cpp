@@ -2,7 +2,9 @@
 
 #include "cli/ChatsCommand.h"
 #include "cli/ExportCommand.h"
+#include "cli/ReceiveCommand.h"
 #include "cli/SampleCommand.h"
+#include "cli/TransferCommand.h"
 #include "storage/Paths.h"
 
 #include <CLI/CLI.hpp>
@@ -10,6 +12,7 @@
 #include <algorithm>
 #include <exception>
 #include <functional>
+#include <regex>
 #include <stdexcept>
 
 namespace korvane {
@@ -44,6 +47,8 @@ public:
         addVersion(m_app);
         addChats();
         addExport();
+        addTransfer();
+        addReceive();
         addSample();
     }
 
@@ -105,15 +110,49 @@ private:
         which.add_flag("--all", m_export.all, "Every chat");
         which.add_option("--chat", m_export.chats, "These chats")->type_name("GUID");
         addSources(command, m_export.sources);
-        m_export.folder = Paths::defaultFolder().string();
-        command.add_option("--folder", m_export.folder, "Where the files go")
-            ->type_name("DIR")
-            ->check(notEmpty)
-            ->capture_default_str();
+        addFolder(command, m_export.folder);
         command.add_option("--every", m_export.everySeconds, "Again every so many seconds")
             ->type_name("SECONDS")
             ->check(duration);
         command.add_flag("--json", m_export.json, "Print one JSON object a run");
+    }
+
+    static void addFolder(CLI::App& command, std::string& folder)
+    {
+        folder = Paths::defaultFolder().string();
+        command.add_option("--folder", folder, "Where the files go")
+            ->type_name("DIR")
+            ->check(notEmpty)
+            ->capture_default_str();
+    }
+
+    void addTransfer()
+    {
+        CLI::App& command = addCommand("transfer",
+            "Hands one chat to a phone or another machine, by link or QR code",
+            [this](const Console& console) { return runTransfer(m_transfer, console); });
+        command.add_option("--chat", m_transfer.chat, "The chat")->type_name("GUID")->required();
+        command
+            .add_option("--host", m_transfer.host, "This machine's address, as the other sees it")
+            ->type_name("ADDRESS")
+            ->check(notEmpty);
+        command.add_option("--port", m_transfer.port, "The port to be asked at, if it is free");
+        addSources(command, m_transfer.sources);
+        addFolder(command, m_transfer.folder);
+    }
+
+    void addReceive()
+    {
+        CLI::App& command
+            = addCommand("receive", "Fetches the chat that a link of \"transfer\" stands for",
+                [this](const Console& console) { return runReceive(m_receive, console); });
+        command
+            .add_option("link", m_receive.link,
+                "The link; without it, or for \"-\", it is read from standard input")
+            ->type_name("LINK");
+        command.add_option("--output", m_receive.output, "The file to write")
+            ->type_name("FILE")
+            ->check(notEmpty);
     }
 
     void addSample()
@@ -142,6 +181,8 @@ private:
         "Turns the Messages history of a Mac into plain, readable files.", "korvane-sync"};
     ChatsOptions m_chats;
     ExportOptions m_export;
+    TransferOptions m_transfer;
+    ReceiveOptions m_receive;
     SampleOptions m_sample;
     Command m_command;
 };
@@ -150,6 +191,13 @@ private:
 std::string firstLine(const std::string& text)
 {
     return text.substr(0, text.find('\n'));
+}
+
+/// The library quotes what it does not understand; a link that landed there keeps its key.
+std::string withoutKeys(const std::string& text)
+{
+    static const std::regex key("key=[^&\\s]*", std::regex::icase);
+    return std::regex_replace(text, key, "key=…");
 }
 
 int runOrComplain(const Command& command, const Console& console)
@@ -176,7 +224,7 @@ int runCommandLine(std::vector<std::string> arguments, const Console& console)
     } catch (const CLI::Success& request) { // --help and --version
         return parser.printHelp(request, console);
     } catch (const CLI::ParseError& error) {
-        console.complain(firstLine(error.what()) + " (see korvane-sync --help)");
+        console.complain(withoutKeys(firstLine(error.what())) + " (see korvane-sync --help)");
         return ExitCode::badUsage;
     }
 }

@@ -1,15 +1,16 @@
 #pragma once
 
-#include <ostream>
+#include <iostream>
 #include <string_view>
 
 namespace korvane {
 
-/// Where a command writes: its outcome, and its errors and progress.
+/// Where a command writes its outcome, its errors and its progress, and what it may read from.
 struct Console {
     std::ostream& out;
     std::ostream& err;
     bool errIsTerminal = false; ///< a progress bar is drawn only where it can be redrawn
+    std::istream& in = std::cin;
 
     /// One line on `err`, marked as this program's. The text may quote a chat's title, which
     /// others choose: it is made harmless for a terminal.

@@ -1,24 +1,16 @@
 #include "cli/ExportCommand.h"
 
 #include "cli/Interruption.h"
-#include "cli/ProgressBar.h"
-#include "export/Exporter.h"
+#include "cli/SyncWithProgress.h"
 #include "export/Json.h"
 #include "messages/Utf8.h"
 #include "storage/SupportLock.h"
 
-#include <numeric>
 #include <stdexcept>
 
 namespace korvane {
 
 namespace {
-
-std::int64_t messageCount(const std::vector<ChatInfo>& chats)
-{
-    return std::accumulate(chats.begin(), chats.end(), std::int64_t{0},
-        [](std::int64_t sum, const ChatInfo& chat) { return sum + chat.messageCount; });
-}
 
 ChatSelection chosenChats(const ExportOptions& options)
 {
@@ -103,22 +95,11 @@ private:
         const ChatSelection selection = chosenChats(m_options);
         const ContactNames names = readNames(m_options.sources);
         m_begun = true;
-        SyncResult result = syncWithProgress(selection.chats, names);
+        SyncResult result = syncWithProgress(selection.chats, names, m_options.folder,
+            m_options.sources.database, m_interruption, m_console);
         for (const std::string& guid : selection.unknown)
             result.errors.push_back("There is no chat with the guid " + repairedUtf8(guid) + ".");
         return result;
-    }
-
-    SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names)
-    {
-        ProgressBar bar(m_console.err, m_console.errIsTerminal, messageCount(chats));
-        std::int64_t done = 0;
-        return Exporter::sync(
-            chats, names, m_options.folder, m_options.sources.database, [&](const ChatInfo& chat) {
-                bar.show(done, Exporter::title(chat, names));
-                done += chat.messageCount;
-                return !m_interruption.requested();
-            });
     }
 
     void report(const SyncResult& result) const

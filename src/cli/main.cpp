@@ -1,13 +1,18 @@
 #include "cli/CommandLine.h"
 #include "messages/Sqlite.h"
 
+#include <QCoreApplication>
+
 #include <unistd.h>
 
+#include <clocale>
 #include <csignal>
 #include <iostream>
 
 int main(int argc, char* argv[])
 {
+    const QCoreApplication application(argc, argv);
+    std::setlocale(LC_NUMERIC, "C"); // numbers on the command line are the same everywhere
     korvane::Sqlite::configureProcess();
     std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes fails one chat, not the process
     return korvane::runCommandLine(

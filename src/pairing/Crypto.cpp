@@ -149,6 +149,21 @@ std::optional<QByteArray> SymmetricKey::open(QByteArrayView sealed, std::string_
     return text;
 }
 
+QByteArray SymmetricKey::decryptUnverified(QByteArrayView sealed, qsizetype most) const
+{
+    if (sealed.size() < overhead)
+        return {};
+    const QByteArrayView ciphertext
+        = sealed.sliced(Envelope::nonceSize, std::min(most, sealed.size() - overhead));
+    const Context cipher = begun(Direction::Open, m_bytes.data(), raw(sealed.data()), {});
+    QByteArray text(ciphertext.size(), '\0');
+    int written = 0;
+    if (cipher)
+        EVP_CipherUpdate(cipher.get(), raw(text.data()), &written, raw(ciphertext.data()),
+            static_cast<int>(ciphertext.size()));
+    return text;
+}
+
 bool SymmetricKey::operator==(const SymmetricKey& other) const
 {
     return CRYPTO_memcmp(m_bytes.data(), other.m_bytes.data(), size) == 0;

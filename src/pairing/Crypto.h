@@ -61,6 +61,10 @@ public:
     /// that it was sealed with.
     std::optional<QByteArray> open(QByteArrayView sealed, std::string_view context) const;
 
+    /// At most the first `most` bytes of the text of a sealed body, whoever may have altered them:
+    /// to tell a wrong key from a damaged body, and for nothing else.
+    QByteArray decryptUnverified(QByteArrayView sealed, qsizetype most) const;
+
     bool operator==(const SymmetricKey& other) const;
 
 private:

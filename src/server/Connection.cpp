@@ -63,6 +63,8 @@ void Connection::respondTo(std::string_view head)
     m_head = answer.response.head();
     m_body = std::move(answer.response.body);
     m_kind = answer.kind;
+    if (m_kind == Answer::Kind::Transfer)
+        m_peer = m_socket.peerAddress(); // of no use any more when the peer is gone
     m_stage = Stage::Sending;
     m_lastProgress = Clock::now();
     emit answered();

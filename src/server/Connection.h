@@ -31,7 +31,9 @@ public:
 
     Stage stage() const { return m_stage; }
     Answer::Kind kind() const { return m_kind; }
-    std::string peerAddress() const { return m_socket.peerAddress(); }
+
+    /// The numeric address of a peer that is given a transfer.
+    const std::string& peer() const { return m_peer; }
 
     /// Bytes of its answer that are kept for it here.
     std::int64_t heldBytes() const { return m_body.size(); }
@@ -71,6 +73,7 @@ private:
 
     Stage m_stage = Stage::Reading;
     Answer::Kind m_kind = Answer::Kind::Refusal;
+    std::string m_peer;
     std::string m_received; ///< while reading
     std::string m_head; ///< of the answer, what is left of it
     QByteArray m_body; ///< whole until all of it is handed over

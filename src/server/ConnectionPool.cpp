@@ -60,7 +60,7 @@ void ConnectionPool::onAnswered(const Connection& connection)
 {
     boundHeldBytes();
     if (connection.kind() == Answer::Kind::Transfer)
-        emit transferStarted(connection.peerAddress());
+        emit transferStarted(connection.peer());
 }
 
 void ConnectionPool::onClosed(Connections::iterator place, bool delivered)
@@ -71,7 +71,7 @@ void ConnectionPool::onClosed(Connections::iterator place, bool delivered)
     if (m_connections.empty())
         m_watch.stop();
     if (connection->kind() == Answer::Kind::Transfer)
-        emit transferEnded(connection->peerAddress(), delivered);
+        emit transferEnded(connection->peer(), delivered);
 }
 
 /// Peers that stop taking their answers must not fill the memory: the one that has taken nothing

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "cli/Console.h"
+#include "cli/Interruption.h"
+#include "export/Exporter.h"
+
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/// Exporter::sync() with a progress bar where there is a terminal. An interruption ends it after
+/// the chat at hand.
+SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
+    const std::string& folder, const std::string& database, const Interruption& interruption,
+    const Console& console);
+
+} // namespace korvane

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "pairing/TransferLink.h"
+
+#include <QByteArray>
+
+#include <cstdint>
+#include <functional>
+
+namespace korvane {
+
+/// The phone's side of a transfer.
+namespace TransferClient {
+
+/// Called now and then: bytes that have arrived, and that there will be (-1 = not known yet).
+using Progress = std::function<void(std::int64_t received, std::int64_t total)>;
+
+/// The sealed answer to the link's request. Throws std::runtime_error, whose text says what went
+/// wrong and holds nothing secret. Runs an event loop on the calling thread meanwhile.
+QByteArray fetch(const TransferLink& link, const Progress& progress);
+
+/// The text of a sealed answer. Throws std::runtime_error as above.
+QByteArray open(const TransferLink& link, const QByteArray& sealed);
+
+} // namespace TransferClient
+
+} // namespace korvane
