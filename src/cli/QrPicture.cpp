@@ -9,13 +9,34 @@ namespace {
 // From the fixed part of the 256 colours (ECMA-48 SGR with ISO 8613-6 colours); the first sixteen
 // are the user's to change.
 constexpr std::string_view blackOnWhite = "\x1B[38;5;16;48;5;231m";
+constexpr std::string_view whiteOnBlack = "\x1B[38;5;231;48;5;16m";
 constexpr std::string_view asBefore = "\x1B[0m";
 
-std::string_view block(bool upperIsDark, bool lowerIsDark)
+/// One character and its colours. Only the lower half block is used, for it sits on the line in any
+/// font; upper half and full blocks often leave a gap to the line above.
+struct Cell {
+    Cell(bool upperIsDark, bool lowerIsDark)
+        : colours(upperIsDark ? whiteOnBlack : blackOnWhite)
+        , character(upperIsDark == lowerIsDark ? " " : "▄")
+    {
+    }
+
+    std::string_view colours;
+    std::string_view character;
+};
+
+std::string line(const QrCode& code, int row)
 {
-    if (upperIsDark)
-        return lowerIsDark ? "█" : "▀";
-    return lowerIsDark ? "▄" : " ";
+    std::string text;
+    std::string_view colours;
+    for (int column = 0; column < code.side(); ++column) {
+        const Cell cell(code.isDark(column, row), code.isDark(column, row + 1));
+        if (cell.colours != colours)
+            text += cell.colours;
+        colours = cell.colours;
+        text += cell.character;
+    }
+    return text.append(asBefore) + '\n';
 }
 
 } // namespace
@@ -23,12 +44,8 @@ std::string_view block(bool upperIsDark, bool lowerIsDark)
 std::string terminalPicture(const QrCode& code)
 {
     std::string picture;
-    for (int row = 0; row < code.side(); row += 2) { // of an odd number the last line has one
-        picture += blackOnWhite;
-        for (int column = 0; column < code.side(); ++column)
-            picture += block(code.isDark(column, row), code.isDark(column, row + 1));
-        picture.append(asBefore) += '\n';
-    }
+    for (int row = 0; row < code.side(); row += 2) // the last line of an odd number has one row
+        picture += line(code, row);
     return picture;
 }
 
