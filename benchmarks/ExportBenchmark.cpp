@@ -5,6 +5,7 @@
 // All that touches SQLite runs in children, for its process-wide settings come before its first
 // use.
 
+#include "Arguments.h"
 #include "Child.h"
 #include "Floor.h"
 
@@ -153,25 +154,15 @@ bool measureNothingNew(const Scene& scene, int rounds)
         "  nothing new / opening and one query a chat", costs[1].seconds / costs[0].seconds, 1.5);
 }
 
-std::string argument(const std::vector<std::string>& arguments, const std::string& name,
-    const std::string& otherwise)
-{
-    for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
-        if (arguments[i] == name)
-            return arguments[i + 1];
-    }
-    return otherwise;
-}
-
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    const std::vector<std::string> arguments(argv + 1, argv + argc);
-    const bool quick = std::find(arguments.begin(), arguments.end(), "--quick") != arguments.end();
-    const int rounds = std::stoi(argument(arguments, "--rounds", "5"));
+    const Arguments arguments(argc, argv);
+    const bool quick = arguments.has("--quick");
+    const int rounds = std::stoi(arguments.value("--rounds", "5"));
     const QTemporaryDir temporary;
-    const std::string folder = argument(arguments, "--folder", temporary.path().toStdString());
+    const std::string folder = arguments.value("--folder", temporary.path().toStdString());
     fs::create_directories(folder);
 
     const Scene many = prepared(folder, quick ? "many-small" : "many",

@@ -100,10 +100,10 @@ void Connection::drop(std::size_t sent)
 void Connection::part()
 {
     m_stage = Stage::Parting;
+    m_socket.finishSending();
     m_body = {};
     m_bodySent = 0;
     m_writable.setEnabled(false);
-    m_socket.finishSending();
     m_readable.setEnabled(true);
 }
 

@@ -105,7 +105,7 @@ RequestTarget RequestTarget::fromText(std::string_view target)
 
 std::optional<std::string> RequestTarget::parameter(std::string_view name) const
 {
-    std::string_view rest = query.value_or("");
+    std::string_view rest = query ? std::string_view(*query) : std::string_view();
     while (!rest.empty()) {
         const std::string_view item = rest.substr(0, rest.find('&'));
         rest.remove_prefix(std::min(item.size() + 1, rest.size()));

@@ -12,7 +12,7 @@
 namespace korvane {
 
 /// The largest piece of a file in one answer to the paired phone, in bytes.
-inline constexpr std::int64_t maxChunk = 4 * 1024 * 1024;
+inline constexpr std::int64_t maxChunk = 4'194'304;
 
 /// An answer, and what it hands out.
 struct Answer {

@@ -22,7 +22,7 @@ struct TransferTicket {
     bool operator==(const TransferTicket&) const = default;
 
     static constexpr std::chrono::seconds lifetime{600};
-    static constexpr std::int64_t largestFile = 64 * 1024 * 1024; ///< in bytes
+    static constexpr std::int64_t largestFile = 67'108'864; ///< 64 MiB
 };
 
 /// A new ticket, for the link that carries it to the phone.

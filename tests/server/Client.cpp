@@ -1,6 +1,7 @@
 #include "server/Client.h"
 
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -10,8 +11,15 @@
 
 namespace korvane {
 
-Client::Client(std::uint16_t port) : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+Client::Client(std::uint16_t port, Settings settings)
+    : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
+    const auto set = [this](int level, int option, int value) {
+        if (value != 0)
+            ::setsockopt(m_socket.get(), level, option, &value, sizeof value);
+    };
+    set(SOL_SOCKET, SO_RCVBUF, settings.receiveBuffer);
+    set(IPPROTO_TCP, TCP_MAXSEG, settings.segment);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
@@ -55,6 +63,20 @@ std::optional<QByteArray> Client::readSome(std::size_t most) const
     return bytes;
 }
 
+std::optional<QByteArray> Client::readExactly(qsizetype count) const
+{
+    QByteArray all;
+    while (all.size() < count) {
+        const auto some = readSome(static_cast<std::size_t>(count - all.size()));
+        if (!some)
+            return std::nullopt;
+        if (some->isEmpty())
+            break;
+        all += *some;
+    }
+    return all;
+}
+
 std::optional<QByteArray> Client::readAll() const
 {
     constexpr std::size_t most = 1024 * 1024;
@@ -90,11 +112,8 @@ QByteArray Response::header(const QByteArray& name) const
     return head.sliced(value, head.indexOf("\r\n", value) - value);
 }
 
-Response ask(std::uint16_t port, std::string_view head)
+Response taken(const QByteArray& all)
 {
-    const Client client(port);
-    client.send(head);
-    const QByteArray all = client.readAll().value_or(QByteArray());
     const qsizetype end = all.indexOf("\r\n\r\n");
     if (end < 0)
         return {};
@@ -102,10 +121,21 @@ Response ask(std::uint16_t port, std::string_view head)
     return {all.sliced(beforeStatus, 3).toInt(), all.first(end + 4), all.sliced(end + 4)};
 }
 
+Response ask(std::uint16_t port, std::string_view head)
+{
+    const Client client(port);
+    client.send(head);
+    return taken(client.readAll().value_or(QByteArray()));
+}
+
+std::string headFor(std::string_view target, std::string_view headers)
+{
+    return "GET " + std::string(target) + " HTTP/1.1\r\n" + std::string(headers) + "\r\n";
+}
+
 Response get(std::uint16_t port, std::string_view target, std::string_view headers)
 {
-    return ask(
-        port, "GET " + std::string(target) + " HTTP/1.1\r\n" + std::string(headers) + "\r\n");
+    return ask(port, headFor(target, headers));
 }
 
 } // namespace korvane

@@ -18,8 +18,15 @@ class Client {
 public:
     static constexpr std::chrono::milliseconds patience{10'000};
 
+    /// What the peer's system is like; 0 leaves it to this one.
+    struct Settings {
+        int receiveBuffer = 0; ///< bytes that it takes before the program reads them, about
+        int segment = 0; ///< bytes at once on the wire
+    };
+
     /// Throws std::system_error where there is no connection to be had.
-    explicit Client(std::uint16_t port);
+    explicit Client(std::uint16_t port) : Client(port, {}) { }
+    Client(std::uint16_t port, Settings settings);
 
     /// False where the server has closed the connection.
     bool send(std::string_view bytes) const;
@@ -30,6 +37,9 @@ public:
     /// Reads at most `most` bytes, waiting for the first; empty at the end of the connection.
     /// Nothing where the connection was reset or the patience ran out.
     std::optional<QByteArray> readSome(std::size_t most) const;
+
+    /// Reads just so many bytes; fewer at the end of the connection. Nothing as above.
+    std::optional<QByteArray> readExactly(qsizetype count) const;
 
     /// Reads to the end of the connection. Nothing as above.
     std::optional<QByteArray> readAll() const;
@@ -59,11 +69,17 @@ struct Response {
     QByteArray header(const QByteArray& name) const;
 };
 
+/// What a server sent on one connection, taken apart; status 0 where that is no answer.
+Response taken(const QByteArray& all);
+
 /// Sends `head` (blank line included) on a connection of its own and reads the answer to its end;
 /// status 0 where there was none.
 Response ask(std::uint16_t port, std::string_view head);
 
-/// ask() for "GET `target` HTTP/1.1" with the given header lines (each with its line end).
+/// "GET `target` HTTP/1.1" with the given header lines (each with its line end), and a blank line.
+std::string headFor(std::string_view target, std::string_view headers = "");
+
+/// ask() for headFor() the same.
 Response get(std::uint16_t port, std::string_view target, std::string_view headers = "");
 
 } // namespace korvane

@@ -4,11 +4,26 @@
 #include "server/Client.h"
 #include "server/SyncServer.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace korvane {
+
+/// What a server reports of the transfers, in this order. May be used from any thread.
+class TransferLog {
+public:
+    void add(const TransferEvent& event);
+    std::vector<TransferEvent> events() const;
+    std::vector<TransferEvent::Kind> kinds() const;
+
+private:
+    mutable std::mutex m_lock;
+    std::vector<TransferEvent> m_events;
+};
 
 /// A server of a test's own: it listens on the loopback interface, on a port that the system
 /// chooses, and keeps its pairing in the set-up's support folder.
@@ -19,6 +34,14 @@ public:
 
     SyncServer& server() { return *m_server; }
     std::uint16_t port() const { return m_port; }
+
+    const TransferLog& transfers() const { return *m_transfers; }
+
+    /// How often it said that the phone has synced.
+    int phoneSyncs() const { return *m_phoneSyncs; }
+
+    /// A new ticket for the chat's file, which must be on offer, as a target.
+    std::string targetFor(const std::string& fileName);
 
     /// The time that its tickets go by.
     void setNow(TransferTicket::Clock::time_point now) { *m_now = now; }
@@ -32,6 +55,8 @@ public:
 
 private:
     std::shared_ptr<std::atomic<TransferTicket::Clock::time_point>> m_now;
+    std::shared_ptr<TransferLog> m_transfers = std::make_shared<TransferLog>();
+    std::shared_ptr<std::atomic<int>> m_phoneSyncs = std::make_shared<std::atomic<int>>(0);
     std::unique_ptr<SyncServer> m_server;
     std::uint16_t m_port = 0;
 };
@@ -45,8 +70,17 @@ struct ExportedChat {
     std::string fileName() const { return setup.record(1).fileName; }
     std::string contents() const { return readFile(setup.file(1)); }
 
+    /// Makes its file just so long, with zeros where it grows.
+    void resize(std::uintmax_t size) const;
+
     /// Puts just this chat on offer.
     void offer(SyncServer& server) const;
 };
+
+/// The length of the sealed text of so many bytes.
+constexpr qsizetype sealedSize(qsizetype text)
+{
+    return Envelope::nonceSize + text + Envelope::tagSize;
+}
 
 } // namespace korvane

@@ -3,12 +3,67 @@
 #include "support/Printing.h"
 #include "support/SealedByOthers.h"
 
+#include <QTcpServer>
 #include <QtTest/QTest>
+
+#include <system_error>
 
 using namespace korvane;
 
+/// From construction over start() to being reached.
 class SyncServerTest : public QObject {
     Q_OBJECT
+
+    /// A server and the ports that it reported.
+    struct Reporting {
+        explicit Reporting(const QHostAddress& address = QHostAddress::LocalHost)
+            : server(ServerOptions{.address = address})
+        {
+            server.onReady = [this](std::uint16_t port) {
+                const std::lock_guard guard(lock);
+                ports.push_back(port);
+            };
+        }
+
+        std::size_t count() const
+        {
+            const std::lock_guard guard(lock);
+            return ports.size();
+        }
+
+        std::uint16_t last() const
+        {
+            const std::lock_guard guard(lock);
+            return ports.back();
+        }
+
+        mutable std::mutex lock;
+        std::vector<std::uint16_t> ports;
+        SyncServer server; // ends first
+    };
+
+    static bool isRefused(std::uint16_t port)
+    {
+        try {
+            const Client client(port);
+        } catch (const std::system_error& error) {
+            return error.code() == std::errc::connection_refused;
+        }
+        return false;
+    }
+
+    static int openSockets()
+    {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            const auto target = std::filesystem::read_symlink(entry.path(), gone);
+            count += target.native().starts_with("socket:") ? 1 : 0;
+        }
+        return count;
+    }
+
+    static constexpr int settled = 100; ///< milliseconds in which one report too many would come
 
 private slots:
     void ticketFetchesTheFileSealedWithItsKey()
@@ -24,6 +79,148 @@ private slots:
         const auto text = SealedByOthers::open(issued->key.bytes(), response.body, target);
         QVERIFY(text);
         QCOMPARE(text->toStdString(), chat.contents());
+    }
+
+    void nothingListensBeforeTheStart()
+    {
+        if (!std::filesystem::exists("/proc/self/fd"))
+            QSKIP("no list of open descriptors here");
+        const ExportSetup setup;
+        const int before = openSockets();
+        Reporting reporting;
+        QTest::qWait(settled);
+        QCOMPARE(openSockets(), before);
+        QCOMPARE(reporting.count(), 0U);
+        reporting.server.start(0);
+        QTRY_COMPARE(reporting.count(), 1U);
+        QCOMPARE(openSockets(), before + 1);
+    }
+
+    void anyPortIsReportedOnceAndAnswers()
+    {
+        const ExportSetup setup;
+        Reporting reporting;
+        reporting.server.start(0);
+        QTRY_COMPARE(reporting.count(), 1U);
+        QVERIFY(reporting.last() != 0);
+        QCOMPARE(get(reporting.last(), "/").status, 401);
+        QTest::qWait(settled);
+        QCOMPARE(reporting.count(), 1U);
+    }
+
+    void freePreferredPortIsTaken()
+    {
+        const ExportSetup setup;
+        std::uint16_t port = 0;
+        {
+            QTcpServer probe;
+            QVERIFY(probe.listen(QHostAddress::LocalHost));
+            port = probe.serverPort();
+        }
+        Reporting reporting;
+        reporting.server.start(port);
+        QTRY_COMPARE(reporting.count(), 1U);
+        QCOMPARE(reporting.last(), port);
+        QCOMPARE(get(port, "/").status, 401);
+    }
+
+    void takenPreferredPortGivesOneListenerOnAnother()
+    {
+        const ExportSetup setup;
+        QTcpServer other;
+        QVERIFY(other.listen(QHostAddress::LocalHost));
+        Reporting reporting;
+        reporting.server.start(other.serverPort());
+        QTRY_COMPARE(reporting.count(), 1U);
+        QVERIFY(reporting.last() != other.serverPort());
+        QCOMPARE(get(reporting.last(), "/").status, 401);
+        QTest::qWait(settled);
+        QCOMPARE(reporting.count(), 1U);
+    }
+
+    void startingAgainReplacesTheListener()
+    {
+        const ExportSetup setup;
+        Reporting reporting;
+        reporting.server.start(0);
+        QTRY_COMPARE(reporting.count(), 1U);
+        const std::uint16_t first = reporting.last();
+        const Client accepted(first);
+        QVERIFY(accepted.send("GET / HTTP"));
+        QCOMPARE(get(first, "/").status, 401); // so the one before has been accepted
+
+        reporting.server.start(0);
+        QTRY_COMPARE(reporting.count(), 2U);
+        const std::uint16_t second = reporting.last();
+        QCOMPARE(get(second, "/").status, 401);
+        if (second != first)
+            QVERIFY(isRefused(first));
+        QVERIFY(accepted.send("/1.1\r\n\r\n"));
+        QCOMPARE(taken(accepted.readAll().value_or(QByteArray())).status, 401);
+    }
+
+    void startingAgainOnTheSamePortTakesItAgain()
+    {
+        const ExportSetup setup;
+        Reporting reporting;
+        reporting.server.start(0);
+        QTRY_COMPARE(reporting.count(), 1U);
+        const std::uint16_t port = reporting.last();
+        QCOMPARE(get(port, "/").status, 401);
+        reporting.server.start(port); // the first is closed before the second is opened
+        QTRY_COMPARE(reporting.count(), 2U);
+        QCOMPARE(reporting.last(), port);
+        QCOMPARE(get(port, "/").status, 401);
+    }
+
+    void startReturnsAtOnceInACallbackToo()
+    {
+        const ExportSetup setup;
+        Reporting reporting;
+        std::atomic<int> nested = 0;
+        std::atomic<int> deepest = 0;
+        std::atomic<int> reports = 0;
+        reporting.server.onReady = [&](std::uint16_t) {
+            deepest = std::max<int>(deepest, ++nested);
+            if (++reports == 1)
+                reporting.server.start(0);
+            --nested;
+        };
+        reporting.server.start(0);
+        QTRY_COMPARE(reports.load(), 2);
+        QCOMPARE(deepest.load(), 1);
+    }
+
+    void damagedPairingIsReplacedOnDisk_data()
+    {
+        QTest::addColumn<QByteArray>("contents");
+        QTest::newRow("no json") << QByteArray("not at all {");
+        QTest::newRow("no key") << QByteArray(R"({"token":"abc"})");
+        QTest::newRow("empty") << QByteArray();
+    }
+
+    void damagedPairingIsReplacedOnDisk()
+    {
+        QFETCH(const QByteArray, contents);
+        const ExportSetup setup;
+        const auto file = setup.home() / "pairing.json";
+        writeFile(file, contents.toStdString());
+        const SyncServer server;
+        const Pairing pairing = server.state().pairing;
+        QCOMPARE(pairing.token.size(), 22U);
+        QVERIFY(pairing.token != Pairing::make().token);
+        const auto stored = Pairing::fromJson(QByteArray::fromStdString(readFile(file)));
+        QVERIFY(stored);
+        QVERIFY(*stored == pairing);
+        QVERIFY(SyncServer().state().pairing == pairing);
+    }
+
+    void wholePairingIsKept()
+    {
+        const ExportSetup setup;
+        const Pairing pairing = Pairing::make();
+        writeFile(setup.home() / "pairing.json", pairing.toJson().toStdString());
+        QVERIFY(SyncServer().state().pairing == pairing);
     }
 };
 
