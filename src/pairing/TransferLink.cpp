@@ -5,6 +5,10 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+
 namespace korvane {
 
 namespace {
@@ -26,11 +30,35 @@ struct Items {
         return m_query.queryItemValue(name, QUrl::FullyDecoded).toStdString();
     }
 
+    /// A name or an address; nothing that would make another request of it.
+    std::optional<std::string> host() const
+    {
+        std::string host = text(QStringLiteral("host"));
+        const bool good = !host.empty() && std::all_of(host.begin(), host.end(), [](char letter) {
+            return std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '.'
+                || letter == '-' || letter == ':';
+        });
+        return good ? std::optional(std::move(host)) : std::nullopt;
+    }
+
     std::optional<std::uint16_t> port() const
     {
-        bool good = false;
-        const ushort port = QByteArray::fromStdString(text(QStringLiteral("port"))).toUShort(&good);
-        return good && port > 0 ? std::optional<std::uint16_t>(port) : std::nullopt;
+        const std::string digits = text(QStringLiteral("port"));
+        std::uint16_t port = 0;
+        const char* end = digits.data() + digits.size();
+        const auto [stop, error] = std::from_chars(digits.data(), end, port);
+        const bool good = error == std::errc() && stop == end && port > 0;
+        return good ? std::optional(port) : std::nullopt;
+    }
+
+    /// As it was sent, for it is part of what the answer is bound to.
+    std::optional<std::string> ticket() const
+    {
+        constexpr qsizetype ticketBytes = 32;
+        std::string ticket = text(QStringLiteral("ticket"));
+        const auto bytes = fromBase64Url(ticket);
+        const bool good = bytes && bytes->size() == ticketBytes;
+        return good ? std::optional(std::move(ticket)) : std::nullopt;
     }
 
     std::optional<SymmetricKey> key() const
@@ -58,13 +86,13 @@ std::optional<TransferLink> TransferLink::fromString(std::string_view text)
     if (url.scheme() != linkScheme || url.host() != linkHost)
         return std::nullopt;
     const Items items{QUrlQuery(url)};
-    const std::string host = items.text(QStringLiteral("host"));
-    const std::string ticket = items.text(QStringLiteral("ticket"));
+    const auto host = items.host();
     const auto port = items.port();
+    const auto ticket = items.ticket();
     const auto key = items.key();
-    if (host.empty() || !port || !key || ticket.empty() || !fromBase64Url(ticket))
+    if (!host || !port || !ticket || !key)
         return std::nullopt;
-    return TransferLink{host, *port, ticket, *key};
+    return TransferLink{*host, *port, *ticket, *key};
 }
 
 } // namespace korvane

@@ -83,7 +83,9 @@ Descriptor created(const fs::path& file, Files::Access access)
     if (access == Files::Access::AsUsual)
         return opened(file, O_WRONLY | O_CREAT | O_TRUNC);
     ::unlink(file.c_str());
-    return opened(file, O_WRONLY | O_CREAT | O_EXCL, ownerOnly);
+    Descriptor descriptor = opened(file, O_WRONLY | O_CREAT | O_EXCL, ownerOnly);
+    ::fchmod(descriptor.get(), ownerOnly); // whatever the umask took away
+    return descriptor;
 }
 
 } // namespace

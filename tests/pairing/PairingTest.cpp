@@ -1,0 +1,278 @@
+#include "pairing/Pairing.h"
+
+#include "storage/Files.h"
+#include "support/FileMode.h"
+#include "support/Printing.h"
+#include "support/Unprivileged.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <fstream>
+#include <memory>
+#include <set>
+
+using namespace korvane;
+
+namespace fs = std::filesystem;
+
+/// The record that a paired phone and this machine share, and the file that keeps it.
+class PairingTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        useSupport(m_folder->path().toStdString());
+    }
+
+    void cleanup() { qunsetenv("KORVANE_SYNC_HOME"); }
+
+    void newRecordHasATokenAndAKey()
+    {
+        const std::string alphabet
+            = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+        std::set<char> seen;
+        for (int i = 0; i < 1000; ++i) {
+            const Pairing pairing = Pairing::make();
+            QCOMPARE(pairing.token.size(), 22U);
+            QCOMPARE(pairing.token.find_first_not_of(alphabet), std::string::npos);
+            QVERIFY(std::string("AQgw").find(pairing.token.back()) != std::string::npos);
+            QCOMPARE(pairing.key.bytes().size(), 32);
+            seen.insert(pairing.token.begin(), pairing.token.end());
+        }
+        QCOMPARE(seen.size(), alphabet.size());
+        QVERIFY(fs::is_empty(support())); // making saves nothing
+    }
+
+    void newRecordsAreAllDifferent()
+    {
+        std::set<std::string> tokens;
+        std::set<QByteArray> keys;
+        for (int i = 0; i < 1000; ++i) {
+            const Pairing pairing = Pairing::make();
+            tokens.insert(pairing.token);
+            keys.insert(pairing.key.bytes());
+        }
+        QCOMPARE(tokens.size(), 1000U);
+        QCOMPARE(keys.size(), 1000U);
+    }
+
+    void fileIsOneCompactObjectOfTwoMembers()
+    {
+        const Pairing pairing = PairingStore::reset();
+        const QByteArray json = contents();
+        const QJsonObject object = QJsonDocument::fromJson(json).object();
+        QCOMPARE(object.keys(), QStringList({QStringLiteral("key"), QStringLiteral("token")}));
+        QCOMPARE(object[u"token"].toString().toStdString(), pairing.token);
+        QCOMPARE(object[u"key"].toString().toLatin1(), pairing.key.bytes().toBase64());
+        QCOMPARE(object[u"key"].toString().size(), 44);
+        QVERIFY(object[u"key"].toString().endsWith(u'='));
+        QCOMPARE(json.size(), QByteArray("{'key':'','token':''}").size() + 44 + 22);
+        QCOMPARE(json.simplified().replace(' ', ""), json);
+        QCOMPARE(std::distance(fs::directory_iterator(support()), {}), 1);
+    }
+
+    void keyIsInStandardBase64()
+    {
+        const Pairing pairing{"token", *SymmetricKey::fromBytes(QByteArray(32, '\xFF'))};
+        const QString text = QJsonDocument::fromJson(pairing.toJson())[u"key"].toString();
+        QCOMPARE(text.toLatin1(), QByteArray(42, '/') + "8=");
+        QVERIFY(Pairing::fromJson(pairing.toJson()) == pairing);
+    }
+
+    void recordIsMadeOnceAndReadBack()
+    {
+        const Pairing first = Pairing::load();
+        const QByteArray json = contents();
+        QVERIFY(Pairing::fromJson(json) == first);
+        QVERIFY(Pairing::load() == first);
+        QCOMPARE(contents(), json);
+        QVERIFY(PairingStore::reset() != first);
+        QVERIFY(contents() != json);
+    }
+
+    void validRecordIsNotWrittenAgain()
+    {
+        // As another program might have written it, and as nobody else may read it.
+        const QByteArray json = "{ \"token\" : \"the token\",\n \"key\" : \"" + goodKey + "\" }\n";
+        write(json);
+        fs::permissions(file(), fs::perms::owner_read | fs::perms::group_read);
+        const auto old = fs::last_write_time(file()) - std::chrono::hours(24);
+        fs::last_write_time(file(), old);
+        const Pairing pairing = Pairing::load();
+        QCOMPARE(pairing.token, "the token");
+        QCOMPARE(pairing.key.bytes(), QByteArray(32, '\0'));
+        QCOMPARE(contents(), json);
+        QVERIFY(fs::last_write_time(file()) == old);
+        QCOMPARE(modeOf(file()), "440");
+    }
+
+    void otherFormsOfARecordAreRead_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        const QByteArray members = "\"token\":\"the token\",\"key\":\"" + goodKey + '"';
+        QTest::newRow("token first") << QByteArray('{' + members + '}');
+        QTest::newRow("key first")
+            << QByteArray("{\"key\":\"" + goodKey + "\",\"token\":\"the token\"}");
+        QTest::newRow("other members")
+            << QByteArray("{\"v\":2,\"phones\":[{}]," + members + ",\"made\":null}");
+        QTest::newRow("white space") << QByteArray(" \n{ " + members + "\n}\n");
+        QTest::newRow("escaped letters")
+            << QByteArray("{\"t\\u006fken\":\"the\\u0020token\",\"key\":\"" + goodKey + "\"}");
+    }
+
+    void otherFormsOfARecordAreRead()
+    {
+        QFETCH(QByteArray, json);
+        write(json);
+        const Pairing pairing = Pairing::load();
+        QCOMPARE(pairing.token, "the token");
+        QCOMPARE(pairing.key.bytes(), QByteArray(32, '\0'));
+        QCOMPARE(contents(), json);
+    }
+
+    void escapedSlashesOfAKeyAreRead()
+    {
+        write("{\"token\":\"t\",\"key\":\"" + QByteArray("\\/").repeated(42) + "8=\"}");
+        QCOMPARE(Pairing::load().key.bytes(), QByteArray(32, '\xFF'));
+    }
+
+    void damagedRecordIsReplaced_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        const QByteArray token = "\"token\":\"the token\"";
+        const auto withKey
+            = [&](const QByteArray& key) { return '{' + token + ",\"key\":" + key + '}'; };
+        const auto withText = [&](const QByteArray& key) { return withKey('"' + key + '"'); };
+        QTest::newRow("an empty file") << QByteArray("");
+        QTest::newRow("no JSON") << QByteArray("hello");
+        QTest::newRow("bytes that are no text") << QByteArray("\xFF\xFE\0\x01", 4);
+        QTest::newRow("half of a record") << withText(goodKey).chopped(10);
+        QTest::newRow("something behind the record") << QByteArray(withText(goodKey) + "}");
+        QTest::newRow("an array") << QByteArray('[' + withText(goodKey) + ']');
+        QTest::newRow("an empty object") << QByteArray("{}");
+        QTest::newRow("null") << QByteArray("null");
+        QTest::newRow("no key") << QByteArray('{' + token + '}');
+        QTest::newRow("no token") << QByteArray("{\"key\":\"" + goodKey + "\"}");
+        QTest::newRow("members in capitals")
+            << QByteArray("{\"Token\":\"t\",\"Key\":\"" + goodKey + "\"}");
+        QTest::newRow("a token that is a number")
+            << QByteArray("{\"token\":5,\"key\":\"" + goodKey + "\"}");
+        QTest::newRow("a token that is null")
+            << QByteArray("{\"token\":null,\"key\":\"" + goodKey + "\"}");
+        QTest::newRow("a key that is a number") << QByteArray(withKey("5"));
+        QTest::newRow("a key that is null") << QByteArray(withKey("null"));
+        QTest::newRow("a key that is a list") << QByteArray(withKey("[1,2]"));
+        QTest::newRow("an empty key") << QByteArray(withText(""));
+        QTest::newRow("a key that is no base64") << QByteArray(withText("not base64!"));
+        QTest::newRow("a key with a stray character") << QByteArray(withText('!' + goodKey));
+        QTest::newRow("a key without padding") << QByteArray(withText(goodKey.chopped(1)));
+        QTest::newRow("a key in the other alphabet")
+            << QByteArray(withText(QByteArray(42, '_') + "8="));
+        QTest::newRow("a key of 31 bytes") << QByteArray(withText(QByteArray(31, '\0').toBase64()));
+        QTest::newRow("a key of 33 bytes") << QByteArray(withText(QByteArray(33, '\0').toBase64()));
+    }
+
+    void damagedRecordIsReplaced()
+    {
+        QFETCH(QByteArray, json);
+        write(json);
+        fs::permissions(file(), fs::perms(0644));
+        const Pairing pairing = Pairing::load();
+        QCOMPARE(pairing.token.size(), 22U);
+        QVERIFY(pairing.key.bytes() != QByteArray(32, '\0'));
+        QVERIFY(Pairing::fromJson(contents()) == pairing);
+        QCOMPARE(modeOf(file()), "600");
+        QVERIFY(Pairing::load() == pairing);
+        QCOMPARE(std::distance(fs::directory_iterator(support()), {}), 1);
+    }
+
+    void missingFolderIsMade()
+    {
+        useSupport(m_folder->path().toStdString() + "/a/b");
+        const Pairing pairing = Pairing::load();
+        QVERIFY(Pairing::fromJson(contents()) == pairing);
+        QCOMPARE(modeOf(file()), "600");
+    }
+
+    void fileIsForItsOwnerAloneWhateverTheUmask()
+    {
+        for (const mode_t mask : {mode_t{0}, mode_t{022}, mode_t{077}}) {
+            const Umask umask(mask);
+            fs::remove(file());
+            Pairing::load();
+            QCOMPARE(modeOf(file()), "600");
+            fs::permissions(file(), fs::perms(0666));
+            PairingStore::reset(); // over a file that everybody may read
+            QCOMPARE(modeOf(file()), "600");
+        }
+    }
+
+    void folderInTheFilesPlaceStillGivesARecord()
+    {
+        fs::create_directories(file() / "inside");
+        const Pairing first = Pairing::load();
+        const Pairing second = Pairing::load();
+        QCOMPARE(first.token.size(), 22U);
+        QVERIFY(first != second); // nothing was saved
+        QVERIFY(fs::is_directory(file() / "inside"));
+        QCOMPARE(std::distance(fs::directory_iterator(support()), {}), 1);
+    }
+
+    void supportFolderThatCannotBeStillGivesARecord()
+    {
+        write("in the way");
+        useSupport(file() / "below");
+        const Pairing first = Pairing::load();
+        const Pairing second = PairingStore::reset();
+        QCOMPARE(first.token.size(), 22U);
+        QCOMPARE(second.token.size(), 22U);
+        QVERIFY(first != second);
+    }
+
+    void supportFolderWithoutPermissionStillGivesARecord()
+    {
+        const Unprivileged user;
+        if (!user.works())
+            QSKIP("needs a user whom permissions stop");
+        const QTemporaryDir own;
+        useSupport(own.path().toStdString());
+        fs::permissions(support(), fs::perms::owner_read | fs::perms::owner_exec);
+        const Pairing first = Pairing::load();
+        const Pairing second = Pairing::load();
+        QVERIFY(first != second);
+        QVERIFY(fs::is_empty(support()));
+        fs::permissions(support(), fs::perms::owner_all);
+        const Pairing third = Pairing::load();
+        QVERIFY(Pairing::load() == third);
+    }
+
+private:
+    inline static const QByteArray goodKey = QByteArray(32, '\0').toBase64();
+
+    static void useSupport(const fs::path& folder)
+    {
+        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder.string()));
+    }
+
+    static fs::path support() { return qgetenv("KORVANE_SYNC_HOME").toStdString(); }
+    static fs::path file() { return support() / "pairing.json"; }
+
+    static QByteArray contents()
+    {
+        return QByteArray::fromStdString(Files::read(file()).value_or("(none)"));
+    }
+
+    static void write(const QByteArray& bytes)
+    {
+        std::ofstream(file(), std::ios::binary) << bytes.toStdString();
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
+
+QTEST_GUILESS_MAIN(PairingTest)
+#include "PairingTest.moc"

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+namespace korvane {
+
+/// While it lives, new files get what this mask leaves.
+class Umask {
+public:
+    explicit Umask(mode_t mask) : m_before(::umask(mask)) { }
+    ~Umask() { ::umask(m_before); }
+    Umask(const Umask&) = delete;
+    Umask& operator=(const Umask&) = delete;
+
+private:
+    const mode_t m_before;
+};
+
+/// Who may do what with a file, in octal as a shell shows it: "600".
+inline std::string modeOf(const std::filesystem::path& file)
+{
+    auto mode = static_cast<unsigned>(std::filesystem::status(file).permissions());
+    std::string digits;
+    for (int digit = 0; digit < 3; ++digit) {
+        digits.insert(digits.begin(), static_cast<char>('0' + mode % 8));
+        mode /= 8;
+    }
+    return digits;
+}
+
+} // namespace korvane
