@@ -1,0 +1,81 @@
+#include "app/Buttons.h"
+
+#include "app/Look.h"
+
+#include <QPainter>
+
+namespace korvane {
+
+void drawFocus(QPainter& painter, const QRectF& around, double radius)
+{
+    constexpr double focusWidth = 1.5;
+    constexpr double inset = focusWidth / 2;
+    painter.setPen(QPen(Look::faded(Look::cream, 0.8), focusWidth));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(around.adjusted(inset, inset, -inset, -inset), radius, radius);
+}
+
+void prepareButton(QAbstractButton& button, const QString& text, const QFont& font)
+{
+    button.setText(text);
+    button.setFont(font);
+    button.setFocusPolicy(Qt::StrongFocus);
+    button.setCursor(Qt::PointingHandCursor);
+}
+
+Pill::Pill(const QString& text, QWidget* parent) : QAbstractButton(parent)
+{
+    prepareButton(*this, text, Look::font(14, QFont::DemiBold));
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+QSize Pill::sizeHint() const
+{
+    constexpr int height = 40;
+    constexpr int padding = 20;
+    return {fontMetrics().horizontalAdvance(text()) + 2 * padding, height};
+}
+
+void Pill::paintEvent(QPaintEvent* /*event*/)
+{
+    constexpr double disabled = 0.5;
+    constexpr double pressed = 0.85;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(!isEnabled() ? disabled : isDown() ? pressed : 1.0);
+    const QRectF area = rect();
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Look::coral);
+    painter.drawRoundedRect(area, area.height() / 2, area.height() / 2);
+    painter.setPen(Qt::black);
+    painter.drawText(area, Qt::AlignCenter, text());
+    if (hasFocus())
+        drawFocus(painter, area.adjusted(2, 2, -2, -2), area.height() / 2 - 2);
+}
+
+Word::Word(const QString& text, QWidget* parent) : QAbstractButton(parent)
+{
+    prepareButton(*this, text, Look::font(12, QFont::DemiBold));
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+QSize Word::sizeHint() const
+{
+    constexpr QSize roomForLine(0, 6);
+    return QSize(fontMetrics().horizontalAdvance(text()), fontMetrics().height()) + roomForLine;
+}
+
+void Word::paintEvent(QPaintEvent* /*event*/)
+{
+    constexpr double disabled = 0.4;
+    constexpr double pressed = 0.6;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(!isEnabled() ? disabled : isDown() ? pressed : 1.0);
+    painter.setPen(Look::cream);
+    painter.drawText(rect(), Qt::AlignCenter, text());
+    if (hasFocus())
+        painter.fillRect(QRectF(0, height() - 2, width(), 2), Look::coral);
+}
+
+} // namespace korvane

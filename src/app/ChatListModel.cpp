@@ -1,0 +1,91 @@
+#include "app/ChatListModel.h"
+
+#include "app/ChatSubtitle.h"
+
+#include <algorithm>
+
+namespace korvane {
+
+ChatListModel::ChatListModel(AppState& state, QObject* parent)
+    : QAbstractListModel(parent)
+    , m_state(state)
+{
+    reload();
+    connect(&state, &AppState::chatsChanged, this, &ChatListModel::reload);
+    connect(&state, &AppState::selectedChanged, this, &ChatListModel::onSelectedChanged);
+}
+
+int ChatListModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+QVariant ChatListModel::data(const QModelIndex& index, int role) const
+{
+    const Row& row = m_rows.at(static_cast<std::size_t>(index.row()));
+    switch (role) {
+    case Qt::DisplayRole:
+        return row.title;
+    case Qt::CheckStateRole:
+        return m_state.selected().contains(row.guid) ? Qt::Checked : Qt::Unchecked;
+    case Qt::AccessibleTextRole:
+        return QString(row.title + QLatin1String(", ") + row.subtitle);
+    case SubtitleRole:
+        return row.subtitle;
+    case IsGroupRole:
+        return row.isGroup;
+    case GuidRole:
+        return QString::fromStdString(row.guid);
+    case SearchRole:
+        return row.searched;
+    default:
+        return {};
+    }
+}
+
+Qt::ItemFlags ChatListModel::flags(const QModelIndex& index) const
+{
+    return QAbstractListModel::flags(index) | Qt::ItemIsUserCheckable | Qt::ItemNeverHasChildren;
+}
+
+bool ChatListModel::setData(const QModelIndex& index, const QVariant& value, int role)
+{
+    if (role != Qt::CheckStateRole || value == data(index, role))
+        return false;
+    m_state.toggle(m_rows.at(static_cast<std::size_t>(index.row())).guid);
+    return true;
+}
+
+ChatListModel::Row ChatListModel::rowFor(const ChatInfo& chat) const
+{
+    const auto known = m_state.titles().find(chat.id);
+    const QString title
+        = known == m_state.titles().end() ? QString() : QString::fromStdString(known->second);
+    return {chat.guid, title, title.toLower(), chatSubtitle(chat), chat.isGroup};
+}
+
+void ChatListModel::reload()
+{
+    std::vector<Row> rows;
+    rows.reserve(m_state.chats().size());
+    for (const ChatInfo& chat : m_state.chats())
+        rows.push_back(rowFor(chat));
+    const bool sameChats = std::equal(rows.begin(), rows.end(), m_rows.begin(), m_rows.end(),
+        [](const Row& one, const Row& other) { return one.guid == other.guid; });
+    if (sameChats && !rows.empty()) {
+        m_rows = std::move(rows);
+        emit dataChanged(index(0), index(rowCount() - 1));
+    } else {
+        beginResetModel();
+        m_rows = std::move(rows);
+        endResetModel();
+    }
+}
+
+void ChatListModel::onSelectedChanged()
+{
+    if (!m_rows.empty())
+        emit dataChanged(index(0), index(rowCount() - 1), {Qt::CheckStateRole});
+}
+
+} // namespace korvane

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/Buttons.h"
+#include "app/ChatFilter.h"
+#include "app/ChatListModel.h"
+#include "app/ChatListView.h"
+
+#include <QLineEdit>
+#include <QWidget>
+
+namespace korvane {
+
+/// The chats to choose from: a search field, the list, and the button that hands one over. Lives
+/// on the main thread.
+class ChatPane : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ChatPane(AppState& state, QWidget* parent = nullptr);
+
+    /// Where typing goes when the window opens.
+    void focusSearch();
+
+    /// What the Return key does in the window.
+    void pressButton();
+
+private:
+    QWidget* searchRow();
+    void updateButton();
+
+    AppState& m_state;
+    ChatListModel m_model;
+    ChatFilter m_filter;
+    QLineEdit* m_search;
+    ChatListView* m_list;
+    Pill* m_button;
+};
+
+} // namespace korvane

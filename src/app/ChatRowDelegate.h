@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+namespace korvane {
+
+/// Draws a row of the chat list: check mark, title, subtitle. A click anywhere on the row, or the
+/// space bar, toggles it. Lives on the main thread.
+class ChatRowDelegate : public QStyledItemDelegate {
+    Q_OBJECT
+
+public:
+    explicit ChatRowDelegate(QObject* parent = nullptr);
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+        const QModelIndex& index) const override;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+        const QModelIndex& index) override;
+
+private:
+    void paintTitle(QPainter* painter, const QRect& area, const QModelIndex& index) const;
+
+    const QFont m_titleFont;
+    const QFont m_subtitleFont;
+};
+
+} // namespace korvane

@@ -1,0 +1,22 @@
+#include "app/Display.h"
+
+#include <cstdlib>
+
+namespace korvane {
+
+namespace {
+
+bool isSet(const char* variable)
+{
+    const char* value = std::getenv(variable);
+    return value && *value != '\0';
+}
+
+} // namespace
+
+bool hasDisplay()
+{
+    return isSet("QT_QPA_PLATFORM") || isSet("WAYLAND_DISPLAY") || isSet("DISPLAY");
+}
+
+} // namespace korvane

@@ -1,0 +1,10 @@
+#include "app/Display.h"
+
+namespace korvane {
+
+bool hasDisplay()
+{
+    return true;
+}
+
+} // namespace korvane

@@ -1,0 +1,101 @@
+#include "app/Footer.h"
+
+#include "app/Buttons.h"
+#include "app/Look.h"
+
+#include <QDir>
+#include <QVBoxLayout>
+
+namespace korvane {
+
+namespace {
+
+constexpr int rowSpacing = 8;
+constexpr int wordSpacing = 16;
+
+Word* word(const QString& text, const char* name)
+{
+    auto* word = new Word(text);
+    word->setObjectName(QLatin1String(name));
+    return word;
+}
+
+} // namespace
+
+Footer::Footer(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_folder(new OneLine(Look::font(11), Look::mute, Qt::ElideMiddle))
+    , m_autoSync(new CoralSwitch(tr("Keep the export fresh every 30 seconds")))
+    , m_status(new OneLine(Look::font(11), Look::mute, Qt::ElideRight))
+{
+    m_folder->setObjectName(QStringLiteral("folder"));
+    m_autoSync->setObjectName(QStringLiteral("autoSync"));
+    m_status->setObjectName(QStringLiteral("status"));
+    m_autoSync->setCheckedAtOnce(m_state.autoSync());
+
+    auto* rows = new QVBoxLayout(this);
+    rows->setContentsMargins({});
+    rows->setSpacing(rowSpacing);
+    rows->addLayout(folderRow());
+    rows->addWidget(m_autoSync);
+    rows->addLayout(statusRow());
+
+    connect(m_autoSync, &CoralSwitch::toggled, &m_state, &AppState::setAutoSync);
+    connect(&m_state, &AppState::autoSyncChanged, this,
+        [this] { m_autoSync->setChecked(m_state.autoSync()); });
+    connect(&m_state, &AppState::outputFolderChanged, this, &Footer::updateFolder);
+    connect(&m_state, &AppState::statusChanged, this, &Footer::updateStatus);
+    updateFolder();
+    updateStatus();
+}
+
+QLayout* Footer::folderRow()
+{
+    constexpr QSize symbolSize(14, 14);
+    auto* change = word(tr("Change"), "change");
+    connect(change, &Word::clicked, &m_state, &AppState::chooseFolder);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(rowSpacing);
+    row->addWidget(new Picture(symbolSize, [=](double pixelsPerPoint) {
+        return Look::symbol(Look::Drawing::Folder, symbolSize.height(), pixelsPerPoint, Look::mute);
+    }));
+    row->addWidget(m_folder, 1);
+    row->addWidget(change);
+    return row;
+}
+
+QLayout* Footer::statusRow()
+{
+    auto* sync = word(tr("Sync now"), "syncNow");
+    auto* quit = word(tr("Quit"), "quit");
+    connect(sync, &Word::clicked, &m_state, qOverload<>(&AppState::syncNow));
+    connect(quit, &Word::clicked, this, &Footer::quitRequested);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(rowSpacing);
+    row->addWidget(m_status, 1);
+    row->addWidget(sync);
+    row->addSpacing(wordSpacing - rowSpacing);
+    row->addWidget(quit);
+    return row;
+}
+
+void Footer::updateFolder()
+{
+    m_folder->setText(
+        abbreviatedPath(QString::fromStdString(m_state.outputFolder().native()), QDir::homePath()));
+}
+
+void Footer::updateStatus()
+{
+    m_status->setText(QString::fromStdString(m_state.status()));
+}
+
+QString abbreviatedPath(const QString& folder, const QString& home)
+{
+    if (folder != home && !folder.startsWith(home + QLatin1Char('/')))
+        return folder;
+    return QLatin1Char('~') + folder.mid(home.size());
+}
+
+} // namespace korvane

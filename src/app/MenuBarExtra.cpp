@@ -1,0 +1,99 @@
+#include "app/MenuBarExtra.h"
+
+#include "app/Look.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QEvent>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace korvane {
+
+namespace {
+
+constexpr int gap = 6; ///< between icon and window
+
+/// Where the window hangs: the icon, or what is known in its place.
+QRect anchor(const QSystemTrayIcon& icon)
+{
+    const QRect place = icon.geometry();
+    return place.isValid() ? place : QRect(QCursor::pos(), QSize(1, 1));
+}
+
+} // namespace
+
+MenuBarExtra::MenuBarExtra(ContentView& window, bool hasTray)
+    : m_window(window)
+    , m_hasTray(hasTray)
+    , m_icon(Look::menuBarIcon())
+{
+    m_window.setWindowTitle(tr("Korvane Sync"));
+    m_window.installEventFilter(this);
+    connect(&m_window, &ContentView::closeRequested, this, &MenuBarExtra::close);
+    connect(&m_icon, &QSystemTrayIcon::activated, this, &MenuBarExtra::toggle);
+    QApplication::setQuitOnLastWindowClosed(!hasTray);
+    if (hasTray)
+        showIcon();
+    else
+        open();
+}
+
+void MenuBarExtra::showIcon()
+{
+    m_window.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    m_icon.setToolTip(tr("Korvane Sync"));
+    m_icon.show();
+}
+
+void MenuBarExtra::open()
+{
+    if (m_hasTray)
+        m_window.move(place());
+    m_window.show();
+    m_window.raise();
+    m_window.activateWindow();
+    m_window.takeFocus();
+}
+
+void MenuBarExtra::close()
+{
+    m_window.close();
+    m_sinceClosed.start();
+}
+
+/// The click that the open window is closed by, for it turns away from it, is the one that the icon
+/// reports a moment later: it is not to open the window again.
+void MenuBarExtra::toggle()
+{
+    constexpr qint64 sameClick = 250; // milliseconds
+    if (m_window.isVisible())
+        close();
+    else if (!m_sinceClosed.isValid() || m_sinceClosed.hasExpired(sameClick))
+        open();
+}
+
+bool MenuBarExtra::eventFilter(QObject* watched, QEvent* event)
+{
+    const bool turnedAway = event->type() == QEvent::WindowDeactivate && m_hasTray;
+    if (turnedAway && !QApplication::activeModalWidget())
+        close();
+    return QObject::eventFilter(watched, event);
+}
+
+/// Below the icon, or above it where the tray is at the bottom, and within the screen.
+QPoint MenuBarExtra::place() const
+{
+    const QRect icon = anchor(m_icon);
+    const QScreen* screen = QApplication::screenAt(icon.center());
+    const QRect area = (screen ? screen : QApplication::primaryScreen())->availableGeometry();
+    const QSize size = m_window.size();
+    const bool isAbove = icon.center().y() < area.center().y();
+    const int x = icon.center().x() - size.width() / 2;
+    const int y = isAbove ? icon.bottom() + gap : icon.top() - gap - size.height();
+    return {std::clamp(x, area.left(), std::max(area.left(), area.right() - size.width())),
+        std::clamp(y, area.top(), std::max(area.top(), area.bottom() - size.height()))};
+}
+
+} // namespace korvane

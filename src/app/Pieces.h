@@ -1,0 +1,78 @@
+#pragma once
+
+#include <QLabel>
+
+#include <functional>
+
+/// The pieces of the window that only show something. All live on the main thread.
+namespace korvane {
+
+/// A text, never markup, in one font and colour. It wraps where it is allowed to.
+class Text : public QLabel {
+    Q_OBJECT
+
+public:
+    Text(const QString& text, const QFont& font, const QColor& colour, QWidget* parent = nullptr);
+};
+
+/// A text on one line, cut with an ellipsis where there is no room; the whole of it is the tool tip
+/// then, and always what a screen reader reads.
+class OneLine : public QWidget {
+    Q_OBJECT
+
+public:
+    OneLine(const QFont& font, const QColor& colour, Qt::TextElideMode cut,
+        Qt::Alignment alignment = Qt::AlignLeft, QWidget* parent = nullptr);
+
+    void setText(const QString& text);
+    const QString& text() const { return m_text; }
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QString shown() const;
+    void updateToolTip();
+
+    const QColor m_colour;
+    const Qt::TextElideMode m_cut;
+    const Qt::Alignment m_alignment;
+    QString m_text;
+};
+
+/// A panel on a rounded background.
+class Card : public QWidget {
+    Q_OBJECT
+
+public:
+    Card(double radius, const QColor& colour, QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const double m_radius;
+    const QColor m_colour;
+};
+
+/// A drawing, as sharp as the screen.
+class Picture : public QWidget {
+    Q_OBJECT
+
+public:
+    using Paint = std::function<QPixmap(double pixelsPerPoint)>;
+
+    Picture(const QSize& size, Paint paint, QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const Paint m_paint;
+};
+
+} // namespace korvane

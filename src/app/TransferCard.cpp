@@ -1,0 +1,93 @@
+#include "app/TransferCard.h"
+
+#include "app/Buttons.h"
+#include "app/Look.h"
+
+#include <QPainter>
+#include <QVBoxLayout>
+
+namespace korvane {
+
+namespace {
+
+constexpr int codeSide = 240;
+constexpr int codePadding = 12;
+
+/// The code at whole pixels of the screen, without interpolation: only so is each of its modules
+/// as sharp as a reader wants it.
+class CodeView : public QWidget {
+public:
+    explicit CodeView(const AppState& state) : m_state(state)
+    {
+        setFixedSize(codeSide, codeSide);
+        setObjectName(QStringLiteral("code"));
+        setAccessibleName(TransferCard::tr("QR code with the link to this chat"));
+    }
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override
+    {
+        if (m_state.transferQR())
+            QPainter(this).drawImage(rect(), *m_state.transferQR());
+    }
+
+private:
+    const AppState& m_state;
+};
+
+Text* paragraph(const QString& text, const QFont& font, const QColor& colour)
+{
+    auto* paragraph = new Text(text, font, colour);
+    paragraph->setWordWrap(true);
+    paragraph->setAlignment(Qt::AlignHCenter);
+    return paragraph;
+}
+
+} // namespace
+
+TransferCard::TransferCard(AppState& state, QWidget* parent)
+    : Card(22, Look::card, parent)
+    , m_state(state)
+    , m_title(new OneLine(
+          Look::font(18, QFont::DemiBold), Look::cream, Qt::ElideRight, Qt::AlignHCenter))
+{
+    m_title->setObjectName(QStringLiteral("transferTitle"));
+    auto* done = new Word(tr("Done"));
+    done->setObjectName(QStringLiteral("done"));
+
+    constexpr int padding = 16;
+    auto* rows = new QVBoxLayout(this);
+    rows->setContentsMargins(padding, padding, padding, padding);
+    rows->setSpacing(12);
+    rows->addWidget(m_title);
+    rows->addWidget(code(), 0, Qt::AlignHCenter);
+    rows->addWidget(
+        paragraph(tr("Open the Camera on your iPhone and point it here. Both need the "
+                     "same Wi-Fi. Korvane shows you the chat before anything is saved."),
+            Look::font(13), Look::faded(Look::cream, 0.85)));
+    rows->addWidget(paragraph(tr("The code works for 10 minutes. Anyone who scans it in that time "
+                                 "can get this one chat."),
+        Look::font(11), Look::mute));
+    rows->addWidget(done, 0, Qt::AlignHCenter);
+
+    connect(done, &Word::clicked, &m_state, &AppState::endTransfer);
+    connect(&m_state, &AppState::transferChatTitleChanged, this, &TransferCard::updateTitle);
+    connect(&m_state, &AppState::transferQRChanged, this, [this] { update(); });
+    updateTitle();
+}
+
+QWidget* TransferCard::code()
+{
+    auto* ground = new Card(18, Qt::white);
+    auto* inside = new QVBoxLayout(ground);
+    inside->setContentsMargins(codePadding, codePadding, codePadding, codePadding);
+    inside->addWidget(new CodeView(m_state));
+    return ground;
+}
+
+void TransferCard::updateTitle()
+{
+    m_title->setText(QString::fromStdString(m_state.transferChatTitle().value_or("")));
+}
+
+} // namespace korvane

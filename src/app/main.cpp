@@ -1,0 +1,14 @@
+#include "app/Application.h"
+#include "messages/Sqlite.h"
+
+#include <csignal>
+
+int main(int argc, char* argv[])
+{
+    using namespace korvane;
+    if (const auto folder = Application::snapshotFolder({argv + 1, argv + argc}))
+        return Application::writeSnapshots(*folder, argc, argv);
+    Sqlite::configureProcess();
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes fails one chat, not the process
+    return Application::run(argc, argv);
+}

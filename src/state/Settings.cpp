@@ -1,0 +1,74 @@
+#include "state/Settings.h"
+
+#include "state/SettingsStore.h"
+
+#include <QStringList>
+
+namespace korvane {
+
+namespace {
+
+const QString selectedKey = QStringLiteral("selected");
+const QString autoSyncKey = QStringLiteral("autoSync");
+const QString folderKey = QStringLiteral("folder");
+
+/// A boolean of the store, which an INI file holds as a word; nothing where it is none.
+std::optional<bool> asBoolean(const QVariant& value)
+{
+    const QString word = value.toString();
+    if (word == QLatin1String("true") || word == QLatin1String("1"))
+        return true;
+    if (word == QLatin1String("false") || word == QLatin1String("0"))
+        return false;
+    return std::nullopt;
+}
+
+} // namespace
+
+Settings::Settings()
+    : m_store(SettingsStore::format(), QSettings::UserScope, SettingsStore::organization(),
+        SettingsStore::application())
+{
+    m_store.setFallbacksEnabled(false);
+}
+
+std::set<std::string> Settings::selected() const
+{
+    std::set<std::string> guids;
+    for (const QString& guid : m_store.value(selectedKey).toStringList())
+        guids.insert(guid.toStdString());
+    return guids;
+}
+
+void Settings::setSelected(const std::set<std::string>& guids)
+{
+    QStringList list;
+    for (const std::string& guid : guids)
+        list.append(QString::fromStdString(guid));
+    m_store.setValue(selectedKey, list);
+}
+
+bool Settings::autoSync() const
+{
+    return asBoolean(m_store.value(autoSyncKey)).value_or(true);
+}
+
+void Settings::setAutoSync(bool on)
+{
+    m_store.setValue(autoSyncKey, on);
+}
+
+std::optional<std::filesystem::path> Settings::folder() const
+{
+    const QVariant folder = m_store.value(folderKey);
+    if (folder.typeId() != QMetaType::QString)
+        return std::nullopt;
+    return folder.toString().toStdString();
+}
+
+void Settings::setFolder(const std::filesystem::path& folder)
+{
+    m_store.setValue(folderKey, QString::fromStdString(folder.native()));
+}
+
+} // namespace korvane

@@ -1,0 +1,21 @@
+#include "state/SettingsStore.h"
+
+namespace korvane {
+
+// $XDG_CONFIG_HOME/KorvaneSync/KorvaneSync.conf
+QSettings::Format SettingsStore::format()
+{
+    return QSettings::IniFormat;
+}
+
+QString SettingsStore::organization()
+{
+    return QStringLiteral("KorvaneSync");
+}
+
+QString SettingsStore::application()
+{
+    return QStringLiteral("KorvaneSync");
+}
+
+} // namespace korvane
