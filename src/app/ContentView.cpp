@@ -4,7 +4,6 @@
 #include "app/Footer.h"
 #include "app/Header.h"
 #include "app/Look.h"
-#include "app/TransferCard.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -16,7 +15,7 @@ namespace {
 
 constexpr int padding = 18;
 constexpr int spacing = 14;
-constexpr int width400 = 400;
+constexpr int windowWidth = 400;
 constexpr int usualHeight = 600;
 constexpr int heightWithCode = 660;
 
@@ -65,13 +64,17 @@ void ContentView::showWhatIsCalledFor()
     m_accessCard->setVisible(access);
     m_transferCard->setVisible(transfer);
     m_chatPane->setVisible(!access && !transfer);
-    setFixedSize(width400, m_state.transferQR() ? heightWithCode : usualHeight);
+    setFixedSize(windowWidth, transfer ? heightWithCode : usualHeight);
+    if (isVisible())
+        takeFocus(); // what had the keyboard may be out of sight
 }
 
 void ContentView::takeFocus()
 {
     if (m_chatPane->isVisible())
         m_chatPane->focusSearch();
+    else if (m_transferCard->isVisible())
+        m_transferCard->takeFocus();
     else
         setFocus(Qt::ActiveWindowFocusReason);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/ChatPane.h"
+#include "app/TransferCard.h"
 #include "state/AppState.h"
 
 #include <QWidget>
@@ -33,7 +34,7 @@ private:
 
     const AppState& m_state;
     QWidget* m_accessCard;
-    QWidget* m_transferCard;
+    TransferCard* m_transferCard;
     ChatPane* m_chatPane;
 };
 

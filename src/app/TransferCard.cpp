@@ -1,6 +1,5 @@
 #include "app/TransferCard.h"
 
-#include "app/Buttons.h"
 #include "app/Look.h"
 
 #include <QPainter>
@@ -50,10 +49,10 @@ TransferCard::TransferCard(AppState& state, QWidget* parent)
     , m_state(state)
     , m_title(new OneLine(
           Look::font(18, QFont::DemiBold), Look::cream, Qt::ElideRight, Qt::AlignHCenter))
+    , m_done(new Word(tr("Done")))
 {
     m_title->setObjectName(QStringLiteral("transferTitle"));
-    auto* done = new Word(tr("Done"));
-    done->setObjectName(QStringLiteral("done"));
+    m_done->setObjectName(QStringLiteral("done"));
 
     constexpr int padding = 16;
     auto* rows = new QVBoxLayout(this);
@@ -68,12 +67,17 @@ TransferCard::TransferCard(AppState& state, QWidget* parent)
     rows->addWidget(paragraph(tr("The code works for 10 minutes. Anyone who scans it in that time "
                                  "can get this one chat."),
         Look::font(11), Look::mute));
-    rows->addWidget(done, 0, Qt::AlignHCenter);
+    rows->addWidget(m_done, 0, Qt::AlignHCenter);
 
-    connect(done, &Word::clicked, &m_state, &AppState::endTransfer);
+    connect(m_done, &Word::clicked, &m_state, &AppState::endTransfer);
     connect(&m_state, &AppState::transferChatTitleChanged, this, &TransferCard::updateTitle);
     connect(&m_state, &AppState::transferQRChanged, this, [this] { update(); });
     updateTitle();
+}
+
+void TransferCard::takeFocus()
+{
+    m_done->setFocus(Qt::OtherFocusReason);
 }
 
 QWidget* TransferCard::code()

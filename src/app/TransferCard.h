@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/Buttons.h"
 #include "app/Pieces.h"
 #include "state/AppState.h"
 
@@ -12,12 +13,16 @@ class TransferCard : public Card {
 public:
     explicit TransferCard(AppState& state, QWidget* parent = nullptr);
 
+    /// Puts the keyboard on the button that ends it.
+    void takeFocus();
+
 private:
     QWidget* code();
     void updateTitle();
 
     AppState& m_state;
     OneLine* m_title;
+    Word* m_done;
 };
 
 } // namespace korvane
