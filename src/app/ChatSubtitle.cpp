@@ -30,7 +30,7 @@ QString abbreviatedDate(ReferenceTime time)
 
 QString chatSubtitle(const ChatInfo& chat)
 {
-    const QString messages = QLocale().toString(static_cast<qlonglong>(chat.messageCount))
+    QString messages = QLocale().toString(static_cast<qlonglong>(chat.messageCount))
         + QStringLiteral(" messages");
     if (!chat.lastDate)
         return messages;

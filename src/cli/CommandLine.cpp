@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <exception>
 #include <functional>
-#include <regex>
 #include <stdexcept>
 
 namespace korvane {
@@ -193,11 +192,14 @@ std::string firstLine(const std::string& text)
     return text.substr(0, text.find('\n'));
 }
 
-/// The library quotes what it does not understand; a link that landed there keeps its key.
-std::string withoutKeys(const std::string& text)
+/// What the library says quotes what it did not understand. A link among the words may be in two
+/// pieces, the second of which does not look like one, so then nothing is quoted.
+std::string explanation(const CLI::ParseError& error, const std::vector<std::string>& arguments)
 {
-    static const std::regex key("key=[^&\\s]*", std::regex::icase);
-    return std::regex_replace(text, key, "key=…");
+    const bool hasLink = std::any_of(arguments.begin(), arguments.end(),
+        [](const std::string& word) { return word.find("korvane:") != word.npos; });
+    return hasLink ? "A link is where it does not belong, or not in one piece; put it in quotes"
+                   : firstLine(error.what());
 }
 
 int runOrComplain(const Command& command, const Console& console)
@@ -215,16 +217,16 @@ int runOrComplain(const Command& command, const Console& console)
 
 } // namespace
 
-int runCommandLine(std::vector<std::string> arguments, const Console& console)
+int runCommandLine(const std::vector<std::string>& arguments, const Console& console)
 {
     Parser parser;
     try {
-        const Command command = parser.parse(std::move(arguments));
+        const Command command = parser.parse(arguments);
         return runOrComplain(command, console);
     } catch (const CLI::Success& request) { // --help and --version
         return parser.printHelp(request, console);
     } catch (const CLI::ParseError& error) {
-        console.complain(withoutKeys(firstLine(error.what())) + " (see korvane-sync --help)");
+        console.complain(explanation(error, arguments) + " (see korvane-sync --help)");
         return ExitCode::badUsage;
     }
 }

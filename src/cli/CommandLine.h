@@ -9,6 +9,6 @@ namespace korvane {
 
 /// Runs `korvane-sync` with `arguments` (without the program's name) and returns its exit code.
 /// Bad usage is one line on `console.err` and ExitCode::badUsage.
-int runCommandLine(std::vector<std::string> arguments, const Console& console);
+int runCommandLine(const std::vector<std::string>& arguments, const Console& console);
 
 } // namespace korvane

@@ -13,7 +13,7 @@ struct Console {
     std::istream& in = std::cin;
 
     /// One line on `err`, marked as this program's. The text may quote a chat's title, which
-    /// others choose: it is made harmless for a terminal.
+    /// others choose: it is made harmless for a terminal. The key of a link in it is left out.
     void complain(std::string_view text) const;
 };
 

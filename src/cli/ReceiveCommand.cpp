@@ -28,12 +28,25 @@ TransferLink givenLink(const ReceiveOptions& options, const Console& console)
     return std::move(*link);
 }
 
-fs::path chosenFile(const ReceiveOptions& options)
+/// Where the chat goes. A file that is there is only replaced where the user has named it.
+struct Destination {
+    fs::path file;
+    Files::Existing existing;
+};
+
+[[noreturn]] void throwExists(const fs::path& file)
 {
-    if (!options.output && fs::exists(fs::symlink_status(usualName)))
-        throw std::runtime_error(std::string(usualName)
-            + ": The file exists; --output names another one, or this one to replace it.");
-    return options.output.value_or(usualName);
+    throw std::runtime_error(file.string()
+        + ": The file exists; --output names another one, or this one to replace it.");
+}
+
+Destination destination(const ReceiveOptions& options)
+{
+    if (options.output)
+        return {*options.output, Files::Existing::Replace};
+    if (fs::exists(fs::symlink_status(usualName)))
+        throwExists(usualName); // before anything is fetched
+    return {usualName, Files::Existing::Keep};
 }
 
 /// Draws a bar once it is known how much there is to come.
@@ -62,12 +75,15 @@ QByteArray receive(const TransferLink& link, const Console& console)
             [&bar](std::int64_t received, std::int64_t total) { bar.show(received, total); }));
 }
 
-void write(const fs::path& file, const QByteArray& text)
+void write(const Destination& to, const QByteArray& text)
 {
     try {
-        Files::writeAtomically(file, {text.data(), static_cast<std::size_t>(text.size())});
+        Files::writeWhole(
+            to.file, {text.data(), static_cast<std::size_t>(text.size())}, to.existing);
     } catch (const std::system_error& error) {
-        throw std::runtime_error(file.string() + ": " + error.code().message());
+        if (error.code() == std::errc::file_exists)
+            throwExists(to.file);
+        throw std::runtime_error(to.file.string() + ": " + error.code().message());
     }
 }
 
@@ -76,10 +92,10 @@ void write(const fs::path& file, const QByteArray& text)
 int runReceive(const ReceiveOptions& options, const Console& console)
 {
     const TransferLink link = givenLink(options, console);
-    const fs::path file = chosenFile(options);
+    const Destination to = destination(options);
     const QByteArray text = receive(link, console);
-    write(file, text);
-    console.out << "Wrote " << text.count('\n') << " records to " << file.string() << '\n';
+    write(to, text);
+    console.out << "Wrote " << text.count('\n') << " records to " << to.file.string() << '\n';
     return ExitCode::success;
 }
 

@@ -29,6 +29,9 @@ QNetworkRequest requestFor(const TransferLink& link)
     url.setPath(QString::fromStdString(link.target()));
     QNetworkRequest request(url);
     request.setRawHeader("Accept-Encoding", "identity");
+    // Two that the library would otherwise fill in from this machine:
+    request.setRawHeader("Accept-Language", "*");
+    request.setRawHeader("User-Agent", "korvane-sync");
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     request.setAttribute(
         QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
@@ -111,10 +114,12 @@ private:
     bool m_tooLarge = false;
 };
 
-/// Whether text comes out with this key, be it damaged. Of other bytes nearly half would have to
-/// be replaced.
+/// Whether text comes out with this key, be it damaged: of other bytes nearly half would have to
+/// be replaced. What is too short to be sealed counts as damaged.
 bool opensToText(const TransferLink& link, const QByteArray& sealed)
 {
+    if (sealed.size() < Envelope::nonceSize + Envelope::tagSize)
+        return true;
     constexpr qsizetype enough = 256;
     const QByteArray start = link.key.decryptUnverified(sealed, enough);
     const QByteArray repaired = QByteArray::fromStdString(

@@ -52,10 +52,10 @@ public:
         say(timeOfDay(TransferTicket::Clock::now()) + "  " + event.peer + said(event.kind));
     }
 
-    void tellEnd(const char* why)
+    void tell(const std::string& text)
     {
         const std::lock_guard lock(m_lock);
-        say(why);
+        say(text);
     }
 
     /// True while somebody is fetching it.
@@ -138,18 +138,15 @@ private:
         return port.get();
     }
 
-    void show(const TransferLink& link, Moment expiry) const
+    void show(const TransferLink& link, Moment expiry)
     {
         const auto code = QrCode::encode(link.toString());
         if (!code)
             throw TransferError(Transfer::Text::noPicture);
-        m_console.out << terminalPicture(*code) << '\n'
-                      << link.toString() << "\n\n"
-                      << printable(m_title)
-                      << ": scan the code with the phone, or give the link to "
-                      << "korvane-sync receive.\n"
-                      << "Valid until " << timeOfDay(expiry)
-                      << ", for anybody who sees it. Ctrl-C ends it at once." << std::endl;
+        m_report.tell(terminalPicture(*code) + '\n' + link.toString() + "\n\n" + printable(m_title)
+            + ": scan the code with the phone, or give the link to korvane-sync receive.\n"
+              "Valid until "
+            + timeOfDay(expiry) + ", for anybody who sees it. Ctrl-C ends it at once.");
     }
 
     /// Whoever has begun to fetch by then may finish. The wall clock is asked again and again, for
@@ -158,7 +155,7 @@ private:
     {
         while (!m_interruption.requested() && (m_options.now() < expiry || m_report.isBusy()))
             m_interruption.sleep(std::chrono::milliseconds(500));
-        m_report.tellEnd(m_interruption.requested() ? "Ended." : "The link has expired.");
+        m_report.tell(m_interruption.requested() ? "Ended." : "The link has expired.");
     }
 
     const TransferOptions& m_options;

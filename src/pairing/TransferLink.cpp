@@ -34,9 +34,10 @@ struct Items {
     std::optional<std::string> host() const
     {
         std::string host = text(QStringLiteral("host"));
-        const bool good = !host.empty() && std::all_of(host.begin(), host.end(), [](char letter) {
-            return std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '.'
-                || letter == '-' || letter == ':';
+        constexpr std::string_view others = ".-:[]%"; // "[fe80::1%en0]"
+        const bool good = !host.empty() && std::all_of(host.begin(), host.end(), [=](char letter) {
+            return std::isalnum(static_cast<unsigned char>(letter)) != 0
+                || others.find(letter) != others.npos;
         });
         return good ? std::optional(std::move(host)) : std::nullopt;
     }

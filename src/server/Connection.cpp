@@ -111,8 +111,18 @@ void Connection::readAway()
 {
     std::array<char, readSize> ignored;
     const auto [status, count] = m_socket.read(ignored);
-    if (status == Socket::Status::Ended || status == Socket::Status::Failed)
-        finish(status == Socket::Status::Ended && m_socket.unacknowledged() == 0);
+    if (status == Socket::Status::Failed)
+        finish(false); // reset: it did not want the rest
+    else if (status == Socket::Status::Ended && hasTakenAll())
+        finish(true);
+    else if (status == Socket::Status::Ended)
+        m_readable.setEnabled(false); // it has said all it will, and may still be taking its answer
+}
+
+bool Connection::hasTakenAll() const
+{
+    constexpr std::int64_t ownEnd = 1; // that we send no more counts as a byte, too
+    return m_stage == Stage::Parting && m_socket.unacknowledged() <= ownEnd;
 }
 
 void Connection::enforceLimits(Clock::time_point now)
@@ -123,8 +133,12 @@ void Connection::enforceLimits(Clock::time_point now)
         return;
     }
     watchProgress(now);
-    const bool takenAll = m_stage == Stage::Parting && m_outstanding == 0;
-    if (now - m_lastProgress >= (takenAll ? m_limits.farewell : m_limits.stalled))
+    const bool takenAll = hasTakenAll();
+    const bool peerHasEnded = m_stage == Stage::Parting && !m_readable.isEnabled();
+    const auto patience = !takenAll ? m_limits.stalled
+        : peerHasEnded              ? ServerLimits::Duration::zero()
+                                    : m_limits.farewell;
+    if (now - m_lastProgress >= patience)
         finish(takenAll);
 }
 
@@ -141,7 +155,7 @@ void Connection::watchProgress(Clock::time_point now)
 
 void Connection::close()
 {
-    finish(false);
+    finish(hasTakenAll());
 }
 
 void Connection::finish(bool delivered)
@@ -152,6 +166,7 @@ void Connection::finish(bool delivered)
     m_readable.setEnabled(false);
     m_writable.setEnabled(false);
     m_body = {};
+    m_socket.close();
     emit closed(delivered);
 }
 

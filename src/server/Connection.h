@@ -35,6 +35,9 @@ public:
     /// The numeric address of a peer that is given a transfer.
     const std::string& peer() const { return m_peer; }
 
+    /// True where the peer has acknowledged its whole answer.
+    bool hasTakenAll() const;
+
     /// Bytes of its answer that are kept for it here.
     std::int64_t heldBytes() const { return m_body.size(); }
 
@@ -43,6 +46,9 @@ public:
 
     /// Closes it where one of its limits has run out.
     void enforceLimits(Clock::time_point now);
+
+    /// Notes whether the peer has taken something since the last time.
+    void watchProgress(Clock::time_point now);
 
     void close();
 
@@ -63,7 +69,6 @@ private:
     void part();
     void readAway();
     void finish(bool delivered);
-    void watchProgress(Clock::time_point now);
 
     const ServerLimits& m_limits;
     const Respond m_respond;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <vector>
 
 namespace korvane {
 
@@ -44,16 +45,16 @@ void ConnectionPool::add(int descriptor)
         m_watch.start();
 }
 
-/// Whoever has its answer goes first, then whoever has kept a place longest without a request.
+/// Whoever has taken its answer goes first, then whoever has kept a place longest without a
+/// request.
 bool ConnectionPool::makeRoom()
 {
-    for (const Stage stage : {Stage::Parting, Stage::Reading}) {
-        if (Connection* connection = oldestIn(stage)) {
-            connection->close();
-            return true;
-        }
-    }
-    return false;
+    Connection* leaving = oldest([](const Connection& each) { return each.hasTakenAll(); });
+    if (!leaving)
+        leaving = oldest([](const Connection& each) { return each.stage() == Stage::Reading; });
+    if (leaving)
+        leaving->close();
+    return leaving != nullptr;
 }
 
 void ConnectionPool::onAnswered(const Connection& connection)
@@ -95,19 +96,23 @@ void ConnectionPool::enforceLimits()
     }
 }
 
-Connection* ConnectionPool::oldestIn(Stage stage) const
+template <typename Condition>
+Connection* ConnectionPool::oldest(Condition condition) const
 {
     const auto found = std::find_if(m_connections.begin(), m_connections.end(),
-        [stage](const auto& connection) { return connection->stage() == stage; });
+        [&condition](const auto& connection) { return condition(*connection); });
     return found == m_connections.end() ? nullptr : found->get();
 }
 
 Connection* ConnectionPool::longestStalled() const
 {
+    const auto now = Connection::Clock::now();
     std::vector<Connection*> sending;
     for (const auto& connection : m_connections) {
-        if (connection->stage() == Stage::Sending)
-            sending.push_back(connection.get());
+        if (connection->stage() != Stage::Sending)
+            continue;
+        connection->watchProgress(now); // it may have taken something since the last round
+        sending.push_back(connection.get());
     }
     if (sending.size() < 2)
         return nullptr;

@@ -36,7 +36,8 @@ private:
     void onClosed(Connections::iterator place, bool delivered);
     void boundHeldBytes();
     void enforceLimits();
-    Connection* oldestIn(Connection::Stage stage) const;
+    template <typename Condition>
+    Connection* oldest(Condition condition) const;
     Connection* longestStalled() const;
     std::int64_t heldBytes() const;
 

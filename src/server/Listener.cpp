@@ -1,5 +1,7 @@
 #include "server/Listener.h"
 
+#include <QNetworkProxy>
+
 #include <chrono>
 
 namespace korvane {
@@ -8,6 +10,7 @@ Listener::Listener(std::function<void(int descriptor)> accept) : m_accept(std::m
 {
     constexpr int backlog = 512;
     setListenBacklogSize(backlog);
+    setProxy(QNetworkProxy::NoProxy); // phones come to this machine itself
     m_retry.setSingleShot(true);
     m_retry.setInterval(std::chrono::milliseconds(100));
     // After an error the base class accepts no more until it is told to.

@@ -36,6 +36,9 @@ public:
     /// Tells the peer that nothing more will be sent. Receiving goes on.
     void finishSending() const;
 
+    /// Gives the descriptor back at once.
+    void close() { m_descriptor = Descriptor(); }
+
     /// Bytes that were sent and that the peer has not acknowledged yet.
     std::int64_t unacknowledged() const;
 

@@ -15,17 +15,46 @@ SyncServer::SyncServer(ServerOptions options)
 
 SyncServer::~SyncServer()
 {
-    QMetaObject::invokeMethod(&m_onQueue, [this] {
+    post([this] {
         m_listener.reset();
         m_pool.reset();
         m_queue.quit();
     });
     m_queue.wait();
+    const std::lock_guard lock(m_lock);
+    m_tasks.clear();
 }
 
 void SyncServer::start(std::uint16_t preferredPort)
 {
-    QMetaObject::invokeMethod(&m_onQueue, [this, preferredPort] { launch(preferredPort); });
+    post([this, preferredPort] { launch(preferredPort); });
+}
+
+/// Queued even from the thread itself: the caller may be a callback of the listener that goes.
+void SyncServer::post(Task task)
+{
+    {
+        const std::lock_guard lock(m_lock);
+        m_tasks.push_back(std::move(task));
+    }
+    QMetaObject::invokeMethod(
+        &m_onQueue, [this] { runTasks(); }, Qt::QueuedConnection);
+}
+
+void SyncServer::runTasks()
+{
+    while (const Task task = nextTask())
+        task();
+}
+
+SyncServer::Task SyncServer::nextTask()
+{
+    const std::lock_guard lock(m_lock);
+    if (m_tasks.empty())
+        return {};
+    Task task = std::move(m_tasks.front());
+    m_tasks.pop_front();
+    return task;
 }
 
 void SyncServer::launch(std::uint16_t port)

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -78,6 +79,11 @@ public:
     ServerState state() const;
 
 private:
+    using Task = std::function<void()>;
+
+    void post(Task task);
+    void runTasks();
+    Task nextTask();
     void launch(std::uint16_t port);
     bool listen(std::uint16_t port);
     Answer respond(std::string_view head) const;
@@ -87,6 +93,7 @@ private:
 
     mutable std::mutex m_lock;
     ServerState m_state; ///< guarded by `m_lock`
+    std::deque<Task> m_tasks; ///< for the thread, in order; guarded by `m_lock`
 
     // Used on the thread alone, and gone before it ends.
     std::unique_ptr<ConnectionPool> m_pool;

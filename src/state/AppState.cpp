@@ -67,7 +67,7 @@ void AppState::pass()
         schedulePass();
 }
 
-void AppState::loadNames(Done done)
+void AppState::loadNames(const Done& done)
 {
     runInBackground(m_environment.loadNames, [this, done](ContactNames names) {
         m_names = std::move(names);
@@ -80,7 +80,7 @@ void AppState::reloadChats()
     reloadChats([] {});
 }
 
-void AppState::reloadChats(Done done)
+void AppState::reloadChats(const Done& done)
 {
     const auto read = [database = m_environment.database]() -> ChatList {
         try {

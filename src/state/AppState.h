@@ -114,10 +114,10 @@ private:
     void start();
     void schedulePass();
     void pass();
-    void loadNames(Done done);
-    void reloadChats(Done done);
+    void loadNames(const Done& done);
+    void reloadChats(const Done& done);
     void show(ChatList list);
-    void syncNow(Done done);
+    void syncNow(const Done& done);
     std::vector<ChatInfo> selectedChats() const;
     std::string summary(const SyncResult& result) const;
     std::function<SyncResult()> exportOf(std::vector<ChatInfo> chats);

@@ -40,7 +40,7 @@ void AppState::syncNow()
     syncNow([] {});
 }
 
-void AppState::syncNow(Done done)
+void AppState::syncNow(const Done& done)
 {
     if (m_isSyncing)
         return done();

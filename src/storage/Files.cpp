@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <system_error>
 
 namespace korvane {
@@ -88,6 +90,38 @@ Descriptor created(const fs::path& file, Files::Access access)
     return descriptor;
 }
 
+/// A file beside `file` with a name that nothing had; gone again unless it was given its place.
+class Draft {
+public:
+    explicit Draft(const fs::path& file)
+        : m_name(file.native() + ".XXXXXX")
+        , m_descriptor(::mkstemp(m_name.data()))
+    {
+        if (!m_descriptor)
+            throwSystemError();
+    }
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
+    ~Draft() { ::unlink(m_name.c_str()); }
+
+    const Descriptor& descriptor() const { return m_descriptor; }
+
+    void giveName(const fs::path& file, Files::Existing existing) const
+    {
+        if (existing == Files::Existing::Keep && ::link(m_name.c_str(), file.c_str()) == 0)
+            return;
+        // Some file systems know no links; there a name taken in this very moment is not noticed.
+        if (existing == Files::Existing::Keep && fs::exists(fs::symlink_status(file)))
+            throw std::system_error(std::make_error_code(std::errc::file_exists));
+        if (::rename(m_name.c_str(), file.c_str()) != 0)
+            throwSystemError();
+    }
+
+private:
+    std::string m_name;
+    Descriptor m_descriptor;
+};
+
 } // namespace
 
 std::optional<std::string> Files::read(const fs::path& file)
@@ -120,6 +154,14 @@ void Files::writeAtomically(const fs::path& file, std::string_view bytes, Access
         fs::remove(beside, ignored);
         throw;
     }
+}
+
+void Files::writeWhole(const fs::path& file, std::string_view bytes, Existing existing)
+{
+    const Draft draft(file);
+    write(draft.descriptor(), bytes);
+    flushToDisk(draft.descriptor());
+    draft.giveName(file, existing);
 }
 
 } // namespace korvane

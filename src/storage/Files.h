@@ -28,6 +28,14 @@ enum class Access { AsUsual, OwnerOnly };
 void writeAtomically(
     const std::filesystem::path& file, std::string_view bytes, Access access = Access::AsUsual);
 
+/// What becomes of a file that has the name already.
+enum class Existing { Replace, Keep };
+
+/// Makes a new file of `bytes` for the user, readable by him alone, whole or not at all; until then
+/// it has a name of its own beside `file`. Where `file` exists and is to be kept, the failure is
+/// std::errc::file_exists.
+void writeWhole(const std::filesystem::path& file, std::string_view bytes, Existing existing);
+
 } // namespace Files
 
 } // namespace korvane

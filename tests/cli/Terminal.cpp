@@ -21,11 +21,12 @@ Terminal::~Terminal()
     qunsetenv("KORVANE_SYNC_HOME");
 }
 
-Outcome Terminal::run(const std::vector<std::string>& arguments) const
+Outcome Terminal::run(const std::vector<std::string>& arguments, const std::string& input) const
 {
+    std::istringstream in(input);
     std::ostringstream out;
     std::ostringstream err;
-    const int code = runCommandLine(arguments, {out, err});
+    const int code = runCommandLine(arguments, {.out = out, .err = err, .in = in});
     return {code, out.str(), err.str()};
 }
 

@@ -23,8 +23,8 @@ public:
     Terminal();
     ~Terminal();
 
-    /// Runs the command line within this process.
-    Outcome run(const std::vector<std::string>& arguments) const;
+    /// Runs the command line within this process; `input` is what it may read.
+    Outcome run(const std::vector<std::string>& arguments, const std::string& input = "") const;
 
     std::string home() const { return m_home.path().toStdString(); }
     std::string support() const { return home() + "/support"; }

@@ -130,6 +130,11 @@ private slots:
         addWith("a port with more behind", portItem, "port=80x");
         addWith("a port in hexadecimal", portItem, "port=0x50");
         addWith("a port with a fraction", portItem, "port=80.0");
+        addWith("a host with a line's end", hostItem, "host=192.0.2.1%0D%0AX:y");
+        addWith("a host with a path", hostItem, "host=192.0.2.1/a");
+        addWith("a port with a sign", portItem, "port=+80");
+        addWith("a port with a blank", portItem, "port=%2080");
+        addWith("a ticket of one byte", ticketItem, "ticket=AA");
         addWith("no ticket", ticketItem, "");
         addWith("an empty ticket", ticketItem, "ticket=");
         addWith("a ticket with a slash", ticketItem, "ticket=AAAA/AAA");

@@ -79,7 +79,7 @@ std::optional<QByteArray> Client::readExactly(qsizetype count) const
 
 std::optional<QByteArray> Client::readAll() const
 {
-    constexpr std::size_t most = 1024 * 1024;
+    constexpr std::size_t most = std::size_t{1024} * 1024;
     QByteArray all;
     for (auto some = readSome(most); some; some = readSome(most)) {
         if (some->isEmpty())

@@ -1,0 +1,192 @@
+#include "RunningTransfer.h"
+
+#include "cli/TransferCommand.h"
+#include "server/RunningServer.h"
+#include "support/Printing.h"
+
+#include <QElapsedTimer>
+#include <QtTest/QTest>
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <mutex>
+#include <ostream>
+#include <streambuf>
+#include <thread>
+
+using namespace korvane;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Moment = TransferTicket::Clock::time_point;
+
+/// What a command on another thread has printed so far.
+class SharedText : public std::streambuf {
+public:
+    std::string text() const
+    {
+        const std::lock_guard lock(m_lock);
+        return m_text;
+    }
+
+    bool has(const std::string& part) const { return text().find(part) != std::string::npos; }
+
+protected:
+    int_type overflow(int_type character) override
+    {
+        const std::lock_guard lock(m_lock);
+        m_text += traits_type::to_char_type(character);
+        return character;
+    }
+
+    std::streamsize xsputn(const char* bytes, std::streamsize count) override
+    {
+        const std::lock_guard lock(m_lock);
+        m_text.append(bytes, static_cast<std::size_t>(count));
+        return count;
+    }
+
+private:
+    mutable std::mutex m_lock;
+    std::string m_text; ///< guarded by `m_lock`
+};
+
+/// The command on a thread of its own, under a clock that the test turns.
+class TurnedTransfer {
+public:
+    explicit TurnedTransfer(const Owner& owner)
+    {
+        m_options.sources.database = owner.database.path();
+        m_options.chat = "G1";
+        m_options.folder = owner.terminal.exports();
+        m_options.host = "127.0.0.1";
+        m_options.now = [this] { return now.load(); };
+        m_code = std::async(std::launch::async, [this] {
+            std::ostream out(&printed);
+            std::ostream err(&complained);
+            return runTransfer(m_options, {out, err});
+        });
+    }
+
+    bool isReady() const
+    {
+        return QTest::qWaitFor([this] { return printed.has("Ctrl-C ends it at once.\n"); }, 10'000);
+    }
+
+    TransferLink link() const
+    {
+        const std::string text = printed.text();
+        const std::size_t begin = text.find("korvane://");
+        return TransferLink::fromString(text.substr(begin, text.find('\n', begin) - begin)).value();
+    }
+
+    bool endsWithin(std::chrono::milliseconds time) const
+    {
+        return m_code.wait_for(time) == std::future_status::ready;
+    }
+
+    int exitCode() { return m_code.get(); }
+
+    std::atomic<Moment> now = TransferTicket::Clock::now();
+    SharedText printed;
+    SharedText complained;
+
+private:
+    TransferOptions m_options;
+    std::future<int> m_code;
+};
+
+} // namespace
+
+/// How an offer ends: by its time, or by the user.
+class TransferEndTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void offerEndsWhenTheLinkExpires()
+    {
+        const Owner owner;
+        TurnedTransfer transfer(owner);
+        QVERIFY(transfer.isReady());
+        const TransferLink link = transfer.link();
+        const Moment begin = transfer.now;
+        transfer.now = begin + 599s;
+        QCOMPARE(get(link.port, link.target()).status, 200);
+        QVERIFY(!transfer.endsWithin(700ms)); // it looks at the clock twice a second
+        transfer.now = begin + 600s;
+        QVERIFY(transfer.endsWithin(5s));
+        QCOMPARE(transfer.exitCode(), 0);
+        QVERIFY(transfer.printed.text().ends_with("\nThe link has expired.\n"));
+        QCOMPARE(transfer.complained.text(), std::string());
+        QVERIFY_EXCEPTION_THROWN(Client{link.port}, std::system_error);
+    }
+
+    void fetchUnderWayMayFinish()
+    {
+        const Owner owner;
+        constexpr qsizetype size = 500'000;
+        owner.exportAndResize(size);
+        TurnedTransfer transfer(owner);
+        QVERIFY(transfer.isReady());
+        const TransferLink link = transfer.link();
+        const Client slow(link.port, {.receiveBuffer = 4096});
+        slow.send(headFor(link.target()));
+        const QByteArray begin = slow.readExactly(1000).value();
+        transfer.now = transfer.now.load() + 601s;
+        QVERIFY(!transfer.endsWithin(1200ms));
+        QCOMPARE(get(link.port, link.target()).status, 410);
+
+        const Response response = taken(begin + slow.readAll().value());
+        QCOMPARE(response.body.size(), sealedSize(size));
+        slow.finishSending();
+        QVERIFY(transfer.endsWithin(10s));
+        QCOMPARE(transfer.exitCode(), 0);
+        const std::string printed = transfer.printed.text();
+        QVERIFY2(printed.ends_with(" has it\nThe link has expired.\n"), printed.c_str());
+    }
+
+    void userEndsItAtOnce_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("Ctrl-C") << SIGINT;
+        QTest::newRow("told to end") << SIGTERM;
+        QTest::newRow("terminal closed") << SIGHUP;
+    }
+
+    void userEndsItAtOnce()
+    {
+        QFETCH(int, signal);
+        const Owner owner;
+        RunningTransfer running(owner.words());
+        QVERIFY(running.isReady());
+        const std::uint16_t port = running.link().port;
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(running.end(signal), 0);
+        QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(running.printed().ends_with("\nEnded.\n"));
+        QCOMPARE(running.complained(), std::string());
+        QVERIFY_EXCEPTION_THROWN(Client{port}, std::system_error);
+    }
+
+    void userEndsItInTheMiddleOfAFetch()
+    {
+        const Owner owner;
+        owner.exportAndResize(32'000'000);
+        RunningTransfer running(owner.words());
+        QVERIFY(running.isReady());
+        const Client slow(running.link().port, {.receiveBuffer = 4096});
+        slow.send(headFor(running.link().target()));
+        QVERIFY(running.prints(" is fetching it\n"));
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(running.end(SIGINT), 0);
+        QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(running.printed().ends_with("\nEnded.\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TransferEndTest)
+#include "TransferEndTest.moc"

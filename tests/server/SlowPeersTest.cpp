@@ -1,0 +1,192 @@
+#include "server/RunningServer.h"
+
+#include "support/Printing.h"
+
+#include <QtTest/QTest>
+
+#include <thread>
+
+using namespace korvane;
+using namespace std::chrono_literals;
+
+/// Peers that take their answers slowly, or not at all, and everybody else.
+class SlowPeersTest : public QObject {
+    Q_OBJECT
+
+    using Clock = std::chrono::steady_clock;
+    using Kinds = std::vector<TransferEvent::Kind>;
+
+    static constexpr qsizetype largest = qsizetype{64} * 1024 * 1024;
+
+    /// A phone whose system takes little before its program does.
+    static constexpr Client::Settings small{.receiveBuffer = 16 * 1024, .segment = 1400};
+
+    /// A server with a ticket for a file of `size` bytes.
+    struct Offered {
+        explicit Offered(qsizetype size, ServerLimits limits = {}) : running(limits)
+        {
+            chat.resize(static_cast<std::uintmax_t>(size));
+            chat.offer(running.server());
+            head = headFor(running.targetFor(chat.fileName()));
+        }
+
+        /// A client that has the first bytes of its answer.
+        Client fetching(Client::Settings settings = small) const
+        {
+            Client client(running.port(), settings);
+            client.send(head);
+            if (client.readExactly(1024).value_or(QByteArray()).size() != 1024)
+                throw std::runtime_error("no answer");
+            return client;
+        }
+
+        ExportedChat chat;
+        RunningServer running;
+        std::string head;
+    };
+
+    static std::chrono::milliseconds since(Clock::time_point start)
+    {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+    }
+
+    /// How many bytes there are still to be had.
+    static qsizetype restOf(const Client& client)
+    {
+        qsizetype size = 0;
+        constexpr std::size_t most = std::size_t{1024} * 1024;
+        for (auto some = client.readSome(most); some && !some->isEmpty();
+             some = client.readSome(most))
+            size += some->size();
+        return size;
+    }
+
+    static constexpr qsizetype restOfLargest = largest - 2048; ///< at least; without the head
+
+private slots:
+    void oneThatStopsReadingKeepsNobodyWaiting()
+    {
+        const Offered offered(largest);
+        const Client stopped = offered.fetching();
+        std::chrono::milliseconds longest{0};
+        for (int i = 0; i < 200; ++i) {
+            const auto start = Clock::now();
+            QCOMPARE(get(offered.running.port(), "/").status, 401);
+            longest = std::max(longest, since(start));
+        }
+        QVERIFY2(longest < 500ms, std::to_string(longest.count()).c_str());
+        QVERIFY(restOf(stopped) > restOfLargest); // and goes on where it stopped
+    }
+
+    void oneWithHalfAHeadKeepsNobodyWaiting()
+    {
+        const Offered offered(1000);
+        const Client half(offered.running.port());
+        QVERIFY(half.send("GET / HTTP/1.1\r\n"));
+        const auto start = Clock::now();
+        QCOMPARE(ask(offered.running.port(), offered.head).body.size(), sealedSize(1000));
+        QVERIFY(since(start) < 500ms);
+        QVERIFY(half.send("\r\n"));
+        QCOMPARE(taken(half.readAll().value_or(QByteArray())).status, 401);
+    }
+
+    void oneThatTakesNothingIsDropped()
+    {
+        const Offered offered(largest, {.stalled = 400ms});
+        const Client stopped = offered.fetching();
+        const auto start = Clock::now();
+        const Kinds brokenOff{TransferEvent::Kind::Started, TransferEvent::Kind::BrokenOff};
+        QTRY_COMPARE(offered.running.transfers().kinds(), brokenOff);
+        QVERIFY(since(start) >= 350ms);
+        QVERIFY(since(start) < 2s);
+        QVERIFY(restOf(stopped) < restOfLargest);
+    }
+
+    void oneThatTakesNothingOfWhatTheSystemTookIsDropped()
+    {
+        constexpr qsizetype fitsTheSystem = 300'000;
+        const Offered offered(fitsTheSystem, {.stalled = 400ms, .farewell = 100ms});
+        const Client stopped = offered.fetching();
+        const auto start = Clock::now();
+        const Kinds brokenOff{TransferEvent::Kind::Started, TransferEvent::Kind::BrokenOff};
+        QTRY_COMPARE(offered.running.transfers().kinds(), brokenOff);
+        QVERIFY(since(start) >= 350ms);
+        QVERIFY(since(start) < 2s);
+    }
+
+    void oneThatReadsSlowlyIsServedToTheEnd()
+    {
+        constexpr qsizetype size = 280'000;
+        const Offered offered(size, {.stalled = 1s, .farewell = 100ms});
+        const auto start = Clock::now();
+        const Client slow = offered.fetching();
+        qsizetype rest = 0;
+        for (auto some = slow.readSome(4096); some && !some->isEmpty();
+             some = slow.readSome(4096)) {
+            rest += some->size();
+            std::this_thread::sleep_for(50ms);
+        }
+        QVERIFY(since(start) > 3s); // several times the limit
+        QVERIFY(rest > size - 1024);
+        const Kinds delivered{TransferEvent::Kind::Started, TransferEvent::Kind::Delivered};
+        QTRY_COMPARE(offered.running.transfers().kinds(), delivered);
+    }
+
+    void oneWhoseBodyIsInTheSystemAlreadyIsServedToTheEnd()
+    {
+        constexpr qsizetype fitsTheSystem = 150'000;
+        const Offered offered(fitsTheSystem, {.stalled = 1s, .farewell = 100ms});
+        const Client slow = offered.fetching();
+        QByteArray rest;
+        for (auto some = slow.readSome(2048); some && !some->isEmpty();
+             some = slow.readSome(2048)) {
+            rest += *some;
+            std::this_thread::sleep_for(30ms);
+        }
+        QVERIFY(rest.size() > fitsTheSystem - 1024);
+        const Kinds delivered{TransferEvent::Kind::Started, TransferEvent::Kind::Delivered};
+        QTRY_COMPARE(offered.running.transfers().kinds(), delivered);
+    }
+
+    void tooMuchHeldCutsOffTheLongestStalled()
+    {
+        const Offered offered(largest, {.farewell = 40ms, .heldBytes = 3 * largest});
+        const Client longest = offered.fetching();
+        std::this_thread::sleep_for(100ms);
+        const Client second = offered.fetching();
+        std::this_thread::sleep_for(100ms);
+        const Client third = offered.fetching(); // three, and the seals: over the limit
+        QVERIFY(restOf(longest) < restOfLargest);
+        const Kinds kinds = offered.running.transfers().kinds();
+        QCOMPARE(std::count(kinds.begin(), kinds.end(), TransferEvent::Kind::BrokenOff), 1);
+        QVERIFY(restOf(second) > restOfLargest);
+        QVERIFY(restOf(third) > restOfLargest);
+    }
+
+    void tooMuchHeldSparesTheFirstWhereItKeepsReading()
+    {
+        const Offered offered(largest, {.farewell = 40ms, .heldBytes = 2 * largest + 1024});
+        const Client reading = offered.fetching();
+        const Client stalled = offered.fetching();
+        for (int i = 0; i < 10; ++i) {
+            QCOMPARE(reading.readExactly(100'000).value_or(QByteArray()).size(), 100'000);
+            std::this_thread::sleep_for(20ms);
+        }
+        const Client third = offered.fetching();
+        QVERIFY(restOf(stalled) < restOfLargest);
+        QVERIFY(restOf(reading) > restOfLargest - 1'000'000);
+        QVERIFY(restOf(third) > restOfLargest);
+    }
+
+    void theNewestIsNeverCutOff()
+    {
+        const Offered offered(largest, {.heldBytes = 1024});
+        const Client older = offered.fetching();
+        const Client newest = offered.fetching();
+        QVERIFY(restOf(older) < restOfLargest);
+        QVERIFY(restOf(newest) > restOfLargest);
+    }
+};
+
+QTEST_GUILESS_MAIN(SlowPeersTest)
+#include "SlowPeersTest.moc"
