@@ -22,6 +22,8 @@ int ChatListModel::rowCount(const QModelIndex& parent) const
 
 QVariant ChatListModel::data(const QModelIndex& index, int role) const
 {
+    if (!index.isValid())
+        return {};
     const Row& row = m_rows.at(static_cast<std::size_t>(index.row()));
     switch (role) {
     case Qt::DisplayRole:
@@ -45,12 +47,14 @@ QVariant ChatListModel::data(const QModelIndex& index, int role) const
 
 Qt::ItemFlags ChatListModel::flags(const QModelIndex& index) const
 {
+    if (!index.isValid())
+        return QAbstractListModel::flags(index);
     return QAbstractListModel::flags(index) | Qt::ItemIsUserCheckable | Qt::ItemNeverHasChildren;
 }
 
 bool ChatListModel::setData(const QModelIndex& index, const QVariant& value, int role)
 {
-    if (role != Qt::CheckStateRole || value == data(index, role))
+    if (!index.isValid() || role != Qt::CheckStateRole || value == data(index, role))
         return false;
     m_state.toggle(m_rows.at(static_cast<std::size_t>(index.row())).guid);
     return true;

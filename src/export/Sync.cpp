@@ -65,16 +65,26 @@ public:
     SyncResult exportAll(const std::vector<ChatInfo>& chats, const BeforeChat& beforeChat)
     {
         m_state = ExportState::load();
-        for (const ChatInfo& chat : chats) {
-            if (beforeChat && !beforeChat(chat))
-                break;
-            exportOrReport(chat);
+        try {
+            exportEach(chats, beforeChat);
+        } catch (...) {
+            Exporter::saveState(m_state); // what was written must not be written again
+            throw;
         }
         Exporter::saveState(m_state);
         return std::move(m_result);
     }
 
 private:
+    void exportEach(const std::vector<ChatInfo>& chats, const BeforeChat& beforeChat)
+    {
+        for (const ChatInfo& chat : chats) {
+            if (beforeChat && !beforeChat(chat))
+                break;
+            exportOrReport(chat);
+        }
+    }
+
     void exportOrReport(const ChatInfo& chat)
     {
         const std::string title = Exporter::title(chat, m_names);

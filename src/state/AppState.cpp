@@ -82,6 +82,8 @@ void AppState::reloadChats()
 
 void AppState::reloadChats(const Done& done)
 {
+    if (isPreview())
+        return;
     const auto read = [database = m_environment.database]() -> ChatList {
         try {
             return {MessagesDB(database).chats()};
@@ -149,8 +151,10 @@ void AppState::chooseFolder()
 {
     if (!m_environment.pickFolder)
         return;
-    if (const auto folder = m_environment.pickFolder(m_outputFolder.parent_path()))
-        setOutputFolder(*folder);
+    const bool endsInSlash = !m_outputFolder.has_filename();
+    const auto folder = endsInSlash ? m_outputFolder.parent_path() : m_outputFolder;
+    if (const auto chosen = m_environment.pickFolder(folder.parent_path()))
+        setOutputFolder(*chosen);
 }
 
 void AppState::openAccessSettings()

@@ -111,6 +111,7 @@ private:
     struct TransferFile;
     using Done = std::function<void()>;
 
+    bool isPreview() const { return !m_server; }
     void start();
     void schedulePass();
     void pass();

@@ -42,7 +42,7 @@ void AppState::syncNow()
 
 void AppState::syncNow(const Done& done)
 {
-    if (m_isSyncing)
+    if (m_isSyncing || isPreview())
         return done();
     std::vector<ChatInfo> chats = selectedChats();
     if (chats.empty()) {

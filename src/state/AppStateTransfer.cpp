@@ -16,6 +16,8 @@ struct AppState::TransferFile {
 
 void AppState::prepareTransfer()
 {
+    if (isPreview())
+        return;
     const ChatInfo* chat = soleSelectedChat();
     if (!chat)
         return update(m_status, std::string("Select exactly one chat to create its QR code"),

@@ -61,7 +61,7 @@ void Settings::setAutoSync(bool on)
 std::optional<std::filesystem::path> Settings::folder() const
 {
     const QVariant folder = m_store.value(folderKey);
-    if (folder.typeId() != QMetaType::QString)
+    if (folder.typeId() != QMetaType::QString || folder.toString().isEmpty())
         return std::nullopt;
     return folder.toString().toStdString();
 }

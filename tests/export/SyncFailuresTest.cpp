@@ -260,10 +260,14 @@ void SyncFailuresTest::aDateOutOfRangeEndsTheProgram()
 {
     ExportSetup setup;
     setup.addChat(1, "Team");
+    setup.addChat(2, "Family");
     setup.addMessages(1, 1);
-    setup.db.sql().execute("UPDATE message SET date = -9223372036854775808");
+    setup.addMessages(2, 1);
+    setup.db.sql().execute("UPDATE message SET date = -9223372036854775808 WHERE ROWID = 2");
     QVERIFY_EXCEPTION_THROWN(setup.sync(), std::overflow_error);
-    QVERIFY(!fs::exists(setup.stateFile()));
+    QCOMPARE(ExportState::load().chats.size(), std::size_t{1});
+    QVERIFY_EXCEPTION_THROWN(setup.sync(), std::overflow_error);
+    QCOMPARE(setup.rowIDs(1), std::vector<std::int64_t>{1}); // what was written is remembered
 }
 
 } // namespace korvane

@@ -1,0 +1,163 @@
+#include "app/Desktop.h"
+
+#include "pairing/QR.h"
+#include "pairing/TransferLink.h"
+#include "sample/SampleDatabase.h"
+#include "server/Client.h"
+#include "storage/Files.h"
+#include "support/Printing.h"
+#include "support/SealedByOthers.h"
+
+#include <QtTest/QTest>
+
+#include <csignal>
+#include <filesystem>
+
+using namespace korvane;
+namespace fs = std::filesystem;
+
+/// The installed program on a real desktop, driven from outside as a user does.
+class DesktopTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        if (const QString missing = Desktop::missing(); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+    }
+
+    void chatIsHandedOverFromTheTrayIconToThePhone()
+    {
+        if (!QR::localIPv4())
+            QSKIP("no network interface of the kind that a phone could reach");
+        const Desktop desktop(Desktop::Tray::Present);
+        giveMessages(desktop);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        openWindow(desktop);
+        desktop.type(QStringLiteral("Sunday Brunch"));
+        desktop.press(QStringLiteral("Tab"));
+        desktop.press(QStringLiteral("space"));
+        desktop.press(QStringLiteral("Return"));
+        std::string code;
+        QTRY_VERIFY_WITH_TIMEOUT(!(code = desktop.codeOnScreen()).empty(), 15000);
+
+        const auto link = TransferLink::fromString(code);
+        QVERIFY(link);
+        QCOMPARE(link->host, QR::localIPv4().value());
+        const Response response = get(link->port, link->target());
+        QCOMPARE(response.status, 200);
+        const auto text = SealedByOthers::open(link->key.bytes(), response.body, link->target());
+        QVERIFY(text);
+        QCOMPARE(text->toStdString(), onlyExportOf(desktop));
+    }
+
+    void iconOpensAndClosesTheWindow()
+    {
+        const Desktop desktop(Desktop::Tray::Present);
+        giveMessages(desktop);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        openWindow(desktop);
+        desktop.clickTrayIcon();
+        QTRY_VERIFY(!desktop.shows(title()));
+        QTest::qWait(400); // until a click is another one
+        desktop.clickTrayIcon();
+        QTRY_VERIFY(desktop.shows(title()));
+        desktop.press(QStringLiteral("Escape"));
+        QTRY_VERIFY(!desktop.shows(title()));
+        QCOMPARE(program->state(), QProcess::Running);
+    }
+
+    void secondStartBringsTheFirstOnesWindowUp()
+    {
+        const Desktop desktop(Desktop::Tray::Present);
+        giveMessages(desktop);
+        const auto first = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        openWindow(desktop);
+        desktop.press(QStringLiteral("Escape"));
+        QTRY_VERIFY(!desktop.shows(title()));
+        const auto second = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        QVERIFY(second->waitForFinished(10000));
+        QCOMPARE(second->exitCode(), 0);
+        QTRY_VERIFY(desktop.shows(title()));
+        QCOMPARE(first->state(), QProcess::Running);
+    }
+
+    void withoutATrayTheWindowIsAnOrdinaryOneAndClosingItQuits()
+    {
+        const Desktop desktop(Desktop::Tray::None);
+        giveMessages(desktop);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
+        desktop.press(QStringLiteral("alt+F4"));
+        QVERIFY(program->waitForFinished(10000));
+        QCOMPARE(program->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program->exitCode(), 0);
+    }
+
+    void exportInATerminalSaysThatTheProgramIsAtWork()
+    {
+        const Desktop desktop(Desktop::Tray::Present);
+        giveMessages(desktop);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        openWindow(desktop);
+        desktop.press(QStringLiteral("Tab"));
+        desktop.press(QStringLiteral("space"));
+        desktop.press(QStringLiteral("Return"));
+        const fs::path lock = fs::path(desktop.home()) / "support/export.lock";
+        QTRY_VERIFY_WITH_TIMEOUT(fs::exists(lock), 15000);
+        const auto terminal = desktop.start(
+            QStringLiteral(PROGRAM), {QStringLiteral("export"), QStringLiteral("--all")});
+        QVERIFY(terminal->waitForFinished(10000));
+        QCOMPARE(terminal->exitCode(), 1);
+        const QByteArray said = terminal->readAllStandardError();
+        QVERIFY2(said.contains("Another export is running (korvane-sync-app, process "
+                     + QByteArray::number(program->processId())),
+            said.constData());
+    }
+
+    void withoutADisplayItSaysSo()
+    {
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            environment.remove(QLatin1String(variable));
+        program.setProcessEnvironment(environment);
+        program.start(QStringLiteral(WINDOW_PROGRAM), QStringList());
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 1);
+        QVERIFY(program.readAllStandardError().contains("There is no display"));
+    }
+
+private:
+    static QString title() { return QStringLiteral("Korvane Sync"); }
+
+    static void giveMessages(const Desktop& desktop)
+    {
+        const fs::path home = desktop.home();
+        fs::create_directories(home / "Library/Messages");
+        fs::create_directories(home / ".contacts");
+        const SampleSize size{.messages = 5000};
+        writeSampleDatabase(home / "Library/Messages/chat.db", size);
+        writeSampleContacts(home / ".contacts/people.vcf", size);
+    }
+
+    static void openWindow(const Desktop& desktop)
+    {
+        desktop.clickTrayIcon();
+        QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
+        QTest::qWait(500); // for the chats, and for the window manager to give it the keyboard
+    }
+
+    static std::string onlyExportOf(const Desktop& desktop)
+    {
+        std::string contents;
+        for (const auto& file : fs::directory_iterator(desktop.home() + "/Documents/Quorvish"))
+            contents += Files::read(file).value_or("(unreadable)");
+        return contents;
+    }
+};
+
+QTEST_GUILESS_MAIN(DesktopTest)
+#include "DesktopTest.moc"

@@ -1,0 +1,215 @@
+#include "sample/SampleDatabase.h"
+#include "state/StateSetup.h"
+#include "support/Printing.h"
+
+#include <QElapsedTimer>
+#include <QtTest/QTest>
+
+#include <functional>
+#include <thread>
+
+using namespace korvane;
+
+namespace fs = std::filesystem;
+
+using namespace std::chrono_literals;
+
+/// Takes a state to where it is to be destroyed; tells whether it came there.
+using Approach = std::function<bool(StateSetup&)>;
+Q_DECLARE_METATYPE(Approach)
+
+/// States that are destroyed in the midst of something.
+class StateLifetimeTest : public QObject {
+    Q_OBJECT
+
+    static void handleEventsFor(std::chrono::microseconds time)
+    {
+        QElapsedTimer since;
+        since.start();
+        while (since.nsecsElapsed() < std::chrono::nanoseconds(time).count())
+            QCoreApplication::processEvents();
+    }
+
+    /// Waits in small steps: a test's own waiting takes 10 milliseconds a time.
+    static bool comes(const std::function<bool()>& what)
+    {
+        QElapsedTimer since;
+        since.start();
+        while (!what() && !since.hasExpired(5000)) {
+            QCoreApplication::processEvents();
+            std::this_thread::sleep_for(20us);
+        }
+        return what();
+    }
+
+    static bool hasChats(StateSetup& setup)
+    {
+        return comes([&] { return setup.state().status() != "Loading chats…"; });
+    }
+
+    static bool prepares(StateSetup& setup)
+    {
+        if (!hasChats(setup))
+            return false;
+        if (setup.state().selected().empty()) // it is stored, and that takes long
+            setup.select({1});
+        setup.state().prepareTransfer();
+        return setup.state().isSyncing();
+    }
+
+    static bool says(StateSetup& setup, const std::string& status)
+    {
+        return comes([&] { return setup.state().status() == status; });
+    }
+
+private slots:
+    void stateIsDestroyedAtThisPoint_data()
+    {
+        QTest::addColumn<int>("rounds");
+        QTest::addColumn<Approach>("approach");
+        QTest::newRow("at once") << 1000 << Approach([](StateSetup&) { return true; });
+        QTest::newRow("while names are read") << 300 << Approach([](StateSetup& setup) {
+            const int before = setup.contacts->loads();
+            return comes([&] { return setup.contacts->loads() > before; });
+        });
+        QTest::newRow("with the chats read") << 200 << Approach(hasChats);
+        QTest::newRow("while chats are read again") << 300 << Approach([](StateSetup& setup) {
+            const bool came = hasChats(setup);
+            setup.state().reloadChats();
+            return came;
+        });
+        QTest::newRow("as an export begins") << 100 << Approach([](StateSetup& setup) {
+            const bool came = hasChats(setup);
+            if (setup.state().selected().empty())
+                setup.select({1, 2});
+            setup.state().syncNow();
+            return came && setup.state().isSyncing();
+        });
+        QTest::newRow("as a transfer begins") << 100 << Approach(prepares);
+        QTest::newRow("while a transfer exports") << 100 << Approach([](StateSetup& setup) {
+            return prepares(setup) && says(setup, "Preparing selected chat…");
+        });
+        QTest::newRow("while the server starts") << 100 << Approach([](StateSetup& setup) {
+            return prepares(setup) && says(setup, "Starting secure local transfer…");
+        });
+        QTest::newRow("with the code up") << 50 << Approach([](StateSetup& setup) {
+            return prepares(setup) && says(setup, "Ready to scan · link expires in 10 minutes");
+        });
+    }
+
+    void stateIsDestroyedAtThisPoint()
+    {
+        QFETCH(const int, rounds);
+        QFETCH(const Approach, approach);
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        setup.addChat(2, "Family");
+        for (int round = 0; round < rounds; ++round) {
+            setup.create();
+            QVERIFY(approach(setup));
+            setup.close();
+            QCoreApplication::processEvents(); // whatever was still on its way to it
+        }
+        QVERIFY(hasChats((setup.create(), setup))); // and nothing is left that would be in the way
+    }
+
+    void stateIsDestroyedAtAnyMoment()
+    {
+        constexpr int rounds = 400;
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        setup.addChat(2, "Family");
+        setup.environment.autoSyncInterval = 0ms;
+        setup.environment.loadNames = [contacts = setup.contacts] {
+            std::this_thread::sleep_for(50us);
+            return contacts->load();
+        };
+        Settings().setSelected({StateSetup::guid(1)});
+        Settings().setFolder(setup.files.folder());
+        for (int round = 0; round < rounds; ++round) {
+            AppState& state = setup.create();
+            handleEventsFor(std::chrono::microseconds(round * 5));
+            state.prepareTransfer(); // where the chats are there already
+            handleEventsFor(std::chrono::microseconds(round % 97 * 20));
+            setup.close();
+        }
+        QCOMPARE(setup.files.rowIDs(1).size(), 1U); // however many exports were cut short
+    }
+
+    void destroyedAtOnceItDoesNothing()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        setup.create();
+        setup.close();
+        StateSetup::settle();
+        QCOMPARE(setup.contacts->loads(), 0);
+    }
+
+    void serverEndsWithTheState()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        setup.create();
+        QVERIFY(prepares(setup));
+        QVERIFY(says(setup, "Ready to scan · link expires in 10 minutes"));
+        setup.close();
+        setup.create(); // the lock is free again, and so is all else
+        QVERIFY(prepares(setup));
+        QVERIFY(says(setup, "Ready to scan · link expires in 10 minutes"));
+    }
+
+    void exportEndsAfterTheChatAtHandWithItsProgressKept()
+    {
+        StateSetup setup;
+        constexpr std::int64_t chats = 300;
+        setup.environment.database = setup.files.db.folder() + "/sample.db";
+        writeSampleDatabase(setup.environment.database, {.messages = 30'000, .chats = chats});
+        AppState& state = setup.open();
+        std::set<std::string> guids;
+        for (const ChatInfo& chat : state.chats())
+            guids.insert(chat.guid);
+        state.setSelected(guids);
+        state.syncNow();
+        QVERIFY(comes([&] { return fs::exists(setup.files.folder()); })); // it has begun
+        setup.close();
+        const std::size_t exported = ExportState::load().chats.size();
+        QVERIFY2(exported < guids.size(), qPrintable(QString::number(exported)));
+
+        setup.create();
+        QVERIFY(hasChats(setup));
+        QVERIFY(setup.sync());
+        const ExportState whole = ExportState::load();
+        QCOMPARE(whole.chats.size(), guids.size());
+        for (const auto& [guid, record] : whole.chats) { // and nothing twice
+            const auto ids = rowIDsIn(readFile(setup.files.folder() / record.fileName));
+            QCOMPARE(std::set(ids.begin(), ids.end()).size(), ids.size());
+        }
+    }
+
+    void largeChatIsWaitedFor()
+    {
+        StateSetup setup;
+        setup.environment.database = setup.files.db.folder() + "/sample.db";
+        writeSampleDatabase(setup.environment.database, {.messages = 20'000, .chats = 1});
+        for (int round = 0; round < 4; ++round) {
+            AppState& state = setup.open();
+            state.setSelected({state.chats().at(0).guid});
+            state.syncNow();
+            handleEventsFor(std::chrono::milliseconds(round * 10));
+            setup.close();
+            const ExportState done = ExportState::load();
+            if (done.chats.empty())
+                continue; // it had not come to the chat
+            const auto& record = done.chats.begin()->second;
+            const auto ids = rowIDsIn(readFile(setup.files.folder() / record.fileName));
+            QCOMPARE(static_cast<std::int64_t>(ids.size()), record.messages.value());
+            QCOMPARE(std::set(ids.begin(), ids.end()).size(), ids.size());
+            fs::remove(setup.files.stateFile());
+            fs::remove_all(setup.files.folder());
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(StateLifetimeTest)
+#include "StateLifetimeTest.moc"

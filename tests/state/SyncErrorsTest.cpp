@@ -1,0 +1,221 @@
+#include "state/StateSetup.h"
+#include "storage/SupportLock.h"
+#include "support/Printing.h"
+
+#include <QtTest/QTest>
+
+#include <limits>
+
+using namespace korvane;
+
+namespace fs = std::filesystem;
+
+/// Exports that fail, in part or wholly.
+class SyncErrorsTest : public QObject {
+    Q_OBJECT
+
+    static constexpr auto cannotOpen = "Error: Can't open the Messages database.";
+    static constexpr auto cannotRead
+        = "Error: Messages database is locked by macOS privacy settings.";
+
+    /// Puts a folder where the chat's file would go.
+    static void obstruct(const StateSetup& setup, std::int64_t chat, const std::string& title)
+    {
+        fs::create_directories(setup.exportFile(chat, title) / "full");
+    }
+
+    static bool isLockFree()
+    {
+        try {
+            const SupportLock lock;
+            return true;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+    }
+
+private slots:
+    void errorIsToldAndThenTheChats()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        AppState& state = setup.open();
+        setup.select({1});
+        obstruct(setup, 1, "Team");
+        const Recorder recorder(state);
+        QVERIFY(setup.sync());
+        QCOMPARE(recorder.changes(),
+            lines({"isSyncing: true", "isSyncing: false", "status: Error: Team: Is a directory",
+                "chats: 1", "status: 1 chats · 1 selected"}));
+    }
+
+    void firstErrorOfTheListIsToldAndTheOthersAreNot()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Old");
+        setup.addChat(3, "New"); // the first in the list, not in the selection
+        setup.addChat(2, "Middle", 0);
+        setup.files.db.addMessage(2, {.date = 700'000'001});
+        AppState& state = setup.open();
+        setup.select({1, 2, 3});
+        obstruct(setup, 1, "Old");
+        obstruct(setup, 3, "New");
+        const Recorder recorder(state);
+        QVERIFY(setup.sync());
+        QCOMPARE(
+            recorder.statuses(), lines({"Error: New: Is a directory", "3 chats · 3 selected"}));
+        QCOMPARE(setup.files.rowIDs(2).size(), 1U);
+    }
+
+    void folderThatCannotBeMadeIsAnError()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        AppState& state = setup.open();
+        setup.select({1});
+        writeFile(setup.files.folder(), "a file in the way");
+        const Recorder recorder(state);
+        QVERIFY(setup.sync());
+        QVERIFY2(recorder.statuses().starts_with("Error: Can't create output folder: "),
+            recorder.statuses().c_str());
+        QCOMPARE(state.status(), std::string("1 chats · 1 selected"));
+    }
+
+    void databaseThatIsGoneIsAnErrorAndNeedsAccessUntilItIsBack()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        AppState& state = setup.open();
+        setup.select({1});
+        fs::rename(setup.files.db.path(), setup.files.db.path() + ".aside");
+        Recorder recorder(state);
+        QVERIFY(setup.sync());
+        QCOMPARE(recorder.changes(),
+            lines({"isSyncing: true", "isSyncing: false", std::string("status: ") + cannotOpen,
+                "needsAccess: true", "status: Needs Full Disk Access"}));
+        QVERIFY(!fs::exists(setup.files.folder()));
+
+        fs::rename(setup.files.db.path() + ".aside", setup.files.db.path());
+        recorder.clear();
+        QVERIFY(setup.sync()); // the button does not ask for access
+        QCOMPARE(recorder.changes(),
+            lines({"isSyncing: true", "isSyncing: false", "status: Added 1 messages · 9:41 AM",
+                "needsAccess: false", "chats: 1", "status: 1 chats · 1 selected"}));
+    }
+
+    void databaseThatAWriterHasLockedIsAnErrorUntilHeIsDone()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        AppState& state = setup.open();
+        setup.select({1});
+        setup.files.db.sql().execute("BEGIN EXCLUSIVE");
+        const Recorder recorder(state);
+        QVERIFY(setup.sync());
+        setup.files.db.sql().execute("COMMIT");
+        QVERIFY(setup.sync());
+        QCOMPARE(recorder.statuses(),
+            lines({cannotRead, "Needs Full Disk Access", "Added 1 messages · 9:41 AM",
+                "1 chats · 1 selected"}));
+    }
+
+    void writerInTheMidstOfItsWorkDoesNotDisturb_data()
+    {
+        QTest::addColumn<std::string>("mode");
+        QTest::newRow("log ahead of the database") << std::string("WAL");
+        QTest::newRow("journal beside it") << std::string("DELETE");
+    }
+
+    void writerInTheMidstOfItsWorkDoesNotDisturb()
+    {
+        QFETCH(const std::string, mode);
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        setup.files.db.sql().execute("PRAGMA journal_mode = " + mode);
+        AppState& state = setup.open();
+        setup.select({1});
+        setup.files.db.sql().execute("BEGIN IMMEDIATE");
+        setup.files.db.addMessage(1, "not committed yet");
+        const Recorder recorder(state);
+        QVERIFY(setup.sync());
+        setup.files.db.sql().execute("COMMIT");
+        QVERIFY(setup.sync());
+        QCOMPARE(recorder.count("status: Added 1 messages · 9:41 AM"), 2);
+        QCOMPARE(setup.files.rowIDs(1).size(), 2U);
+    }
+
+    void exportOfAnotherProgramKeepsThisOneOut()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        AppState& state = setup.open();
+        setup.select({1});
+        const Recorder recorder(state);
+        {
+            const SupportLock other;
+            QVERIFY(setup.sync());
+        }
+        QVERIFY2(
+            recorder.changes().starts_with("isSyncing: true\nisSyncing: false\n"
+                                           "status: Error: Another export is running (SyncErr"),
+            recorder.changes().c_str());
+        QVERIFY(recorder.changes().ends_with(").\nchats: 1\nstatus: 1 chats · 1 selected\n"));
+        QVERIFY(!fs::exists(setup.files.folder()));
+
+        QVERIFY(setup.sync()); // the other is done
+        QCOMPARE(recorder.count("status: Added 1 messages · 9:41 AM"), 1);
+        QCOMPARE(setup.files.rowIDs(1).size(), 1U);
+    }
+
+    void firstExportKeepsOthersOutUntilTheEnd()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        setup.open();
+        QVERIFY(isLockFree());
+        setup.select({1});
+        QVERIFY(setup.sync());
+        QVERIFY(!isLockFree());
+        setup.close();
+        QVERIFY(isLockFree());
+    }
+
+    void supportFolderThatCannotBeMadeIsAnError()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        const std::string blocked = setup.files.db.folder() + "/blocked";
+        writeFile(blocked, "a file in the way");
+        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(blocked));
+        AppState& state = setup.open();
+        setup.select({1});
+        const Recorder recorder(state);
+        QVERIFY(setup.sync());
+        QCOMPARE(recorder.statuses(),
+            lines({"Error: Can't write to the support folder " + blocked + ".",
+                "1 chats · 1 selected"}));
+    }
+
+    void dateOutOfRangeIsAnErrorAndTheChatsBeforeItAreNotWrittenTwice()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Odd");
+        setup.files.db.addMessage(1, {.date = std::numeric_limits<std::int64_t>::min()});
+        setup.addChat(2, "Team"); // newer, so it is the first
+        AppState& state = setup.open();
+        QCOMPARE(state.status(), std::string("2 chats · 0 selected"));
+        setup.select({1, 2});
+        const Recorder recorder(state);
+        QVERIFY(setup.sync());
+        QVERIFY2(recorder.statuses().starts_with("Error: "), recorder.statuses().c_str());
+        QVERIFY(recorder.statuses().find("A message has a date that is out of range.\n")
+            != std::string::npos);
+        const std::string once = readFile(setup.exportFile(2, "Team"));
+        QCOMPARE(rowIDsIn(once).size(), 1U);
+        QVERIFY(setup.sync());
+        QCOMPARE(readFile(setup.exportFile(2, "Team")), once);
+    }
+};
+
+QTEST_GUILESS_MAIN(SyncErrorsTest)
+#include "SyncErrorsTest.moc"
