@@ -32,7 +32,7 @@ void nameApplication()
     QApplication::setApplicationName(QStringLiteral("KorvaneSync"));
     QApplication::setApplicationDisplayName(QStringLiteral("Korvane Sync"));
     QApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
-    QApplication::setWindowIcon(Look::image(Look::Drawing::Guide, 256, 1));
+    QApplication::setWindowIcon(Look::image(Look::Drawing::Guide, 64, 1));
 }
 
 /// Without a desktop there is no font of the desktop's; this one is made for screens.

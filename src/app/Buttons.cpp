@@ -41,16 +41,27 @@ void Pill::paintEvent(QPaintEvent* /*event*/)
     constexpr double disabled = 0.5;
     constexpr double pressed = 0.85;
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(!isEnabled() ? disabled : isDown() ? pressed : 1.0);
+    painter.drawPixmap(0, 0, picture(painter.deviceTransform().m11())); // faint as a whole
+}
+
+QPixmap Pill::picture(double pixelsPerPoint) const
+{
+    QPixmap pixels((QSizeF(size()) * pixelsPerPoint).toSize());
+    pixels.setDevicePixelRatio(pixelsPerPoint);
+    pixels.fill(Qt::transparent);
+    QPainter painter(&pixels);
+    painter.setRenderHint(QPainter::Antialiasing);
     const QRectF area = rect();
     painter.setPen(Qt::NoPen);
     painter.setBrush(Look::coral);
     painter.drawRoundedRect(area, area.height() / 2, area.height() / 2);
     painter.setPen(Qt::black);
+    painter.setFont(font());
     painter.drawText(area, Qt::AlignCenter, text());
     if (hasFocus())
         drawFocus(painter, area.adjusted(2, 2, -2, -2), area.height() / 2 - 2);
+    return pixels;
 }
 
 Word::Word(const QString& text, QWidget* parent) : QAbstractButton(parent)

@@ -16,6 +16,9 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    QPixmap picture(double pixelsPerPoint) const;
 };
 
 /// A button that is a mere word.

@@ -31,7 +31,7 @@ QVariant ChatListModel::data(const QModelIndex& index, int role) const
     case Qt::CheckStateRole:
         return m_state.selected().contains(row.guid) ? Qt::Checked : Qt::Unchecked;
     case Qt::AccessibleTextRole:
-        return QString(row.title + QLatin1String(", ") + row.subtitle);
+        return QString(row.title + (row.isGroup ? tr(", group, ") : tr(", ")) + row.subtitle);
     case SubtitleRole:
         return row.subtitle;
     case IsGroupRole:

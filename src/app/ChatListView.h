@@ -2,10 +2,13 @@
 
 #include <QListView>
 
+#include <vector>
+
 namespace korvane {
 
-/// The list of chats. When the chats are read anew it goes on showing the row it showed at its top,
-/// and stays on the chat that the keyboard was on. Lives on the main thread.
+/// The list of chats. When the chats are read anew it goes on showing the rows it showed, or its
+/// top where it was there, and stays on the chat that the keyboard was on, or at its place where
+/// that chat is gone. Lives on the main thread.
 class ChatListView : public QListView {
     Q_OBJECT
 
@@ -13,6 +16,9 @@ public:
     explicit ChatListView(QWidget* parent = nullptr);
 
     void setModel(QAbstractItemModel* model) override;
+
+protected:
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private:
     /// A row by what it shows, not by where it stands.
@@ -22,12 +28,16 @@ private:
     };
 
     Place placeOf(const QModelIndex& index) const;
-    QModelIndex rowOf(const QString& guid) const;
+    std::vector<Place> visiblePlaces() const;
     void remember();
     void restore();
+    void restoreCurrent();
+    void restoreScroll();
 
-    Place m_topmost;
-    Place m_current;
+    bool m_wasAtTop = true;
+    std::vector<Place> m_visible;
+    QString m_current;
+    int m_currentRow = -1;
 };
 
 } // namespace korvane

@@ -1,29 +1,31 @@
 #include "app/ChatSubtitle.h"
 
+#include <QDateTime>
 #include <QLocale>
-
-#include <unicode/datefmt.h>
-
-#include <memory>
+#include <QRegularExpression>
 
 namespace korvane {
 
 namespace {
 
-/// The date without time, in the system's time zone. Qt has a short and a long form, but not the
-/// one in between.
+/// The locale's long form without the day of the week, the month abbreviated: "MMM d, yyyy". Qt has
+/// no such form of its own.
+QString abbreviatedForm(const QLocale& locale)
+{
+    static const QRegularExpression dayOfWeek(QStringLiteral("[\\s,،]*dddd[\\s,،]*"));
+    QString form = locale.dateFormat(QLocale::LongFormat).remove(dayOfWeek);
+    return form.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
+}
+
+/// The date without time, in the system's time zone.
 QString abbreviatedDate(ReferenceTime time)
 {
-    static const std::unique_ptr<icu::DateFormat> format(
-        icu::DateFormat::createDateInstance(icu::DateFormat::kMedium));
-    if (!format)
-        return {};
-    constexpr double millisecondsPerSecond = 1000;
-    const UDate date
-        = (time.count() + static_cast<double>(referenceDateUnixSeconds)) * millisecondsPerSecond;
-    icu::UnicodeString text;
-    format->format(date, text);
-    return QString(reinterpret_cast<const QChar*>(text.getBuffer()), text.length());
+    const std::chrono::duration<double> sinceEpoch
+        = time + std::chrono::seconds(referenceDateUnixSeconds);
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(sinceEpoch);
+    const QLocale locale;
+    return locale.toString(
+        QDateTime::fromMSecsSinceEpoch(milliseconds.count()).date(), abbreviatedForm(locale));
 }
 
 } // namespace

@@ -16,46 +16,40 @@ Text::Text(const QString& text, const QFont& font, const QColor& colour, QWidget
 
 OneLine::OneLine(const QFont& font, const QColor& colour, Qt::TextElideMode cut,
     Qt::Alignment alignment, QWidget* parent)
-    : QWidget(parent)
+    : QLabel(parent)
     , m_colour(colour)
     , m_cut(cut)
-    , m_alignment(alignment)
 {
+    setTextFormat(Qt::PlainText);
     setFont(font);
+    setAlignment(alignment | Qt::AlignVCenter);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
 void OneLine::setText(const QString& text)
 {
-    m_text = text;
-    setAccessibleName(text);
+    QLabel::setText(text);
     updateToolTip();
-    updateGeometry();
-    update();
-}
-
-QSize OneLine::sizeHint() const
-{
-    return {fontMetrics().horizontalAdvance(m_text), fontMetrics().height()};
 }
 
 QSize OneLine::minimumSizeHint() const
 {
-    return {0, fontMetrics().height()};
+    return {0, QLabel::minimumSizeHint().height()};
 }
 
 QString OneLine::shown() const
 {
-    return fontMetrics().elidedText(m_text, m_cut, width());
+    return fontMetrics().elidedText(text(), m_cut, width());
 }
 
 void OneLine::updateToolTip()
 {
-    setToolTip(shown() == m_text ? QString() : m_text.toHtmlEscaped());
+    setToolTip(shown() == text() ? QString() : text().toHtmlEscaped());
 }
 
-void OneLine::resizeEvent(QResizeEvent* /*event*/)
+void OneLine::resizeEvent(QResizeEvent* event)
 {
+    QLabel::resizeEvent(event);
     updateToolTip();
 }
 
@@ -63,7 +57,7 @@ void OneLine::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setPen(m_colour);
-    painter.drawText(rect(), static_cast<int>(m_alignment | Qt::AlignVCenter), shown());
+    painter.drawText(rect(), static_cast<int>(alignment()), shown());
 }
 
 Card::Card(double radius, const QColor& colour, QWidget* parent)

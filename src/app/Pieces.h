@@ -17,17 +17,16 @@ public:
 
 /// A text on one line, cut with an ellipsis where there is no room; the whole of it is the tool tip
 /// then, and always what a screen reader reads.
-class OneLine : public QWidget {
+class OneLine : public QLabel {
     Q_OBJECT
 
 public:
     OneLine(const QFont& font, const QColor& colour, Qt::TextElideMode cut,
         Qt::Alignment alignment = Qt::AlignLeft, QWidget* parent = nullptr);
 
+    /// Instead of the base class's.
     void setText(const QString& text);
-    const QString& text() const { return m_text; }
 
-    QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
 protected:
@@ -40,8 +39,6 @@ private:
 
     const QColor m_colour;
     const Qt::TextElideMode m_cut;
-    const Qt::Alignment m_alignment;
-    QString m_text;
 };
 
 /// A panel on a rounded background.

@@ -14,13 +14,14 @@ constexpr int codePadding = 12;
 
 /// The code at whole pixels of the screen, without interpolation: only so is each of its modules
 /// as sharp as a reader wants it.
-class CodeView : public QWidget {
+class CodeView : public QLabel {
 public:
     explicit CodeView(const AppState& state) : m_state(state)
     {
         setFixedSize(codeSide, codeSide);
         setObjectName(QStringLiteral("code"));
         setAccessibleName(TransferCard::tr("QR code with the link to this chat"));
+        setPixmap(QPixmap(1, 1)); // makes it a picture to a screen reader; painted is the code
     }
 
 protected:

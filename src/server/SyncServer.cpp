@@ -9,7 +9,9 @@ SyncServer::SyncServer(ServerOptions options)
     , m_state{.pairing = Pairing::load()}
 {
     m_queue.setObjectName(QStringLiteral("KorvaneSync.server"));
-    m_onQueue.moveToThread(&m_queue);
+    m_wakeUp.moveToThread(&m_queue);
+    QObject::connect(
+        &m_wakeUp, &WakeUp::posted, &m_wakeUp, [this] { runTasks(); }, Qt::QueuedConnection);
     m_queue.start();
 }
 
@@ -37,8 +39,7 @@ void SyncServer::post(Task task)
         const std::lock_guard lock(m_lock);
         m_tasks.push_back(std::move(task));
     }
-    QMetaObject::invokeMethod(
-        &m_onQueue, [this] { runTasks(); }, Qt::QueuedConnection);
+    emit m_wakeUp.posted();
 }
 
 void SyncServer::runTasks()

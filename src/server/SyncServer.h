@@ -22,6 +22,14 @@ namespace korvane {
 
 class Listener;
 
+/// Wakes the server's thread: what is connected to it there runs there.
+class WakeUp : public QObject {
+    Q_OBJECT
+
+signals:
+    void posted();
+};
+
 /// What becomes of one ticket's file on its way to one peer. A plain value.
 struct TransferEvent {
     enum class Kind { Started, Delivered, BrokenOff };
@@ -100,7 +108,7 @@ private:
     std::unique_ptr<Listener> m_listener;
 
     QThread m_queue;
-    QObject m_onQueue; ///< lives on the thread: what is posted to it runs there
+    WakeUp m_wakeUp; ///< lives on the thread
 };
 
 } // namespace korvane

@@ -20,15 +20,16 @@ AppState::AppState(AppEnvironment environment)
     , m_autoSync(m_settings->autoSync())
     , m_outputFolder(m_settings->folder().value_or(defaultFolder()))
 {
-    m_worker.setMaxThreadCount(1);
     m_passTimer.setSingleShot(true);
     connect(&m_passTimer, &QTimer::timeout, this, &AppState::pass);
-    m_server->onReady = [this](std::uint16_t port) { // on the server's thread
-        QMetaObject::invokeMethod(this, [this, port] {
+    connect(
+        this, &AppState::serverReady, this,
+        [this](quint16 port) {
             m_serverPort = port;
             makeTransferQR();
-        });
-    };
+        },
+        Qt::QueuedConnection);
+    m_server->onReady = [this](std::uint16_t port) { emit serverReady(port); };
     QMetaObject::invokeMethod(this, &AppState::start, Qt::QueuedConnection);
 }
 

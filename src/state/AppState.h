@@ -4,11 +4,11 @@
 #include "messages/ChatInfo.h"
 #include "state/AppEnvironment.h"
 #include "state/Settings.h"
+#include "state/Worker.h"
 #include "storage/SupportLock.h"
 
 #include <QImage>
 #include <QObject>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <atomic>
@@ -106,6 +106,9 @@ signals:
     void transferQRChanged();
     void transferChatTitleChanged();
 
+    /// From the server's thread.
+    void serverReady(quint16 port);
+
 private:
     struct ChatList;
     struct TransferFile;
@@ -155,7 +158,7 @@ private:
     std::optional<SupportLock> m_lock; ///< from the first export on: others are to keep off
     QTimer m_passTimer;
     std::shared_ptr<std::atomic<bool>> m_stopping = std::make_shared<std::atomic<bool>>(false);
-    QThreadPool m_worker; ///< last, so that it goes first: a job finds everything else in place
+    Worker m_worker; ///< last, so that it goes first: what it delivers finds everything in place
 };
 
 } // namespace korvane

@@ -2,19 +2,19 @@
 
 #include "state/AppState.h"
 
-#include <QtConcurrentRun>
-
 #include <utility>
 
 /// The two templates behind AppState's operations, for its own sources only.
 namespace korvane {
 
 /// `job` runs on the worker thread, owns all that it needs and throws nothing; `then` gets what it
-/// returns, on the main thread, unless this object is gone by then.
+/// returns, later on the main thread, unless this object is gone by then.
 template <typename Job, typename Then>
 void AppState::runInBackground(Job job, Then then)
 {
-    QtConcurrent::run(&m_worker, std::move(job)).then(this, std::move(then));
+    m_worker.run([job = std::move(job), then = std::move(then)]() -> Worker::Delivery {
+        return [then, result = job()]() mutable { then(std::move(result)); };
+    });
 }
 
 /// Sets a field and tells about it where it is another value.

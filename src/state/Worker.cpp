@@ -1,0 +1,65 @@
+#include "state/Worker.h"
+
+namespace korvane {
+
+Worker::Worker()
+{
+    connect(this, &Worker::jobDone, this, &Worker::deliver, Qt::QueuedConnection);
+    m_thread = std::thread([this] { work(); });
+}
+
+Worker::~Worker()
+{
+    {
+        const std::lock_guard lock(m_lock);
+        m_ending = true;
+    }
+    m_changed.notify_one();
+    m_thread.join();
+}
+
+void Worker::run(Job job)
+{
+    {
+        const std::lock_guard lock(m_lock);
+        m_jobs.push_back(std::move(job));
+    }
+    m_changed.notify_one();
+}
+
+void Worker::work()
+{
+    while (const Job job = nextJob()) {
+        Delivery delivery = job();
+        {
+            const std::lock_guard lock(m_lock);
+            m_deliveries.push_back(std::move(delivery));
+        }
+        emit jobDone();
+    }
+}
+
+/// Waits for one; none at the end.
+Worker::Job Worker::nextJob()
+{
+    std::unique_lock lock(m_lock);
+    m_changed.wait(lock, [this] { return m_ending || !m_jobs.empty(); });
+    if (m_ending)
+        return {};
+    Job job = std::move(m_jobs.front());
+    m_jobs.pop_front();
+    return job;
+}
+
+void Worker::deliver()
+{
+    Delivery delivery;
+    {
+        const std::lock_guard lock(m_lock);
+        delivery = std::move(m_deliveries.front());
+        m_deliveries.pop_front();
+    }
+    delivery();
+}
+
+} // namespace korvane

@@ -1,0 +1,201 @@
+#include "WindowSetup.h"
+
+#include "app/Buttons.h"
+#include "app/CoralSwitch.h"
+#include "app/Footer.h"
+#include "app/Look.h"
+#include "app/Pieces.h"
+#include "app/PreviewStates.h"
+#include "state/Settings.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QtTest/QTest>
+
+using namespace korvane;
+using namespace Qt::StringLiterals;
+
+class FooterTest : public WindowTest {
+    Q_OBJECT
+
+private slots:
+    void homeIsShownAsATilde_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("home");
+        QTest::addColumn<QString>("wanted");
+        QTest::newRow("below home") << u"/home/ann/Docs/Out"_s << u"/home/ann"_s << u"~/Docs/Out"_s;
+        QTest::newRow("home") << u"/home/ann"_s << u"/home/ann"_s << u"~"_s;
+        QTest::newRow("elsewhere") << u"/mnt/disk/Out"_s << u"/home/ann"_s << u"/mnt/disk/Out"_s;
+        QTest::newRow("a home that begins alike")
+            << u"/home/anna/Out"_s << u"/home/ann"_s << u"/home/anna/Out"_s;
+        QTest::newRow("home further below")
+            << u"/mnt/home/ann/Out"_s << u"/home/ann"_s << u"/mnt/home/ann/Out"_s;
+        QTest::newRow("home written otherwise")
+            << u"/Home/Ann/Out"_s << u"/home/ann"_s << u"/Home/Ann/Out"_s;
+        QTest::newRow("a home at the root") << u"/Out"_s << u"/"_s << u"/Out"_s;
+    }
+
+    void homeIsShownAsATilde()
+    {
+        QFETCH(QString, folder);
+        QFETCH(QString, home);
+        QFETCH(QString, wanted);
+        QCOMPARE(abbreviatedPath(folder, home), wanted);
+    }
+
+    void folderIsThatOfTheExport()
+    {
+        WindowSetup setup;
+        ContentView window(setup.start());
+        const OneLine& folder = child<OneLine>(window, "folder");
+        QCOMPARE(folder.font().pixelSize(), 11);
+        setup.state().setOutputFolder(QDir::homePath().toStdString() + "/Documents/Mine");
+        QCOMPARE(folder.text(), u"~/Documents/Mine"_s);
+        setup.state().setOutputFolder("/elsewhere");
+        QCOMPARE(folder.text(), u"/elsewhere"_s);
+    }
+
+    void longFolderIsCutInTheMiddle()
+    {
+        AppState::Preview preview = previewOf(1);
+        preview.outputFolder = "/start/" + std::string(200, 'm') + "/end";
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        OneLine& folder = child<OneLine>(window, "folder");
+        QCOMPARE(folder.height(), QFontMetrics(folder.font()).height()); // one line
+        QVERIFY(placeIn(window, folder).right() < placeIn(window, child(window, "change")).left());
+        QCOMPARE(folder.toolTip(), folder.text()); // the whole of it
+        OneLine cut(folder.font(), Look::mute, Qt::ElideNone);
+        cut.setText(
+            QFontMetrics(folder.font()).elidedText(folder.text(), Qt::ElideMiddle, folder.width()));
+        QVERIFY(cut.text().startsWith(u"/start/"_s) && cut.text().endsWith(u"/end"_s));
+        cut.resize(folder.size());
+        QCOMPARE(pictureOf(folder), pictureOf(cut));
+    }
+
+    void changeGoesOnFromTheFolderAroundTheOldOne()
+    {
+        WindowSetup setup;
+        ContentView window(setup.start());
+        window.show();
+        setup.state().setOutputFolder("/somewhere/old");
+        setup.picked = "/somewhere/new";
+        QTest::mouseClick(&child(window, "change"), Qt::LeftButton);
+        QCOMPARE(setup.startsOfPicks, std::vector<std::filesystem::path>{"/somewhere"});
+        QCOMPARE(child<OneLine>(window, "folder").text(), u"/somewhere/new"_s);
+        QCOMPARE(Settings().folder(), std::optional<std::filesystem::path>("/somewhere/new"));
+    }
+
+    void cancelledChangeChangesNothing()
+    {
+        WindowSetup setup;
+        ContentView window(setup.start());
+        window.show();
+        setup.state().setOutputFolder("/somewhere/old");
+        QTest::mouseClick(&child(window, "change"), Qt::LeftButton);
+        QCOMPARE(setup.startsOfPicks.size(), std::size_t{1});
+        QCOMPARE(child<OneLine>(window, "folder").text(), u"/somewhere/old"_s);
+        QCOMPARE(Settings().folder(), std::optional<std::filesystem::path>("/somewhere/old"));
+    }
+
+    void switchAndSettingAreBoundBothWays()
+    {
+        WindowSetup setup;
+        ContentView window(setup.start());
+        window.show();
+        CoralSwitch& flip = child<CoralSwitch>(window, "autoSync");
+        QCOMPARE(flip.text(), u"Keep the export fresh every 30 seconds"_s);
+        QCOMPARE(flip.font().pixelSize(), 12);
+        QVERIFY(flip.isChecked());
+        QTest::mouseClick(&flip, Qt::LeftButton, {}, {flip.width() - 20, flip.height() / 2});
+        QVERIFY(!setup.state().autoSync());
+        QVERIFY(!Settings().autoSync());
+        setup.state().setAutoSync(true);
+        QVERIFY(flip.isChecked());
+        QVERIFY(Settings().autoSync());
+    }
+
+    void switchFirstAppearsAsItIsSet()
+    {
+        WindowSetup setup;
+        setup.start().setAutoSync(false);
+        ContentView window(setup.state());
+        window.show();
+        CoralSwitch& flip = child<CoralSwitch>(window, "autoSync");
+        QVERIFY(!flip.isChecked());
+        QCOMPARE(countOf(pictureOf(flip), Look::coral), 0); // at once, it does not slide there
+    }
+
+    void statusIsShownAsItChanges()
+    {
+        WindowSetup setup;
+        setup.addChats(3);
+        ContentView window(setup.start());
+        const OneLine& status = child<OneLine>(window, "status");
+        QCOMPARE(status.font().pixelSize(), 11);
+        QCOMPARE(status.text(), u"3 chats · 0 selected"_s);
+        setup.state().syncNow();
+        QCOMPARE(status.text(), u"Select at least one chat"_s);
+    }
+
+    void markupInAStatusIsShownAsItIs()
+    {
+        AppState::Preview preview = previewOf(1);
+        preview.status = "Error: <b>bold</b> & more, and on and on until there is no room for it";
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        const OneLine& status = child<OneLine>(window, "status");
+        QCOMPARE(status.text().toStdString(), preview.status);
+        QCOMPARE(status.toolTip(), QString::fromStdString(preview.status).toHtmlEscaped());
+    }
+
+    void syncNowExportsTheSelectedChats()
+    {
+        WindowSetup setup;
+        setup.addChats(2);
+        setup.start().toggle(WindowSetup::guid(1));
+        ContentView window(setup.state());
+        window.show();
+        QStringList statuses;
+        connect(&setup.state(), &AppState::statusChanged, this,
+            [&] { statuses += QString::fromStdString(setup.state().status()); });
+        Word& sync = child<Word>(window, "syncNow");
+        QTest::mouseClick(&sync, Qt::LeftButton);
+        QVERIFY(setup.state().isSyncing());
+        QVERIFY(sync.isEnabled()); // always
+        QTest::mouseClick(&sync, Qt::LeftButton); // does nothing
+        QTRY_COMPARE(statuses.size(), 2);
+        QVERIFY(statuses[0].startsWith(u"Added 1 messages · "_s));
+        QCOMPARE(statuses[1], u"2 chats · 1 selected"_s);
+        QCOMPARE(QDir(QString::fromStdString(setup.db.folder() + "/export"))
+                     .entryList(QDir::Files)
+                     .filter(u".txt"_s)
+                     .size(),
+            1);
+    }
+
+    void quitAsksToQuit()
+    {
+        AppState state(previewOf(1));
+        ContentView window(state);
+        window.show();
+        QSignalSpy quit(&window, &ContentView::quitRequested);
+        QTest::mouseClick(&child(window, "quit"), Qt::LeftButton);
+        QCOMPARE(quit.count(), 1);
+    }
+
+    void wordsOfTheFooterReadSo()
+    {
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        QCOMPARE(child<Word>(window, "change").text(), u"Change"_s);
+        QCOMPARE(child<Word>(window, "syncNow").text(), u"Sync now"_s);
+        QCOMPARE(child<Word>(window, "quit").text(), u"Quit"_s);
+    }
+};
+
+QTEST_MAIN(FooterTest)
+#include "FooterTest.moc"

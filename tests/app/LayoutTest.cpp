@@ -1,0 +1,258 @@
+#include "WindowSetup.h"
+
+#include "app/Buttons.h"
+#include "app/CoralSwitch.h"
+#include "app/Footer.h"
+#include "app/Header.h"
+#include "app/Look.h"
+#include "app/Pieces.h"
+#include "app/PreviewStates.h"
+
+#include <QScrollBar>
+#include <QtTest/QTest>
+
+using namespace korvane;
+using namespace Qt::StringLiterals;
+
+/// Sizes, margins and spacings, and that every text has the room it needs.
+class LayoutTest : public WindowTest {
+    Q_OBJECT
+
+private slots:
+    void windowHasItsSizeInEachState_data() { states(); }
+    void windowHasItsSizeInEachState()
+    {
+        QFETCH(QString, name);
+        AppState state(previewNamed(name));
+        ContentView window(state);
+        const QSize wanted(400, name == "code"_L1 ? 660 : 600);
+        QCOMPARE(window.size(), wanted);
+        QCOMPARE(window.minimumSize(), wanted);
+        QCOMPARE(window.maximumSize(), wanted);
+    }
+
+    void windowGrowsAndShrinksWithTheCode()
+    {
+        AppState state(PreviewStates::qr());
+        ContentView window(state);
+        window.show();
+        QCOMPARE(window.size(), QSize(400, 660));
+        state.endTransfer();
+        QCOMPARE(window.size(), QSize(400, 600));
+    }
+
+    void piecesStandInOrderFourteenPointsApart_data() { states(); }
+    void piecesStandInOrderFourteenPointsApart()
+    {
+        QFETCH(QString, name);
+        AppState state(previewNamed(name));
+        ContentView window(state);
+        window.show();
+        const auto pieces = visiblePieces(window);
+        QCOMPARE(pieces.size(), std::size_t{3});
+        QVERIFY(qobject_cast<const Header*>(pieces[0]));
+        QVERIFY(qobject_cast<const Footer*>(pieces[2]));
+        const QRect header = pieces[0]->geometry();
+        const QRect middle = pieces[1]->geometry();
+        const QRect footer = pieces[2]->geometry();
+        QCOMPARE(header.topLeft(), QPoint(18, 18));
+        QCOMPARE(header.width(), 364);
+        QCOMPARE(middle.left(), 18);
+        QCOMPARE(middle.width(), 364);
+        QCOMPARE(footer.left(), 18);
+        QCOMPARE(footer.bottom(), window.height() - 1 - 18);
+        QCOMPARE(middle.top() - header.bottom() - 1, 14);
+        if (name == "list"_L1)
+            QCOMPARE(footer.top() - middle.bottom() - 1, 14);
+        else
+            QVERIFY(footer.top() - middle.bottom() - 1 >= 14);
+    }
+
+    void chatPaneIsSearchListAndButton()
+    {
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        window.show();
+        const QWidget& search = child(window, "search");
+        const QRect row = placeIn(window, *search.parentWidget());
+        const QRect list = placeIn(window, child(window, "chats"));
+        const QRect button = placeIn(window, child(window, "create"));
+        QCOMPARE(row.left(), 18);
+        QCOMPARE(row.width(), 364);
+        QCOMPARE(search.geometry().right(), row.width() - 1 - 12); // padding of 12
+        QCOMPARE(search.font().pixelSize(), 13);
+        QCOMPARE(button.left(), 18);
+        QCOMPARE(button.width(), 364); // full width
+        QVERIFY(row.bottom() < list.top() && list.bottom() < button.top());
+        QVERIFY(list.height() > 250);
+        const QImage picture = pictureOf(window);
+        QCOMPARE(picture.pixelColor(row.center()), Look::raised);
+        QCOMPARE(picture.pixelColor(row.topLeft()), Look::canvas); // rounded
+        QCOMPARE(picture.pixelColor(button.left() + 20, button.center().y()), Look::coral);
+    }
+
+    void listHasNoScrollIndicators()
+    {
+        AppState state(previewOf(200));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        QCOMPARE(list.viewport()->width(), 364);
+        QVERIFY(list.verticalScrollBar()->maximum() > 1000);
+        QVERIFY(!list.verticalScrollBar()->isVisible());
+        QVERIFY(!list.horizontalScrollBar()->isVisible());
+    }
+
+    void selectedRowIsOutlinedAndItsMarkFilled()
+    {
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QImage picture = pictureOf(*list.viewport());
+        const QRect selected = list.visualRect(list.model()->index(0, 0));
+        const QRect other = list.visualRect(list.model()->index(1, 0));
+        const QColor stroke = over(Look::card, Look::coral, 0.7);
+        const QColor seen = picture.pixelColor(selected.center().x(), selected.top());
+        QVERIFY(std::abs(seen.red() - stroke.red()) <= 12); // half of it lies on the canvas
+        QVERIFY(countOf(picture, Look::coral, selected) > 200); // a circle of 20 points
+        QCOMPARE(countOf(picture, Look::coral, other), 0);
+        QCOMPARE(picture.pixelColor(other.center()), Look::card);
+        QCOMPARE(picture.pixelColor(other.left() + 22, other.top() + 27), Look::card); // clear
+    }
+
+    void groupHasASymbolBehindItsTitle()
+    {
+        AppState::Preview preview = previewOf(2);
+        preview.titles = {{1, "Same"}, {2, "Same"}};
+        preview.chats[0].isGroup = true;
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QImage picture = pictureOf(*list.viewport());
+        const QRect rows[] = {titleIn(list, 0), titleIn(list, 1)};
+        QVERIFY(countOf(picture, Look::mute, rows[0]) > 10);
+        QCOMPARE(countOf(picture, Look::mute, rows[1]), 0);
+    }
+
+    void longTitleIsCutAndTheSymbolKept()
+    {
+        AppState::Preview preview = previewOf(2);
+        preview.titles = {{1, std::string(300, 'W')}, {2, std::string(300, 'W')}};
+        preview.chats[0].isGroup = true;
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QImage picture = pictureOf(*list.viewport());
+        QVERIFY(countOf(picture, Look::mute, titleIn(list, 0)) > 10);
+        for (int row = 0; row < 2; ++row) { // the padding stays free
+            const QRect all = list.visualRect(list.model()->index(row, 0));
+            const QRect edge(all.right() - 10, all.top() + 10, 8, 30);
+            QCOMPARE(countOf(picture, Look::card, edge), edge.width() * edge.height());
+        }
+    }
+
+    void everyTextHasRoom_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("family");
+        for (const char* state : {"list", "code", "access"}) {
+            for (const char* family : {"", "Inter", "DejaVu Sans"})
+                QTest::addRow("%s in %s", state, *family ? family : "the system's font")
+                    << QString::fromLatin1(state) << QString::fromLatin1(family);
+        }
+    }
+
+    void everyTextHasRoom()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, family);
+        const QFont before = QApplication::font();
+        if (!family.isEmpty())
+            QApplication::setFont(QFont(family));
+        AppState state(previewNamed(name));
+        ContentView window(state);
+        QApplication::setFont(before);
+        window.show();
+        int texts = 0;
+        for (QWidget* widget : window.findChildren<QWidget*>()) {
+            if (!widget->isVisible())
+                continue;
+            texts += isText(widget) ? 1 : 0;
+            if (isText(widget))
+                QVERIFY2(hasRoom(*widget), qPrintable(describe(*widget)));
+            const QRect inside = widget->parentWidget()->rect();
+            QVERIFY2(inside.contains(widget->geometry()), qPrintable(describe(*widget)));
+        }
+        QVERIFY(texts >= 8);
+    }
+
+private:
+    static void states()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name : {"list", "code", "access"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    static AppState::Preview previewNamed(const QString& name)
+    {
+        return name == "list"_L1 ? PreviewStates::list()
+            : name == "code"_L1  ? PreviewStates::qr()
+                                 : PreviewStates::access();
+    }
+
+    static std::vector<const QWidget*> visiblePieces(const ContentView& window)
+    {
+        std::vector<const QWidget*> pieces;
+        for (const QObject* object : window.children()) {
+            const auto* piece = qobject_cast<const QWidget*>(object);
+            if (piece && piece->isVisible())
+                pieces.push_back(piece);
+        }
+        std::sort(pieces.begin(), pieces.end(),
+            [](const QWidget* one, const QWidget* other) { return one->y() < other->y(); });
+        return pieces;
+    }
+
+    /// Where a row's title and its symbol are, right of the mark.
+    static QRect titleIn(const ChatListView& list, int row)
+    {
+        return list.visualRect(list.model()->index(row, 0)).adjusted(40, 8, -2, -32);
+    }
+
+    static QColor over(const QColor& ground, const QColor& colour, double opacity)
+    {
+        const auto mix = [&](int below, int above) {
+            return static_cast<int>(below + (above - below) * opacity);
+        };
+        return {mix(ground.red(), colour.red()), mix(ground.green(), colour.green()),
+            mix(ground.blue(), colour.blue())};
+    }
+
+    static bool isText(const QWidget* widget)
+    {
+        return qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget)
+            || qobject_cast<const OneLine*>(widget);
+    }
+
+    static bool hasRoom(const QWidget& widget)
+    {
+        const QSize wanted = widget.sizeHint();
+        if (widget.hasHeightForWidth())
+            return widget.height() >= widget.heightForWidth(widget.width());
+        return widget.width() >= wanted.width() && widget.height() >= wanted.height();
+    }
+
+    static QString describe(const QWidget& widget)
+    {
+        QString text;
+        QDebug(&text) << &widget << "wants" << widget.sizeHint() << "has" << widget.geometry();
+        return text;
+    }
+};
+
+QTEST_MAIN(LayoutTest)
+#include "LayoutTest.moc"

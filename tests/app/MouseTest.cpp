@@ -1,0 +1,204 @@
+#include "WindowSetup.h"
+
+#include "app/Buttons.h"
+#include "app/Pieces.h"
+#include "pairing/ReadBack.h"
+#include "state/Settings.h"
+#include "support/Printing.h"
+
+#include <QWheelEvent>
+#include <QWindow>
+#include <QtTest/QTest>
+
+using namespace korvane;
+using namespace Qt::StringLiterals;
+
+/// The window with a mouse. This runs on screens of several pixel densities.
+class MouseTest : public WindowTest {
+    Q_OBJECT
+
+private slots:
+    void clickOnARowTogglesAndStoresIt_data()
+    {
+        QTest::addColumn<QPoint>("place"); // in the row
+        QTest::newRow("on the mark") << QPoint(22, 27);
+        QTest::newRow("on the title") << QPoint(80, 18);
+        QTest::newRow("right of everything") << QPoint(350, 27);
+    }
+
+    void clickOnARowTogglesAndStoresIt()
+    {
+        QFETCH(QPoint, place);
+        WindowSetup setup;
+        setup.addChats(3);
+        ContentView window(setup.start());
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QImage before = pictureOf(list);
+        clickRow(list, 1, place);
+        QCOMPARE(setup.state().selected(), std::set<std::string>{"guid-2"});
+        QCOMPARE(Settings().selected(), std::set<std::string>{"guid-2"});
+        QVERIFY(pictureOf(list) != before);
+        clickRow(list, 1, place);
+        QCOMPARE(Settings().selected(), std::set<std::string>{});
+    }
+
+    void severalRowsCanBeSelected()
+    {
+        WindowSetup setup;
+        setup.addChats(4);
+        ContentView window(setup.start());
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        clickRow(list, 0);
+        clickRow(list, 2);
+        QCOMPARE(Settings().selected(), (std::set<std::string>{"guid-4", "guid-2"}));
+    }
+
+    void eachOfTwoFastClicksToggles()
+    {
+        AppState state(previewOf(2));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QPoint place = list.visualRect(list.model()->index(0, 0)).center();
+        QTest::mouseDClick(window.windowHandle(), Qt::LeftButton, {},
+            list.viewport()->mapTo(&window, place)); // two clicks, as a window system reports them
+        QCOMPARE(state.selected(), std::set<std::string>{});
+        QTest::mouseClick(
+            window.windowHandle(), Qt::LeftButton, {}, list.viewport()->mapTo(&window, place));
+        QCOMPARE(state.selected().size(), std::size_t{1});
+    }
+
+    void otherButtonsAndTheGapBetweenRowsDoNothing()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QRect row = list.visualRect(list.model()->index(1, 0));
+        QTest::mouseClick(list.viewport(), Qt::RightButton, {}, row.center());
+        QTest::mouseClick(list.viewport(), Qt::MiddleButton, {}, row.center());
+        QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, row.bottomLeft() + QPoint(50, 0));
+        QVERIFY(state.selected().empty());
+    }
+
+    void pressThatEndsOnAnotherRowDoesNothing()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const auto centre
+            = [&](int row) { return list.visualRect(list.model()->index(row, 0)).center(); };
+        QTest::mousePress(list.viewport(), Qt::LeftButton, {}, centre(0));
+        QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, centre(1));
+        QVERIFY(state.selected().empty());
+    }
+
+    void clickInAFilteredListTogglesTheChatThatIsShown()
+    {
+        AppState state(previewOf(30));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        child<QLineEdit>(window, "search").setText(u"chat 17"_s);
+        QCOMPARE(list.model()->rowCount(), 1);
+        clickRow(list, 0);
+        QCOMPARE(state.selected(), std::set<std::string>{"guid-17"});
+    }
+
+    void buttonGoesByTheNumberOfSelectedChats()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        Pill& button = child<Pill>(window, "create");
+        QCOMPARE(button.text(), u"Pick one chat"_s);
+        QVERIFY(!button.isEnabled());
+        clickRow(list, 0);
+        QCOMPARE(button.text(), u"Create Korvane QR"_s);
+        QVERIFY(button.isEnabled());
+        clickRow(list, 1);
+        QCOMPARE(button.text(), u"Pick one chat"_s);
+        QVERIFY(!button.isEnabled());
+    }
+
+    void chatBecomesACodeThatCanBeRead()
+    {
+        WindowSetup setup;
+        setup.addChats(3);
+        ContentView window(setup.start());
+        window.show();
+        clickRow(child<ChatListView>(window, "chats"), 1);
+        QTest::mouseClick(&child(window, "create"), Qt::LeftButton);
+        QTRY_VERIFY(child(window, "code").isVisible());
+        QCOMPARE(child<OneLine>(window, "transferTitle").text(), u"Chat 2"_s);
+        QCOMPARE(setup.state().status(), std::string("Ready to scan · link expires in 10 minutes"));
+        QCOMPARE(window.size(), QSize(400, 660));
+        const QImage picture = window.grab().toImage();
+        QCOMPARE(picture.width(), static_cast<int>(400 * window.devicePixelRatio()));
+        const std::string link = readBack(picture).value_or("(no code)");
+        QVERIFY2(link.starts_with("korvane://mac-import?host=127.0.0.1&port="), link.c_str());
+    }
+
+    void doneBringsTheListBack()
+    {
+        WindowSetup setup;
+        setup.addChats(2);
+        setup.start().toggle(WindowSetup::guid(1));
+        ContentView window(setup.state());
+        window.show();
+        QTest::mouseClick(&child(window, "create"), Qt::LeftButton);
+        QTRY_VERIFY(child(window, "done").isVisible());
+        QTest::mouseClick(&child(window, "done"), Qt::LeftButton);
+        QVERIFY(child(window, "chats").isVisible());
+        QVERIFY(!setup.state().transferQR());
+        QVERIFY(!setup.state().transferChatTitle());
+        QCOMPARE(window.size(), QSize(400, 600));
+        QCOMPARE(setup.state().selected(), std::set<std::string>{"guid-1"});
+    }
+
+    void secondCodeIsAnother()
+    {
+        WindowSetup setup;
+        setup.addChats(2);
+        setup.start().toggle(WindowSetup::guid(1));
+        ContentView window(setup.state());
+        window.show();
+        std::set<std::string> links;
+        for (int code = 0; code < 2; ++code) {
+            QTest::mouseClick(&child(window, "create"), Qt::LeftButton);
+            QTRY_VERIFY(child(window, "done").isVisible());
+            links.insert(readBack(window.grab().toImage()).value_or("(no code)"));
+            QTest::mouseClick(&child(window, "done"), Qt::LeftButton);
+        }
+        QCOMPARE(links.size(), std::size_t{2});
+        QVERIFY(!links.contains("(no code)"));
+    }
+
+    void wheelScrolls()
+    {
+        AppState state(previewOf(100));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QPointF place = list.viewport()->rect().center();
+        QWheelEvent turn(place, list.viewport()->mapToGlobal(place), {}, {0, -240}, Qt::NoButton,
+            Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(list.viewport(), &turn);
+        QVERIFY(list.visualRect(list.model()->index(0, 0)).top() < 0);
+    }
+
+private:
+    static void clickRow(ChatListView& list, int row, const QPoint& place = {100, 27})
+    {
+        const QPoint corner = list.visualRect(list.model()->index(row, 0)).topLeft();
+        QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, corner + place);
+        QTest::qWait(QApplication::doubleClickInterval() / 100); // the next one is a click as well
+    }
+};
+
+QTEST_MAIN(MouseTest)
+#include "MouseTest.moc"
