@@ -22,10 +22,16 @@ Value median(std::vector<Value> values)
     return values[values.size() / 2];
 }
 
+/// What `work` throws is said here, and unwinds all that it has under way.
 [[noreturn]] void runAndTell(const std::function<double()>& work, int pipe)
 {
-    const double seconds = work();
-    const bool told = ::write(pipe, &seconds, sizeof seconds) == sizeof seconds;
+    bool told = false;
+    try {
+        const double seconds = work();
+        told = ::write(pipe, &seconds, sizeof seconds) == sizeof seconds;
+    } catch (const std::exception& failure) {
+        std::cerr << failure.what() << std::endl;
+    }
     ::_exit(told ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 

@@ -32,6 +32,7 @@ void nameApplication()
     QApplication::setApplicationName(QStringLiteral("KorvaneSync"));
     QApplication::setApplicationDisplayName(QStringLiteral("Korvane Sync"));
     QApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.korvane.KorvaneSync"));
     QApplication::setWindowIcon(Look::image(Look::Drawing::Guide, 64, 1));
 }
 

@@ -2,17 +2,23 @@
 
 #include "cli/Table.h"
 
-#include <regex>
+#include <algorithm>
+#include <string>
 
 namespace korvane {
 
 namespace {
 
 /// A link that landed where it is quoted keeps its key for itself.
-std::string withoutKeys(const std::string& text)
+std::string withoutKeys(std::string text)
 {
-    static const std::regex key("key=[^&\\s]*", std::regex::icase);
-    return std::regex_replace(text, key, "key=…");
+    constexpr std::string_view item = "key=";
+    for (std::size_t at = text.find(item); at != text.npos; at = text.find(item, at)) {
+        at += item.size();
+        const std::size_t end = std::min(text.find_first_of("& \t\r\n", at), text.size());
+        text.replace(at, end - at, "…");
+    }
+    return text;
 }
 
 } // namespace

@@ -1,11 +1,16 @@
 #include "contacts/ContactNames.h"
 
+#include "contacts/Ascii.h"
+
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
+#include <array>
 #include <exception>
+#include <iterator>
 
 namespace korvane {
 
@@ -14,35 +19,46 @@ namespace {
 /// Digits that tell one subscriber from another; a country code stands before them.
 constexpr std::size_t significantDigits = 10;
 
+bool isAscii(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char each) { return U8_IS_SINGLE(each); });
+}
+
 std::string lowerCased(std::string_view text)
 {
-    std::string lowered;
-    icu::StringByteSink<std::string> sink(&lowered);
+    std::string result;
+    if (isAscii(text)) {
+        std::transform(text.begin(), text.end(), std::back_inserter(result), lowered);
+        return result;
+    }
+    icu::StringByteSink<std::string> sink(&result);
     UErrorCode status = U_ZERO_ERROR;
     icu::CaseMap::utf8ToLower("", 0,
         icu::StringPiece(text.data(), static_cast<int32_t>(text.size())), sink, nullptr, status);
-    return lowered;
+    return result;
 }
 
 bool isNumeric(UChar32 character)
 {
+    if (character < 0x80) // below 0 it is ill-formed
+        return character >= '0' && character <= '9';
     return u_getIntPropertyValue(character, UCHAR_NUMERIC_TYPE) != U_NT_NONE;
 }
 
 std::string lastDigits(std::string_view text)
 {
-    std::vector<std::string_view> digits;
+    std::array<std::string_view, significantDigits> last; // a ring
+    std::size_t count = 0;
     for (std::size_t i = 0; i < text.size();) {
         const std::size_t start = i;
         UChar32 character = 0;
         U8_NEXT(text.data(), i, text.size(), character);
-        if (character >= 0 && isNumeric(character))
-            digits.push_back(text.substr(start, i - start));
+        if (isNumeric(character))
+            last[count++ % last.size()] = text.substr(start, i - start);
     }
     std::string key;
-    const std::size_t count = digits.size();
-    for (std::size_t i = count > significantDigits ? count - significantDigits : 0; i < count; ++i)
-        key += digits[i];
+    for (std::size_t i = count > last.size() ? count - last.size() : 0; i < count; ++i)
+        key += last[i % last.size()];
     return key;
 }
 

@@ -40,7 +40,9 @@ struct ContactNames {
     bool operator==(const ContactNames&) const = default;
 };
 
-/// The sources of this platform: its address-book folders.
+/// Where this system keeps contacts, in the order in which they are read: the user's own store,
+/// then folders of card files. The store is given up where it does not answer, in less than three
+/// seconds from the beginning of the reading; files are read for as long as that takes.
 ContactSources platformContactSources();
 
 } // namespace korvane

@@ -18,20 +18,6 @@ void joinSoftBreaks(VCardLines& lines, VCardProperty& property)
     while (endsInSoftBreak(property.value) && lines.join(property.value)) { }
 }
 
-/// The next property of the file, with the lines that its soft line breaks reach; lines that are
-/// no property are passed over. Absent at the end.
-std::optional<VCardProperty> nextProperty(VCardLines& lines)
-{
-    while (const auto line = lines.next()) {
-        auto property = parseVCardProperty(*line);
-        if (!property)
-            continue;
-        joinSoftBreaks(lines, *property);
-        return property;
-    }
-    return std::nullopt;
-}
-
 bool isCard(const VCardProperty& beginOrEnd)
 {
     return equalIgnoringCase(trimmed(beginOrEnd.value), "VCARD");
@@ -40,12 +26,17 @@ bool isCard(const VCardProperty& beginOrEnd)
 /// Gathers properties into cards, and visits the contact of each card that ends.
 class CardGatherer {
 public:
-    explicit CardGatherer(const ContactSource::Visitor& visit) : m_visit(visit) { }
+    explicit CardGatherer(const ContactSource::Visitor& visit) : m_visit(visit)
+    {
+        m_card.reserve(usualProperties);
+    }
 
     void add(const VCardProperty& property);
     void finishCard();
 
 private:
+    static constexpr std::size_t usualProperties = 16;
+
     void begin();
     void end();
     void awaitAgent(std::string_view value);
@@ -110,8 +101,13 @@ void readVCards(std::string_view bytes, const ContactSource::Visitor& visit)
     std::string buffer;
     VCardLines lines(fileText(bytes, buffer));
     CardGatherer cards(visit);
-    while (const auto property = nextProperty(lines))
+    while (const auto line = lines.next()) {
+        auto property = parseVCardProperty(*line);
+        if (!property)
+            continue;
+        joinSoftBreaks(lines, *property);
         cards.add(*property);
+    }
     cards.finishCard();
 }
 

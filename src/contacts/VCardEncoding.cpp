@@ -91,7 +91,8 @@ std::string toUtf8(std::string_view bytes, const std::string& charset, const cha
         text = validUtf8(bytes, "UTF-8");
     else
         text = isKnown(charset) ? converted(bytes, charset.c_str()) : validUtf8(bytes, otherwise);
-    std::erase(text, '\0');
+    if (text.find('\0') != std::string::npos)
+        std::erase(text, '\0');
     return text;
 }
 

@@ -82,6 +82,15 @@ Parameter takeParameter(std::string_view& rest)
     return {trimmed(text.substr(0, equals)), unquoted(trimmed(text.substr(equals + 1)))};
 }
 
+/// Where a name ends that has neither folds nor quotes, as nearly all have none.
+std::size_t plainNameEnd(std::string_view line)
+{
+    const auto end = std::find_if(line.begin(), line.end(), [](char each) {
+        return each == ':' || each == ';' || each == '"' || each == '\r' || each == '\n';
+    });
+    return static_cast<std::size_t>(end - line.begin());
+}
+
 std::string_view withoutByteOrderMark(std::string_view line)
 {
     constexpr std::string_view mark = "\xEF\xBB\xBF";
@@ -99,6 +108,12 @@ std::optional<VCardProperty> parseVCardProperty(std::string_view line)
 {
     // Files put one behind the other leave byte-order marks in the middle.
     line = withoutByteOrderMark(line);
+    const std::size_t plainEnd = plainNameEnd(line);
+    if (plainEnd < line.size() && line[plainEnd] == ':') {
+        return VCardProperty{.field = fieldNamed(withoutGroup(trimmed(line.substr(0, plainEnd)))),
+            .parameters = {},
+            .value = line.substr(plainEnd + 1)};
+    }
     const std::size_t colon = findColon(line);
     if (colon == std::string_view::npos)
         return std::nullopt;

@@ -15,6 +15,8 @@ private slots:
     void tellsCardsApart();
     void leavesOutWhatIsNoContact_data();
     void leavesOutWhatIsNoContact();
+    void readsPastTenMegabytesInOneLine_data();
+    void readsPastTenMegabytesInOneLine();
     void survivesDamage_data();
     void survivesDamage();
     void readsTheFirstOfThreeThousandCardsAndTheLast();
@@ -55,6 +57,18 @@ void VCardTest::readsTheFiveFields_data()
     row("names that only begin like ours",
         card("NICKNAME:Jinx\r\nTELEX:7\r\nX-TEL:8\r\nORGANIZER:x\r\nEMAILS:y\r\nNOTE:n\r\nTEL:1"),
         {phone("1")});
+    row("names and numbers in fields of a maker's own",
+        card("X-PHONETIC-FIRST-NAME:Jein\r\nX-PHONETIC-LAST-NAME:Dou\r\nX-PHONE:9\r\n"
+             "X-AIM:jane\r\nX-ANDROID-CUSTOM:vnd.android.cursor.item/nickname;Jinx;1;;\r\n"
+             "X-MAIDENNAME:Roe\r\nX-EMAIL:k@x.org\r\nX-ORG:Bolt\r\nX-N:Roe;Rita\r\nN:Doe;Jane"),
+        {person("Jane", "Doe")});
+    row("a card as Evolution keeps it",
+        card("PRODID:-//Example//EN\r\nUID:pas-id-5CE9F53C\r\nN:Doe;Jane;;;\r\nFN:Jane Doe\r\n"
+             "X-EVOLUTION-FILE-AS:Doe\\, Jane\r\nORG:Acme;Sales\r\n"
+             "TEL;X-EVOLUTION-E164=5550100,\"+1\";TYPE=CELL:+1 555-0100\r\n"
+             "EMAIL;TYPE=WORK;X-EVOLUTION-UI-SLOT=1:j@x.org\r\nX-EVOLUTION-VIDEO-URL:\r\n"
+             "REV:2026-11-21T16:12:45Z"),
+        {{"Jane", "Doe", "Acme", {"+1 555-0100"}, {"j@x.org"}}});
     row("several values in one phone line stay together", card("TEL:555-1,,22#"),
         {phone("555-1,,22#")});
 }
@@ -161,6 +175,33 @@ void VCardTest::leavesOutWhatIsNoContact()
     QFETCH(std::string, file);
     QFETCH(Contacts, expected);
     QCOMPARE(contactsIn(file), expected);
+}
+
+void VCardTest::readsPastTenMegabytesInOneLine_data()
+{
+    addCardColumns();
+    std::string endless;
+    endless.resize(10'000'000, 'A');
+    const auto between = [](const std::string& line) {
+        return card("N:Doe;Jane\r\nORG:Acme\r\n" + line + "\r\nTEL:1\r\nEMAIL:j@x.org");
+    };
+    const Contacts jane = {{"Jane", "Doe", "Acme", {"1"}, {"j@x.org"}}};
+    row("a note", between("NOTE:" + endless), jane);
+    row("a photo", between("PHOTO;ENCODING=b;TYPE=JPEG:" + endless), jane);
+    row("nothing that has a colon", between(endless), jane);
+    row("the name of a property", between(endless + ":2"), jane);
+    row("a parameter", between("NOTE;X-LABEL=" + endless + ":2"), jane);
+    row("an address", card("N:Doe;Jane\r\nTEL:1\r\nEMAIL:" + endless),
+        {{"Jane", "Doe", "", {"1"}, {endless}}});
+    row("garbage between cards", card("TEL:1") + endless + "\r\n" + card("TEL:2"),
+        {phone("1"), phone("2")});
+}
+
+void VCardTest::readsPastTenMegabytesInOneLine()
+{
+    QFETCH(std::string, file);
+    QFETCH(Contacts, expected);
+    QVERIFY(contactsIn(file) == expected); // nobody wants to see ten megabytes
 }
 
 void VCardTest::survivesDamage_data()

@@ -1,0 +1,49 @@
+// Loaded into a program that knows nothing of it (LD_PRELOAD): tells the channel that the
+// environment names when the first window, or the first list with rows, has been painted, and ends
+// the program there, so that its memory is what it took to come so far.
+
+#include "FirstPaint.h"
+#include "PaintWatch.h"
+
+#include <QAbstractItemView>
+#include <QCoreApplication>
+
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+
+#include <unistd.h>
+
+namespace {
+
+using namespace korvane;
+
+bool isFilledList(const QWidget& widget)
+{
+    const auto* list = qobject_cast<const QAbstractItemView*>(widget.parentWidget());
+    return list && list->viewport() == &widget && list->model() && list->model()->rowCount() > 0;
+}
+
+bool isWanted(const QWidget& widget)
+{
+    return qEnvironmentVariable(FirstPaint::wanted) == QLatin1String(FirstPaint::list)
+        ? isFilledList(widget)
+        : widget.isWindow();
+}
+
+[[noreturn]] void tellAndEnd()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    const int channel = qEnvironmentVariableIntValue(FirstPaint::channel);
+    const bool told = ::write(channel, &now, sizeof now) == sizeof now;
+    ::_exit(told ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+void watch()
+{
+    static const auto watching = std::make_unique<PaintWatch>(isWanted, tellAndEnd);
+}
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(watch)

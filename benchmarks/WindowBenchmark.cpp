@@ -1,0 +1,180 @@
+// What the window program costs beside a bare program with a window, as ratios taken in one run,
+// without a screen and, where there is a display, on that too. Linux only. Arguments:
+//   --quick        fewer chats, and no waiting for the export that goes by itself
+//   --rounds N     how often each measurement is taken (the median counts)
+// Each program runs in a process of its own, from a home folder made for it.
+
+#include "Arguments.h"
+#include "Child.h"
+#include "FirstPaint.h"
+#include "Program.h"
+#include "Typing.h"
+#include "WakeUps.h"
+#include "WindowScene.h"
+
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+#include <thread>
+
+using namespace korvane;
+
+namespace {
+
+using Seconds = std::chrono::seconds;
+
+const std::vector<std::string> realWindow{KORVANE_SYNC_APP};
+const std::vector<std::string> bareWindow{KORVANE_BARE_WINDOW};
+const std::vector<std::string> bareField{KORVANE_BARE_WINDOW, "--field"};
+
+std::vector<std::string> platforms()
+{
+    std::vector<std::string> names{"offscreen"};
+    if (std::getenv("DISPLAY"))
+        names.emplace_back("xcb");
+    return names;
+}
+
+void enter(const WindowScene& scene, const std::string& platform)
+{
+    scene.enter();
+    ::setenv("QT_QPA_PLATFORM", platform.c_str(), 1);
+}
+
+// The start.
+
+bool measureStart(const WindowScene& scene, const std::string& platform, int rounds)
+{
+    const auto start = [&](const std::vector<std::string>& words, const char* wanted) {
+        return [&scene, platform, words, wanted] {
+            enter(scene, platform);
+            return secondsToPaint(words, wanted);
+        };
+    };
+    const auto costs
+        = medians({start(bareWindow, FirstPaint::window), start(bareField, FirstPaint::window),
+                      start(realWindow, FirstPaint::window), start(realWindow, FirstPaint::list)},
+            rounds);
+    const Cost& bare = costs[0];
+    const auto times = [&](std::size_t i) { return costs[i].seconds / bare.seconds; };
+    std::cout << platform << ": bare window painted after " << bare.seconds * 1000 << " ms, "
+              << bare.peakBytes / 1'000'000 << " MB; with a text field, " << times(1)
+              << " times that; the real one with its list of chats, " << times(3) << " times\n";
+    const bool quick = report("  first painted window / bare window", times(2), 1.5);
+    const double memory
+        = static_cast<double>(costs[3].peakBytes) / static_cast<double>(bare.peakBytes);
+    return report("  peak memory with the list / bare window", memory, 1.5) && quick;
+}
+
+// The search.
+
+std::vector<double> keystrokes(const WindowScene& scene, int chats)
+{
+    enter(scene, "offscreen");
+    std::vector<double> seconds = secondsOfKeystrokes(chats);
+    std::sort(seconds.begin(), seconds.end());
+    return seconds;
+}
+
+double medianKeystroke(const WindowScene& scene, int chats)
+{
+    const std::vector<double> seconds = keystrokes(scene, chats);
+    return seconds[seconds.size() / 2];
+}
+
+bool measureSearch(const WindowScene& scene, int chats, int rounds)
+{
+    const auto costs = medians({[&] { return medianKeystroke(scene, chats); },
+                                   [&] { return keystrokes(scene, chats).back(); }},
+        rounds);
+    std::cout << "search in " << chats << " chats: slowest keystroke " << costs[1].seconds * 1000
+              << " ms\n";
+    return report("  keystroke to repainted list, median", costs[0].seconds * 1000, 16, "ms");
+}
+
+// The pictures.
+
+double secondsOfRun(const WindowScene& scene, const std::vector<std::string>& words)
+{
+    enter(scene, "offscreen");
+    return secondsOf([&] { Program(words).wait(); });
+}
+
+bool measurePictures(const WindowScene& scene, int rounds)
+{
+    const std::string folder = scene.home + "/pictures";
+    std::filesystem::create_directories(folder);
+    const auto costs
+        = medians({[&] {
+                       return secondsOfRun(scene, {KORVANE_BARE_SNAPSHOTS, folder});
+                   },
+                      [&] {
+                          return secondsOfRun(scene, {KORVANE_SYNC_APP, "--snapshot", folder});
+                      }},
+            rounds);
+    std::cout << "three pictures: bare program " << costs[0].seconds * 1000 << " ms\n";
+    return report("  snapshots / bare pictures", costs[1].seconds / costs[0].seconds, 2);
+}
+
+// At rest.
+
+struct Rest {
+    Seconds before; ///< until it is taken to be at rest
+    Seconds length;
+};
+
+constexpr Rest afterFirstPass{Seconds(35), Seconds(20)}; // passes come every 30 seconds
+
+double wakeUpsAtRest(const std::vector<std::string>& words, const Rest& rest)
+{
+    const Program program(words);
+    std::this_thread::sleep_for(rest.before);
+    const Sleeps before = sleepsOf(program);
+    std::this_thread::sleep_for(rest.length);
+    return static_cast<double>(wakeUps(before, sleepsOf(program)));
+}
+
+/// One program after the other: on a display only one of them can have the blinking cursor. A blink
+/// more or less at the ends of the time wakes the program, its connection and its painting.
+bool measureRest(const WindowScene& scene, const std::string& platform, const Rest& rest)
+{
+    const auto woken = [&](const std::vector<std::string>& words) {
+        return inChild([&] {
+            enter(scene, platform);
+            return wakeUpsAtRest(words, rest);
+        }).seconds; // which are none: the figure is the child's
+    };
+    std::filesystem::remove_all(scene.exportFolder());
+    const double real = woken(realWindow);
+    if (rest.before >= afterFirstPass.before && !std::filesystem::exists(scene.exportFolder()))
+        throw std::runtime_error("the selected chat was not exported by itself");
+    const double bare = woken(bareField);
+    std::cout << platform << ": wake-ups in " << rest.length.count() << " s of rest " << real
+              << ", of a bare window with a blinking cursor " << bare << '\n';
+    return report("  wake-ups beyond those", real - bare, 3, "");
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const Arguments arguments(argc, argv);
+    const bool quick = arguments.has("--quick");
+    const int rounds = std::stoi(arguments.value("--rounds", quick ? "3" : "15"));
+    const QTemporaryDir temporary;
+    const WindowScene scene = WindowScene::prepared(
+        temporary.path().toStdString() + "/home", quick ? 5'000 : 30'000, 300);
+    const Rest rest = quick ? Rest{Seconds(3), Seconds(4)} : afterFirstPass;
+    bool good = measureSearch(scene, quick ? 1'000 : 10'000, quick ? 1 : 5);
+    good = measurePictures(scene, rounds) && good;
+    for (const std::string& platform : platforms()) {
+        good = measureStart(scene, platform, rounds) && good;
+        good = measureRest(scene, platform, rest) && good;
+    }
+    return good || quick ? 0 : 1; // a small sample shows that it works, not how fast it is
+}

@@ -1,0 +1,71 @@
+# bash completion for korvane-sync
+
+# The guids in the database that the command line names. Reading is all that this does; a database
+# that takes longer to list its chats is not worth the wait.
+_korvane_sync_guids()
+{
+    local i database=()
+    for ((i = 1; i < ${#words[@]} - 1; ++i)); do
+        [[ ${words[i]} == --database ]] && database=(--database "${words[i + 1]/#\~\//$HOME/}")
+    done
+    timeout 2 korvane-sync chats --contacts /dev/null "${database[@]}" 2>/dev/null \
+        | sed -n '2,$s/^.* \(group\|person\)  *//p'
+}
+
+_korvane_sync_names()
+{
+    local name
+    while IFS= read -r name; do
+        [[ $name == "$current"* ]] && COMPREPLY+=("$name")
+    done
+    compopt -o filenames # so that what a shell reads otherwise is quoted
+}
+
+_korvane_sync()
+{
+    local i words=() command=
+    # "--option=value" comes in three words.
+    for ((i = 0; i <= COMP_CWORD; ++i)); do
+        [[ ${COMP_WORDS[i]} == = && i -lt COMP_CWORD ]] || words+=("${COMP_WORDS[i]}")
+    done
+    local current=${words[-1]} previous=${words[-2]}
+    [[ $current == = ]] && current=
+    current=${current#[\"\']}
+    current=${current//\\/}
+    COMPREPLY=()
+    [[ ${#words[@]} -gt 2 ]] && command=${words[1]}
+
+    case $previous in
+        --database | --contacts | --output)
+            _korvane_sync_names < <(compgen -f -- "$current")
+            return ;;
+        --folder)
+            _korvane_sync_names < <(compgen -d -- "$current")
+            return ;;
+        --chat)
+            _korvane_sync_names < <(_korvane_sync_guids)
+            return ;;
+        --every | --host | --port | --messages | --chats | --seed)
+            return ;;
+    esac
+
+    local options=
+    case $command in
+        '') options='chats export transfer receive sample --help --version' ;;
+        chats) options='--database --contacts --json --help --version' ;;
+        export)
+            options='--all --chat --database --contacts --folder --every --json --help --version' ;;
+        transfer)
+            options='--chat --host --port --database --contacts --folder --help --version' ;;
+        receive) options='--output --help --version' ;;
+        sample)
+            options='--messages --chats --seed --contacts --force --help --version'
+            [[ $current != -* ]] && _korvane_sync_names < <(compgen -f -- "$current")
+            ;;
+    esac
+    if [[ $command == '' || $current == -* ]]; then
+        mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W "$options" -- "$current")
+    fi
+}
+
+complete -F _korvane_sync korvane-sync

@@ -1,0 +1,54 @@
+# fish completion for korvane-sync
+
+# The guids in the database that the command line names, and what they stand for. Reading is all that
+# this does; a database that takes longer to list its chats is not worth the wait.
+function __korvane_sync_guids
+    set -l words (commandline -opc)
+    set -l database
+    set -l at (contains -i -- --database $words)
+    and set database --database (string replace -r '^~/' $HOME/ -- $words[(math $at + 1)])
+    timeout 2 korvane-sync chats --contacts /dev/null $database 2>/dev/null \
+        | string replace -f -r '^(.*?)  .* (?:group|person) +(.*)$' '$2\t$1'
+end
+
+set -l commands chats export transfer receive sample
+complete -c korvane-sync -f
+complete -c korvane-sync -s h -l help -d 'Say what there is'
+complete -c korvane-sync -l version -d 'Print the version'
+
+set -l first "not __fish_seen_subcommand_from $commands"
+complete -c korvane-sync -n $first -a chats -d 'List the chats, newest first'
+complete -c korvane-sync -n $first -a export -d 'Bring the export files of chats up to date'
+complete -c korvane-sync -n $first -a transfer -d 'Hand one chat to a phone or another machine'
+complete -c korvane-sync -n $first -a receive -d 'Fetch the chat that a link stands for'
+complete -c korvane-sync -n $first -a sample -d 'Write an invented Messages database'
+
+set -l sources '__fish_seen_subcommand_from chats export transfer'
+complete -c korvane-sync -n $sources -l database -rF -d 'The Messages database to read'
+complete -c korvane-sync -n $sources -l contacts -rF -d 'A vCard file, or a folder of them'
+
+set -l exporting '__fish_seen_subcommand_from export transfer'
+complete -c korvane-sync -n $exporting -l folder -xa '(__fish_complete_directories)' \
+    -d 'Where the files go'
+complete -c korvane-sync -n $exporting -l chat -xka '(__korvane_sync_guids)' -d 'This chat'
+
+complete -c korvane-sync -n '__fish_seen_subcommand_from chats export' -l json \
+    -d 'Speak to programs'
+complete -c korvane-sync -n '__fish_seen_subcommand_from export' -l all -d 'Every chat'
+complete -c korvane-sync -n '__fish_seen_subcommand_from export' -l every -x \
+    -d 'Again every so many seconds'
+
+set -l transfer '__fish_seen_subcommand_from transfer'
+complete -c korvane-sync -n $transfer -l host -x -d 'This machine\'s address, as the other sees it'
+complete -c korvane-sync -n $transfer -l port -x -d 'The port to be asked at'
+
+complete -c korvane-sync -n '__fish_seen_subcommand_from receive' -l output -rF \
+    -d 'The file to write'
+
+set -l sample '__fish_seen_subcommand_from sample'
+complete -c korvane-sync -n $sample -F
+complete -c korvane-sync -n $sample -l messages -x -d 'How many messages'
+complete -c korvane-sync -n $sample -l chats -x -d 'How many chats'
+complete -c korvane-sync -n $sample -l seed -x -d 'Another seed, another sample'
+complete -c korvane-sync -n $sample -l contacts -rF -d 'Also write its people as vCards'
+complete -c korvane-sync -n $sample -l force -d 'Overwrite what is there'

@@ -1,0 +1,134 @@
+#include "contacts/EvolutionStore.h"
+
+#include <QDBusArgument>
+#include <QDBusObjectPath>
+#include <QMap>
+
+#include <algorithm>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+/// From object to interface to property, as GetManagedObjects answers.
+using ManagedObjects = QMap<QDBusObjectPath, QMap<QString, QVariantMap>>;
+
+/// The query that all kinds of books understand; not all do so for a shorter one.
+constexpr char everyContact[] = "(contains \"x-evolution-any-field\" \"\")";
+
+/// A data source as far as it counts here.
+struct DataSource {
+    bool isBook = false;
+    bool isEnabled = true;
+    QString parent;
+};
+
+using DataSources = QMap<QString, DataSource>; // by identifier
+
+QString qualified(const QString& name)
+{
+    return QStringLiteral("org.gnome.evolution.dataserver.") + name;
+}
+
+QStringList namesOn(const SessionBus& bus, const QString& list)
+{
+    return bus.call(SessionBus::method(list), QStringLiteral("as")).constFirst().toStringList();
+}
+
+/// The one among `names` that is `prefix` and the highest number; empty without any.
+QString highestNumbered(const QStringList& names, const QString& prefix)
+{
+    std::pair<int, QString> highest;
+    for (const QString& name : names) {
+        bool isNumber = false;
+        const int number = name.mid(prefix.size()).toInt(&isNumber);
+        if (isNumber && name.startsWith(prefix))
+            highest = std::max(highest, {number, name});
+    }
+    return highest.second;
+}
+
+/// Reads a key file: groups in brackets, under them lines of key and value.
+DataSource parsedSource(const QString& keyFile)
+{
+    DataSource source;
+    QStringView group;
+    for (const QStringView line : QStringView(keyFile).split(u'\n')) {
+        if (line.startsWith(u'['))
+            group = line;
+        else if (group == u"[Data Source]" && line.startsWith(u"Enabled="))
+            source.isEnabled = line != u"Enabled=false";
+        else if (group == u"[Data Source]" && line.startsWith(u"Parent="))
+            source.parent = line.mid(line.indexOf(u'=') + 1).toString();
+        source.isBook = source.isBook || group == u"[Address Book]";
+    }
+    return source;
+}
+
+DataSources dataSources(const QVariant& objects)
+{
+    DataSources sources;
+    for (const auto& interfaces : qdbus_cast<ManagedObjects>(objects)) {
+        const QVariantMap source = interfaces.value(qualified(QStringLiteral("Source")));
+        sources.insert(source.value(QStringLiteral("UID")).toString(),
+            parsedSource(source.value(QStringLiteral("Data")).toString()));
+    }
+    return sources;
+}
+
+/// A source is off where the account that it belongs to is off. Parents in a circle end somewhere.
+bool isSwitchedOn(const DataSources& sources, QString identifier)
+{
+    constexpr int deepest = 16;
+    for (int depth = 0; depth < deepest && sources.contains(identifier); ++depth) {
+        if (!sources[identifier].isEnabled)
+            return false;
+        identifier = sources[identifier].parent;
+    }
+    return true;
+}
+
+} // namespace
+
+EvolutionStore::EvolutionStore(const SessionBus& bus) : m_bus(bus)
+{
+    const QStringList names = namesOn(bus, QStringLiteral("ListActivatableNames"))
+        + namesOn(bus, QStringLiteral("ListNames"));
+    m_sources = highestNumbered(names, qualified(QStringLiteral("Sources")));
+    m_factory = highestNumbered(names, qualified(QStringLiteral("AddressBook")));
+    if (m_sources.isEmpty() || m_factory.isEmpty())
+        throw SessionBusError("no Evolution Data Server");
+}
+
+QStringList EvolutionStore::books() const
+{
+    const SessionBusMethod method{m_sources,
+        QStringLiteral("/org/gnome/evolution/dataserver/SourceManager"),
+        QStringLiteral("org.freedesktop.DBus.ObjectManager"), QStringLiteral("GetManagedObjects")};
+    const DataSources sources
+        = dataSources(m_bus.call(method, QStringLiteral("a{oa{sa{sv}}}")).constFirst());
+    QStringList books;
+    for (auto source = sources.begin(); source != sources.end(); ++source) {
+        if (source->isBook && isSwitchedOn(sources, source.key()))
+            books.append(source.key());
+    }
+    return books;
+}
+
+QStringList EvolutionStore::cards(const QString& book) const
+{
+    const SessionBusMethod openBook{m_factory,
+        QStringLiteral("/org/gnome/evolution/dataserver/AddressBookFactory"),
+        qualified(QStringLiteral("AddressBookFactory")), QStringLiteral("OpenAddressBook")};
+    const QVariantList place = m_bus.call(openBook, QStringLiteral("ss"), {book});
+    SessionBusMethod method{place[1].toString(), place[0].toString(),
+        qualified(QStringLiteral("AddressBook")), QStringLiteral("Open")};
+    m_bus.call(method, {});
+    method.name = QStringLiteral("GetContactList");
+    return m_bus.call(method, QStringLiteral("as"), {QString::fromLatin1(everyContact)})
+        .constFirst()
+        .toStringList();
+}
+
+} // namespace korvane

@@ -1,0 +1,239 @@
+#include "contacts/ContactNames.h"
+#include "contacts/FilledStore.h"
+#include "contacts/PrivateDesktop.h"
+#include "support/Printing.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTcpServer>
+#include <QTest>
+
+#include <csignal>
+#include <future>
+#include <unistd.h>
+
+namespace korvane {
+
+/// Desktops without a store, and with one that says nothing: the names that are to be had come
+/// within three seconds.
+class SilentDesktopTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+    void withoutBusThereAreNoNames_data();
+    void withoutBusThereAreNoNames();
+    void withoutServiceThereAreNoNames();
+    void stoppedProcessCostsNoMoreThanThreeSeconds_data();
+    void stoppedProcessCostsNoMoreThanThreeSeconds();
+    void processStoppedInTheMiddleCostsNoMoreThanThreeSeconds_data();
+    void processStoppedInTheMiddleCostsNoMoreThanThreeSeconds();
+    void processThatEndsInTheMiddleCostsNothing_data();
+    void processThatEndsInTheMiddleCostsNothing();
+    void storeIsReadAgainWhenItGoesOn();
+    void bookThatHangsKeepsNoOtherBack();
+    void bookThatFailsKeepsNoOtherBack();
+
+private:
+    void fillStore(int contacts);
+    pid_t processOf(const QString& role) const;
+
+    std::unique_ptr<PrivateDesktop> m_desktop;
+    std::unique_ptr<FilledStore> m_store;
+};
+
+namespace {
+
+constexpr qint64 patience = 3'000; // milliseconds
+
+/// What ContactNames::load() gives; fails the test where it takes too long.
+ContactNames loadInTime()
+{
+    QElapsedTimer timer;
+    timer.start();
+    ContactNames names = ContactNames::load();
+    const qint64 took = timer.elapsed();
+    if (took >= patience)
+        QTest::qFail(qPrintable(QStringLiteral("took %1 ms").arg(took)), __FILE__, __LINE__);
+    return names;
+}
+
+void addProcesses()
+{
+    QTest::addColumn<QString>("role");
+    for (const char* role : {"the bus", "the service of sources", "the service of books"})
+        QTest::newRow(role) << QString::fromLatin1(role);
+}
+
+/// Moments in milliseconds; a load of all that is in the store takes some 30.
+void addProcessesAndMoments(std::initializer_list<int> moments)
+{
+    QTest::addColumn<QString>("role");
+    QTest::addColumn<int>("moment");
+    for (const char* role : {"the bus", "the service of sources", "the service of books"}) {
+        for (const int moment : moments)
+            QTest::addRow("%s after %d ms", role, moment) << QString::fromLatin1(role) << moment;
+    }
+}
+
+} // namespace
+
+void SilentDesktopTest::initTestCase()
+{
+    if (!PrivateDesktop::isInstalled())
+        QSKIP("needs the packages evolution-data-server and dbus");
+}
+
+void SilentDesktopTest::cleanup()
+{
+    m_store.reset();
+    m_desktop.reset();
+}
+
+/// A store in which a contact has two keys, all of its services running.
+void SilentDesktopTest::fillStore(int contacts)
+{
+    m_desktop = std::make_unique<PrivateDesktop>();
+    m_store = std::make_unique<FilledStore>();
+    m_store->addNumberedCards(contacts);
+    QCOMPARE(ContactNames::load().map.size(), std::size_t(2) * contacts);
+}
+
+pid_t SilentDesktopTest::processOf(const QString& role) const
+{
+    if (role == QStringLiteral("the bus"))
+        return m_desktop->bus();
+    return role == QStringLiteral("the service of books") ? m_store->booksProcess()
+                                                          : m_store->sourcesProcess();
+}
+
+void SilentDesktopTest::withoutBusThereAreNoNames_data()
+{
+    QTest::addColumn<QByteArray>("address");
+    QTest::addColumn<QByteArray>("runtimeFolder");
+    const auto row = [](const char* name, const char* address, const char* runtimeFolder) {
+        QTest::newRow(name) << QByteArray(address) << QByteArray(runtimeFolder);
+    };
+    row("nothing is said", "", "");
+    row("a runtime folder without a bus", "", "/tmp");
+    row("no socket at the address", "unix:path=/nowhere/bus", "");
+    row("no bus at any of the addresses", "unix:path=/nowhere/a;unix:abstract=korvane-none", "");
+    row("no socket but a file", "unix:path=/etc/hostname", "");
+    row("a port where nothing listens", "tcp:host=127.0.0.1,port=1", "");
+    row("no address", "here", "");
+    row("an unknown kind of address", "pigeon:loft=1", "");
+    row("a broken escape", "unix:path=%zz", "");
+}
+
+void SilentDesktopTest::withoutBusThereAreNoNames()
+{
+    QFETCH(QByteArray, address);
+    QFETCH(QByteArray, runtimeFolder);
+    const QTemporaryDir home;
+    qputenv("HOME", home.path().toUtf8());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+    qputenv("XDG_RUNTIME_DIR", runtimeFolder);
+    QVERIFY(loadInTime().map.empty());
+}
+
+void SilentDesktopTest::withoutServiceThereAreNoNames()
+{
+    m_desktop = std::make_unique<PrivateDesktop>(PrivateDesktop::Services::None);
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(ContactNames::load().map.empty());
+    QVERIFY(timer.elapsed() < 1'000); // there is nothing to wait for
+}
+
+void SilentDesktopTest::stoppedProcessCostsNoMoreThanThreeSeconds_data()
+{
+    addProcesses();
+}
+
+void SilentDesktopTest::stoppedProcessCostsNoMoreThanThreeSeconds()
+{
+    QFETCH(QString, role);
+    fillStore(3);
+    const Stopped stopped(processOf(role));
+    QVERIFY(loadInTime().map.empty());
+}
+
+void SilentDesktopTest::processStoppedInTheMiddleCostsNoMoreThanThreeSeconds_data()
+{
+    addProcessesAndMoments({1, 5, 10, 20});
+}
+
+void SilentDesktopTest::processStoppedInTheMiddleCostsNoMoreThanThreeSeconds()
+{
+    QFETCH(QString, role);
+    QFETCH(int, moment);
+    constexpr int contacts = 1'000;
+    fillStore(contacts);
+    const pid_t process = processOf(role);
+    auto load = std::async(std::launch::async, loadInTime);
+    QTest::qSleep(moment);
+    const Stopped stopped(process);
+    const ContactNames names = load.get();
+    QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
+}
+
+void SilentDesktopTest::processThatEndsInTheMiddleCostsNothing_data()
+{
+    addProcessesAndMoments({1, 10});
+}
+
+void SilentDesktopTest::processThatEndsInTheMiddleCostsNothing()
+{
+    QFETCH(QString, role);
+    QFETCH(int, moment);
+    constexpr int contacts = 1'000;
+    fillStore(contacts);
+    const pid_t process = processOf(role);
+    auto load = std::async(std::launch::async, loadInTime);
+    QTest::qSleep(moment);
+    ::kill(process, SIGKILL);
+    const ContactNames names = load.get();
+    QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
+}
+
+void SilentDesktopTest::storeIsReadAgainWhenItGoesOn()
+{
+    fillStore(3);
+    {
+        const Stopped stopped(m_store->booksProcess());
+        QVERIFY(loadInTime().map.empty());
+    }
+    QCOMPARE(loadInTime().map.size(), std::size_t(6));
+}
+
+/// The directory server of this book takes connections and says nothing.
+void SilentDesktopTest::bookThatHangsKeepsNoOtherBack()
+{
+    fillStore(3);
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    m_store->addBook(QStringLiteral("a-directory"),
+        QStringLiteral("[Data Source]\nDisplayName=Directory\nParent=ldap-stub\nEnabled=true\n\n"
+                       "[Address Book]\nBackendName=ldap\n\n"
+                       "[Authentication]\nHost=127.0.0.1\nPort=%1\nMethod=none\n\n"
+                       "[LDAP Backend]\nRootDn=dc=example\nScope=subtree\nLimit=100\n\n"
+                       "[Security]\nMethod=none\n")
+            .arg(silent.serverPort()));
+    QCOMPARE(loadInTime().map.size(), std::size_t(6));
+    QVERIFY(silent.hasPendingConnections() || silent.waitForNewConnection(0));
+}
+
+void SilentDesktopTest::bookThatFailsKeepsNoOtherBack()
+{
+    fillStore(3);
+    QString keyFile = FilledStore::localBook({});
+    keyFile.replace(QStringLiteral("BackendName=local"), QStringLiteral("BackendName=unheard-of"));
+    m_store->addSource(QStringLiteral("a-book"), keyFile);
+    QCOMPARE(loadInTime().map.size(), std::size_t(6));
+}
+
+} // namespace korvane
+
+QTEST_GUILESS_MAIN(korvane::SilentDesktopTest)
+#include "SilentDesktopTest.moc"

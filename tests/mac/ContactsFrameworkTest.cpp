@@ -1,0 +1,198 @@
+#include "contacts/ContactNames.h"
+#include "contacts/ContactsFrameworkSource.h"
+#include "mac/ContactsDouble.h"
+#include "support/Printing.h"
+
+#include <thread>
+
+using namespace korvane;
+using contactsDouble::Access;
+using contactsDouble::Play;
+
+/// What the Mac's contact store says, and what becomes of it: order, access, failures.
+class ContactsFrameworkTest : public QObject {
+    Q_OBJECT
+
+    using Texts = std::vector<std::string>;
+
+    static Contact ann()
+    {
+        return {.givenName = "Ann",
+            .familyName = "Lee",
+            .phoneNumbers = {"+1 (555) 123-4567", "0171 / 23 45", "*67#"},
+            .emailAddresses = {"Ann.Lee@Example.org", "ann@work.example"}};
+    }
+
+    static Contact acme()
+    {
+        return {.organizationName = "Acme \u2615", .phoneNumbers = {"555.000.1111"}};
+    }
+
+    static Contact bo() { return {.givenName = "Bo", .phoneNumbers = {"555.123.4567"}}; }
+
+    static std::vector<Contact> visited()
+    {
+        std::vector<Contact> contacts;
+        ContactsFrameworkSource().forEachContact(
+            [&](const Contact& contact) { contacts.push_back(contact); });
+        contactsDouble::release();
+        return contacts;
+    }
+
+    static std::vector<Contact> visited(Play play)
+    {
+        contactsDouble::begin(std::move(play));
+        return visited();
+    }
+
+private slots:
+    void contactsComeInTheOrderOfTheStore()
+    {
+        const std::vector<Contact> kept{bo(), ann(), acme(), Contact(), bo()};
+        QVERIFY(visited({.contacts = kept}) == kept);
+    }
+
+    void emptyStoreVisitsNothing()
+    {
+        QVERIFY(visited({}).empty());
+        QCOMPARE(contactsDouble::record().calls.back(), std::string("enumerate"));
+    }
+
+    void thousandsOfContactsCome()
+    {
+        std::vector<Contact> kept;
+        for (int i = 0; i < 5000; ++i)
+            kept.push_back({.givenName = std::to_string(i), .phoneNumbers = {std::to_string(-i)}});
+        QVERIFY(visited({.contacts = kept}) == kept);
+    }
+
+    void textsKeepZeroBytesAndFarPlanes()
+    {
+        using namespace std::string_literals;
+        const std::vector<Contact> kept{{.givenName = "A\0b"s, .familyName = "\U0001F98A e\u0301"}};
+        QVERIFY(visited({.contacts = kept}) == kept);
+    }
+
+    void accessIsAskedForOnceAndBeforeAnythingElse()
+    {
+        visited({.contacts = {ann(), bo()}});
+        QVERIFY(contactsDouble::record().calls == Texts({"create", "ask", "enumerate"}));
+    }
+
+    void fiveKeysAreFetchedInTheirOrder()
+    {
+        visited({.contacts = {ann()}});
+        QVERIFY(contactsDouble::record().keys
+            == Texts(
+                {"givenName", "familyName", "organizationName", "phoneNumbers", "emailAddresses"}));
+    }
+
+    void visitsHappenOnTheCallingThread()
+    {
+        contactsDouble::begin({.contacts = {ann()}, .answersAfter = std::chrono::milliseconds(20)});
+        std::thread::id thread;
+        ContactsFrameworkSource().forEachContact(
+            [&](const Contact&) { thread = std::this_thread::get_id(); });
+        contactsDouble::release();
+        QVERIFY(thread == std::this_thread::get_id());
+    }
+
+    void answerIsAwaited()
+    {
+        const Play play{.contacts = {ann()}, .answersAfter = std::chrono::milliseconds(600)};
+        QCOMPARE(visited(play).size(), 1U);
+    }
+
+    void withoutAccessNothingIsRead_data()
+    {
+        QTest::addColumn<Play>("play");
+        QTest::newRow("denied") << Play{.contacts = {ann()}, .access = Access::Denied};
+        QTest::newRow("failed") << Play{.contacts = {ann()}, .access = Access::Failed};
+        QTest::newRow("granted, with an error")
+            << Play{.contacts = {ann()}, .access = Access::GrantedWithAnError};
+        QTest::newRow("denied after a while") << Play{.contacts = {ann()},
+            .access = Access::Denied,
+            .answersAfter = std::chrono::milliseconds(50)};
+        QTest::newRow("an exception") << Play{.contacts = {ann()}, .throwsWhenAsked = true};
+    }
+
+    void withoutAccessNothingIsRead()
+    {
+        QFETCH(const Play, play);
+        const auto begin = std::chrono::steady_clock::now();
+        QVERIFY(visited(play).empty());
+        QVERIFY(contactsDouble::record().calls == Texts({"create", "ask"}));
+        QVERIFY(std::chrono::steady_clock::now() - begin < std::chrono::seconds(2));
+    }
+
+    void whatCameBeforeAFailureCounts_data()
+    {
+        QTest::addColumn<Play>("play");
+        QTest::addColumn<int>("count");
+        const std::vector<Contact> three{ann(), bo(), acme()};
+        QTest::newRow("error at once") << Play{.contacts = three, .failsAfter = 0} << 0;
+        QTest::newRow("error half-way") << Play{.contacts = three, .failsAfter = 2} << 2;
+        QTest::newRow("error at the end") << Play{.contacts = three, .failsAfter = 3} << 3;
+        QTest::newRow("exception at once") << Play{.contacts = three, .throwsAfter = 0} << 0;
+        QTest::newRow("exception half-way") << Play{.contacts = three, .throwsAfter = 1} << 1;
+        QTest::newRow("exception at the end") << Play{.contacts = three, .throwsAfter = 3} << 3;
+        QTest::newRow("exception on a thread of the store's") << Play{.contacts = three,
+            .answersAfter = std::chrono::milliseconds(20),
+            .throwsAfter = 2} << 2;
+    }
+
+    void whatCameBeforeAFailureCounts()
+    {
+        QFETCH(const Play, play);
+        QFETCH(const int, count);
+        const std::vector<Contact> expected(play.contacts.begin(), play.contacts.begin() + count);
+        const auto begin = std::chrono::steady_clock::now();
+        QVERIFY(visited(play) == expected);
+        QVERIFY(std::chrono::steady_clock::now() - begin < std::chrono::seconds(2));
+    }
+
+    void nothingIsKept_data()
+    {
+        QTest::addColumn<Play>("play");
+        QTest::newRow("all is well") << Play{.contacts = {ann(), bo()}};
+        QTest::newRow("denied") << Play{.access = Access::Denied};
+        QTest::newRow("failed half-way") << Play{.contacts = {ann(), bo()}, .failsAfter = 1};
+    }
+
+    void nothingIsKept()
+    {
+        QFETCH(const Play, play);
+        visited(play);
+        QTRY_COMPARE(contactsDouble::alive(), 0);
+    }
+
+    void visitorMayThrow()
+    {
+        contactsDouble::begin({.contacts = {ann(), bo()}});
+        const auto refuse = [](const Contact&) { throw std::runtime_error("enough"); };
+        QVERIFY_EXCEPTION_THROWN(
+            ContactsFrameworkSource().forEachContact(refuse), std::runtime_error);
+        contactsDouble::release();
+    }
+
+    void namesOfThePlatformAreThoseOfTheStore()
+    {
+        contactsDouble::begin({.contacts = {ann(), acme(), bo()}});
+        const ContactNames names = ContactNames::load();
+        contactsDouble::release();
+        QCOMPARE(names.name("ann.lee@example.ORG"), std::string("Ann Lee"));
+        QCOMPARE(names.name("+1 555 000 1111"), std::string("Acme \u2615"));
+        QCOMPARE(names.name("(555) 123-4567"), std::string("Bo")); // the last one has it
+        QCOMPARE(names.map.size(), 6U);
+    }
+
+    void deniedNamesAreNone()
+    {
+        contactsDouble::begin({.contacts = {ann()}, .access = Access::Denied});
+        QVERIFY(ContactNames::load() == ContactNames());
+        contactsDouble::release();
+    }
+};
+
+QTEST_GUILESS_MAIN(ContactsFrameworkTest)
+#include "ContactsFrameworkTest.moc"

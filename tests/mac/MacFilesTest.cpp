@@ -1,0 +1,132 @@
+#include "mac/Plist.h"
+
+#include <QDir>
+#include <QImage>
+#include <QJsonArray>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <QtTest/QTest>
+
+using namespace korvane;
+using namespace Qt::StringLiterals;
+
+/// The files that the Mac's application is made of: the property lists, the icon, and the recipe of
+/// the machine that builds it.
+class MacFilesTest : public QObject {
+    Q_OBJECT
+
+    static QString source(const QString& path) { return QStringLiteral(SOURCE "/") + path; }
+
+    /// The pictures of an icon, by their type; empty where the lengths in it do not fit.
+    static QMap<QByteArray, QImage> picturesIn(const QByteArray& icon)
+    {
+        const auto length = [&](qsizetype at) { return qFromBigEndian<quint32>(icon.data() + at); };
+        QMap<QByteArray, QImage> pictures;
+        if (!icon.startsWith("icns") || length(4) != icon.size())
+            return {};
+        for (qsizetype at = 8; at != icon.size(); at += length(at + 4)) {
+            if (at + 8 > icon.size() || length(at + 4) < 8 || at + length(at + 4) > icon.size())
+                return {};
+            const QByteArray png = icon.mid(at + 8, length(at + 4) - 8);
+            pictures.insert(icon.mid(at, 4), QImage::fromData(png, "PNG"));
+        }
+        return pictures;
+    }
+
+    static QByteArray madeIcon(const QString& path)
+    {
+        printedBy(QStringLiteral(MAKE_ICNS), {source(u"src/app/resources/Guide.svg"_s), path});
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+private slots:
+    void entitlementsAreTheAddressBookAlone()
+    {
+        const QJsonObject entitlements = readPlist(source(u"packaging/mac/entitlements.plist"_s));
+        QCOMPARE(entitlements,
+            (QJsonObject{{u"com.apple.security.personal-information.addressbook"_s, true}}));
+    }
+
+    void templatesArePropertyLists_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::newRow("application") << u"packaging/mac/Info.plist.in"_s;
+        QTest::newRow("terminal program") << u"packaging/mac/Tool-Info.plist.in"_s;
+    }
+
+    void templatesArePropertyLists()
+    {
+        QFETCH(const QString, file);
+        const QJsonObject plist = readPlist(source(file));
+        QCOMPARE(plist[u"LSMinimumSystemVersion"], u"14.0"_s);
+        QVERIFY(plist[u"NSContactsUsageDescription"].toString().contains(u"contacts"_s));
+        QVERIFY(plist[u"NSLocalNetworkUsageDescription"].toString().contains(u"phone"_s));
+    }
+
+    void iconHasEverySize()
+    {
+        const QTemporaryDir folder;
+        const auto pictures = picturesIn(madeIcon(folder.filePath(u"made.icns"_s)));
+        const QMap<QByteArray, int> sizes{{"ic11", 32}, {"ic12", 64}, {"ic07", 128}, {"ic13", 256},
+            {"ic08", 256}, {"ic14", 512}, {"ic09", 512}, {"ic10", 1024}};
+        QCOMPARE(pictures.keys(), sizes.keys());
+        for (auto size = sizes.begin(); size != sizes.end(); ++size)
+            QCOMPARE(pictures[size.key()].size(), QSize(size.value(), size.value()));
+    }
+
+    void iconIsTheGuideOnARoundedDarkGround()
+    {
+        const QTemporaryDir folder;
+        const QImage icon = picturesIn(madeIcon(folder.filePath(u"made.icns"_s))).value("ic10");
+        QCOMPARE(icon.pixelColor(50, 512).alpha(), 0); // the margin
+        QCOMPARE(icon.pixelColor(110, 110).alpha(), 0); // the corner
+        QCOMPARE(icon.pixelColor(512, 120).alpha(), 255);
+        QVERIFY(icon.pixelColor(512, 120).lightness() < 40);
+        const QColor body = icon.pixelColor(512, 500);
+        QVERIFY2(body.red() > 200 && body.blue() < 140, qPrintable(body.name()));
+    }
+
+    void iconIsReadByOthers()
+    {
+        const QString reader = QStandardPaths::findExecutable(u"icns2png"_s);
+        if (reader.isEmpty())
+            QSKIP("icns2png is not here.");
+        const QTemporaryDir folder;
+        const QString icon = folder.filePath(u"made.icns"_s);
+        QVERIFY(!madeIcon(icon).isEmpty());
+        printedBy(reader, {u"-x"_s, u"-s"_s, u"512x512"_s, u"-o"_s, folder.path(), icon});
+        const QStringList pictures = QDir(folder.path()).entryList({u"*512x512*.png"_s});
+        QVERIFY(!pictures.isEmpty());
+        QCOMPARE(QImage(folder.filePath(pictures[0])).size(), QSize(512, 512));
+    }
+
+    void iconOfNothingIsAnError()
+    {
+        const QTemporaryDir folder;
+        QCOMPARE(QProcess::execute(QStringLiteral(MAKE_ICNS),
+                     {u"/no/drawing.svg"_s, folder.filePath(u"made.icns"_s)}),
+            1);
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList());
+    }
+
+    void workflowBuildsTestsAndPacks()
+    {
+        const QStringList noYaml{u"-c"_s, u"import yaml"_s};
+        if (QProcess::execute(QStringLiteral(PYTHON), noYaml) != 0)
+            QSKIP("Python's yaml is not here.");
+        const QJsonObject workflow = readBy(u"yaml"_s, source(u".github/workflows/macos.yml"_s));
+        const QJsonObject job = workflow[u"jobs"][u"application"].toObject();
+        QVERIFY(job[u"runs-on"].toString().startsWith(u"macos"_s));
+        QString commands;
+        for (const QJsonValue step : job[u"steps"].toArray())
+            commands += step[u"run"].toString() + u'\n';
+        for (const QString& command : {u"brew install"_s, u"cmake --build"_s, u"ctest"_s,
+                 u"packaging/mac/bundle"_s, u"packaging/mac/sign"_s, u"packaging/mac/disk-image"_s})
+            QVERIFY2(commands.contains(command), qPrintable(command));
+    }
+};
+
+QTEST_GUILESS_MAIN(MacFilesTest)
+#include "MacFilesTest.moc"

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QString>
+
+namespace korvane {
+
+/// What `program` prints, which must succeed; empty where it does not.
+inline QByteArray printedBy(const QString& program, const QStringList& arguments)
+{
+    constexpr int patience = 20000; // milliseconds
+    QProcess process;
+    process.start(program, arguments);
+    const bool isOver = process.waitForFinished(patience);
+    if (isOver && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
+        return process.readAllStandardOutput();
+    qWarning().noquote() << process.readAllStandardError();
+    return {};
+}
+
+/// A property list or, read by the module "yaml", such a file; empty where it is none.
+inline QJsonObject readBy(const QString& module, const QString& path)
+{
+    const QString script = module == QLatin1String("yaml")
+        ? QStringLiteral("import json, sys, yaml\n"
+                         "print(json.dumps(yaml.safe_load(open(sys.argv[1], 'rb'))))")
+        : QStringLiteral("import json, plistlib, sys\n"
+                         "print(json.dumps(plistlib.load(open(sys.argv[1], 'rb'))))");
+    const QByteArray json = printedBy(QStringLiteral(PYTHON), {QStringLiteral("-c"), script, path});
+    return QJsonDocument::fromJson(json).object();
+}
+
+inline QJsonObject readPlist(const QString& path)
+{
+    return readBy(QStringLiteral("plistlib"), path);
+}
+
+} // namespace korvane

@@ -1,0 +1,1 @@
+#include <Block.h> // GNUstep looks for it here; Debian has it there

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QProcess>
+#include <QStandardPaths>
+#include <QtTest/QTest>
+
+#include <utility>
+#include <vector>
+
+namespace korvane {
+
+/// What came of a program that was run to its end.
+struct Outcome {
+    int code = -1; ///< stays so where it did not start, or died
+    QString out;
+    QString err;
+
+    QByteArray said() const { return (out + err).toUtf8(); }
+};
+
+using Variables = std::vector<std::pair<QString, QString>>;
+
+/// Runs a program with these variables set on top of this one's environment.
+inline Outcome run(
+    const QString& program, const QStringList& arguments, const Variables& variables = {})
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    for (const auto& [name, value] : variables)
+        environment.insert(name, value);
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
+        return {-1, {}, process.errorString()};
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+        QString::fromUtf8(process.readAllStandardError())};
+}
+
+} // namespace korvane
+
+/// Ends a test with a word where a program that it wants is not on this machine.
+#define NEEDS_PROGRAM(name)                                                                        \
+    if (QStandardPaths::findExecutable(QStringLiteral(name)).isEmpty())                            \
+    QSKIP("There is no " name " here.")

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Command.h"
+
+#include <QRegularExpression>
+
+#include <set>
+
+namespace korvane {
+
+inline const QStringList subcommands{QStringLiteral("chats"), QStringLiteral("export"),
+    QStringLiteral("transfer"), QStringLiteral("receive"), QStringLiteral("sample")};
+
+/// What the first group of `pattern` matches in `text`, each once.
+inline std::set<QString> allMatches(const QString& pattern, const QString& text)
+{
+    std::set<QString> found;
+    const QRegularExpression expression(pattern, QRegularExpression::MultilineOption);
+    for (auto match = expression.globalMatch(text); match.hasNext();)
+        found.insert(match.next().captured(1));
+    return found;
+}
+
+/// The long options of a command of korvane-sync, as its --help has them, without the dashes.
+inline std::set<QString> optionsInHelp(const QString& subcommand)
+{
+    const Outcome help = run(QStringLiteral(PROGRAM), {subcommand, QStringLiteral("--help")});
+    return allMatches(QStringLiteral("^ *(?:-\\w,)?--([a-z][a-z-]*)"), help.out);
+}
+
+/// The commands, as the program's --help has them.
+inline std::set<QString> subcommandsInHelp()
+{
+    const QString help = run(QStringLiteral(PROGRAM), {QStringLiteral("--help")}).out;
+    return allMatches(
+        QStringLiteral("^  ([a-z]+) "), help.mid(help.indexOf(QStringLiteral("Subcommands:"))));
+}
+
+/// The same names as one text, for a message that can be read.
+inline QString joined(const std::set<QString>& names)
+{
+    return QStringList(names.begin(), names.end()).join(QLatin1Char(' '));
+}
+
+} // namespace korvane
