@@ -65,7 +65,7 @@ void ServerStateTest::ticketsAndKeysAreNeverTheSame()
         drawn.insert(fromBase64Url(issued.value().ticket).value());
         drawn.insert(issued->key.bytes());
     }
-    QCOMPARE(drawn.size(), std::size_t{2 * count});
+    QCOMPARE(drawn.size(), 2 * static_cast<std::size_t>(count));
     QCOMPARE(offer.state.transferTickets.size(), std::size_t{count});
 }
 
