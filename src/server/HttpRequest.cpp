@@ -1,5 +1,6 @@
 #include "server/HttpRequest.h"
 
+#include "contacts/Ascii.h"
 #include "messages/Utf8.h"
 
 #include <algorithm>
@@ -28,16 +29,15 @@ std::string_view takeWord(std::string_view& rest)
     return word;
 }
 
-std::string lowered(std::string_view name)
+std::string loweredName(std::string_view name)
 {
     std::string lower(name);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
+    std::transform(
+        lower.begin(), lower.end(), lower.begin(), [](char letter) { return lowered(letter); });
     return lower;
 }
 
-std::string_view trimmed(std::string_view value)
+std::string_view trimmedValue(std::string_view value)
 {
     constexpr std::string_view blanks = " \t";
     const std::size_t first = value.find_first_not_of(blanks);
@@ -50,7 +50,7 @@ void addHeader(std::string_view line, std::map<std::string, std::string>& header
 {
     const std::size_t colon = line.find(':');
     if (colon != line.npos)
-        headers[lowered(line.substr(0, colon))] = trimmed(line.substr(colon + 1));
+        headers[loweredName(line.substr(0, colon))] = trimmedValue(line.substr(colon + 1));
 }
 
 } // namespace
