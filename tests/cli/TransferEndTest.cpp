@@ -120,7 +120,7 @@ private slots:
         QCOMPARE(transfer.exitCode(), 0);
         QVERIFY(transfer.printed.text().ends_with("\nThe link has expired.\n"));
         QCOMPARE(transfer.complained.text(), std::string());
-        QVERIFY_EXCEPTION_THROWN(Client{link.port}, std::system_error);
+        QVERIFY_THROWS_EXCEPTION(std::system_error, Client{link.port});
     }
 
     void fetchUnderWayMayFinish()
@@ -168,7 +168,7 @@ private slots:
         QVERIFY2(timer.elapsed() < 1500, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(running.printed().ends_with("\nEnded.\n"));
         QCOMPARE(running.complained(), std::string());
-        QVERIFY_EXCEPTION_THROWN(Client{port}, std::system_error);
+        QVERIFY_THROWS_EXCEPTION(std::system_error, Client{port});
     }
 
     void userEndsItInTheMiddleOfAFetch()

@@ -203,7 +203,7 @@ void VCardSourceTest::letsTheVisitorStopByThrowing()
 {
     writeCard("book/a.vcf", "1");
     const auto stop = [](const Contact&) { throw std::runtime_error("enough"); };
-    QVERIFY_EXCEPTION_THROWN(VCardSource(path("book")).forEachContact(stop), std::runtime_error);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, VCardSource(path("book")).forEachContact(stop));
 }
 
 } // namespace korvane

@@ -264,9 +264,9 @@ void SyncFailuresTest::aDateOutOfRangeEndsTheProgram()
     setup.addMessages(1, 1);
     setup.addMessages(2, 1);
     setup.db.sql().execute("UPDATE message SET date = -9223372036854775808 WHERE ROWID = 2");
-    QVERIFY_EXCEPTION_THROWN(setup.sync(), std::overflow_error);
+    QVERIFY_THROWS_EXCEPTION(std::overflow_error, setup.sync());
     QCOMPARE(ExportState::load().chats.size(), std::size_t{1});
-    QVERIFY_EXCEPTION_THROWN(setup.sync(), std::overflow_error);
+    QVERIFY_THROWS_EXCEPTION(std::overflow_error, setup.sync());
     QCOMPARE(setup.rowIDs(1), std::vector<std::int64_t>{1}); // what was written is remembered
 }
 

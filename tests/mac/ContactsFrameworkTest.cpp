@@ -170,8 +170,8 @@ private slots:
     {
         contactsDouble::begin({.contacts = {ann(), bo()}});
         const auto refuse = [](const Contact&) { throw std::runtime_error("enough"); };
-        QVERIFY_EXCEPTION_THROWN(
-            ContactsFrameworkSource().forEachContact(refuse), std::runtime_error);
+        QVERIFY_THROWS_EXCEPTION(
+            std::runtime_error, ContactsFrameworkSource().forEachContact(refuse));
         contactsDouble::release();
     }
 

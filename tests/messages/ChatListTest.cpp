@@ -180,7 +180,7 @@ void ChatListTest::dateWithoutAbsoluteValueEndsTheProgram()
 {
     OneChat database;
     database.addMessage(1, {.date = std::numeric_limits<std::int64_t>::min()});
-    QVERIFY_EXCEPTION_THROWN(chatsOf(database), std::overflow_error);
+    QVERIFY_THROWS_EXCEPTION(std::overflow_error, chatsOf(database));
 }
 
 void ChatListTest::sharedMessageCountsForBothChats()

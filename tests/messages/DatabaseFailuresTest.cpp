@@ -151,7 +151,7 @@ void DatabaseFailuresTest::visitorsErrorPassesThrough()
         ++visits;
         throw std::runtime_error("enough");
     };
-    QVERIFY_EXCEPTION_THROWN(db.forEachMessage(1, 0, visit), std::runtime_error);
+    QVERIFY_THROWS_EXCEPTION(std::runtime_error, db.forEachMessage(1, 0, visit));
     QCOMPARE(visits, 1);
     QCOMPARE(db.messages(1, 0).size(), std::size_t(2));
 }

@@ -212,7 +212,7 @@ void MessageRowsTest::dateWithoutAbsoluteValueEndsTheProgram()
 {
     OneChat database;
     database.addMessage(1, {.date = std::numeric_limits<std::int64_t>::min()});
-    QVERIFY_EXCEPTION_THROWN(database.rows(), std::overflow_error);
+    QVERIFY_THROWS_EXCEPTION(std::overflow_error, database.rows());
 }
 
 void MessageRowsTest::viewsEqualTheKeptRows()

@@ -43,7 +43,7 @@ void SqliteTest::init()
 void SqliteTest::processIsConfiguredBeforeTheFirstConnectionOnly()
 {
     Sqlite::openForWriting(path());
-    QVERIFY_EXCEPTION_THROWN(Sqlite::configureProcess(), std::logic_error);
+    QVERIFY_THROWS_EXCEPTION(std::logic_error, Sqlite::configureProcess());
 }
 
 void SqliteTest::readOnlyConnectionRefusesToWrite()

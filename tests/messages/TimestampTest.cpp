@@ -51,8 +51,8 @@ void TimestampTest::tellsSecondsFromNanoseconds()
 
 void TimestampTest::mostNegativeDateEndsTheProgram()
 {
-    QVERIFY_EXCEPTION_THROWN(
-        referenceTime(std::numeric_limits<std::int64_t>::min()), std::overflow_error);
+    QVERIFY_THROWS_EXCEPTION(
+        std::overflow_error, referenceTime(std::numeric_limits<std::int64_t>::min()));
 }
 
 void TimestampTest::referenceDateIsTheFirstSecondOf2001()

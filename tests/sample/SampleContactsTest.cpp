@@ -129,8 +129,8 @@ void SampleContactsTest::leavesAFileThatExistsUntouched()
     QVERIFY(mine.open(QIODevice::WriteOnly));
     mine.write("precious");
     mine.close();
-    QVERIFY_EXCEPTION_THROWN(
-        writeSampleContacts(mine.fileName().toStdString(), usualSize), DBError);
+    QVERIFY_THROWS_EXCEPTION(
+        DBError, writeSampleContacts(mine.fileName().toStdString(), usualSize));
     QVERIFY(mine.open(QIODevice::ReadOnly));
     QCOMPARE(mine.readAll(), QByteArray("precious"));
 }

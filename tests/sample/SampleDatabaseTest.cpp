@@ -258,7 +258,7 @@ void SampleDatabaseTest::refusesSizesThatNoSampleHas()
 {
     QFETCH(qint64, messages);
     QFETCH(qint64, chats);
-    QVERIFY_EXCEPTION_THROWN(SampleFile({.messages = messages, .chats = chats}), DBError);
+    QVERIFY_THROWS_EXCEPTION(DBError, SampleFile({.messages = messages, .chats = chats}));
 }
 
 } // namespace korvane

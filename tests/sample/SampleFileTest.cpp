@@ -180,8 +180,8 @@ void SampleFileTest::leavesNoFileWhenStopped()
 void SampleFileTest::leavesNoFileWhenAskingFails()
 {
     const auto fail = [](std::int64_t) -> bool { throw std::runtime_error("asked too often"); };
-    QVERIFY_EXCEPTION_THROWN(
-        writeSampleDatabase(pathOf("chat.db"), smallSize, fail), std::runtime_error);
+    QVERIFY_THROWS_EXCEPTION(
+        std::runtime_error, writeSampleDatabase(pathOf("chat.db"), smallSize, fail));
     QCOMPARE(files(), QStringList());
 }
 
