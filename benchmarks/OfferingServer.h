@@ -40,7 +40,7 @@ public:
 
 private:
     const std::string m_fileName;
-    SyncServer m_server{{.address = QHostAddress::LocalHost}};
+    SyncServer m_server{{.address = "127.0.0.1"}};
     std::uint16_t m_port = 0;
 };
 

@@ -2,19 +2,37 @@
 
 #include <QDateTime>
 #include <QLocale>
-#include <QRegularExpression>
 
 namespace korvane {
 
 namespace {
 
+bool isSeparator(QChar character)
+{
+    return character.isSpace() || character == u',' || character == u'،';
+}
+
+/// Takes the day of the week out of a form, and what sets it apart.
+QString withoutDayOfWeek(QString form)
+{
+    const QLatin1String day("dddd");
+    qsizetype begin = form.indexOf(day);
+    if (begin < 0)
+        return form;
+    qsizetype end = begin + day.size();
+    while (begin > 0 && isSeparator(form[begin - 1]))
+        --begin;
+    while (end < form.size() && isSeparator(form[end]))
+        ++end;
+    return form.remove(begin, end - begin);
+}
+
 /// The locale's long form without the day of the week, the month abbreviated: "MMM d, yyyy". Qt has
 /// no such form of its own.
 QString abbreviatedForm(const QLocale& locale)
 {
-    static const QRegularExpression dayOfWeek(QStringLiteral("[\\s,،]*dddd[\\s,،]*"));
-    QString form = locale.dateFormat(QLocale::LongFormat).remove(dayOfWeek);
-    return form.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
+    return withoutDayOfWeek(locale.dateFormat(QLocale::LongFormat))
+        .replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
 }
 
 /// The date without time, in the system's time zone.

@@ -2,46 +2,58 @@
 
 #include "storage/Paths.h"
 
-#include <QCryptographicHash>
-#include <QLocalSocket>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
 
 namespace korvane {
 
 namespace {
 
-/// A name of a socket for the support folder; the path itself may be longer than one can be.
-QString socketName()
+constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+
+Descriptor openedPipe(const std::filesystem::path& path)
 {
-    const QByteArray folder = QByteArray::fromStdString(Paths::support().native());
-    return QStringLiteral("KorvaneSync-")
-        + QString::fromLatin1(
-            QCryptographicHash::hash(folder, QCryptographicHash::Sha256).toHex().first(16));
+    ::mkfifo(path.c_str(), ownerOnly);
+    Descriptor opened(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
+    struct stat status { };
+    const bool isPipe = opened && ::fstat(opened.get(), &status) == 0 && S_ISFIFO(status.st_mode);
+    return isPipe ? std::move(opened) : Descriptor();
 }
 
-bool answers(const QString& name)
+Descriptor openedLock(const std::filesystem::path& path)
 {
-    constexpr int patience = 1000; // milliseconds
-    QLocalSocket socket;
-    socket.connectToServer(name);
-    return socket.waitForConnected(patience);
+    return Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly));
+}
+
+bool isHeldByAnother(const Descriptor& lock)
+{
+    return lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 } // namespace
 
 SingleInstance::SingleInstance()
+    : m_requests(openedPipe(Paths::support() / "window.pipe"))
+    , m_lock(openedLock(Paths::support() / "window.lock"))
 {
-    const QString name = socketName();
-    m_askedFirst = answers(name);
+    if (!m_requests)
+        return;
+    m_askedFirst = isHeldByAnother(m_lock) && ::write(m_requests.get(), "s", 1) == 1;
     if (m_askedFirst)
         return;
-    QLocalServer::removeServer(name); // of a program that ended without clearing up
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
-    connect(&m_server, &QLocalServer::newConnection, this, [this] {
-        while (QLocalSocket* asking = m_server.nextPendingConnection())
-            asking->deleteLater();
-        emit showRequested();
-    });
-    m_server.listen(name);
+    m_waiting = std::make_unique<QSocketNotifier>(m_requests.get(), QSocketNotifier::Read);
+    connect(m_waiting.get(), &QSocketNotifier::activated, this, &SingleInstance::takeRequests);
+}
+
+void SingleInstance::takeRequests()
+{
+    std::array<char, 64> requests{};
+    while (::read(m_requests.get(), requests.data(), requests.size()) > 0) { }
+    emit showRequested();
 }
 
 } // namespace korvane

@@ -1,26 +1,124 @@
 #include "server/Listener.h"
 
-#include <QNetworkProxy>
+#include "server/SocketPlatform.h"
 
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <cerrno>
 #include <chrono>
+#include <utility>
 
 namespace korvane {
 
-Listener::Listener(std::function<void(int descriptor)> accept) : m_accept(std::move(accept))
+namespace {
+
+struct AddressesDeleter {
+    void operator()(addrinfo* addresses) const { ::freeaddrinfo(addresses); }
+};
+using Addresses = std::unique_ptr<addrinfo, AddressesDeleter>;
+
+Addresses numericAddress(const std::string& host, std::uint16_t port)
 {
-    constexpr int backlog = 512;
-    setListenBacklogSize(backlog);
-    setProxy(QNetworkProxy::NoProxy); // phones come to this machine itself
-    m_retry.setSingleShot(true);
-    m_retry.setInterval(std::chrono::milliseconds(100));
-    // After an error the base class accepts no more until it is told to.
-    connect(this, &QTcpServer::acceptError, &m_retry, qOverload<>(&QTimer::start));
-    connect(&m_retry, &QTimer::timeout, this, &QTcpServer::resumeAccepting);
+    addrinfo hints{};
+    hints.ai_flags = AI_PASSIVE | AI_NUMERICHOST | AI_NUMERICSERV;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    const int code = ::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found);
+    return Addresses(code == 0 ? found : nullptr);
 }
 
-void Listener::incomingConnection(qintptr descriptor)
+void set(const Descriptor& socket, int level, int option, int value)
 {
-    m_accept(static_cast<int>(descriptor));
+    ::setsockopt(socket.get(), level, option, &value, sizeof value);
+}
+
+bool bindAndListen(const Descriptor& socket, const addrinfo& address)
+{
+    constexpr int backlog = 512;
+    return ::bind(socket.get(), address.ai_addr, address.ai_addrlen) == 0
+        && ::listen(socket.get(), backlog) == 0;
+}
+
+/// Where there is none, `errno` says why.
+Descriptor listeningSocket(const std::string& host, std::uint16_t port)
+{
+    const Addresses address = numericAddress(host, port);
+    if (!address)
+        return Descriptor();
+    Descriptor socket(::socket(address->ai_family, address->ai_socktype, address->ai_protocol));
+    if (!socket)
+        return Descriptor();
+    ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
+    ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
+    set(socket, SOL_SOCKET, SO_REUSEADDR, 1); // what lingers of earlier connections is no hindrance
+    if (address->ai_family == AF_INET6)
+        set(socket, IPPROTO_IPV6, IPV6_V6ONLY, 0);
+    return bindAndListen(socket, *address) ? std::move(socket) : Descriptor();
+}
+
+/// For connections over IPv6 and IPv4, or over IPv4 alone where the system has no IPv6.
+Descriptor socketForAll(std::uint16_t port)
+{
+    Descriptor both = listeningSocket("::", port);
+    return both || errno == EADDRINUSE ? std::move(both) : listeningSocket("0.0.0.0", port);
+}
+
+/// Trouble of the one connection, which is gone with it.
+bool concernsOneConnection(int code)
+{
+    return code == EINTR || code == ECONNABORTED || code == EPROTO;
+}
+
+} // namespace
+
+std::unique_ptr<Listener> Listener::on(
+    const std::string& address, std::uint16_t port, const Accept& accept)
+{
+    Descriptor socket = address.empty() ? socketForAll(port) : listeningSocket(address, port);
+    if (!socket)
+        return nullptr;
+    return std::unique_ptr<Listener>(new Listener(std::move(socket), accept));
+}
+
+Listener::Listener(Descriptor socket, Accept accept)
+    : m_socket(std::move(socket))
+    , m_accept(std::move(accept))
+    , m_waiting(m_socket.get(), QSocketNotifier::Read)
+{
+    connect(&m_waiting, &QSocketNotifier::activated, this, &Listener::acceptAll);
+    m_retry.setSingleShot(true);
+    m_retry.setInterval(std::chrono::milliseconds(100));
+    connect(&m_retry, &QTimer::timeout, this, [this] { m_waiting.setEnabled(true); });
+}
+
+void Listener::acceptAll()
+{
+    while (true) {
+        const int descriptor = SocketPlatform::accept(m_socket.get());
+        if (descriptor >= 0)
+            m_accept(descriptor);
+        else if (!concernsOneConnection(errno))
+            break;
+    }
+    if (errno == EAGAIN || errno == EWOULDBLOCK)
+        return;
+    m_waiting.setEnabled(false); // it would wake the thread again at once
+    m_retry.start();
+}
+
+std::uint16_t Listener::port() const
+{
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    auto* const plain = reinterpret_cast<sockaddr*>(&address);
+    if (::getsockname(m_socket.get(), plain, &size) != 0)
+        return 0;
+    return ntohs(address.ss_family == AF_INET6
+            ? reinterpret_cast<const sockaddr_in6*>(plain)->sin6_port
+            : reinterpret_cast<const sockaddr_in*>(plain)->sin_port);
 }
 
 } // namespace korvane

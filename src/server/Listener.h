@@ -1,25 +1,42 @@
 #pragma once
 
-#include <QTcpServer>
+#include "storage/Descriptor.h"
+
+#include <QObject>
+#include <QSocketNotifier>
 #include <QTimer>
 
+#include <cstdint>
 #include <functional>
+#include <memory>
+#include <string>
 
 namespace korvane {
 
 /// Accepts TCP connections and hands their descriptors on. Where the system has none to spare it
 /// tries again a little later. Lives on the server's thread.
-class Listener : public QTcpServer {
+class Listener : public QObject {
     Q_OBJECT
 
 public:
-    explicit Listener(std::function<void(int descriptor)> accept);
+    using Accept = std::function<void(int descriptor)>;
 
-protected:
-    void incomingConnection(qintptr descriptor) override;
+    /// Listens on a numeric address, or on all that this machine has where that is empty; port 0
+    /// is one that the system chooses. Nothing where it cannot be had.
+    static std::unique_ptr<Listener> on(
+        const std::string& address, std::uint16_t port, const Accept& accept);
+
+    /// The port that it listens on.
+    std::uint16_t port() const;
 
 private:
-    const std::function<void(int)> m_accept;
+    Listener(Descriptor socket, Accept accept);
+
+    void acceptAll();
+
+    const Descriptor m_socket;
+    const Accept m_accept;
+    QSocketNotifier m_waiting;
     QTimer m_retry;
 };
 

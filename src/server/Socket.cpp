@@ -2,9 +2,8 @@
 
 #include "server/SocketPlatform.h"
 
-#include <QHostAddress>
-
 #include <fcntl.h>
+#include <netdb.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 
@@ -33,7 +32,6 @@ Socket::Transferred outcomeOf(ssize_t count)
 
 Socket::Socket(int descriptor) : m_descriptor(descriptor)
 {
-    ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
     SocketPlatform::sendWithoutSignal(descriptor);
 }
@@ -70,10 +68,12 @@ std::string Socket::peerAddress() const
     auto* address = reinterpret_cast<sockaddr*>(&storage);
     if (::getpeername(descriptor(), address, &size) != 0)
         return "";
-    const QHostAddress host(address);
-    bool isIPv4 = false; // also where it comes as ::ffff:192.168.1.20
-    const quint32 ipv4 = host.toIPv4Address(&isIPv4);
-    return (isIPv4 ? QHostAddress(ipv4) : host).toString().toStdString();
+    std::array<char, NI_MAXHOST> text{};
+    if (::getnameinfo(address, size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST) != 0)
+        return "";
+    const std::string_view host = text.data();
+    constexpr std::string_view mapped = "::ffff:"; // IPv4 on a socket for both
+    return std::string(host.starts_with(mapped) ? host.substr(mapped.size()) : host);
 }
 
 } // namespace korvane

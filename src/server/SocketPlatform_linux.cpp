@@ -6,6 +6,11 @@
 
 namespace korvane {
 
+int SocketPlatform::accept(int listening)
+{
+    return ::accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+}
+
 void SocketPlatform::sendWithoutSignal(int /*descriptor*/) { }
 
 int SocketPlatform::sendFlags()

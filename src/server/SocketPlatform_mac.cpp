@@ -1,8 +1,17 @@
 #include "server/SocketPlatform.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 
 namespace korvane {
+
+int SocketPlatform::accept(int listening)
+{
+    const int descriptor = ::accept(listening, nullptr, nullptr);
+    if (descriptor >= 0)
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    return descriptor;
+}
 
 void SocketPlatform::sendWithoutSignal(int descriptor)
 {

@@ -74,17 +74,15 @@ void SyncServer::launch(std::uint16_t port)
     }
     if ((port != 0 && listen(port)) || listen(0)) {
         if (onReady)
-            onReady(m_listener->serverPort());
+            onReady(m_listener->port());
     }
 }
 
 bool SyncServer::listen(std::uint16_t port)
 {
-    m_listener = std::make_unique<Listener>([this](int descriptor) { m_pool->add(descriptor); });
-    if (m_listener->listen(m_options.address, port))
-        return true;
-    m_listener.reset();
-    return false;
+    m_listener = Listener::on(
+        m_options.address, port, [this](int descriptor) { m_pool->add(descriptor); });
+    return m_listener != nullptr;
 }
 
 void SyncServer::offer(std::set<std::string> guids, std::filesystem::path folder)

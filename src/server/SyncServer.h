@@ -4,7 +4,6 @@
 #include "server/ServerLimits.h"
 #include "server/ServerState.h"
 
-#include <QHostAddress>
 #include <QThread>
 
 #include <chrono>
@@ -44,7 +43,7 @@ struct TransferEvent {
 struct ServerOptions {
     std::function<TransferTicket::Clock::time_point()> now = TransferTicket::Clock::now;
     ServerLimits limits;
-    QHostAddress address = QHostAddress::Any; ///< where it listens
+    std::string address; ///< numeric, where it listens; on all where empty
 };
 
 /// The local HTTP server from which phones fetch exported chats. Its operations may be called from

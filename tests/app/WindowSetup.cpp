@@ -54,7 +54,7 @@ AppEnvironment WindowSetup::environment()
     environment.database = db.path();
     environment.loadNames = [] { return ContactNames(); };
     environment.localAddress = [] { return "127.0.0.1"; };
-    environment.server.address = QHostAddress::LocalHost;
+    environment.server.address = "127.0.0.1";
     environment.pickFolder = [this](const std::filesystem::path& start) {
         startsOfPicks.push_back(start);
         return picked;

@@ -142,7 +142,7 @@ private slots:
         World world;
         std::mutex lock;
         std::vector<std::uint16_t> ports;
-        SyncServer server(ServerOptions{.address = QHostAddress::LocalHost});
+        SyncServer server(ServerOptions{.address = "127.0.0.1"});
         server.onReady = [&](std::uint16_t port) {
             const std::lock_guard guard(lock);
             ports.push_back(port);

@@ -184,7 +184,7 @@ private slots:
         if (!std::filesystem::exists("/proc/self/fd"))
             QSKIP("no list of open descriptors here");
         const ExportedChat chat;
-        ServerOptions options{.address = QHostAddress::LocalHost};
+        ServerOptions options{.address = "127.0.0.1"};
         options.limits = {.connections = limit, .farewell = 60s};
         std::promise<void> crowdIsThere;
         std::promise<std::uint16_t> ready;

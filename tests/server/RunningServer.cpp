@@ -34,7 +34,7 @@ RunningServer::RunningServer(ServerLimits limits)
     ServerOptions options;
     options.now = [now = m_now] { return now->load(); };
     options.limits = limits;
-    options.address = QHostAddress::LocalHost;
+    options.address = "127.0.0.1";
     m_server = std::make_unique<SyncServer>(std::move(options));
     const auto ready = std::make_shared<std::promise<std::uint16_t>>();
     m_server->onReady = [ready, told = false](std::uint16_t port) mutable {

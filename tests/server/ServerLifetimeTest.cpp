@@ -28,7 +28,7 @@ private slots:
             return threads;
         };
         std::atomic<std::uint16_t> ready = 0;
-        SyncServer server(ServerOptions{.address = QHostAddress::LocalHost});
+        SyncServer server(ServerOptions{.address = "127.0.0.1"});
         server.onReady = [&](std::uint16_t port) {
             noteThread();
             ready = port;
@@ -62,7 +62,7 @@ private slots:
         for (int round = 0; round < rounds; ++round) {
             alive = true;
             {
-                SyncServer server(ServerOptions{.address = QHostAddress::LocalHost});
+                SyncServer server(ServerOptions{.address = "127.0.0.1"});
                 server.onReady = [&](std::uint16_t) { late += alive ? 0 : 1; };
                 server.start(0);
             }

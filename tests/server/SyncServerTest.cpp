@@ -16,7 +16,7 @@ class SyncServerTest : public QObject {
 
     /// A server and the ports that it reported.
     struct Reporting {
-        explicit Reporting(const QHostAddress& address = QHostAddress::LocalHost)
+        explicit Reporting(const std::string& address = "127.0.0.1")
             : server(ServerOptions{.address = address})
         {
             server.onReady = [this](std::uint16_t port) {

@@ -34,7 +34,7 @@ StateSetup::StateSetup()
     environment.timeOfDay = [] { return QTime(9, 41); };
     environment.localAddress = [] { return std::optional<std::string>("127.0.0.1"); };
     environment.server.now = [now = m_now] { return now->load(); };
-    environment.server.address = QHostAddress::LocalHost;
+    environment.server.address = "127.0.0.1";
 }
 
 StateSetup::~StateSetup()

@@ -230,7 +230,7 @@ private slots:
     void serverThatCannotListenLeavesTheCodeOut()
     {
         StateSetup setup;
-        setup.environment.server.address = QHostAddress(QStringLiteral("192.0.2.1"));
+        setup.environment.server.address = "192.0.2.1";
         AppState& state = opened(setup);
         state.prepareTransfer();
         QTRY_COMPARE(state.status(), std::string("Starting secure local transfer…"));
