@@ -73,6 +73,7 @@ int Application::run(int& argc, char** argv)
 {
     if (!hasDisplay())
         return complain("There is no display to open a window on. korvane-sync works without one.");
+    const std::future<void> fonts = readFontsAhead();
     const QApplication application(argc, argv);
     nameApplication();
     SingleInstance instance;

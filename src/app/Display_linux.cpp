@@ -1,5 +1,7 @@
 #include "app/Display.h"
 
+#include <fontconfig/fontconfig.h>
+
 #include <cstdlib>
 
 namespace korvane {
@@ -17,6 +19,11 @@ bool isSet(const char* variable)
 bool hasDisplay()
 {
     return isSet("QT_QPA_PLATFORM") || isSet("WAYLAND_DISPLAY") || isSet("DISPLAY");
+}
+
+std::future<void> readFontsAhead()
+{
+    return std::async(std::launch::async, [] { FcInit(); }); // which Qt calls for its first font
 }
 
 } // namespace korvane

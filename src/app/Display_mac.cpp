@@ -7,4 +7,9 @@ bool hasDisplay()
     return true;
 }
 
+std::future<void> readFontsAhead()
+{
+    return {}; // the system has it at hand
+}
+
 } // namespace korvane

@@ -87,6 +87,8 @@ public:
         QObject::connect(m_reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
         QObject::connect(m_reply.get(), &QNetworkReply::downloadProgress, &loop,
             [this](qint64 received, qint64 total) { watch(received, total); });
+        QObject::connect(m_reply.get(), &QNetworkReply::readyRead, &loop,
+            [this] { checkSize(m_reply->bytesAvailable()); }); // progress is told now and then only
         if (!m_reply->isFinished())
             loop.exec();
         if (m_tooLarge)
@@ -100,11 +102,17 @@ public:
 private:
     void watch(std::int64_t received, std::int64_t total)
     {
-        m_tooLarge = std::max(received, total) > largestAnswer;
-        if (m_tooLarge)
-            m_reply->abort();
-        else
+        if (checkSize(std::max(received, total)))
             m_progress(received, total);
+    }
+
+    bool checkSize(std::int64_t bytes)
+    {
+        if (m_tooLarge || bytes <= largestAnswer)
+            return !m_tooLarge;
+        m_tooLarge = true;
+        m_reply->abort();
+        return false;
     }
 
     const TransferLink& m_link;

@@ -1,8 +1,6 @@
 #include "pairing/Crypto.h"
 
-#include <openssl/crypto.h>
-#include <openssl/evp.h>
-#include <openssl/rand.h>
+#include "pairing/OpenSsl.h"
 
 #include <algorithm>
 #include <limits>
@@ -14,10 +12,7 @@ namespace {
 
 constexpr qsizetype overhead = Envelope::nonceSize + Envelope::tagSize;
 
-struct ContextFreer {
-    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
-};
-using Context = std::unique_ptr<EVP_CIPHER_CTX, ContextFreer>;
+using Context = std::unique_ptr<EVP_CIPHER_CTX, decltype(OpenSsl::freeContext)>;
 
 enum class Direction { Open = 0, Seal = 1 };
 
@@ -33,7 +28,23 @@ const unsigned char* raw(const char* bytes)
 
 bool drawRandom(unsigned char* to, qsizetype count)
 {
-    return count <= std::numeric_limits<int>::max() && RAND_bytes(to, static_cast<int>(count)) == 1;
+    const OpenSsl* library = OpenSsl::load();
+    return library && count <= std::numeric_limits<int>::max()
+        && library->randomBytes(to, static_cast<int>(count)) == 1;
+}
+
+bool areSame(const void* first, const void* second, std::size_t size)
+{
+    const OpenSsl* library = OpenSsl::load();
+    return library && library->compare(first, second, size) == 0;
+}
+
+/// Not left out by the compiler, though nobody reads what it writes.
+void wipe(std::span<unsigned char> bytes)
+{
+    volatile unsigned char* const to = bytes.data();
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        to[i] = 0;
 }
 
 /// The library counts in ints.
@@ -42,44 +53,72 @@ bool fits(std::size_t size)
     return size <= static_cast<std::size_t>(std::numeric_limits<int>::max());
 }
 
-/// Begins work on a body: key, nonce and authenticated data are set. Null where it fails.
-Context begun(Direction direction, const unsigned char* key, const unsigned char* nonce,
-    std::string_view authenticated)
-{
-    Context context(EVP_CIPHER_CTX_new());
-    int ignored = 0;
-    const bool good = context && fits(authenticated.size())
-        && EVP_CipherInit_ex(
-               context.get(), EVP_aes_256_gcm(), nullptr, key, nonce, static_cast<int>(direction))
-            == 1
-        && EVP_CipherUpdate(context.get(), nullptr, &ignored, raw(authenticated.data()),
-               static_cast<int>(authenticated.size()))
+/// Work on one body.
+class Cipher {
+public:
+    /// With key, nonce and authenticated data set. Tells whether that worked.
+    Cipher(Direction direction, const unsigned char* key, const unsigned char* nonce,
+        std::string_view authenticated)
+        : m_library(OpenSsl::load())
+        , m_context(m_library ? m_library->newContext() : nullptr,
+              m_library ? m_library->freeContext : nullptr)
+        , m_isGood(m_context && fits(authenticated.size()) && begin(direction, key, nonce)
+              && update(raw(authenticated.data()), authenticated.size(), nullptr))
+    {
+    }
+
+    explicit operator bool() const { return m_isGood; }
+
+    bool encryptInPlace(std::span<char> text, char* tag)
+    {
+        return update(raw(text.data()), text.size(), raw(text.data())) && finish()
+            && control(EVP_CTRL_GCM_GET_TAG, tag);
+    }
+
+    /// Without the tag's proof that nobody has altered it.
+    bool decrypt(QByteArrayView ciphertext, char* text)
+    {
+        return update(
+            raw(ciphertext.data()), static_cast<std::size_t>(ciphertext.size()), raw(text));
+    }
+
+    bool isGenuine(QByteArrayView tag)
+    {
+        std::array<char, Envelope::tagSize> expected{};
+        std::copy(tag.begin(), tag.end(), expected.begin());
+        return control(EVP_CTRL_GCM_SET_TAG, expected.data()) && finish();
+    }
+
+private:
+    bool begin(Direction direction, const unsigned char* key, const unsigned char* nonce)
+    {
+        return m_library->init(m_context.get(), m_library->aes256Gcm(), nullptr, key, nonce,
+                   static_cast<int>(direction))
             == 1;
-    return good ? std::move(context) : nullptr;
-}
+    }
 
-bool encryptInPlace(EVP_CIPHER_CTX* context, std::span<char> text, char* tag)
-{
-    int written = 0;
-    return EVP_CipherUpdate(
-               context, raw(text.data()), &written, raw(text.data()), static_cast<int>(text.size()))
-        == 1
-        && EVP_CipherFinal_ex(context, raw(text.data()) + written, &written) == 1
-        && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_GET_TAG, Envelope::tagSize, tag) == 1;
-}
+    bool update(const unsigned char* from, std::size_t count, unsigned char* to)
+    {
+        int written = 0;
+        return m_library->update(m_context.get(), to, &written, from, static_cast<int>(count)) == 1;
+    }
 
-bool decrypt(EVP_CIPHER_CTX* context, QByteArrayView ciphertext, QByteArrayView tag, char* text)
-{
-    std::array<char, Envelope::tagSize> expected{};
-    std::copy(tag.begin(), tag.end(), expected.begin());
-    int written = 0;
-    return EVP_CipherUpdate(context, raw(text), &written, raw(ciphertext.data()),
-               static_cast<int>(ciphertext.size()))
-        == 1
-        && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_SET_TAG, Envelope::tagSize, expected.data())
-        == 1
-        && EVP_CipherFinal_ex(context, raw(text) + written, &written) == 1;
-}
+    bool finish()
+    {
+        std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> none{}; // a stream leaves nothing over
+        int written = 0;
+        return m_library->final(m_context.get(), none.data(), &written) == 1;
+    }
+
+    bool control(int command, char* tag)
+    {
+        return m_library->control(m_context.get(), command, Envelope::tagSize, tag) == 1;
+    }
+
+    const OpenSsl* const m_library;
+    const Context m_context;
+    const bool m_isGood;
+};
 
 } // namespace
 
@@ -117,7 +156,7 @@ std::optional<SymmetricKey> SymmetricKey::fromBytes(QByteArrayView bytes)
 
 SymmetricKey::~SymmetricKey()
 {
-    OPENSSL_cleanse(m_bytes.data(), size);
+    wipe(m_bytes);
 }
 
 QByteArray SymmetricKey::bytes() const
@@ -131,8 +170,8 @@ std::optional<QByteArray> SymmetricKey::seal(Envelope envelope, std::string_view
     char* nonce = envelope.m_bytes.data();
     if (!fits(text.size()) || !drawRandom(raw(nonce), Envelope::nonceSize))
         return std::nullopt;
-    const Context cipher = begun(Direction::Seal, m_bytes.data(), raw(nonce), context);
-    if (!cipher || !encryptInPlace(cipher.get(), text, text.data() + text.size()))
+    Cipher cipher(Direction::Seal, m_bytes.data(), raw(nonce), context);
+    if (!cipher || !cipher.encryptInPlace(text, text.data() + text.size()))
         return std::nullopt;
     return std::move(envelope.m_bytes);
 }
@@ -142,9 +181,10 @@ std::optional<QByteArray> SymmetricKey::open(QByteArrayView sealed, std::string_
     if (sealed.size() < overhead || !fits(static_cast<std::size_t>(sealed.size())))
         return std::nullopt;
     const QByteArrayView ciphertext = sealed.sliced(Envelope::nonceSize, sealed.size() - overhead);
-    const Context cipher = begun(Direction::Open, m_bytes.data(), raw(sealed.data()), context);
+    Cipher cipher(Direction::Open, m_bytes.data(), raw(sealed.data()), context);
     QByteArray text(ciphertext.size(), Qt::Uninitialized);
-    if (!cipher || !decrypt(cipher.get(), ciphertext, sealed.last(Envelope::tagSize), text.data()))
+    if (!cipher || !cipher.decrypt(ciphertext, text.data())
+        || !cipher.isGenuine(sealed.last(Envelope::tagSize)))
         return std::nullopt;
     return text;
 }
@@ -155,18 +195,22 @@ QByteArray SymmetricKey::decryptUnverified(QByteArrayView sealed, qsizetype most
         return {};
     const QByteArrayView ciphertext
         = sealed.sliced(Envelope::nonceSize, std::min(most, sealed.size() - overhead));
-    const Context cipher = begun(Direction::Open, m_bytes.data(), raw(sealed.data()), {});
+    Cipher cipher(Direction::Open, m_bytes.data(), raw(sealed.data()), {});
     QByteArray text(ciphertext.size(), '\0');
-    int written = 0;
     if (cipher)
-        EVP_CipherUpdate(cipher.get(), raw(text.data()), &written, raw(ciphertext.data()),
-            static_cast<int>(ciphertext.size()));
+        cipher.decrypt(ciphertext, text.data());
     return text;
 }
 
 bool SymmetricKey::operator==(const SymmetricKey& other) const
 {
-    return CRYPTO_memcmp(m_bytes.data(), other.m_bytes.data(), size) == 0;
+    return areSame(m_bytes.data(), other.m_bytes.data(), size);
+}
+
+void endCryptoOnThread()
+{
+    if (const OpenSsl* library = OpenSsl::loaded())
+        library->endThread();
 }
 
 std::optional<QByteArray> randomBytes(qsizetype count)
@@ -177,8 +221,7 @@ std::optional<QByteArray> randomBytes(qsizetype count)
 
 bool isSameSecret(std::string_view claimed, std::string_view secret)
 {
-    return claimed.size() == secret.size()
-        && CRYPTO_memcmp(claimed.data(), secret.data(), secret.size()) == 0;
+    return claimed.size() == secret.size() && areSame(claimed.data(), secret.data(), secret.size());
 }
 
 } // namespace korvane

@@ -73,6 +73,10 @@ private:
     std::array<unsigned char, size> m_bytes;
 };
 
+/// Gives back what the library keeps for the calling thread, which ends next: left to the thread's
+/// own end, that could still be going on when the process ends.
+void endCryptoOnThread();
+
 /// `count` bytes from the system's cryptographic random source; nothing where that fails.
 std::optional<QByteArray> randomBytes(qsizetype count);
 

@@ -1,5 +1,6 @@
 #include "server/SyncServer.h"
 
+#include "pairing/Crypto.h"
 #include "server/Listener.h"
 
 namespace korvane {
@@ -20,6 +21,7 @@ SyncServer::~SyncServer()
     post([this] {
         m_listener.reset();
         m_pool.reset();
+        endCryptoOnThread();
         m_queue.quit();
     });
     m_queue.wait();

@@ -1,10 +1,10 @@
 #include "server/RunningServer.h"
 
+#include "support/OnlyDescriptors.h"
 #include "support/Printing.h"
 
 #include <QtTest/QTest>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 
 #include <thread>
@@ -15,26 +15,6 @@ using namespace std::chrono_literals;
 /// The server where the process has no descriptors to spare.
 class DescriptorsTest : public QObject {
     Q_OBJECT
-
-    /// While it lives, the process may open just so many descriptors more.
-    class Only {
-    public:
-        explicit Only(rlim_t more)
-        {
-            ::getrlimit(RLIMIT_NOFILE, &m_before);
-            const Descriptor lowestFree(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-            const rlimit tight{static_cast<rlim_t>(lowestFree.get()) + more, m_before.rlim_max};
-            m_works = lowestFree && ::setrlimit(RLIMIT_NOFILE, &tight) == 0;
-        }
-        ~Only() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
-        Q_DISABLE_COPY_MOVE(Only)
-
-        bool works() const { return m_works; }
-
-    private:
-        rlimit m_before{};
-        bool m_works = false;
-    };
 
     /// What this process has computed so far.
     static std::chrono::microseconds processorTime()
@@ -55,7 +35,7 @@ private slots:
         for (int round = 0; round < 3; ++round) {
             std::optional<Client> waiting;
             {
-                const Only one(1);
+                const OnlyDescriptors one(1);
                 QVERIFY(one.works());
                 waiting.emplace(running.port()); // takes it: there is none for the other end
                 QVERIFY(waiting->send("GET / HTTP/1.1\r\n\r\n"));
@@ -76,7 +56,7 @@ private slots:
         const RunningServer running;
         const Client connected(running.port());
         QCOMPARE(get(running.port(), "/").status, 401); // so the one before is accepted
-        const Only one(1);
+        const OnlyDescriptors one(1);
         const Client waiting(running.port());
         QVERIFY(connected.send("GET / HTTP/1.1\r\n\r\n"));
         QCOMPARE(taken(connected.readAll().value_or(QByteArray())).status, 401);
@@ -92,7 +72,7 @@ private slots:
         const Client early(running.port());
         QCOMPARE(get(running.port(), "/").status, 401);
         {
-            const Only none(0);
+            const OnlyDescriptors none(0);
             QVERIFY(none.works());
             QVERIFY(early.send(head));
             const int status = taken(early.readAll().value_or(QByteArray())).status;
