@@ -79,6 +79,7 @@ public:
     {
         m_manager.setProxy(QNetworkProxy::NoProxy); // the other machine is a neighbour
         m_reply.reset(m_manager.get(requestFor(link)));
+        m_reply->setReadBufferSize(1'048'576); // beyond which the peer has to wait
     }
 
     QByteArray answer()
@@ -87,28 +88,35 @@ public:
         QObject::connect(m_reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
         QObject::connect(m_reply.get(), &QNetworkReply::downloadProgress, &loop,
             [this](qint64 received, qint64 total) { watch(received, total); });
-        QObject::connect(m_reply.get(), &QNetworkReply::readyRead, &loop,
-            [this] { checkSize(m_reply->bytesAvailable()); }); // progress is told now and then only
+        QObject::connect(m_reply.get(), &QNetworkReply::readyRead, &loop, [this] { take(); });
         if (!m_reply->isFinished())
             loop.exec();
+        if (!m_tooLarge)
+            take();
         if (m_tooLarge)
             throw std::runtime_error("The answer is over 64 MB: this is no chat.");
         const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         if (m_reply->error() != QNetworkReply::NoError || status != 200)
             throw std::runtime_error(failure(*m_reply, m_link));
-        return m_reply->readAll();
+        return std::move(m_body);
     }
 
 private:
     void watch(std::int64_t received, std::int64_t total)
     {
-        if (checkSize(std::max(received, total)))
+        if (isFine(std::max(received, total)))
             m_progress(received, total);
     }
 
-    bool checkSize(std::int64_t bytes)
+    void take()
     {
-        if (m_tooLarge || bytes <= largestAnswer)
+        m_body += m_reply->readAll();
+        isFine(m_body.size());
+    }
+
+    bool isFine(std::int64_t size)
+    {
+        if (m_tooLarge || size <= largestAnswer)
             return !m_tooLarge;
         m_tooLarge = true;
         m_reply->abort();
@@ -119,6 +127,7 @@ private:
     const TransferClient::Progress& m_progress;
     QNetworkAccessManager m_manager;
     std::unique_ptr<QNetworkReply> m_reply;
+    QByteArray m_body; ///< what has been taken of it
     bool m_tooLarge = false;
 };
 
