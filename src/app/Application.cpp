@@ -12,8 +12,8 @@
 #include <QDesktopServices>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
-#include <iostream>
 
 namespace korvane {
 
@@ -46,7 +46,7 @@ void preferScreenFont()
 
 int complain(const std::string& text)
 {
-    std::cerr << "korvane-sync-app: " << text << '\n';
+    std::fprintf(stderr, "korvane-sync-app: %s\n", text.c_str());
     return EXIT_FAILURE;
 }
 

@@ -24,10 +24,7 @@ QRect anchor(const QSystemTrayIcon& icon)
 
 } // namespace
 
-MenuBarExtra::MenuBarExtra(ContentView& window, bool hasTray)
-    : m_window(window)
-    , m_hasTray(hasTray)
-    , m_icon(Look::menuBarIcon())
+MenuBarExtra::MenuBarExtra(ContentView& window, bool hasTray) : m_window(window), m_hasTray(hasTray)
 {
     m_window.setWindowTitle(tr("Korvane Sync"));
     m_window.installEventFilter(this);
@@ -43,6 +40,7 @@ MenuBarExtra::MenuBarExtra(ContentView& window, bool hasTray)
 void MenuBarExtra::showIcon()
 {
     m_window.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    m_icon.setIcon(Look::menuBarIcon());
     m_icon.setToolTip(tr("Korvane Sync"));
     m_icon.show();
 }

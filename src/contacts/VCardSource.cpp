@@ -5,7 +5,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
+#include <cstdio>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -46,6 +47,11 @@ std::vector<fs::directory_entry> entriesOf(const fs::path& folder)
     return entries;
 }
 
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
 /// Reads files one after the other into the same memory.
 class Reader {
 public:
@@ -67,10 +73,11 @@ void Reader::readFile(const fs::path& path)
     const std::uintmax_t size = fs::file_size(path, error);
     if (error || size > largestFile)
         return;
-    std::ifstream file(path, std::ios::binary);
+    const File file(std::fopen(path.c_str(), "rb"));
+    if (!file)
+        return;
     m_bytes.resize(static_cast<std::size_t>(size));
-    file.read(m_bytes.data(), static_cast<std::streamsize>(size));
-    m_bytes.resize(static_cast<std::size_t>(file.gcount()));
+    m_bytes.resize(std::fread(m_bytes.data(), 1, m_bytes.size(), file.get()));
     readVCards(m_bytes, m_visit);
 }
 

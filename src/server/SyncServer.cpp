@@ -13,7 +13,6 @@ SyncServer::SyncServer(ServerOptions options)
     m_wakeUp.moveToThread(&m_queue);
     QObject::connect(
         &m_wakeUp, &WakeUp::posted, &m_wakeUp, [this] { runTasks(); }, Qt::QueuedConnection);
-    m_queue.start();
 }
 
 SyncServer::~SyncServer()
@@ -31,6 +30,7 @@ SyncServer::~SyncServer()
 
 void SyncServer::start(std::uint16_t preferredPort)
 {
+    m_queue.start(); // the first time: a window that hands nothing over needs no thread for it
     post([this, preferredPort] { launch(preferredPort); });
 }
 
