@@ -7,6 +7,7 @@
 #include "app/MenuBarExtra.h"
 #include "app/SingleInstance.h"
 #include "app/Snapshot.h"
+#include "storage/Paths.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 namespace korvane {
 
@@ -50,6 +52,28 @@ int complain(const std::string& text)
     return EXIT_FAILURE;
 }
 
+int runWindow(int& argc, char** argv)
+{
+    const QApplication application(argc, argv);
+    const std::future<void> fonts = readFontsAhead();
+    nameApplication();
+    using Place = SingleInstance::Place;
+    SingleInstance instance;
+    if (instance.place() == Place::Second)
+        return EXIT_SUCCESS;
+    if (instance.place() == Place::None)
+        return complain(
+            "Another window works on " + Paths::support().string() + " and does not answer.");
+    AppState state(realEnvironment());
+    ContentView window(state);
+    MenuBarExtra extra(window, QSystemTrayIcon::isSystemTrayAvailable());
+    QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);
+    QObject::connect(&window, &ContentView::quitRequested, &QApplication::quit);
+    const int code = QApplication::exec();
+    instance.retire(); // what is under way may take a while to end
+    return code;
+}
+
 } // namespace
 
 std::optional<std::string> Application::snapshotFolder(const std::vector<std::string>& arguments)
@@ -73,18 +97,11 @@ int Application::run(int& argc, char** argv)
 {
     if (!hasDisplay())
         return complain("There is no display to open a window on. korvane-sync works without one.");
-    const std::future<void> fonts = readFontsAhead();
-    const QApplication application(argc, argv);
-    nameApplication();
-    SingleInstance instance;
-    if (instance.askedFirst())
-        return EXIT_SUCCESS;
-    AppState state(realEnvironment());
-    ContentView window(state);
-    MenuBarExtra extra(window, QSystemTrayIcon::isSystemTrayAvailable());
-    QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);
-    QObject::connect(&window, &ContentView::quitRequested, &QApplication::quit);
-    return QApplication::exec();
+    try {
+        return runWindow(argc, argv);
+    } catch (const std::exception& error) { // of the start: later ones are said in the window
+        return complain(error.what());
+    }
 }
 
 } // namespace korvane

@@ -3,6 +3,7 @@
 #include <fontconfig/fontconfig.h>
 
 #include <cstdlib>
+#include <system_error>
 
 namespace korvane {
 
@@ -23,7 +24,12 @@ bool hasDisplay()
 
 std::future<void> readFontsAhead()
 {
-    return std::async(std::launch::async, [] { FcInit(); }); // which Qt calls for its first font
+    try {
+        return std::async(
+            std::launch::async, [] { FcInit(); }); // which Qt calls for its first font
+    } catch (const std::system_error&) {
+        return {}; // no thread to spare: then it is read when it is needed
+    }
 }
 
 } // namespace korvane

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <thread>
 
 namespace korvane {
 
@@ -15,17 +16,23 @@ namespace {
 
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
-Descriptor openedPipe(const std::filesystem::path& path)
+std::filesystem::path pipePath()
 {
-    ::mkfifo(path.c_str(), ownerOnly);
-    Descriptor opened(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
+    return Paths::support() / "window.pipe";
+}
+
+/// Nothing where there is no pipe, or, for writing, nobody who reads from it.
+Descriptor openedPipe(int mode)
+{
+    Descriptor opened(::open(pipePath().c_str(), mode | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
     struct stat status { };
     const bool isPipe = opened && ::fstat(opened.get(), &status) == 0 && S_ISFIFO(status.st_mode);
     return isPipe ? std::move(opened) : Descriptor();
 }
 
-Descriptor openedLock(const std::filesystem::path& path)
+Descriptor openedLock()
 {
+    const std::filesystem::path path = Paths::support() / "window.lock";
     return Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly));
 }
 
@@ -34,19 +41,49 @@ bool isHeldByAnother(const Descriptor& lock)
     return lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
+bool askToShow()
+{
+    const Descriptor pipe = openedPipe(O_WRONLY);
+    return pipe && ::write(pipe.get(), "s", 1) == 1;
+}
+
 } // namespace
 
-SingleInstance::SingleInstance()
-    : m_requests(openedPipe(Paths::support() / "window.pipe"))
-    , m_lock(openedLock(Paths::support() / "window.lock"))
+SingleInstance::SingleInstance(std::chrono::milliseconds patience)
+    : m_lock(openedLock())
+    , m_place(settle(patience))
 {
+    if (m_place == Place::First)
+        listen();
+}
+
+SingleInstance::Place SingleInstance::settle(std::chrono::milliseconds patience) const
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (isHeldByAnother(m_lock)) {
+        if (askToShow())
+            return Place::Second;
+        if (std::chrono::steady_clock::now() >= end)
+            return Place::None;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return Place::First;
+}
+
+void SingleInstance::listen()
+{
+    ::mkfifo(pipePath().c_str(), ownerOnly);
+    m_requests = openedPipe(O_RDWR);
     if (!m_requests)
-        return;
-    m_askedFirst = isHeldByAnother(m_lock) && ::write(m_requests.get(), "s", 1) == 1;
-    if (m_askedFirst)
         return;
     m_waiting = std::make_unique<QSocketNotifier>(m_requests.get(), QSocketNotifier::Read);
     connect(m_waiting.get(), &QSocketNotifier::activated, this, &SingleInstance::takeRequests);
+}
+
+void SingleInstance::retire()
+{
+    m_waiting.reset();
+    m_requests = Descriptor();
 }
 
 void SingleInstance::takeRequests()

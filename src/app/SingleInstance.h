@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QSocketNotifier>
 
+#include <chrono>
 #include <memory>
 
 namespace korvane {
@@ -17,23 +18,33 @@ class SingleInstance : public QObject {
     Q_OBJECT
 
 public:
-    /// For the support folder of this process. Where that can have neither lock nor pipe, each
-    /// program is the first.
-    SingleInstance();
+    enum class Place {
+        First,
+        Second, ///< another program was there before and has been asked to show itself
+        None, ///< another one is there and does not listen: it hangs, or is on another machine
+    };
 
-    /// True where another program was there before and has been asked to show itself.
-    bool askedFirst() const { return m_askedFirst; }
+    /// For the support folder of this process. Where that can have no lock, each program is the
+    /// first. Waits so long for one that is ending, or only just beginning.
+    explicit SingleInstance(std::chrono::milliseconds patience = std::chrono::seconds(5));
+
+    Place place() const { return m_place; }
+
+    /// Takes no more requests, for this program is ending: the next one waits for its place.
+    void retire();
 
 signals:
     /// Another program was started and has left.
     void showRequested();
 
 private:
+    Place settle(std::chrono::milliseconds patience) const;
+    void listen();
     void takeRequests();
 
-    const Descriptor m_requests; ///< both ends of the pipe, so that it is there before the lock
     const Descriptor m_lock;
-    bool m_askedFirst = false;
+    const Place m_place;
+    Descriptor m_requests; ///< both ends, so that it is never at an end
     std::unique_ptr<QSocketNotifier> m_waiting;
 };
 

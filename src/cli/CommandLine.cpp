@@ -5,6 +5,7 @@
 #include "cli/ReceiveCommand.h"
 #include "cli/SampleCommand.h"
 #include "cli/TransferCommand.h"
+#include "pairing/TransferLink.h"
 #include "storage/Paths.h"
 
 #include <CLI/CLI.hpp>
@@ -35,6 +36,11 @@ std::string duration(const std::string& text)
 std::string notEmpty(const std::string& text)
 {
     return text.empty() ? "A name is missing" : "";
+}
+
+std::string hostOfALink(const std::string& text)
+{
+    return TransferLink::isHost(text) ? "" : "This is neither an address nor the name of a machine";
 }
 
 /// The command line of the program: what may be said, and what was.
@@ -134,7 +140,7 @@ private:
         command
             .add_option("--host", m_transfer.host, "This machine's address, as the other sees it")
             ->type_name("ADDRESS")
-            ->check(notEmpty);
+            ->check(hostOfALink);
         command.add_option("--port", m_transfer.port, "The port to be asked at, if it is free");
         addSources(command, m_transfer.sources);
         addFolder(command, m_transfer.folder);

@@ -42,8 +42,13 @@ struct Destination {
 
 Destination destination(const ReceiveOptions& options)
 {
-    if (options.output)
+    if (options.output) {
+        std::error_code ignored; // what else is wrong with it shows when it is written
+        if (fs::is_other(*options.output, ignored))
+            throw std::runtime_error(
+                *options.output + ": This is no file, but a device or a pipe.");
         return {*options.output, Files::Existing::Replace};
+    }
     if (fs::exists(fs::symlink_status(usualName)))
         throwExists(usualName); // before anything is fetched
     return {usualName, Files::Existing::Keep};

@@ -93,9 +93,9 @@ public:
             loop.exec();
         if (!m_tooLarge)
             take();
-        if (m_tooLarge)
-            throw std::runtime_error("The answer is over 64 MB: this is no chat.");
         const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        if (m_tooLarge && status == 200)
+            throw std::runtime_error("The answer is over 64 MB: this is no chat.");
         if (m_reply->error() != QNetworkReply::NoError || status != 200)
             throw std::runtime_error(failure(*m_reply, m_link));
         return std::move(m_body);
@@ -142,7 +142,7 @@ bool opensToText(const TransferLink& link, const QByteArray& sealed)
     const QByteArray repaired = QByteArray::fromStdString(
         repairedUtf8({start.data(), static_cast<std::size_t>(start.size())}));
     constexpr qsizetype few = 8;
-    return repaired.count("\uFFFD") * few < start.size();
+    return repaired.count("\uFFFD") * few <= start.size();
 }
 
 } // namespace

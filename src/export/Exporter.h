@@ -42,7 +42,7 @@ std::string safeFileName(std::string_view title);
 std::string exportFileName(std::string_view title, std::int64_t chatID);
 
 /// Brings the files of `chats` in `folder` up to date: appends what arrived since the last
-/// sync, or starts a file afresh that is new, gone, or was written under another title.
+/// sync, or starts a file afresh that is gone or was written under another title.
 /// One chat's failure is a line in the result and does not keep the others back. Throws
 /// nothing but std::overflow_error (see referenceTime()).
 SyncResult sync(const std::vector<ChatInfo>& chats, const ContactNames& names,

@@ -15,6 +15,7 @@ public:
     ColumnSet() = default;
     ColumnSet(std::initializer_list<std::string> names) : m_names(names) { }
 
+    bool isEmpty() const { return m_names.empty(); }
     void insert(std::string name) { m_names.push_back(std::move(name)); }
     bool contains(std::string_view name) const
     {

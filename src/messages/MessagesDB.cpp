@@ -120,34 +120,37 @@ std::vector<MessageRow> MessagesDB::messages(std::int64_t chatID, std::int64_t a
 void MessagesDB::forEachMessage(
     std::int64_t chatID, std::int64_t afterRowID, const RowVisitor& visit)
 {
-    MessageColumns present;
-    present.message = columns("message");
+    learnColumns(m_columns.message, "message");
     std::optional<Sqlite::Statement> guidRows;
-    if (present.message.contains("guid")) {
+    if (m_columns.message.contains("guid")) {
         guidRows.emplace(m_db, guidQuery);
         guidRows->bind(1, chatID);
     }
-    present.attachment = columns("attachment");
-    present.attachmentJoin = columns("message_attachment_join");
+    learnColumns(m_columns.attachment, "attachment");
+    learnColumns(m_columns.attachmentJoin, "message_attachment_join");
 
     GuidMap guids(std::move(guidRows));
-    Sqlite::Statement row(m_db, messageQuery(present));
+    Sqlite::Statement row(m_db, messageQuery(m_columns));
     row.bind(1, chatID);
     row.bind(2, afterRowID);
-    RowReader reader(row, guids, present.message.contains("associated_message_type"));
+    RowReader reader(row, guids, m_columns.message.contains("associated_message_type"));
     while (row.step())
         visit(reader.read());
 }
 
-ColumnSet MessagesDB::columns(const std::string& table)
+/// Asks once: a connection serves one run, and asking again for each of its chats takes longer than
+/// a chat without news does.
+void MessagesDB::learnColumns(ColumnSet& columns, const std::string& table)
 {
+    if (!columns.isEmpty())
+        return;
     ColumnSet names;
     Sqlite::Statement row(m_db, "PRAGMA table_info(" + table + ")");
     while (row.step()) {
         if (auto name = textOf(row, 1))
             names.insert(std::move(*name));
     }
-    return names;
+    columns = std::move(names);
 }
 
 } // namespace korvane

@@ -44,9 +44,10 @@ public:
     static std::optional<std::string_view> decodeAttributedBody(std::string_view bytes);
 
 private:
-    ColumnSet columns(const std::string& table);
+    void learnColumns(ColumnSet& columns, const std::string& table);
 
     Sqlite m_db;
+    MessageColumns m_columns; ///< of the tables that have been read so far
 };
 
 } // namespace korvane

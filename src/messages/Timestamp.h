@@ -14,7 +14,8 @@ inline constexpr std::int64_t referenceDateUnixSeconds = 978'307'200;
 
 /// What a stored date means: nanoseconds where its absolute value is over 100000000000, seconds
 /// otherwise, for older systems counted seconds. The most negative 64-bit value has no absolute
-/// value: it throws std::overflow_error, which is not a failure of one chat but ends the program.
+/// value: it throws std::overflow_error, which fails the whole run, not one
+/// chat, and ends the terminal program.
 ReferenceTime referenceTime(std::int64_t stored);
 
 } // namespace korvane

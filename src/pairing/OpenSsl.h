@@ -11,7 +11,6 @@ namespace korvane {
 /// that is linked to it, and a window that stays open for weeks seals a file now and then.
 struct OpenSsl {
     decltype(&::RAND_bytes) randomBytes;
-    decltype(&::CRYPTO_memcmp) compare;
     decltype(&::EVP_aes_256_gcm) aes256Gcm;
     decltype(&::EVP_CIPHER_CTX_new) newContext;
     decltype(&::EVP_CIPHER_CTX_free) freeContext;

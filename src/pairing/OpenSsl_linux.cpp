@@ -21,7 +21,6 @@ std::optional<OpenSsl> resolved()
     };
     OpenSsl functions{};
     const bool complete = resolve(functions.randomBytes, "RAND_bytes")
-        && resolve(functions.compare, "CRYPTO_memcmp")
         && resolve(functions.aes256Gcm, "EVP_aes_256_gcm")
         && resolve(functions.newContext, "EVP_CIPHER_CTX_new")
         && resolve(functions.freeContext, "EVP_CIPHER_CTX_free")

@@ -7,7 +7,6 @@ const OpenSsl* OpenSsl::load()
 {
     static const OpenSsl functions{
         .randomBytes = ::RAND_bytes,
-        .compare = ::CRYPTO_memcmp,
         .aes256Gcm = ::EVP_aes_256_gcm,
         .newContext = ::EVP_CIPHER_CTX_new,
         .freeContext = ::EVP_CIPHER_CTX_free,

@@ -30,16 +30,10 @@ struct Items {
         return m_query.queryItemValue(name, QUrl::FullyDecoded).toStdString();
     }
 
-    /// A name or an address; nothing that would make another request of it.
     std::optional<std::string> host() const
     {
         std::string host = text(QStringLiteral("host"));
-        constexpr std::string_view others = ".-:[]%"; // "[fe80::1%en0]"
-        const bool good = !host.empty() && std::all_of(host.begin(), host.end(), [=](char letter) {
-            return std::isalnum(static_cast<unsigned char>(letter)) != 0
-                || others.find(letter) != others.npos;
-        });
-        return good ? std::optional(std::move(host)) : std::nullopt;
+        return TransferLink::isHost(host) ? std::optional(std::move(host)) : std::nullopt;
     }
 
     std::optional<std::uint16_t> port() const
@@ -78,6 +72,15 @@ std::string TransferLink::toString() const
 {
     return "korvane://mac-import?host=" + encoded(host) + "&port=" + std::to_string(port)
         + "&ticket=" + encoded(ticket) + "&key=" + toBase64Url(key.bytes());
+}
+
+bool TransferLink::isHost(std::string_view text)
+{
+    constexpr std::string_view others = ".-_:[]%"; // "[fe80::1%en0]"
+    return !text.empty() && std::all_of(text.begin(), text.end(), [=](char letter) {
+        return std::isalnum(static_cast<unsigned char>(letter)) != 0
+            || others.find(letter) != others.npos;
+    });
 }
 
 std::optional<TransferLink> TransferLink::fromString(std::string_view text)

@@ -29,6 +29,9 @@ struct TransferLink {
     /// What to ask the server for; the answer's seal is bound to it.
     std::string target() const { return std::string(path) + ticket; }
 
+    /// True for a name or an address; nothing that would make another request of it.
+    static bool isHost(std::string_view text);
+
     /// What the targets of all tickets begin with.
     static constexpr std::string_view path = "/v1/transfer/";
 

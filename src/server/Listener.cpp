@@ -46,8 +46,10 @@ bool bindAndListen(const Descriptor& socket, const addrinfo& address)
 Descriptor listeningSocket(const std::string& host, std::uint16_t port)
 {
     const Addresses address = numericAddress(host, port);
-    if (!address)
+    if (!address) {
+        errno = EADDRNOTAVAIL;
         return Descriptor();
+    }
     Descriptor socket(::socket(address->ai_family, address->ai_socktype, address->ai_protocol));
     if (!socket)
         return Descriptor();

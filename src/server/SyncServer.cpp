@@ -74,10 +74,10 @@ void SyncServer::launch(std::uint16_t port)
                     peer);
             });
     }
-    if ((port != 0 && listen(port)) || listen(0)) {
-        if (onReady)
-            onReady(m_listener->port());
-    }
+    const bool isListening = (port != 0 && listen(port)) || listen(0);
+    const std::uint16_t bound = isListening ? m_listener->port() : 0;
+    if (bound != 0 && onReady)
+        onReady(bound);
 }
 
 bool SyncServer::listen(std::uint16_t port)

@@ -6,10 +6,13 @@
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QtTest/QTest>
 
+#include <chrono>
 #include <memory>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +25,9 @@ class SingleInstanceTest : public QObject {
     Q_OBJECT
 
     QString path(const char* name) const { return m_folder->filePath(QLatin1String(name)); }
+
+    using Place = SingleInstance::Place;
+    static constexpr std::chrono::milliseconds briefly{50};
 
     void use(const char* folder) const { qputenv("KORVANE_SYNC_HOME", path(folder).toLocal8Bit()); }
 
@@ -36,17 +42,17 @@ private slots:
     {
         const SingleInstance first;
         QSignalSpy requests(&first, &SingleInstance::showRequested);
-        QVERIFY(!first.askedFirst());
-        QVERIFY(SingleInstance().askedFirst());
+        QCOMPARE(first.place(), Place::First);
+        QCOMPARE(SingleInstance().place(), Place::Second);
         QVERIFY(requests.wait());
-        QVERIFY(SingleInstance().askedFirst());
+        QCOMPARE(SingleInstance().place(), Place::Second);
         QVERIFY(requests.wait());
     }
 
     void requestMadeBeforeTheFirstOneListensIsKept()
     {
         const SingleInstance first;
-        QVERIFY(SingleInstance().askedFirst());
+        QCOMPARE(SingleInstance().place(), Place::Second);
         QSignalSpy requests(&first, &SingleInstance::showRequested);
         QVERIFY(requests.wait());
     }
@@ -56,7 +62,7 @@ private slots:
         const SingleInstance first;
         QSignalSpy requests(&first, &SingleInstance::showRequested);
         for (int i = 0; i < 200; ++i)
-            QVERIFY(SingleInstance().askedFirst());
+            QCOMPARE(SingleInstance().place(), Place::Second);
         QVERIFY(requests.wait());
         requests.clear();
         QTest::qWait(50);
@@ -69,8 +75,8 @@ private slots:
             const SingleInstance first;
         }
         const SingleInstance next;
-        QVERIFY(!next.askedFirst());
-        QVERIFY(SingleInstance().askedFirst());
+        QCOMPARE(next.place(), Place::First);
+        QCOMPARE(SingleInstance().place(), Place::Second);
     }
 
     void placeOfAProcessThatWasKilledIsFree()
@@ -80,24 +86,58 @@ private slots:
         const pid_t child = ::fork();
         if (child == 0) {
             const SingleInstance first;
-            const char told = first.askedFirst() ? 'n' : 'y';
+            const char told = first.place() == Place::First ? 'y' : 'n';
             [[maybe_unused]] const auto written = ::write(ready[1], &told, 1);
             ::pause();
         }
         char told = 0;
         QCOMPARE(::read(ready[0], &told, 1), ssize_t(1));
         QCOMPARE(told, 'y');
-        QVERIFY(SingleInstance().askedFirst());
+        QCOMPARE(SingleInstance().place(), Place::Second);
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);
-        QVERIFY(!SingleInstance().askedFirst());
+        QCOMPARE(SingleInstance().place(), Place::First);
+    }
+
+    void oneThatHoldsThePlaceAndDoesNotListenIsNoticed()
+    {
+        SingleInstance first;
+        first.retire();
+        QCOMPARE(SingleInstance(briefly).place(), Place::None);
+        QVERIFY(QFile::remove(path("support/window.pipe")));
+        QCOMPARE(SingleInstance(briefly).place(), Place::None);
+    }
+
+    void placeOfOneThatIsEndingIsWaitedFor()
+    {
+        auto first = std::make_unique<SingleInstance>();
+        first->retire();
+        const std::unique_ptr<QThread> ending(QThread::create([&first] {
+            QThread::msleep(100);
+            first.reset();
+        }));
+        ending->start();
+        const SingleInstance next;
+        QCOMPARE(next.place(), Place::First);
+        QVERIFY(ending->wait());
+        QCOMPARE(SingleInstance().place(), Place::Second);
+    }
+
+    void moreRequestsThanAPipeTakesAreNoPlace()
+    {
+        const SingleInstance first; // which hangs: nobody runs its events
+        const Descriptor pipe(
+            ::open(path("support/window.pipe").toLocal8Bit(), O_WRONLY | O_NONBLOCK));
+        const std::string requests(4096, 's');
+        while (::write(pipe.get(), requests.data(), requests.size()) > 0) { }
+        QCOMPARE(SingleInstance(briefly).place(), Place::None);
     }
 
     void otherSupportFolderHasItsOwn()
     {
         const SingleInstance first;
         use("another");
-        QVERIFY(!SingleInstance().askedFirst());
+        QCOMPARE(SingleInstance().place(), Place::First);
     }
 
     void lockAndPipeAreForTheUserAlone()
@@ -115,9 +155,8 @@ private slots:
         file.write("precious");
         file.close();
         const SingleInstance first;
-        const SingleInstance second;
-        QVERIFY(!first.askedFirst());
-        QVERIFY(!second.askedFirst());
+        QCOMPARE(first.place(), Place::First);
+        QCOMPARE(SingleInstance(briefly).place(), Place::None);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), QByteArray("precious"));
     }
@@ -127,8 +166,8 @@ private slots:
         QVERIFY(QDir().mkpath(path("support")));
         const Unprivileged user;
         QFile::setPermissions(path("support"), QFile::ReadOwner | QFile::ExeOwner);
-        QVERIFY(!SingleInstance().askedFirst());
-        QVERIFY(!SingleInstance().askedFirst());
+        QCOMPARE(SingleInstance().place(), Place::First);
+        QCOMPARE(SingleInstance().place(), Place::First);
         QFile::setPermissions(path("support"), QFile::Permissions(0x7000));
     }
 

@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <sstream>
 
+#include <sys/stat.h>
+
 using namespace korvane;
 
 namespace {
@@ -182,6 +184,17 @@ private slots:
         QCOMPARE(outcome.code, 1);
         QCOMPARE(filesIn("."), (Names{"file", "taken"}));
         QCOMPARE(contentsOf("file"), std::string("mine"));
+    }
+
+    void pipeIsNotReplaced()
+    {
+        const OfferedChat offered;
+        QCOMPARE(::mkfifo("pipe", S_IRUSR | S_IWUSR), 0);
+        const Outcome outcome = offered.recipient.receive(offered.link, {"--output", "pipe"});
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: pipe: This is no file, but a device or a pipe.\n"));
+        QCOMPARE(outcome.code, 1);
+        QVERIFY(std::filesystem::is_fifo("pipe"));
     }
 
     void longFetchShowsABarAndWipesItAway()

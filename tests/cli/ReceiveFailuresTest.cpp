@@ -65,7 +65,8 @@ private slots:
         QTest::newRow("without its last byte") << -1;
         QTest::newRow("without its tag") << -16;
         QTest::newRow("its first half") << 300;
-        QTest::newRow("shorter than what a seal adds") << 27;
+        QTest::newRow("just what a seal adds") << 28;
+        QTest::newRow("shorter than that") << 27;
         QTest::newRow("nothing at all") << 0;
     }
 
@@ -180,6 +181,16 @@ private slots:
         fails(recipient, linkTo(server.port()), says.toStdString());
         QCOMPARE(server.heads().size(), std::size_t{2}); // fails() asks twice
         QCOMPARE(elsewhere.heads().size(), std::size_t{0});
+    }
+
+    void refusalThatIsTooLarge()
+    {
+        const Recipient recipient;
+        const CannedServer server("HTTP/1.1 410 Gone\r\nContent-Length: "
+            + QByteArray::number(sealedSize(TransferTicket::largestFile) + 1) + "\r\n\r\nx");
+        fails(recipient, linkTo(server.port()),
+            "The link has expired, or was made by a program that has been started anew since. "
+            "Ask for a new one.");
     }
 
     void nobodyIsThere()

@@ -160,6 +160,7 @@ private slots:
         row("chat without a guid", "transfer --chat", "--chat");
         row("two chats", "transfer --chat G1 G2", "G2");
         row("address without a name", "transfer --chat G1 --host=", "--host");
+        row("address that no link can have", "transfer --chat G1 --host a/b", "--host");
         row("port that is no number", "transfer --chat G1 --port http", "--port");
         row("port out of range", "transfer --chat G1 --port 65536", "--port");
         row("negative port", "transfer --chat G1 --port=-1", "--port");

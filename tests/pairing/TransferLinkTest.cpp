@@ -56,6 +56,7 @@ private slots:
     {
         QTest::addColumn<std::string>("host");
         QTest::newRow("a name") << std::string("mac.local");
+        QTest::newRow("a name with an underscore") << std::string("my_mac");
         QTest::newRow("IPv6") << std::string("::1");
         QTest::newRow("IPv6 with a zone") << std::string("fe80::1%en0");
         QTest::newRow("IPv6 in brackets") << std::string("[fe80::1]");
