@@ -65,6 +65,8 @@ int runWindow(int& argc, char** argv)
         return complain(
             "Another window works on " + Paths::support().string() + " and does not answer.");
     AppState state(realEnvironment());
+    if (fonts.valid())
+        fonts.wait(); // or the list would be read twice
     ContentView window(state);
     MenuBarExtra extra(window, QSystemTrayIcon::isSystemTrayAvailable());
     QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);

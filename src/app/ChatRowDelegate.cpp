@@ -109,7 +109,7 @@ void ChatRowDelegate::paintTitle(
     const QFontMetrics metrics = painter->fontMetrics();
     const QString title = metrics.elidedText(
         index.data(Qt::DisplayRole).toString(), Qt::ElideRight, area.width() - symbolWidth);
-    painter->drawText(area, Qt::AlignVCenter, title);
+    painter->drawText(area, Qt::AlignVCenter | Qt::TextSingleLine, title);
     if (isGroup)
         painter->drawPixmap(area.left() + metrics.horizontalAdvance(title) + spacing,
             area.center().y() - symbolHeight / 2 + 1, symbol);

@@ -16,6 +16,7 @@ inline constexpr QColor raised{30, 23, 27}; ///< raised surfaces
 inline constexpr QColor cream{244, 237, 226}; ///< text
 inline constexpr QColor mute{168, 149, 155}; ///< secondary text
 inline constexpr QColor coral{241, 115, 94}; ///< accent, tint, selection
+inline constexpr QColor paper{255, 255, 255}; ///< what a code is drawn on
 inline constexpr QColor hairline{244, 237, 226, 31}; ///< thin separators and strokes: cream at 0.12
 
 /// A colour of the palette, at an opacity.

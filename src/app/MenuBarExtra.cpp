@@ -28,7 +28,9 @@ MenuBarExtra::MenuBarExtra(ContentView& window, bool hasTray) : m_window(window)
 {
     m_window.setWindowTitle(tr("Korvane Sync"));
     m_window.installEventFilter(this);
-    connect(&m_window, &ContentView::closeRequested, this, &MenuBarExtra::close);
+    if (hasTray) // an ordinary window is not closed by a key that may have been meant for its
+                 // search
+        connect(&m_window, &ContentView::closeRequested, this, &MenuBarExtra::close);
     connect(&m_icon, &QSystemTrayIcon::activated, this, &MenuBarExtra::toggle);
     QApplication::setQuitOnLastWindowClosed(!hasTray);
     if (hasTray)
@@ -53,6 +55,7 @@ void MenuBarExtra::open()
     m_window.raise();
     m_window.activateWindow();
     m_window.takeFocus();
+    m_sinceOpened.start();
 }
 
 void MenuBarExtra::close()
@@ -62,18 +65,23 @@ void MenuBarExtra::close()
 }
 
 /// The click that the open window is closed by, for it turns away from it, is the one that the icon
-/// reports a moment later: it is not to open the window again.
+/// reports a moment later: it is not to open the window again. Nor is the second half of a double
+/// click to close what the first has opened.
 void MenuBarExtra::toggle()
 {
     constexpr qint64 sameClick = 250; // milliseconds
-    if (m_window.isVisible())
+    if (m_window.isVisible() && m_sinceOpened.hasExpired(QApplication::doubleClickInterval()))
         close();
+    else if (m_window.isVisible())
+        m_window.raise();
     else if (!m_sinceClosed.isValid() || m_sinceClosed.hasExpired(sameClick))
         open();
 }
 
 bool MenuBarExtra::eventFilter(QObject* watched, QEvent* event)
 {
+    if (event->type() == QEvent::Resize && m_hasTray && m_window.isVisible())
+        m_window.move(place()); // it grows away from the icon
     const bool turnedAway = event->type() == QEvent::WindowDeactivate && m_hasTray;
     if (turnedAway && !QApplication::activeModalWidget())
         close();

@@ -30,6 +30,7 @@ private:
     ContentView& m_window;
     const bool m_hasTray;
     QSystemTrayIcon m_icon;
+    QElapsedTimer m_sinceOpened;
     QElapsedTimer m_sinceClosed;
 };
 

@@ -57,7 +57,7 @@ void OneLine::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setPen(m_colour);
-    painter.drawText(rect(), static_cast<int>(alignment()), shown());
+    painter.drawText(rect(), static_cast<int>(alignment()) | Qt::TextSingleLine, shown());
 }
 
 Card::Card(double radius, const QColor& colour, QWidget* parent)

@@ -72,9 +72,9 @@ AppState::Preview PreviewStates::qr()
     constexpr double side = 320;
     constexpr double pixelsPerPoint = 3;
     AppState::Preview preview = filled();
-    preview.transferQR = QR::image("https://example.com/korvane-sync/"
-                                   "a-link-as-long-as-those-that-a-phone-scans?host=192.0.2.20"
-                                   "&port=49152",
+    preview.transferQR = QR::image("https://example.com/korvane-sync?host=192.0.2.20&port=49152"
+                                   "&note=leads-nowhere-and-is-as-long-as-those-that-a-phone"
+                                   "-scans-so-that-the-code-looks-alike",
         side, pixelsPerPoint);
     preview.transferChatTitle = handedOver;
     return preview;

@@ -35,6 +35,12 @@ private:
     const AppState& m_state;
 };
 
+/// Gives way where a font's lines are so high that something has to: the code must not.
+QSpacerItem* gap()
+{
+    return new QSpacerItem(0, 12, QSizePolicy::Minimum, QSizePolicy::Maximum);
+}
+
 Text* paragraph(const QString& text, const QFont& font, const QColor& colour)
 {
     auto* paragraph = new Text(text, font, colour);
@@ -58,16 +64,20 @@ TransferCard::TransferCard(AppState& state, QWidget* parent)
     constexpr int padding = 16;
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(padding, padding, padding, padding);
-    rows->setSpacing(12);
+    rows->setSpacing(0);
     rows->addWidget(m_title);
+    rows->addItem(gap());
     rows->addWidget(code(), 0, Qt::AlignHCenter);
+    rows->addItem(gap());
     rows->addWidget(
         paragraph(tr("Open the Camera on your iPhone and point it here. Both need the "
                      "same Wi-Fi. Korvane shows you the chat before anything is saved."),
             Look::font(13), Look::faded(Look::cream, 0.85)));
+    rows->addItem(gap());
     rows->addWidget(paragraph(tr("The code works for 10 minutes. Anyone who scans it in that time "
                                  "can get this one chat."),
         Look::font(11), Look::mute));
+    rows->addItem(gap());
     rows->addWidget(m_done, 0, Qt::AlignHCenter);
 
     connect(m_done, &Word::clicked, &m_state, &AppState::endTransfer);
@@ -83,8 +93,9 @@ void TransferCard::takeFocus()
 
 QWidget* TransferCard::code()
 {
-    auto* ground = new Card(18, Qt::white);
+    auto* ground = new Card(18, Look::paper);
     auto* inside = new QVBoxLayout(ground);
+    inside->setSizeConstraint(QLayout::SetFixedSize);
     inside->setContentsMargins(codePadding, codePadding, codePadding, codePadding);
     inside->addWidget(new CodeView(m_state));
     return ground;

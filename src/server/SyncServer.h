@@ -48,8 +48,8 @@ struct ServerOptions {
 
 /// The local HTTP server from which phones fetch exported chats. Its operations may be called from
 /// any thread; listening, connections and callbacks run on a thread of its own, which the first
-/// start() begins, so a callback must move to its receiver's thread itself. It listens from start() until it is destroyed, and reports
-/// no failure to anyone but the peer concerned.
+/// start() begins, so a callback must move to its receiver's thread itself. It listens from start()
+/// until it is destroyed, and reports no failure to anyone but the peer concerned.
 class SyncServer {
 public:
     /// Reads the pairing, or makes a new one (see Pairing). Does not listen yet.

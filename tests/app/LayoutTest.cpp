@@ -159,7 +159,7 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("family");
         for (const char* state : {"list", "code", "access"}) {
-            for (const char* family : {"", "Inter", "DejaVu Sans"})
+            for (const char* family : {"", "Inter", "DejaVu Sans", "Quicksand"})
                 QTest::addRow("%s in %s", state, *family ? family : "the system's font")
                     << QString::fromLatin1(state) << QString::fromLatin1(family);
         }
@@ -187,6 +187,9 @@ private slots:
             QVERIFY2(inside.contains(widget->geometry()), qPrintable(describe(*widget)));
         }
         QVERIFY(texts >= 8);
+        if (const auto* code = window.findChild<QWidget*>(QStringLiteral("code"));
+            code && code->isVisible())
+            QCOMPARE(code->parentWidget()->size(), QSize(264, 264)); // whatever else gives way
     }
 
 private:
