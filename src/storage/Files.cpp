@@ -138,6 +138,7 @@ void Files::append(const fs::path& file, std::span<const std::string_view> piece
     const Descriptor descriptor = opened(file, O_WRONLY | O_CREAT | O_APPEND);
     for (const std::string_view piece : pieces)
         write(descriptor, piece);
+    flushToDisk(descriptor);
 }
 
 void Files::writeAtomically(const fs::path& file, std::string_view bytes, Access access)

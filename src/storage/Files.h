@@ -16,7 +16,8 @@ namespace Files {
 std::optional<std::string> read(const std::filesystem::path& file);
 
 /// Writes `pieces` one after the other behind the end of `file`, which is created where it
-/// does not exist. On failure some of the bytes may have been written.
+/// does not exist. They are on disk before it returns, so that what is written afterwards may
+/// take them for granted. On failure some of the bytes may have been written.
 void append(const std::filesystem::path& file, std::span<const std::string_view> pieces);
 
 /// Who may read and write a new file: what the user's umask leaves, or the owner alone.

@@ -101,14 +101,15 @@ QString Desktop::trayGeometry() const
             QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), QStringLiteral("%@")});
 }
 
-void Desktop::clickTrayIcon() const
+void Desktop::clickTrayIcon(int times) const
 {
     // The tray is as wide as what is in it: here as one icon, which is as wide as the tray is high.
     QVERIFY(QTest::qWaitFor(
         [this] { return trayGeometry().contains(QStringLiteral("WIDTH=24")); }, patience));
     output(QStringLiteral("xdotool"),
         {QStringLiteral("mousemove"), QStringLiteral("988"), QStringLiteral("12"),
-            QStringLiteral("click"), QStringLiteral("1")});
+            QStringLiteral("click"), QStringLiteral("--repeat"), QString::number(times),
+            QStringLiteral("--delay"), QStringLiteral("80"), QStringLiteral("1")});
 }
 
 bool Desktop::shows(const QString& title) const

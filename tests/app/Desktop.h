@@ -44,7 +44,7 @@ public:
     void type(const QString& text) const;
 
     /// Clicks the icon in the tray; waits until there is one.
-    void clickTrayIcon() const;
+    void clickTrayIcon(int times = 1) const;
 
     /// True while a window of this title is to be seen.
     bool shows(const QString& title) const;

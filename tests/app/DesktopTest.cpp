@@ -68,6 +68,21 @@ private slots:
         QCOMPARE(program->state(), QProcess::Running);
     }
 
+    void doubleClickOnTheIconOpensTheWindow()
+    {
+        const Desktop desktop(Desktop::Tray::Present);
+        giveMessages(desktop);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        openWindow(desktop);
+        desktop.press(QStringLiteral("Escape"));
+        QTRY_VERIFY(!desktop.shows(title()));
+        QTest::qWait(400); // until a click is another one
+        desktop.clickTrayIcon(2);
+        QTRY_VERIFY(desktop.shows(title()));
+        QTest::qWait(400);
+        QVERIFY(desktop.shows(title()));
+    }
+
     void secondStartBringsTheFirstOnesWindowUp()
     {
         const Desktop desktop(Desktop::Tray::Present);
@@ -89,6 +104,8 @@ private slots:
         giveMessages(desktop);
         const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
         QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
+        desktop.press(QStringLiteral("Escape"));
+        QVERIFY(!program->waitForFinished(300));
         bool finished = false; // the window manager may take a while to give it the keyboard
         for (int attempt = 0; attempt < 20 && !finished; ++attempt) {
             desktop.press(QStringLiteral("alt+F4"));
