@@ -64,10 +64,11 @@ QFont Look::font(double points, QFont::Weight weight)
 QFont Look::roundedFont(double points, QFont::Weight weight)
 {
     QFont rounded = font(points, weight);
-    // A family that lacks a character leaves it to the ones behind it.
     rounded.setFamilies(QStringList{QStringLiteral(".AppleSystemUIFontRounded"),
                             QStringLiteral("SF Pro Rounded"), QStringLiteral("Quicksand")}
         + rounded.families());
+    rounded.setStyleStrategy(
+        QFont::NoFontMerging); // looks for no others to fill gaps in its letters
     return rounded;
 }
 

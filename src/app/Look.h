@@ -25,7 +25,7 @@ QColor faded(QColor colour, double opacity);
 /// The system's font.
 QFont font(double points, QFont::Weight weight = QFont::Normal);
 
-/// The same in a rounded design, where the system has one.
+/// The same in a rounded design, where the system has one; for plain Latin letters.
 QFont roundedFont(double points, QFont::Weight weight);
 
 /// The drawings that come with the program.

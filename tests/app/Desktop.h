@@ -53,6 +53,7 @@ public:
     std::string codeOnScreen() const;
 
 private:
+    bool startTray();
     QString trayGeometry() const;
 
     QTemporaryDir m_home;
