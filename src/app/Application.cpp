@@ -54,8 +54,8 @@ int complain(const std::string& text)
 
 int runWindow(int& argc, char** argv)
 {
+    const std::future<void> fonts = readFontsAhead(); // while the display is being connected
     const QApplication application(argc, argv);
-    const std::future<void> fonts = readFontsAhead();
     nameApplication();
     using Place = SingleInstance::Place;
     SingleInstance instance;

@@ -24,6 +24,8 @@ bool hasDisplay()
 
 std::future<void> readFontsAhead()
 {
+    if (std::getenv("DESKTOP_STARTUP_ID"))
+        return {}; // Qt takes it out of the environment, which must not change under FcInit()
     try {
         return std::async(
             std::launch::async, [] { FcInit(); }); // which Qt calls for its first font
