@@ -53,7 +53,9 @@ public:
     std::string codeOnScreen() const;
 
 private:
+    void startDisplay();
     bool startTray();
+    void end();
     QString trayGeometry() const;
 
     QTemporaryDir m_home;
