@@ -67,8 +67,7 @@ QFont Look::roundedFont(double points, QFont::Weight weight)
     rounded.setFamilies(QStringList{QStringLiteral(".AppleSystemUIFontRounded"),
                             QStringLiteral("SF Pro Rounded"), QStringLiteral("Quicksand")}
         + rounded.families());
-    rounded.setStyleStrategy(
-        QFont::NoFontMerging); // looks for no others to fill gaps in its letters
+    rounded.setStyleStrategy(QFont::NoFontMerging); // no others to fill gaps in its letters
     return rounded;
 }
 

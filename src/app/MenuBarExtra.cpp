@@ -28,8 +28,7 @@ MenuBarExtra::MenuBarExtra(ContentView& window, bool hasTray) : m_window(window)
 {
     m_window.setWindowTitle(tr("Korvane Sync"));
     m_window.installEventFilter(this);
-    if (hasTray) // an ordinary window is not closed by a key that may have been meant for its
-                 // search
+    if (hasTray) // Escape, meant for the search, is not to end an ordinary window's program
         connect(&m_window, &ContentView::closeRequested, this, &MenuBarExtra::close);
     connect(&m_icon, &QSystemTrayIcon::activated, this, &MenuBarExtra::toggle);
     QApplication::setQuitOnLastWindowClosed(!hasTray);

@@ -38,6 +38,8 @@ private slots:
 private:
     void fillStore(int contacts);
     pid_t processOf(const QString& role) const;
+    template <typename Disturb>
+    void disturbInTheMiddle(const Disturb& disturb);
 
     std::unique_ptr<PrivateDesktop> m_desktop;
     std::unique_ptr<FilledStore> m_store;
@@ -108,6 +110,22 @@ pid_t SilentDesktopTest::processOf(const QString& role) const
                                                           : m_store->sourcesProcess();
 }
 
+/// What `disturb` returns lives until the names have been read, or given up.
+template <typename Disturb>
+void SilentDesktopTest::disturbInTheMiddle(const Disturb& disturb)
+{
+    QFETCH(QString, role);
+    QFETCH(int, moment);
+    constexpr int contacts = 1'000;
+    fillStore(contacts);
+    const pid_t process = processOf(role);
+    auto load = std::async(std::launch::async, loadInTime);
+    QTest::qSleep(moment);
+    [[maybe_unused]] const auto disturbance = disturb(process);
+    const ContactNames names = load.get();
+    QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
+}
+
 void SilentDesktopTest::withoutBusThereAreNoNames_data()
 {
     QTest::addColumn<QByteArray>("address");
@@ -166,16 +184,7 @@ void SilentDesktopTest::processStoppedInTheMiddleCostsNoMoreThanThreeSeconds_dat
 
 void SilentDesktopTest::processStoppedInTheMiddleCostsNoMoreThanThreeSeconds()
 {
-    QFETCH(QString, role);
-    QFETCH(int, moment);
-    constexpr int contacts = 1'000;
-    fillStore(contacts);
-    const pid_t process = processOf(role);
-    auto load = std::async(std::launch::async, loadInTime);
-    QTest::qSleep(moment);
-    const Stopped stopped(process);
-    const ContactNames names = load.get();
-    QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
+    disturbInTheMiddle([](pid_t process) { return Stopped(process); });
 }
 
 void SilentDesktopTest::processThatEndsInTheMiddleCostsNothing_data()
@@ -185,16 +194,7 @@ void SilentDesktopTest::processThatEndsInTheMiddleCostsNothing_data()
 
 void SilentDesktopTest::processThatEndsInTheMiddleCostsNothing()
 {
-    QFETCH(QString, role);
-    QFETCH(int, moment);
-    constexpr int contacts = 1'000;
-    fillStore(contacts);
-    const pid_t process = processOf(role);
-    auto load = std::async(std::launch::async, loadInTime);
-    QTest::qSleep(moment);
-    ::kill(process, SIGKILL);
-    const ContactNames names = load.get();
-    QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
+    disturbInTheMiddle([](pid_t process) { return ::kill(process, SIGKILL); });
 }
 
 void SilentDesktopTest::storeIsReadAgainWhenItGoesOn()
