@@ -1,0 +1,1 @@
+// The unit that precompiled.h is compiled with; CMake wants one.
