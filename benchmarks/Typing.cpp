@@ -4,7 +4,7 @@
 #include "PaintWatch.h"
 
 #include "app/ContentView.h"
-#include "sample/Names.h"
+#include "sample/Words.h"
 
 #include <QApplication>
 #include <QKeyEvent>

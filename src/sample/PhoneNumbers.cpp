@@ -18,28 +18,29 @@ constexpr std::string_view areaCodes[] = {"201", "202", "203", "205", "206", "20
 constexpr std::string_view germanBlocks[] = {"3023125", "4066969", "6990009", "8999998"};
 constexpr std::string_view britishBlock = "7700900";
 
-constexpr std::int64_t americanLines = 100;
-constexpr std::int64_t europeanLines = 1000;
+constexpr std::int64_t linesPerArea = 100;
+constexpr std::int64_t linesPerBlock = 1000;
 constexpr auto areaCount = static_cast<std::int64_t>(std::size(areaCodes));
 constexpr auto germanBlockCount = static_cast<std::int64_t>(std::size(germanBlocks));
 constexpr int perThousandInNationalForm = 90;
 
 constexpr std::int64_t areaStride = 29;
 constexpr std::int64_t lineStride = 37;
-static_assert(std::gcd(areaStride, areaCount) == 1, "the stride has to reach every area");
-static_assert(std::gcd(lineStride, americanLines* europeanLines) == 1);
+static_assert(std::gcd(areaStride, areaCount) == 1, "the stride must reach every area");
+static_assert(std::gcd(lineStride, linesPerArea) == 1, "the stride must reach every line");
+static_assert(std::gcd(lineStride, linesPerBlock) == 1, "the stride must reach every line");
 
-/// The number with zeros before it, `width` digits in all.
-std::string padded(std::int64_t number, std::size_t width)
+std::string zeroPadded(std::int64_t number, std::size_t width)
 {
     std::string digits = std::to_string(number);
     return digits.insert(0, width - digits.size(), '0');
 }
 
-/// Goes through all of a block's lines, in an order that does not show.
-std::int64_t lineOf(std::int64_t turn, std::int64_t block, std::int64_t lines)
+/// The line to use for the `index`-th number of a block. Reaches each of its `lines` once, but not
+/// in ascending order.
+std::int64_t lineNumber(std::int64_t index, std::int64_t block, std::int64_t lines)
 {
-    return (turn * lineStride + block * 61 + 17) % lines;
+    return (index * lineStride + block * 61 + 17) % lines;
 }
 
 std::string typedAmerican(std::string_view area, const std::string& line, Random& random)
@@ -67,12 +68,12 @@ std::optional<PhoneNumber> PhoneNumbers::next(Random& random)
 
 std::optional<PhoneNumber> PhoneNumbers::nextAmerican(Random& random)
 {
-    if (m_americans == areaCount * americanLines)
+    if (m_americanCount == areaCount * linesPerArea)
         return std::nullopt;
-    const std::int64_t turn = m_americans / areaCount;
-    const std::int64_t area = (m_americans++ * areaStride) % areaCount;
+    const std::int64_t index = m_americanCount / areaCount;
+    const std::int64_t area = (m_americanCount++ * areaStride) % areaCount;
     const std::string_view code = areaCodes[area];
-    const std::string line = "01" + padded(lineOf(turn, area, americanLines), 2);
+    const std::string line = "01" + zeroPadded(lineNumber(index, area, linesPerArea), 2);
     const bool national = random.chance(perThousandInNationalForm);
     const std::string prefix = national ? "(" : "+1";
     const std::string middle = national ? ") 555-" : "555";
@@ -82,12 +83,12 @@ std::optional<PhoneNumber> PhoneNumbers::nextAmerican(Random& random)
 
 std::optional<PhoneNumber> PhoneNumbers::nextGerman(Random& random)
 {
-    if (m_germans == germanBlockCount * europeanLines)
+    if (m_germanCount == germanBlockCount * linesPerBlock)
         return std::nullopt;
-    const std::int64_t block = m_germans % germanBlockCount;
-    const std::int64_t turn = m_germans++ / germanBlockCount;
+    const std::int64_t block = m_germanCount % germanBlockCount;
+    const std::int64_t index = m_germanCount++ / germanBlockCount;
     const std::string number(germanBlocks[block]);
-    const std::string line = padded(lineOf(turn, block, europeanLines), 3);
+    const std::string line = zeroPadded(lineNumber(index, block, linesPerBlock), 3);
     const bool national = random.chance(perThousandInNationalForm);
     const std::string typed = number.substr(0, 2) + " " + number.substr(2) + " " + line;
     return PhoneNumber{
@@ -96,9 +97,9 @@ std::optional<PhoneNumber> PhoneNumbers::nextGerman(Random& random)
 
 std::optional<PhoneNumber> PhoneNumbers::nextBritish(Random& random)
 {
-    if (m_britons == europeanLines)
+    if (m_britishCount == linesPerBlock)
         return std::nullopt;
-    const std::string line = padded(lineOf(m_britons++, 0, europeanLines), 3);
+    const std::string line = zeroPadded(lineNumber(m_britishCount++, 0, linesPerBlock), 3);
     const bool national = random.chance(perThousandInNationalForm);
     return PhoneNumber{(national ? "0" : "+44") + std::string(britishBlock) + line,
         "0" + std::string(britishBlock.substr(0, 4)) + " " + std::string(britishBlock.substr(4))

@@ -2,22 +2,23 @@
 
 #include "sample/Random.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
 namespace korvane::sample {
 
-/// One number twice: as the network reports it to Messages, and as someone typed it into an
-/// address book. Both end in the same ten digits.
+/// One number in two forms that end in the same ten digits.
 struct PhoneNumber {
-    std::string handle;
-    std::string typed;
+    std::string handle; ///< As the network reports it to Messages.
+    std::string typed; ///< As a user typed it into the address book.
 };
 
-/// Gives out numbers of the blocks set aside for fiction, no number twice.
+/// Generates phone numbers, each once. All are in blocks reserved for fiction: 555-0100 to 555-0199
+/// in each American area, and blocks of a thousand numbers in Germany and Great Britain.
 class PhoneNumbers {
 public:
-    /// Absent once the blocks of the country drawn are used up.
+    /// Draws a country; empty if that country has no numbers left.
     std::optional<PhoneNumber> next(Random& random);
 
 private:
@@ -25,9 +26,9 @@ private:
     std::optional<PhoneNumber> nextGerman(Random& random);
     std::optional<PhoneNumber> nextBritish(Random& random);
 
-    std::int64_t m_americans = 0;
-    std::int64_t m_germans = 0;
-    std::int64_t m_britons = 0;
+    std::int64_t m_americanCount = 0;
+    std::int64_t m_germanCount = 0;
+    std::int64_t m_britishCount = 0;
 };
 
 } // namespace korvane::sample

@@ -6,27 +6,28 @@
 
 namespace korvane {
 
-/// How large a sample to write. The same values always give the same bytes.
+/// The size of a sample. Equal values always give equal files, byte for byte.
 struct SampleSize {
     std::int64_t messages = 4000;
-    std::int64_t chats = 24; ///< With none, all messages belong to no chat.
+    std::int64_t chats = 24; ///< With 0, no message is in a chat.
     std::uint64_t seed = 1;
 
     bool operator==(const SampleSize&) const = default;
 };
 
-/// Told now and then how many messages are written, and some more times when all are, while the
-/// indexes are made. Returning false ends the writing.
+/// Called with the number of messages written so far: every 5000 messages, then with the total
+/// before each index and at the end. Returning false cancels the writing.
 using SampleProgress = std::function<bool(std::int64_t written)>;
 
-/// Writes an invented Messages database to `path`, where there must not be a file yet. Throws
-/// DBError, also when `progress` ends the writing; whatever is thrown, an incomplete file is
-/// removed.
+/// Creates a Messages database with invented content at `path`. Throws DBError if `path` exists,
+/// `size` is out of range, the writing fails, or `progress` cancels it. After any exception, also
+/// one thrown by `progress`, no incomplete file is left.
 void writeSampleDatabase(
     const std::string& path, const SampleSize& size, const SampleProgress& progress = {});
 
-/// Writes the address book that goes with the sample of this size to `path`, where no file must
-/// be: vCards of two people in three. Throws DBError, leaving no incomplete file.
+/// Creates the address book for the sample of this size at `path`: vCards of two thirds of its
+/// people. The number of messages makes no difference. Throws DBError if `path` exists, `size` is
+/// out of range, or the writing fails; then no incomplete file is left.
 void writeSampleContacts(const std::string& path, const SampleSize& size);
 
 } // namespace korvane

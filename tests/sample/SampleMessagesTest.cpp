@@ -1,4 +1,4 @@
-#include "sample/AttributedBody.h"
+#include "sample/MessageText.h"
 #include "sample/SampleFile.h"
 #include "support/Printing.h"
 
