@@ -1,5 +1,5 @@
 #include "messages/DBError.h"
-#include "sample/SampleFile.h"
+#include "sample/TemporarySample.h"
 #include "support/Printing.h"
 
 #include <QFile>
@@ -14,10 +14,11 @@ namespace korvane {
 
 namespace {
 
-constexpr SampleSize usualSize{.messages = 0, .chats = 400, .seed = 3};
+constexpr SampleSize testSize{.messages = 0, .chats = 400, .seed = 3};
 
-/// What a number or address is recognised by: its last ten digits, or itself in lower case.
-QString keyOf(const QString& address)
+/// The part of a handle that identifies it in either spelling: the last ten digits of a phone
+/// number, or an e-mail address in lower case.
+QString normalized(const QString& address)
 {
     if (address.contains(u'@'))
         return address.toLower();
@@ -35,18 +36,18 @@ QString valueOf(const QString& line)
 
 } // namespace
 
-/// The address book that goes with a sample database.
+/// The content of the address book that writeSampleContacts() writes.
 class SampleContactsTest : public QObject {
     Q_OBJECT
 
 private slots:
     void init();
     void writesWellFormedCards();
-    void namesTwoThirdsOfTheHandles();
-    void givesTheSameBytesWhateverTheMessages();
-    void givesOtherPeopleForAnotherSeed();
-    void knowsSomebodyEvenWithoutChats();
-    void leavesAFileThatExistsUntouched();
+    void coversTwoThirdsOfTheHandles();
+    void numberOfMessagesMakesNoDifference();
+    void differentSeedGivesDifferentPeople();
+    void containsCardsEvenWithoutChats();
+    void existingFileIsNotOverwritten();
 
 private:
     QByteArray cards(const SampleSize& size);
@@ -69,7 +70,7 @@ QByteArray SampleContactsTest::cards(const SampleSize& size)
 
 void SampleContactsTest::writesWellFormedCards()
 {
-    const QString text = QString::fromUtf8(cards(usualSize));
+    const QString text = QString::fromUtf8(cards(testSize));
     QVERIFY(text.endsWith(QStringLiteral("END:VCARD\r\n")));
     QVERIFY(text.contains(QStringLiteral("ORG:Dr. Vogel\\, Praxis\r\n")));
     static const QRegularExpression wellFormed(
@@ -83,56 +84,56 @@ void SampleContactsTest::writesWellFormedCards()
         for (const QString& line : card.split(QStringLiteral("\r\n")))
             QVERIFY(line.toUtf8().size() <= 75);
     }
-    QVERIFY(found.size() > usualSize.chats / 2);
+    QVERIFY(found.size() > testSize.chats / 2);
 }
 
-void SampleContactsTest::namesTwoThirdsOfTheHandles()
+void SampleContactsTest::coversTwoThirdsOfTheHandles()
 {
-    std::set<QString> known;
-    for (const QString& line : QString::fromUtf8(cards(usualSize)).split(QStringLiteral("\r\n")))
+    std::set<QString> inCards;
+    for (const QString& line : QString::fromUtf8(cards(testSize)).split(QStringLiteral("\r\n")))
         if (line.startsWith(QStringLiteral("TEL")) || line.startsWith(QStringLiteral("EMAIL")))
-            QVERIFY2(known.insert(keyOf(valueOf(line))).second, qPrintable(line));
-    SampleFile sample(usualSize);
+            QVERIFY2(inCards.insert(normalized(valueOf(line))).second, qPrintable(line));
+    TemporarySample sample(testSize);
     Sqlite::Statement handles = sample.query("SELECT id FROM handle");
-    int all = 0;
-    int named = 0;
+    int count = 0;
+    int covered = 0;
     while (handles.step()) {
         const std::string handle(handles.text(0).value_or(""));
-        named += known.contains(keyOf(QString::fromStdString(handle))) ? 1 : 0;
-        ++all;
+        covered += inCards.contains(normalized(QString::fromStdString(handle))) ? 1 : 0;
+        ++count;
     }
-    QVERIFY2(named * 100 > all * 60 && named * 100 < all * 73, qPrintable(QString::number(named)));
+    QVERIFY2(covered * 100 > count * 60 && covered * 100 < count * 73,
+        qPrintable(QString::number(covered)));
 }
 
-void SampleContactsTest::givesTheSameBytesWhateverTheMessages()
+void SampleContactsTest::numberOfMessagesMakesNoDifference()
 {
-    SampleSize larger = usualSize;
+    SampleSize larger = testSize;
     larger.messages = 1'000'000;
-    QCOMPARE(cards(larger), cards(usualSize));
+    QCOMPARE(cards(larger), cards(testSize));
 }
 
-void SampleContactsTest::givesOtherPeopleForAnotherSeed()
+void SampleContactsTest::differentSeedGivesDifferentPeople()
 {
-    SampleSize other = usualSize;
+    SampleSize other = testSize;
     other.seed = 4;
-    QVERIFY(cards(other) != cards(usualSize));
+    QVERIFY(cards(other) != cards(testSize));
 }
 
-void SampleContactsTest::knowsSomebodyEvenWithoutChats()
+void SampleContactsTest::containsCardsEvenWithoutChats()
 {
     QVERIFY(cards({.messages = 0, .chats = 0}).startsWith("BEGIN:VCARD\r\n"));
 }
 
-void SampleContactsTest::leavesAFileThatExistsUntouched()
+void SampleContactsTest::existingFileIsNotOverwritten()
 {
-    QFile mine(m_folder->filePath(QStringLiteral("mine.vcf")));
-    QVERIFY(mine.open(QIODevice::WriteOnly));
-    mine.write("precious");
-    mine.close();
-    QVERIFY_THROWS_EXCEPTION(
-        DBError, writeSampleContacts(mine.fileName().toStdString(), usualSize));
-    QVERIFY(mine.open(QIODevice::ReadOnly));
-    QCOMPARE(mine.readAll(), QByteArray("precious"));
+    QFile file(m_folder->filePath(QStringLiteral("existing.vcf")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("existing content");
+    file.close();
+    QVERIFY_THROWS_EXCEPTION(DBError, writeSampleContacts(file.fileName().toStdString(), testSize));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("existing content"));
 }
 
 } // namespace korvane

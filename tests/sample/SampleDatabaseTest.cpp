@@ -1,5 +1,5 @@
 #include "messages/DBError.h"
-#include "sample/SampleFile.h"
+#include "sample/TemporarySample.h"
 #include "support/Printing.h"
 
 #include <QRegularExpression>
@@ -12,46 +12,46 @@ namespace korvane {
 
 namespace {
 
-constexpr SampleSize usualSize{.messages = 30'000, .chats = 120, .seed = 7};
+constexpr SampleSize testSize{.messages = 30'000, .chats = 120, .seed = 7};
 
 } // namespace
 
-/// What is in a sample database.
+/// The tables of a sample database: sizes, indexes, consistency and proportions.
 class SampleDatabaseTest : public QObject {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void hasTheRowsAskedFor();
+    void hasTheRequestedNumberOfRows();
     void hasTheIndexesOfARealDatabase_data();
     void hasTheIndexesOfARealDatabase();
-    void keepsItsTablesConsistent_data();
-    void keepsItsTablesConsistent();
-    void keepsRealProportions_data();
-    void keepsRealProportions();
-    void makesEveryFourthChatAGroup();
-    void fillsAFewChatsWithMostMessages();
-    void takesHandlesThatBelongToNobody();
+    void tablesAreConsistent_data();
+    void tablesAreConsistent();
+    void messageKindsHaveRealisticShares_data();
+    void messageKindsHaveRealisticShares();
+    void everyFourthChatIsAGroup();
+    void fewChatsHoldMostMessages();
+    void handlesAreInBlocksReservedForFiction();
     void writesSamplesOfAnySize_data();
     void writesSamplesOfAnySize();
-    void givesEveryChatAMessageIfThereAreEnough();
-    void refusesSizesThatNoSampleHas_data();
-    void refusesSizesThatNoSampleHas();
+    void everyChatGetsAMessageIfThereAreEnough();
+    void rejectsSizesOutOfRange_data();
+    void rejectsSizesOutOfRange();
 
 private:
-    std::unique_ptr<SampleFile> m_sample;
+    std::unique_ptr<TemporarySample> m_sample;
 };
 
 void SampleDatabaseTest::initTestCase()
 {
-    m_sample = std::make_unique<SampleFile>(usualSize);
+    m_sample = std::make_unique<TemporarySample>(testSize);
 }
 
-void SampleDatabaseTest::hasTheRowsAskedFor()
+void SampleDatabaseTest::hasTheRequestedNumberOfRows()
 {
-    QCOMPARE(m_sample->number("SELECT COUNT(*) FROM message"), usualSize.messages);
-    QCOMPARE(m_sample->number("SELECT MAX(ROWID) FROM message"), usualSize.messages);
-    QCOMPARE(m_sample->number("SELECT COUNT(*) FROM chat"), usualSize.chats);
+    QCOMPARE(m_sample->number("SELECT COUNT(*) FROM message"), testSize.messages);
+    QCOMPARE(m_sample->number("SELECT MAX(ROWID) FROM message"), testSize.messages);
+    QCOMPARE(m_sample->number("SELECT COUNT(*) FROM chat"), testSize.chats);
 }
 
 void SampleDatabaseTest::hasTheIndexesOfARealDatabase_data()
@@ -97,42 +97,42 @@ void SampleDatabaseTest::hasTheIndexesOfARealDatabase()
     QCOMPARE(found, 1);
 }
 
-void SampleDatabaseTest::keepsItsTablesConsistent_data()
+void SampleDatabaseTest::tablesAreConsistent_data()
 {
     QTest::addColumn<std::string>("faults");
     const auto row
         = [](const char* name, const char* faults) { QTest::newRow(name) << std::string(faults); };
-    row("a join without its row", "SELECT COUNT(*) FROM pragma_foreign_key_check");
-    row("a damaged page or index",
+    row("a join row that refers to a missing row", "SELECT COUNT(*) FROM pragma_foreign_key_check");
+    row("a corrupt page or index",
         "SELECT COUNT(*) FROM pragma_integrity_check WHERE integrity_check <> 'ok'");
-    row("a sender without handle",
+    row("a sender that is no handle",
         "SELECT COUNT(*) FROM message WHERE handle_id <> 0"
         " AND handle_id NOT IN (SELECT ROWID FROM handle)");
-    row("a sender who is not in the chat",
+    row("a sender that is no member of the chat",
         "SELECT COUNT(*) FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID"
         " WHERE m.is_from_me = 0 AND NOT EXISTS (SELECT 1 FROM chat_message_join o"
         " JOIN chat_handle_join h ON h.chat_id = o.chat_id"
         " WHERE o.message_id = m.ROWID AND h.handle_id = m.handle_id)");
-    row("a date that differs in the join",
+    row("a date that differs from the one in the join row",
         "SELECT COUNT(*) FROM chat_message_join j JOIN message m ON m.ROWID = j.message_id"
         " WHERE m.date <> j.message_date");
-    row("an attachment of a message that has none",
+    row("an attachment of a message not marked as having any",
         "SELECT COUNT(*) FROM message_attachment_join j JOIN message m ON m.ROWID = j.message_id"
         " WHERE m.cache_has_attachments = 0");
-    row("a text kept twice",
+    row("a text in both columns",
         "SELECT COUNT(*) FROM message WHERE text IS NOT NULL AND attributedBody IS NOT NULL");
-    row("a message without text that is no system message",
+    row("a message without text, though not a system message",
         "SELECT COUNT(*) FROM message WHERE item_type = 0 AND text IS NULL"
         " AND attributedBody IS NULL");
 }
 
-void SampleDatabaseTest::keepsItsTablesConsistent()
+void SampleDatabaseTest::tablesAreConsistent()
 {
     QFETCH(std::string, faults);
     QCOMPARE(m_sample->number(faults), std::int64_t{0});
 }
 
-void SampleDatabaseTest::keepsRealProportions_data()
+void SampleDatabaseTest::messageKindsHaveRealisticShares_data()
 {
     QTest::addColumn<std::string>("rows");
     QTest::addColumn<int>("atLeastPerThousand");
@@ -142,9 +142,9 @@ void SampleDatabaseTest::keepsRealProportions_data()
     };
     row("with attachments", "message WHERE cache_has_attachments = 1", 50, 70);
     row("reactions", "message WHERE associated_message_type BETWEEN 2000 AND 2005", 85, 110);
-    row("removals", "message WHERE associated_message_type BETWEEN 3000 AND 3005", 2, 15);
+    row("removed reactions", "message WHERE associated_message_type BETWEEN 3000 AND 3005", 2, 15);
     row("replies", "message WHERE thread_originator_guid IS NOT NULL", 40, 60);
-    row("system", "message WHERE item_type <> 0", 4, 15);
+    row("system messages", "message WHERE item_type <> 0", 4, 15);
     row("texts in the text column", "message WHERE text IS NOT NULL", 130, 170);
     row("from me", "message WHERE is_from_me = 1", 400, 500);
     row("in no chat", "message WHERE ROWID NOT IN (SELECT message_id FROM chat_message_join)", 2,
@@ -153,18 +153,18 @@ void SampleDatabaseTest::keepsRealProportions_data()
         1, 6);
 }
 
-void SampleDatabaseTest::keepsRealProportions()
+void SampleDatabaseTest::messageKindsHaveRealisticShares()
 {
     QFETCH(std::string, rows);
     QFETCH(int, atLeastPerThousand);
     QFETCH(int, atMostPerThousand);
     const std::int64_t count = m_sample->number("SELECT COUNT(*) FROM " + rows);
-    QVERIFY2(count * 1000 >= atLeastPerThousand * usualSize.messages
-            && count * 1000 <= atMostPerThousand * usualSize.messages,
+    QVERIFY2(count * 1000 >= atLeastPerThousand * testSize.messages
+            && count * 1000 <= atMostPerThousand * testSize.messages,
         qPrintable(QString::number(count)));
 }
 
-void SampleDatabaseTest::makesEveryFourthChatAGroup()
+void SampleDatabaseTest::everyFourthChatIsAGroup()
 {
     Sqlite::Statement chats
         = m_sample->query("SELECT c.style, COUNT(*), COUNT(DISTINCT h.handle_id),"
@@ -180,23 +180,23 @@ void SampleDatabaseTest::makesEveryFourthChatAGroup()
         groups += isGroup ? 1 : 0;
         named += chats.integer(3);
     }
-    QCOMPARE(groups, usualSize.chats / 4);
+    QCOMPARE(groups, testSize.chats / 4);
     QVERIFY(named > groups / 2 && named < groups);
 }
 
-void SampleDatabaseTest::fillsAFewChatsWithMostMessages()
+void SampleDatabaseTest::fewChatsHoldMostMessages()
 {
     Sqlite::Statement chats
         = m_sample->query("SELECT COUNT(*) FROM chat_message_join GROUP BY chat_id"
                           " ORDER BY COUNT(*) DESC");
-    std::int64_t inTheTwelveBusiest = 0;
-    for (int chat = 0; chat < usualSize.chats / 10 && chats.step(); ++chat)
-        inTheTwelveBusiest += chats.integer(0);
-    QVERIFY(inTheTwelveBusiest > usualSize.messages / 3);
-    QVERIFY(inTheTwelveBusiest < usualSize.messages * 4 / 5);
+    std::int64_t inBusiestTenth = 0;
+    for (int chat = 0; chat < testSize.chats / 10 && chats.step(); ++chat)
+        inBusiestTenth += chats.integer(0);
+    QVERIFY(inBusiestTenth > testSize.messages / 3);
+    QVERIFY(inBusiestTenth < testSize.messages * 4 / 5);
 }
 
-void SampleDatabaseTest::takesHandlesThatBelongToNobody()
+void SampleDatabaseTest::handlesAreInBlocksReservedForFiction()
 {
     const QRegularExpression reserved(
         QStringLiteral(
@@ -214,51 +214,52 @@ void SampleDatabaseTest::writesSamplesOfAnySize_data()
 {
     QTest::addColumn<qint64>("messages");
     QTest::addColumn<qint64>("chats");
-    QTest::addColumn<qint64>("inAChat");
-    QTest::newRow("nothing at all") << qint64{0} << qint64{0} << qint64{0};
+    QTest::addColumn<qint64>("messagesInChats");
+    QTest::newRow("no messages, no chats") << qint64{0} << qint64{0} << qint64{0};
     QTest::newRow("a chat without messages") << qint64{0} << qint64{1} << qint64{0};
     QTest::newRow("messages without chats") << qint64{500} << qint64{0} << qint64{0};
     QTest::newRow("one message") << qint64{1} << qint64{1} << qint64{1};
     QTest::newRow("more chats than messages") << qint64{3} << qint64{100} << qint64{3};
-    QTest::newRow("a full batch of rows") << qint64{32} << qint64{32} << qint64{32};
-    QTest::newRow("more chats than reserved numbers") << qint64{0} << qint64{30'000} << qint64{0};
+    QTest::newRow("exactly one batch of rows") << qint64{32} << qint64{32} << qint64{32};
+    QTest::newRow("more chats than reserved phone numbers")
+        << qint64{0} << qint64{30'000} << qint64{0};
 }
 
 void SampleDatabaseTest::writesSamplesOfAnySize()
 {
     QFETCH(qint64, messages);
     QFETCH(qint64, chats);
-    QFETCH(qint64, inAChat);
-    SampleFile sample({.messages = messages, .chats = chats});
+    QFETCH(qint64, messagesInChats);
+    TemporarySample sample({.messages = messages, .chats = chats});
     QCOMPARE(sample.number("SELECT COUNT(*) FROM message"), std::int64_t{messages});
     QCOMPARE(sample.number("SELECT COUNT(*) FROM chat"), std::int64_t{chats});
     QCOMPARE(sample.number("SELECT COUNT(DISTINCT message_id) FROM chat_message_join"),
-        std::int64_t{inAChat});
+        std::int64_t{messagesInChats});
     QCOMPARE(sample.number("SELECT COUNT(*) FROM pragma_foreign_key_check"), std::int64_t{0});
 }
 
-void SampleDatabaseTest::givesEveryChatAMessageIfThereAreEnough()
+void SampleDatabaseTest::everyChatGetsAMessageIfThereAreEnough()
 {
-    SampleFile sample({.messages = 1000, .chats = 300});
+    TemporarySample sample({.messages = 1000, .chats = 300});
     QCOMPARE(
         sample.number("SELECT COUNT(DISTINCT chat_id) FROM chat_message_join"), std::int64_t{300});
 }
 
-void SampleDatabaseTest::refusesSizesThatNoSampleHas_data()
+void SampleDatabaseTest::rejectsSizesOutOfRange_data()
 {
     QTest::addColumn<qint64>("messages");
     QTest::addColumn<qint64>("chats");
-    QTest::newRow("fewer than no messages") << qint64{-1} << qint64{1};
-    QTest::newRow("fewer than no chats") << qint64{1} << qint64{-1};
-    QTest::newRow("far too many chats")
+    QTest::newRow("negative number of messages") << qint64{-1} << qint64{1};
+    QTest::newRow("negative number of chats") << qint64{1} << qint64{-1};
+    QTest::newRow("too many chats")
         << qint64{1} << qint64{std::numeric_limits<std::int64_t>::max()};
 }
 
-void SampleDatabaseTest::refusesSizesThatNoSampleHas()
+void SampleDatabaseTest::rejectsSizesOutOfRange()
 {
     QFETCH(qint64, messages);
     QFETCH(qint64, chats);
-    QVERIFY_THROWS_EXCEPTION(DBError, SampleFile({.messages = messages, .chats = chats}));
+    QVERIFY_THROWS_EXCEPTION(DBError, TemporarySample({.messages = messages, .chats = chats}));
 }
 
 } // namespace korvane

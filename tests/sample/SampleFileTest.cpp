@@ -26,7 +26,8 @@ QByteArray contentOf(const std::string& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// While it lives, no file of this process can grow beyond so many bytes, as on a full disk.
+/// Limits the size of the files that this process writes, until destroyed. Writing more fails, as
+/// on a full disk.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes)
@@ -48,7 +49,7 @@ private:
     rlimit m_before{};
 };
 
-/// What the error says that writing a sample to this path ends in; empty without one.
+/// The message of the DBError that writing a sample to this path throws; empty without one.
 std::string errorOfWriting(const std::string& path, const SampleProgress& progress = {})
 {
     try {
@@ -61,22 +62,22 @@ std::string errorOfWriting(const std::string& path, const SampleProgress& progre
 
 } // namespace
 
-/// How a sample database comes to be a file, or none.
+/// The file that writeSampleDatabase() creates, and that none is left when it fails.
 class SampleFileTest : public QObject {
     Q_OBJECT
 
 private slots:
     void init();
-    void givesTheSameBytesForTheSameSize();
-    void givesOtherBytesForAnotherSeed();
-    void leavesAFileThatExistsUntouched();
-    void leavesALinkToNowhereUntouched();
-    void tellsWhyItCannotWrite();
-    void leavesNothingButTheDatabase();
-    void tellsHowManyMessagesAreWritten();
-    void leavesNoFileWhenStopped_data();
-    void leavesNoFileWhenStopped();
-    void leavesNoFileWhenAskingFails();
+    void sameSizeGivesTheSameBytes();
+    void differentSeedGivesDifferentBytes();
+    void existingFileIsNotOverwritten();
+    void danglingLinkIsNotOverwritten();
+    void errorNamesThePathAndTheReason();
+    void createsNoOtherFile();
+    void reportsTheNumberOfMessagesWritten();
+    void leavesNoFileWhenCancelled_data();
+    void leavesNoFileWhenCancelled();
+    void leavesNoFileWhenProgressThrows();
     void leavesNoFileOnAFullDisk();
 
 private:
@@ -101,7 +102,7 @@ QStringList SampleFileTest::files() const
     return QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
 }
 
-void SampleFileTest::givesTheSameBytesForTheSameSize()
+void SampleFileTest::sameSizeGivesTheSameBytes()
 {
     writeSampleDatabase(pathOf("one.db"), smallSize);
     writeSampleDatabase(pathOf("two.db"), smallSize, [](std::int64_t) { return true; });
@@ -109,7 +110,7 @@ void SampleFileTest::givesTheSameBytesForTheSameSize()
     QVERIFY(contentOf(pathOf("one.db")) == contentOf(pathOf("two.db")));
 }
 
-void SampleFileTest::givesOtherBytesForAnotherSeed()
+void SampleFileTest::differentSeedGivesDifferentBytes()
 {
     SampleSize other = smallSize;
     other.seed = 2;
@@ -118,49 +119,49 @@ void SampleFileTest::givesOtherBytesForAnotherSeed()
     QVERIFY(contentOf(pathOf("one.db")) != contentOf(pathOf("two.db")));
 }
 
-void SampleFileTest::leavesAFileThatExistsUntouched()
+void SampleFileTest::existingFileIsNotOverwritten()
 {
-    QFile mine(QString::fromStdString(pathOf("mine.db")));
-    QVERIFY(mine.open(QIODevice::WriteOnly));
-    mine.write("precious");
-    mine.close();
-    QCOMPARE(errorOfWriting(pathOf("mine.db")), pathOf("mine.db") + " exists already.");
-    QCOMPARE(contentOf(pathOf("mine.db")), QByteArray("precious"));
+    QFile file(QString::fromStdString(pathOf("existing.db")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("existing content");
+    file.close();
+    QCOMPARE(errorOfWriting(pathOf("existing.db")), pathOf("existing.db") + " exists already.");
+    QCOMPARE(contentOf(pathOf("existing.db")), QByteArray("existing content"));
 }
 
-void SampleFileTest::leavesALinkToNowhereUntouched()
+void SampleFileTest::danglingLinkIsNotOverwritten()
 {
     QVERIFY(QFile::link(QStringLiteral("nowhere"), QString::fromStdString(pathOf("link.db"))));
     QCOMPARE(errorOfWriting(pathOf("link.db")), pathOf("link.db") + " exists already.");
     QCOMPARE(files(), QStringList{QStringLiteral("link.db")});
 }
 
-void SampleFileTest::tellsWhyItCannotWrite()
+void SampleFileTest::errorNamesThePathAndTheReason()
 {
     const std::string path = pathOf("missing/chat.db");
     QCOMPARE(errorOfWriting(path), "Can't write " + path + ": No such file or directory");
 }
 
-void SampleFileTest::leavesNothingButTheDatabase()
+void SampleFileTest::createsNoOtherFile()
 {
     QCOMPARE(errorOfWriting(pathOf("chat.db")), std::string());
     QCOMPARE(files(), QStringList{QStringLiteral("chat.db")});
 }
 
-void SampleFileTest::tellsHowManyMessagesAreWritten()
+void SampleFileTest::reportsTheNumberOfMessagesWritten()
 {
-    std::vector<std::int64_t> told;
+    std::vector<std::int64_t> reports;
     writeSampleDatabase(pathOf("chat.db"), smallSize, [&](std::int64_t written) {
-        told.push_back(written);
+        reports.push_back(written);
         return true;
     });
-    QVERIFY(told.size() > 4);
-    QVERIFY(std::is_sorted(told.begin(), told.end()));
-    QCOMPARE(told.front(), std::int64_t{0});
-    QCOMPARE(told.back(), smallSize.messages);
+    QVERIFY(reports.size() > 4);
+    QVERIFY(std::is_sorted(reports.begin(), reports.end()));
+    QCOMPARE(reports.front(), std::int64_t{0});
+    QCOMPARE(reports.back(), smallSize.messages);
 }
 
-void SampleFileTest::leavesNoFileWhenStopped_data()
+void SampleFileTest::leavesNoFileWhenCancelled_data()
 {
     QTest::addColumn<int>("reportsBefore");
     QTest::newRow("before the first message") << 0;
@@ -168,7 +169,7 @@ void SampleFileTest::leavesNoFileWhenStopped_data()
     QTest::newRow("between indexes") << 5;
 }
 
-void SampleFileTest::leavesNoFileWhenStopped()
+void SampleFileTest::leavesNoFileWhenCancelled()
 {
     QFETCH(int, reportsBefore);
     const std::string error
@@ -177,9 +178,9 @@ void SampleFileTest::leavesNoFileWhenStopped()
     QCOMPARE(files(), QStringList());
 }
 
-void SampleFileTest::leavesNoFileWhenAskingFails()
+void SampleFileTest::leavesNoFileWhenProgressThrows()
 {
-    const auto fail = [](std::int64_t) -> bool { throw std::runtime_error("asked too often"); };
+    const auto fail = [](std::int64_t) -> bool { throw std::runtime_error("progress failed"); };
     QVERIFY_THROWS_EXCEPTION(
         std::runtime_error, writeSampleDatabase(pathOf("chat.db"), smallSize, fail));
     QCOMPARE(files(), QStringList());
@@ -187,7 +188,7 @@ void SampleFileTest::leavesNoFileWhenAskingFails()
 
 void SampleFileTest::leavesNoFileOnAFullDisk()
 {
-    const FileSizeLimit full(300'000);
+    const FileSizeLimit limit(300'000);
     QVERIFY(!errorOfWriting(pathOf("chat.db")).empty());
     QCOMPARE(files(), QStringList());
 }

@@ -1,5 +1,5 @@
 #include "sample/MessageText.h"
-#include "sample/SampleFile.h"
+#include "sample/TemporarySample.h"
 #include "support/Printing.h"
 
 #include <QtTest/QTest>
@@ -11,10 +11,11 @@ namespace korvane {
 
 namespace {
 
-constexpr SampleSize usualSize{.messages = 30'000, .chats = 120, .seed = 7};
+constexpr SampleSize testSize{.messages = 30'000, .chats = 120, .seed = 7};
 
-/// The text of an archive by the rule that every reader of these databases goes by.
-std::optional<std::string> textIn(std::string_view archive)
+/// Decodes an attributed body independently of the code under test: the text follows the first
+/// "NSString" and five more bytes, preceded by its length.
+std::optional<std::string> decodedText(std::string_view archive)
 {
     const std::size_t found = archive.find("NSString");
     if (found == archive.npos)
@@ -37,7 +38,7 @@ bool isUtf8(const std::string& text)
         && text.find("\xEF\xBF\xBD") == text.npos;
 }
 
-/// The guid that a reaction names, without its prefix.
+/// SQL for the guid in associated_message_guid, without the prefix.
 constexpr const char* targetOfReaction
     = "CASE WHEN associated_message_guid LIKE 'p:%'"
       " THEN substr(associated_message_guid, instr(associated_message_guid, '/') + 1)"
@@ -46,68 +47,68 @@ constexpr const char* targetOfReaction
 
 } // namespace
 
-/// What the messages of a sample database say, when, and which others they refer to.
+/// The messages of a sample database: order, dates, texts and references.
 class SampleMessagesTest : public QObject {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void writesTheMessagesOfAllChatsInTheOrderOfTime();
-    void datesTheFirstMessagesInSeconds();
-    void writesBodiesThatReadersDecode();
-    void prefixesATextWithItsLength_data();
-    void prefixesATextWithItsLength();
-    void refersToEarlierMessagesOfTheSameChat_data();
-    void refersToEarlierMessagesOfTheSameChat();
+    void messagesOfAllChatsAreInterleavedByDate();
+    void firstMessagesHaveDatesInSeconds();
+    void attributedBodiesCanBeDecoded();
+    void attributedBodyStatesTheLengthOfItsText_data();
+    void attributedBodyStatesTheLengthOfItsText();
+    void referencesPointToEarlierMessagesOfTheSameChat_data();
+    void referencesPointToEarlierMessagesOfTheSameChat();
 
 private:
-    std::unique_ptr<SampleFile> m_sample;
+    std::unique_ptr<TemporarySample> m_sample;
 };
 
 void SampleMessagesTest::initTestCase()
 {
-    m_sample = std::make_unique<SampleFile>(usualSize);
+    m_sample = std::make_unique<TemporarySample>(testSize);
 }
 
-void SampleMessagesTest::writesTheMessagesOfAllChatsInTheOrderOfTime()
+void SampleMessagesTest::messagesOfAllChatsAreInterleavedByDate()
 {
     const std::int64_t late
         = m_sample->number("SELECT COUNT(*) FROM message m JOIN message e ON e.ROWID = m.ROWID - 1"
                            " WHERE m.date < e.date");
-    QVERIFY2(late > usualSize.messages / 200 && late < usualSize.messages / 50,
+    QVERIFY2(late > testSize.messages / 200 && late < testSize.messages / 50,
         qPrintable(QString::number(late)));
     const std::int64_t changes = m_sample->number(
         "SELECT COUNT(*) FROM chat_message_join m"
         " JOIN chat_message_join e ON e.message_id = m.message_id - 1 AND e.chat_id <> m.chat_id");
-    QVERIFY(changes > usualSize.messages / 20);
+    QVERIFY(changes > testSize.messages / 20);
 }
 
-void SampleMessagesTest::datesTheFirstMessagesInSeconds()
+void SampleMessagesTest::firstMessagesHaveDatesInSeconds()
 {
     const std::int64_t seconds = m_sample->number("SELECT COUNT(*) FROM message WHERE date < 1e11");
-    QVERIFY(seconds > 0 && seconds < usualSize.messages / 100);
+    QVERIFY(seconds > 0 && seconds < testSize.messages / 100);
     QCOMPARE(m_sample->number("SELECT MAX(ROWID) FROM message WHERE date < 1e11"), seconds);
     const std::int64_t november2026 = 815'184'000;
     QVERIFY(m_sample->number("SELECT MAX(date) FROM message") / 1'000'000'000 < november2026);
 }
 
-void SampleMessagesTest::writesBodiesThatReadersDecode()
+void SampleMessagesTest::attributedBodiesCanBeDecoded()
 {
     Sqlite::Statement bodies = m_sample->query(
         "SELECT attributedBody, cache_has_attachments, associated_message_type FROM message"
         " WHERE attributedBody IS NOT NULL");
     int longTexts = 0;
     while (bodies.step()) {
-        const std::optional<std::string> text = textIn(*bodies.blob(0));
+        const std::optional<std::string> text = decodedText(*bodies.blob(0));
         QVERIFY(text && !text->empty() && isUtf8(*text));
-        const bool mentionsFiles = text->find("\xEF\xBF\xBC") != text->npos;
-        QCOMPARE(mentionsFiles, bodies.integer(1) != 0);
+        const bool hasAttachmentMark = text->find("\xEF\xBF\xBC") != text->npos;
+        QCOMPARE(hasAttachmentMark, bodies.integer(1) != 0);
         longTexts += text->size() > 127 ? 1 : 0;
     }
-    QVERIFY(longTexts > usualSize.messages / 50);
+    QVERIFY(longTexts > testSize.messages / 50);
 }
 
-void SampleMessagesTest::prefixesATextWithItsLength_data()
+void SampleMessagesTest::attributedBodyStatesTheLengthOfItsText_data()
 {
     QTest::addColumn<std::string>("text");
     QTest::addColumn<std::string>("prefix");
@@ -116,25 +117,25 @@ void SampleMessagesTest::prefixesATextWithItsLength_data()
                            << "\x00"s;
     QTest::newRow("one byte") << "a"s
                               << "\x01"s;
-    QTest::newRow("the longest of one byte") << std::string(127, 'a') << "\x7F"s;
-    QTest::newRow("the shortest of two bytes") << std::string(128, 'a') << "\x81\x80\x00"s;
+    QTest::newRow("longest with a one-byte length") << std::string(127, 'a') << "\x7F"s;
+    QTest::newRow("shortest with a two-byte length") << std::string(128, 'a') << "\x81\x80\x00"s;
     QTest::newRow("300 bytes") << std::string(300, 'a') << "\x81\x2C\x01"s;
-    QTest::newRow("the longest") << std::string(65535, 'a') << "\x81\xFF\xFF"s;
-    QTest::newRow("bytes, not characters") << "日本"s
-                                           << "\x06"s;
+    QTest::newRow("longest of all") << std::string(65535, 'a') << "\x81\xFF\xFF"s;
+    QTest::newRow("length in bytes, not characters") << "日本"s
+                                                     << "\x06"s;
 }
 
-void SampleMessagesTest::prefixesATextWithItsLength()
+void SampleMessagesTest::attributedBodyStatesTheLengthOfItsText()
 {
     QFETCH(std::string, text);
     QFETCH(std::string, prefix);
     const std::string archive = sample::encodeAttributedBody(text);
     const std::size_t start = archive.find("NSString") + 8 + 5;
     QCOMPARE(archive.substr(start, prefix.size() + text.size()), prefix + text);
-    QCOMPARE(textIn(archive), std::optional(text));
+    QCOMPARE(decodedText(archive), std::optional(text));
 }
 
-void SampleMessagesTest::refersToEarlierMessagesOfTheSameChat_data()
+void SampleMessagesTest::referencesPointToEarlierMessagesOfTheSameChat_data()
 {
     QTest::addColumn<std::string>("references");
     QTest::newRow("reactions") << std::string("SELECT ROWID, ") + targetOfReaction
@@ -143,17 +144,17 @@ void SampleMessagesTest::refersToEarlierMessagesOfTheSameChat_data()
                                             " FROM message WHERE thread_originator_guid <> ''");
 }
 
-void SampleMessagesTest::refersToEarlierMessagesOfTheSameChat()
+void SampleMessagesTest::referencesPointToEarlierMessagesOfTheSameChat()
 {
     QFETCH(std::string, references);
-    const std::string reached = " FROM (" + references + ") r JOIN message t ON t.guid = r.target";
+    const std::string join = " FROM (" + references + ") r JOIN message t ON t.guid = r.target";
     const std::int64_t all = m_sample->number("SELECT COUNT(*) FROM (" + references + ")");
-    const std::int64_t resolved = m_sample->number("SELECT COUNT(*)" + reached);
+    const std::int64_t resolved = m_sample->number("SELECT COUNT(*)" + join);
     QVERIFY(resolved < all);
     QVERIFY(resolved > all * 95 / 100);
-    QCOMPARE(m_sample->number("SELECT COUNT(*)" + reached + " WHERE t.ROWID >= r.ROWID"),
-        std::int64_t{0});
-    QCOMPARE(m_sample->number("SELECT COUNT(*)" + reached
+    QCOMPARE(
+        m_sample->number("SELECT COUNT(*)" + join + " WHERE t.ROWID >= r.ROWID"), std::int64_t{0});
+    QCOMPARE(m_sample->number("SELECT COUNT(*)" + join
                  + " WHERE EXISTS (SELECT 1 FROM chat_message_join WHERE message_id = r.ROWID)"
                    " AND NOT EXISTS (SELECT 1 FROM chat_message_join a JOIN chat_message_join b"
                    " ON b.chat_id = a.chat_id WHERE a.message_id = r.ROWID"

@@ -10,18 +10,18 @@
 
 namespace korvane {
 
-/// A sample database in a folder of its own, which goes with it, open for questions.
-class SampleFile {
+/// A sample database in a temporary folder, open for queries.
+class TemporarySample {
 public:
-    explicit SampleFile(const SampleSize& size)
+    explicit TemporarySample(const SampleSize& size)
         : m_path(m_folder.filePath(QStringLiteral("chat.db")).toStdString())
-        , m_db(written(m_path, size))
+        , m_db(write(m_path, size))
     {
     }
 
     Sqlite::Statement query(const std::string& sql) { return {m_db, sql}; }
 
-    /// The first column of the first row, of which there must be one.
+    /// The first column of the first row; -1 without rows.
     std::int64_t number(const std::string& sql)
     {
         Sqlite::Statement rows = query(sql);
@@ -29,7 +29,7 @@ public:
     }
 
 private:
-    static Sqlite written(const std::string& path, const SampleSize& size)
+    static Sqlite write(const std::string& path, const SampleSize& size)
     {
         writeSampleDatabase(path, size);
         return Sqlite::openReadOnly(path);
