@@ -8,6 +8,7 @@
 #include <QSocketNotifier>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <cstdint>
 #include <list>
 #include <memory>
 

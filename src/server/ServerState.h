@@ -3,6 +3,7 @@
 #include "pairing/Pairing.h"
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <optional>

@@ -2,6 +2,7 @@
 
 #include "storage/Descriptor.h"
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>

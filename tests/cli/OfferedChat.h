@@ -5,6 +5,7 @@
 #include "pairing/TransferLink.h"
 #include "server/RunningServer.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>

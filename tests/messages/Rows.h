@@ -5,6 +5,7 @@
 #include "support/Printing.h"
 #include "support/TestDatabase.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <utility>

@@ -1,5 +1,6 @@
 #include "messages/Timestamp.h"
 
+#include <QTimeZone>
 #include <QtTest/QTest>
 
 #include <limits>
@@ -57,7 +58,8 @@ void TimestampTest::mostNegativeDateEndsTheProgram()
 
 void TimestampTest::referenceDateIsTheFirstSecondOf2001()
 {
-    const QDateTime reference = QDateTime::fromSecsSinceEpoch(referenceDateUnixSeconds, Qt::UTC);
+    const QDateTime reference
+        = QDateTime::fromSecsSinceEpoch(referenceDateUnixSeconds, QTimeZone::utc());
     QCOMPARE(reference.toString(Qt::ISODate), QStringLiteral("2001-01-01T00:00:00Z"));
 }
 

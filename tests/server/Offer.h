@@ -4,6 +4,7 @@
 #include "server/RunningServer.h"
 #include "support/SealedByOthers.h"
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
