@@ -16,6 +16,11 @@ void setVariable(const char* name, const fs::path& folder)
     qputenv(name, QByteArray::fromStdString(folder.native()));
 }
 
+QLocale american()
+{
+    return {QLocale::English, QLocale::UnitedStates};
+}
+
 } // namespace
 
 StateSetup::StateSetup()
@@ -26,7 +31,7 @@ StateSetup::StateSetup()
     setVariable("XDG_CONFIG_HOME", config);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, // it reads the variable once
         QString::fromStdString(config.native()));
-    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    QLocale::setDefault(american());
 
     environment.database = files.db.path();
     environment.loadNames = [contacts = contacts] { return contacts->load(); };
@@ -88,6 +93,11 @@ fs::path StateSetup::settingsFile() const
 fs::path StateSetup::exportFile(std::int64_t chat, const std::string& title) const
 {
     return m_state->outputFolder() / Exporter::exportFileName(title, chat);
+}
+
+std::string StateSetup::timeText(QTime time)
+{
+    return american().toString(time, QLocale::ShortFormat).toStdString();
 }
 
 bool StateSetup::waitForExport()

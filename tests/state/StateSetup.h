@@ -6,6 +6,8 @@
 #include "state/HeldExport.h"
 #include "state/Recorder.h"
 
+#include <QTime>
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -57,6 +59,10 @@ public:
 
     /// Where the first export of a chat goes, in the folder that is set.
     std::filesystem::path exportFile(std::int64_t chat, const std::string& title) const;
+
+    /// A time of day as a status says it here: that of the machine, unless told otherwise. The
+    /// space in it differs between versions of Qt.
+    static std::string timeText(QTime time = {9, 41});
 
     /// Waits until no export is running.
     bool waitForExport();
