@@ -1,11 +1,13 @@
 #include "app/Application.h"
 #include "messages/Sqlite.h"
+#include "storage/LocaleWarning.h"
 
 #include <csignal>
 
 int main(int argc, char* argv[])
 {
     using namespace korvane;
+    suppressLocaleWarning();
     if (const auto folder = Application::snapshotFolder({argv + 1, argv + argc}))
         return Application::writeSnapshots(*folder, argc, argv);
     Sqlite::configureProcess();

@@ -162,6 +162,26 @@ private slots:
             outcome.err, std::string("korvane-sync: Not all of the output could be written.\n"));
     }
 
+    void localeWithoutUtf8IsNotWarnedAbout_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::newRow("the one of cron") << QStringLiteral("C");
+        QTest::newRow("one that is not installed") << QStringLiteral("de_DE.ISO-8859-1");
+    }
+
+    void localeWithoutUtf8IsNotWarnedAbout()
+    {
+        QFETCH(const QString, locale);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("LC_ALL"), locale);
+        QProcess program;
+        program.setProcessEnvironment(environment);
+        program.start(QStringLiteral(PROGRAM), {QStringLiteral("--version")});
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitCode(), 0);
+        QCOMPARE(program.readAllStandardError(), QByteArray());
+    }
+
     void noProgressIsDrawnWhereThereIsNoTerminal()
     {
         const Terminal terminal;
