@@ -259,13 +259,13 @@ private:
     }
 
     /// The text that reads so; the test ends where there is none.
-    static const QLabel& textOf(const QWidget& window, const QString& text)
+    static const QLabel& textOf(const QWidget& window, QStringView text)
     {
         for (const QLabel* label : window.findChildren<QLabel*>()) {
             if (label->text() == text)
                 return *label;
         }
-        qFatal("no text \"%s\"", qPrintable(text));
+        qFatal("no text \"%s\"", qPrintable(text.toString()));
     }
 };
 
