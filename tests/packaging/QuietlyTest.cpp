@@ -1,0 +1,79 @@
+#include "packaging/Command.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+using namespace korvane;
+using namespace Qt::StringLiterals;
+
+/// The script that runs the long commands of ./run and ./test: what it prints, and when.
+class QuietlyTest : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_tools; ///< before the others in PATH
+    const QString m_script = QStringLiteral(LINUX "/../quietly");
+
+    /// Has a hundredth of a second stand for a second.
+    void hurry() const
+    {
+        QFile sleep(m_tools.filePath(u"sleep"_s));
+        QVERIFY(sleep.open(QIODevice::WriteOnly));
+        sleep.write("#!/bin/sh\nexec /bin/sleep 0.01\n");
+        sleep.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    Variables path() const
+    {
+        return {{u"PATH"_s, m_tools.path() + u':' + qEnvironmentVariable("PATH")},
+            {u"TERM"_s, u"xterm"_s}};
+    }
+
+    Outcome quietly(const QString& command) const
+    {
+        return run(m_script, {u"sh"_s, u"-c"_s, command}, path());
+    }
+
+private slots:
+    void initTestCase() { hurry(); }
+
+    void commandThatSucceedsPrintsNothing()
+    {
+        const Outcome outcome = quietly(u"echo all is well; echo nearly >&2"_s);
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.out, QString());
+        QCOMPARE(outcome.err, QString());
+    }
+
+    void commandThatFailsPrintsEverything()
+    {
+        const Outcome outcome = quietly(u"echo first; echo last >&2; exit 7"_s);
+        QCOMPARE(outcome.code, 7);
+        QCOMPARE(outcome.out, QString());
+        QCOMPARE(outcome.err, u"first\nlast\n"_s);
+    }
+
+    void lastLineIsPrintedEveryMinuteWithoutATerminal()
+    {
+        const Outcome outcome = quietly(u"echo '[1/2] One'; echo '[2/2] Two'; /bin/sleep 4"_s);
+        QCOMPARE(outcome.code, 0);
+        QVERIFY2(outcome.err.startsWith(u"  1 min: [2/2] Two\n"_s), outcome.said().constData());
+        const auto minutes = outcome.err.count(u'\n');
+        QVERIFY2(minutes <= 6, outcome.said().constData()); // and no line for each second
+    }
+
+    void lineIsKeptUpToDateOnATerminal()
+    {
+        NEEDS_PROGRAM("script");
+        const QString command = u"'%1' sh -c 'echo half; /bin/sleep 1; echo done; /bin/sleep 1'"_s;
+        const Outcome outcome
+            = run(u"script"_s, {u"-qec"_s, command.arg(m_script), u"/dev/null"_s}, path());
+        QCOMPARE(outcome.code, 0);
+        QVERIFY2(outcome.out.contains(u"\r\033[Khalf\r\033[K"_s), outcome.said().constData());
+        QVERIFY2(outcome.out.contains(u"\r\033[Kdone\r\033[K"_s), outcome.said().constData());
+        QVERIFY2(!outcome.out.contains(u'\n'), outcome.said().constData());
+        QVERIFY2(outcome.out.endsWith(u"\r\033[K"_s), outcome.said().constData());
+    }
+};
+
+QTEST_GUILESS_MAIN(QuietlyTest)
+#include "QuietlyTest.moc"
