@@ -71,9 +71,17 @@ std::string readAll(const Descriptor& from)
     return bytes;
 }
 
+/// Some file systems have no fsync(). With these codes it says so; the bytes are written all the
+/// same. Any other code (EIO, ENOSPC, EDQUOT) means that they may be lost.
+bool isFlushUnsupported(int error)
+{
+    return error == EINVAL || error == ENOTSUP || error == EOPNOTSUPP || error == ENOSYS
+        || error == EROFS;
+}
+
 void flushToDisk(const Descriptor& file)
 {
-    if (::fsync(file.get()) != 0)
+    if (::fsync(file.get()) != 0 && !isFlushUnsupported(errno))
         throwSystemError();
 }
 

@@ -9,7 +9,8 @@
 namespace korvane {
 
 /// Whole-file reads and writes over POSIX calls. Stateless. Failures are thrown as
-/// std::system_error whose code carries the system's own text.
+/// std::system_error whose code carries the system's own text. "On disk" means after fsync(); on a
+/// file system that does not support fsync(), the bytes are written but may still be in its cache.
 namespace Files {
 
 /// The bytes of a file; nothing where it cannot be read.

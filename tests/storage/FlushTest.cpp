@@ -1,0 +1,137 @@
+#include "storage/Files.h"
+#include "support/Printing.h"
+
+#include <QTemporaryDir>
+
+#include <dlfcn.h>
+
+#include <cerrno>
+#include <memory>
+#include <system_error>
+
+namespace {
+
+/// What fsync() fails with in this program; 0 = it does what the system's does.
+int flushError = 0;
+
+} // namespace
+
+/// Stands before the system's function of this name in the whole program.
+extern "C" int fsync(int descriptor)
+{
+    if (flushError == 0)
+        return reinterpret_cast<int (*)(int)>(::dlsym(RTLD_NEXT, "fsync"))(descriptor);
+    errno = flushError;
+    return -1;
+}
+
+namespace korvane {
+
+namespace fs = std::filesystem;
+
+/// Writing to a file system whose fsync() fails: one that has none, and one that is broken.
+class FlushTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { flushError = 0; }
+    void writesWhereFlushingIsNotSupported_data();
+    void writesWhereFlushingIsNotSupported();
+    void reportsThatTheBytesDidNotReachTheDisk_data();
+    void reportsThatTheBytesDidNotReachTheDisk();
+    void appendsToADeviceThatCannotBeFlushed();
+
+private:
+    fs::path file(const char* name) const { return m_root / name; }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    fs::path m_root;
+};
+
+namespace {
+
+using Text = std::optional<std::string>;
+
+void append(const fs::path& file, std::string_view bytes)
+{
+    Files::append(file, std::span(&bytes, 1));
+}
+
+void writeWhole(const fs::path& file)
+{
+    Files::writeWhole(file, "new", Files::Existing::Replace);
+}
+
+/// The error code that `action` throws; 0 where it throws none.
+template <typename Action>
+int errorOf(Action action)
+{
+    try {
+        action();
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+    return 0;
+}
+
+} // namespace
+
+void FlushTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_root = m_folder->path().toStdString();
+}
+
+void FlushTest::writesWhereFlushingIsNotSupported_data()
+{
+    QTest::addColumn<int>("error");
+    QTest::newRow("EINVAL") << EINVAL;
+    QTest::newRow("ENOTSUP") << ENOTSUP;
+    QTest::newRow("EOPNOTSUPP") << EOPNOTSUPP;
+    QTest::newRow("ENOSYS") << ENOSYS;
+    QTest::newRow("EROFS") << EROFS;
+}
+
+void FlushTest::writesWhereFlushingIsNotSupported()
+{
+    QFETCH(int, error);
+    flushError = error;
+    QCOMPARE(errorOf([this] { append(file("a"), "one"); }), 0);
+    QCOMPARE(errorOf([this] { append(file("a"), ", two"); }), 0);
+    QCOMPARE(errorOf([this] { Files::writeAtomically(file("b"), "new"); }), 0);
+    QCOMPARE(errorOf([this] { writeWhole(file("c")); }), 0);
+    QCOMPARE(Files::read(file("a")), Text("one, two"));
+    QCOMPARE(Files::read(file("b")), Text("new"));
+    QCOMPARE(Files::read(file("c")), Text("new"));
+}
+
+void FlushTest::reportsThatTheBytesDidNotReachTheDisk_data()
+{
+    QTest::addColumn<int>("error");
+    QTest::newRow("EIO") << EIO;
+    QTest::newRow("ENOSPC") << ENOSPC;
+    QTest::newRow("EDQUOT") << EDQUOT;
+}
+
+void FlushTest::reportsThatTheBytesDidNotReachTheDisk()
+{
+    QFETCH(int, error);
+    Files::writeAtomically(file("b"), "old");
+    flushError = error;
+    QCOMPARE(errorOf([this] { append(file("a"), "one"); }), error);
+    QCOMPARE(errorOf([this] { Files::writeAtomically(file("b"), "new"); }), error);
+    QCOMPARE(errorOf([this] { writeWhole(file("c")); }), error);
+    QCOMPARE(Files::read(file("b")), Text("old"));
+    QVERIFY(!fs::exists(file("c")));
+}
+
+void FlushTest::appendsToADeviceThatCannotBeFlushed()
+{
+    QCOMPARE(errorOf([] { append("/dev/null", "hello"); }), 0); // the system's own EINVAL
+}
+
+} // namespace korvane
+
+QTEST_APPLESS_MAIN(korvane::FlushTest)
+#include "FlushTest.moc"
