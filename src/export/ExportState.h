@@ -15,7 +15,7 @@ inline constexpr std::int64_t currentFormatVersion = 4;
 /// What the exporter remembers of one chat.
 struct ChatState {
     std::int64_t lastRowID = 0; ///< highest row id written to the file; 0 = nothing yet
-    std::string fileName; ///< inside the export folder; never changes
+    std::string fileName; ///< inside the export folder; fixed once the file exists
     std::optional<std::string> title; ///< under which the file's contents were written
     std::optional<std::int64_t> messages; ///< records written since the epoch began
     std::optional<std::string> epoch; ///< a UUID, new each time the file is started from scratch

@@ -41,6 +41,10 @@ std::string safeFileName(std::string_view title);
 /// The name of a new export file: "<safe title> (<chat id>) Korvane Wrapped.jsonl.txt".
 std::string exportFileName(std::string_view title, std::int64_t chatID);
 
+/// The same name in at most 255 bytes, for file systems that refuse a longer one: of the title as
+/// many user-perceived characters as fit. The id stays, so no two chats share a name.
+std::string shortenedFileName(std::string_view title, std::int64_t chatID);
+
 /// Brings the files of `chats` in `folder` up to date: appends what arrived since the last
 /// sync, or starts a file afresh that is gone or was written under another title.
 /// One chat's failure is a line in the result and does not keep the others back. Throws

@@ -60,19 +60,52 @@ void require(UErrorCode status)
         throw std::runtime_error(u_errorName(status)); // ICU's data is missing or broken
 }
 
-/// The first `count` grapheme clusters (Unicode Standard Annex 29).
-std::string_view firstCharacters(std::string_view text, int count)
+/// A text as grapheme clusters (Unicode Standard Annex 29).
+class Characters {
+public:
+    explicit Characters(std::string_view text) : m_text(text)
+    {
+        UErrorCode status = U_ZERO_ERROR;
+        m_source.reset(
+            utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status));
+        m_breaks.reset(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+        require(status);
+        m_breaks->setText(m_source.get(), status);
+        require(status);
+    }
+
+    std::string_view first(int count)
+    {
+        m_breaks->first();
+        const int32_t end = m_breaks->next(count);
+        return end == icu::BreakIterator::DONE ? m_text : upTo(end);
+    }
+
+    /// As many of the first ones as take at most `size` bytes.
+    std::string_view fitting(std::size_t size)
+    {
+        int32_t end = m_breaks->first();
+        for (int32_t next = end;
+             next != icu::BreakIterator::DONE && static_cast<std::size_t>(next) <= size;
+             next = m_breaks->next())
+            end = next;
+        return upTo(end);
+    }
+
+private:
+    std::string_view upTo(int32_t end) const
+    {
+        return m_text.substr(0, static_cast<std::size_t>(end));
+    }
+
+    std::string_view m_text;
+    std::unique_ptr<UText, CloseText> m_source;
+    std::unique_ptr<icu::BreakIterator> m_breaks;
+};
+
+std::string tailOfName(std::int64_t chatID)
 {
-    UErrorCode status = U_ZERO_ERROR;
-    const std::unique_ptr<UText, CloseText> source(
-        utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status));
-    const std::unique_ptr<icu::BreakIterator> breaks(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    require(status);
-    breaks->setText(source.get(), status);
-    require(status);
-    const int32_t end = breaks->next(count);
-    return end == icu::BreakIterator::DONE ? text : text.substr(0, static_cast<std::size_t>(end));
+    return " (" + std::to_string(chatID) + ") Korvane Wrapped.jsonl.txt";
 }
 
 } // namespace
@@ -81,12 +114,20 @@ std::string Exporter::safeFileName(std::string_view title)
 {
     constexpr int mostCharacters = 100;
     const std::string clean = withoutForbidden(title);
-    return std::string(firstCharacters(trimmed(clean), mostCharacters));
+    return std::string(Characters(trimmed(clean)).first(mostCharacters));
 }
 
 std::string Exporter::exportFileName(std::string_view title, std::int64_t chatID)
 {
-    return safeFileName(title) + " (" + std::to_string(chatID) + ") Korvane Wrapped.jsonl.txt";
+    return safeFileName(title) + tailOfName(chatID);
+}
+
+std::string Exporter::shortenedFileName(std::string_view title, std::int64_t chatID)
+{
+    constexpr std::size_t longestName = 255;
+    const std::string tail = tailOfName(chatID);
+    const std::string whole = safeFileName(title);
+    return std::string(Characters(whole).fitting(longestName - tail.size())) + tail;
 }
 
 } // namespace korvane

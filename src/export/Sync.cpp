@@ -102,7 +102,7 @@ private:
     void exportChat(const ChatInfo& chat, const std::string& title)
     {
         ChatState record = recordFor(chat, title);
-        const fs::path file = m_folder.native() + '/' + record.fileName;
+        const fs::path file = fileOf(record);
         std::error_code ignored;
         if (!fs::exists(file, ignored) || record.title != title)
             restart(record, file);
@@ -110,7 +110,7 @@ private:
 
         const Batch batch = readBatch(chat, title, record.lastRowID);
         if (batch.count > 0) {
-            Files::append(file, batch.records.pieces());
+            append(record, chat, batch);
             record.lastRowID = std::max(record.lastRowID, batch.highestRowID);
             record.messages = record.messages.value_or(0) + batch.count;
             m_result.added += batch.count;
@@ -119,12 +119,49 @@ private:
         m_state.chats[chat.guid] = std::move(record);
     }
 
-    ChatState recordFor(const ChatInfo& chat, const std::string& title) const
+    fs::path fileOf(const ChatState& record) const
+    {
+        return m_folder.native() + '/' + record.fileName;
+    }
+
+    /// The record on which an earlier run left the chat; null where it has to begin anew.
+    const ChatState* knownRecord(const ChatInfo& chat) const
     {
         const auto known = m_state.chats.find(chat.guid);
         const bool current
             = known != m_state.chats.end() && known->second.formatVersion == currentFormatVersion;
-        return current ? known->second : newRecord(chat, title);
+        return current ? &known->second : nullptr;
+    }
+
+    ChatState recordFor(const ChatInfo& chat, const std::string& title) const
+    {
+        const ChatState* known = knownRecord(chat);
+        return known ? *known : newRecord(chat, title);
+    }
+
+    /// Where the file system refuses the file's name as too long, the file gets a shorter one.
+    void append(ChatState& record, const ChatInfo& chat, const Batch& batch) const
+    {
+        try {
+            Files::append(fileOf(record), batch.records.pieces());
+        } catch (const std::system_error& error) {
+            const std::string shorter = Exporter::shortenedFileName(*record.title, chat.id);
+            if (error.code() != std::errc::filename_too_long || record.fileName == shorter)
+                throw;
+            record.fileName = shorter;
+            appendUnderShorterName(record, chat, batch);
+        }
+    }
+
+    /// A known record was restarted, for the longer name cannot exist: its file begins afresh, as
+    /// after any restart. A new one goes on behind what an earlier state left, as under any name.
+    void appendUnderShorterName(
+        const ChatState& record, const ChatInfo& chat, const Batch& batch) const
+    {
+        std::error_code ignored;
+        if (knownRecord(chat))
+            fs::remove(fileOf(record), ignored);
+        Files::append(fileOf(record), batch.records.pieces());
     }
 
     Batch readBatch(const ChatInfo& chat, const std::string& title, std::int64_t afterRowID)

@@ -126,37 +126,30 @@ void SyncFailuresTest::theDatabaseIsTriedBeforeTheFolder()
 
 void SyncFailuresTest::aFileThatCannotBeWrittenKeepsNoOtherBack_data()
 {
-    QTest::addColumn<std::string>("title");
     QTest::addColumn<Obstacle>("obstacle");
     QTest::addColumn<std::string>("error");
-    std::string emoji;
-    for (int i = 0; i < 100; ++i)
-        emoji += "😀";
     QTest::newRow("a folder in its place")
-        << "Team"s << Obstacle([](const fs::path& file) { fs::create_directories(file / "full"); })
+        << Obstacle([](const fs::path& file) { fs::create_directories(file / "full"); })
         << reason(std::errc::is_a_directory);
     QTest::newRow("a full device in its place")
-        << "Team"s << Obstacle([](const fs::path& file) { fs::create_symlink("/dev/full", file); })
+        << Obstacle([](const fs::path& file) { fs::create_symlink("/dev/full", file); })
         << reason(std::errc::no_space_on_device);
-    QTest::newRow("a name too long for the file system")
-        << emoji << Obstacle([](const fs::path&) {}) << reason(std::errc::filename_too_long);
 }
 
 void SyncFailuresTest::aFileThatCannotBeWrittenKeepsNoOtherBack()
 {
-    QFETCH(std::string, title);
     QFETCH(Obstacle, obstacle);
     QFETCH(std::string, error);
     ExportSetup setup;
     setup.addChat(1, "First");
-    setup.addChat(2, title);
+    setup.addChat(2, "Team");
     setup.addChat(3, "Last");
     for (const int id : {1, 2, 3})
         setup.addMessages(id, 2);
     fs::create_directories(setup.folder());
-    obstacle(setup.folder() / (title + " (2) Korvane Wrapped.jsonl.txt"));
+    obstacle(setup.folder() / "Team (2) Korvane Wrapped.jsonl.txt");
 
-    const std::string line = title + ": " + error;
+    const std::string line = "Team: " + error;
     for (const char* added : {"added 4, touched 2; ", "added 0, touched 0; "}) {
         QCOMPARE(describe(setup.sync()), added + line);
         QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2}));
