@@ -1,5 +1,6 @@
 #include "export/JsonReader.h"
 
+#include "export/JsonNormalizer.h"
 #include "messages/Utf8.h"
 
 namespace korvane {
@@ -14,8 +15,9 @@ rapidjson::Document JsonReader::parsed(std::string_view json)
         throw Malformed();
     // Iterative: a file of a million brackets must not exhaust the stack. From a string that ends
     // in a zero byte it reads much faster than from one with a length.
+    const std::string text = normalizedJson(json);
     rapidjson::Document document;
-    if (document.Parse<rapidjson::kParseIterativeFlag>(std::string(json).c_str()).HasParseError())
+    if (document.Parse<rapidjson::kParseIterativeFlag>(text.c_str()).HasParseError())
         throw Malformed();
     return document;
 }
@@ -39,7 +41,7 @@ std::string JsonReader::text(const Value& value)
     if (!value.IsString())
         throw Malformed();
     std::string text(value.GetString(), value.GetStringLength());
-    if (!isValidUtf8(text)) // "\udc00", half of a surrogate pair
+    if (!isValidUtf8(text)) // half of a surrogate pair
         throw Malformed();
     return text;
 }

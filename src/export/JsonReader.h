@@ -16,10 +16,14 @@ using Value = rapidjson::Value;
 
 struct Malformed { };
 
-/// `json` must be one whole JSON text in valid UTF-8, however deeply nested.
+/// `json` must be one whole JSON text in valid UTF-8. Nothing that JSON allows in a value is
+/// refused before the value is asked for: not nesting of any depth, nor numbers of any size, nor an
+/// escape of half a surrogate pair. Of numbers, only integers of 64 bits keep their value.
 rapidjson::Document parsed(std::string_view json);
 
 const Value& object(const Value& value);
+
+/// An integer in whatever form JSON writes it: 100, 100.0 or 1e2.
 std::int64_t integer(const Value& value);
 std::string text(const Value& value);
 

@@ -52,10 +52,15 @@ std::size_t readSome(const Descriptor& from, char* to, std::size_t size)
     return static_cast<std::size_t>(count);
 }
 
+/// The size of a regular file. A device may have no end, and a pipe waits for its writer.
 std::size_t expectedSize(const Descriptor& file)
 {
     struct stat info { };
-    return ::fstat(file.get(), &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
+    if (::fstat(file.get(), &info) != 0)
+        throwSystemError();
+    if (!S_ISREG(info.st_mode))
+        throw std::system_error(std::make_error_code(std::errc::invalid_argument));
+    return static_cast<std::size_t>(info.st_size);
 }
 
 std::string readAll(const Descriptor& from)
@@ -135,7 +140,7 @@ private:
 std::optional<std::string> Files::read(const fs::path& file)
 {
     try {
-        return readAll(opened(file, O_RDONLY));
+        return readAll(opened(file, O_RDONLY | O_NONBLOCK)); // a pipe's open() would wait, too
     } catch (const std::system_error&) {
         return std::nullopt;
     }

@@ -13,7 +13,8 @@ namespace korvane {
 /// file system that does not support fsync(), the bytes are written but may still be in its cache.
 namespace Files {
 
-/// The bytes of a file; nothing where it cannot be read.
+/// The bytes of a regular file; nothing where it cannot be read. Follows links, and does not wait
+/// for a pipe that stands in the file's place.
 std::optional<std::string> read(const std::filesystem::path& file);
 
 /// Writes `pieces` one after the other behind the end of `file`, which is created where it

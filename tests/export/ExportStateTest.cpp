@@ -18,6 +18,10 @@ private slots:
     void readsRecords();
     void oneMalformedRecordDiscardsAll_data();
     void oneMalformedRecordDiscardsAll();
+    void valuesOfUnknownKeysDoNotMatter_data();
+    void valuesOfUnknownKeysDoNotMatter();
+    void brokenJsonUnderAnUnknownKeyCounts_data();
+    void brokenJsonUnderAnUnknownKeyCounts();
     void theFirstOfEqualGuidsCounts();
     void refusesWhatIsNoState_data();
     void refusesWhatIsNoState();
@@ -127,6 +131,16 @@ void ExportStateTest::readsRecords_data()
         R"("lastRowID":9223372036854775807,"fileName":"","messages":-9223372036854775808)",
         {.lastRowID = std::numeric_limits<std::int64_t>::max(),
             .messages = std::numeric_limits<std::int64_t>::min()});
+    for (const char* seven : {"7.0", "7.000", "0.7e1", "70e-1", "7E0", "7e+0", "0.0007e4"})
+        row(seven, R"("fileName":"a.txt","lastRowID":)"s + seven, bare);
+    row("integers in other forms",
+        R"("lastRowID":1e2,"fileName":"a.txt","messages":-0.0,"formatVersion":4.0)",
+        {.lastRowID = 100, .fileName = "a.txt", .messages = 0, .formatVersion = 4});
+    row("a large integer with an exponent",
+        R"("lastRowID":1e18,"fileName":"a.txt","messages":-9.223372036854775808e18)",
+        {.lastRowID = 1'000'000'000'000'000'000,
+            .fileName = "a.txt",
+            .messages = std::numeric_limits<std::int64_t>::min()});
     row("with blanks", " \"lastRowID\" :\t7 ,\r\n\"fileName\" : \"a.txt\" ", bare);
     row("the first of equal keys", R"("lastRowID":7,"lastRowID":8,"fileName":"a.txt")", bare);
 }
@@ -150,8 +164,9 @@ void ExportStateTest::oneMalformedRecordDiscardsAll_data()
     QTest::newRow("a file name of null") << R"("lastRowID":7,"fileName":null)"s;
     QTest::newRow("a last row id of null") << R"("lastRowID":null,"fileName":"a")"s;
     QTest::newRow("a file name of another case") << R"("lastRowID":7,"filename":"a")"s;
-    for (const char* wrong : {R"("7")", "7.5", "1e3", "true", "[]", "{}", "9223372036854775808",
-             "-9223372036854775809", "18446744073709551616"}) {
+    for (const char* wrong :
+        {R"("7")", "7.5", "1e-1", "1e19", "9.223372036854775808e18", "1e400", "-1e400", "true",
+            "[]", "{}", "9223372036854775808", "-9223372036854775809", "18446744073709551616"}) {
         QTest::addRow("a last row id of %s", wrong)
             << R"("fileName":"a","lastRowID":)" + std::string(wrong);
         for (const char* key : {"messages", "formatVersion"}) {
@@ -167,14 +182,58 @@ void ExportStateTest::oneMalformedRecordDiscardsAll_data()
                 << R"("lastRowID":7,"fileName":"a",")" + std::string(key) + "\":" + wrong;
         }
     }
-    QTest::newRow("a title that is no Unicode")
-        << R"("lastRowID":7,"fileName":"a","title":"\udc00")"s;
+    for (const char* half : {"\\udc00", "\\ud800", "\\ud800\\ud800", "\\ud800x", "\\uDBFF\\n"}) {
+        QTest::addRow("a title with %s, half of a pair", half)
+            << R"("lastRowID":7,"fileName":"a","title":")" + std::string(half) + '"';
+    }
 }
 
 void ExportStateTest::oneMalformedRecordDiscardsAll()
 {
     QFETCH(std::string, members);
     QVERIFY(!ExportState::fromJson(stateWith(members)));
+}
+
+void ExportStateTest::valuesOfUnknownKeysDoNotMatter_data()
+{
+    QTest::addColumn<std::string>("value");
+    const std::string digits(400, '9');
+    for (const char* value : {"1e400", "-1e400", "1E+99999999999999999999", "0e400", "1e-400",
+             "0.0e999", "18446744073709551616", "1.7976931348623159e308", R"("\ud800")",
+             R"("\udc00")", R"("\ud800\ud800\udc00\\ud800")", R"({"\udbff":"\u0000\udfff"})",
+             R"(["1e400\"",1e400,{"x":1e400}])", R"("\\")"})
+        QTest::addRow("%s", value) << std::string(value);
+    QTest::newRow("400 digits") << digits;
+    QTest::newRow("400 decimals") << "0." + digits;
+    QTest::newRow("400 digits, then decimals and an exponent") << "-" + digits + ".25e-9";
+    constexpr std::size_t deep = 300'000;
+    QTest::newRow("lists in lists") << std::string(deep, '[') + "1e999" + std::string(deep, ']');
+}
+
+void ExportStateTest::valuesOfUnknownKeysDoNotMatter()
+{
+    QFETCH(std::string, value);
+    const std::string record = R"({"x":)" + value + R"(,"lastRowID":7.0,"fileName":"a.txt"})";
+    const auto state = ExportState::fromJson(
+        R"({"x":)" + value + R"(,"chats":{"guid":)" + record + R"(},"y":)" + value + "}");
+    QVERIFY(state == stateOf(bare));
+}
+
+void ExportStateTest::brokenJsonUnderAnUnknownKeyCounts_data()
+{
+    QTest::addColumn<std::string>("value");
+    for (const char* value : {"", "01e400", "1e400.5", "1.e400", ".1e400", "+1e400", "1e",
+             "1e400e1", "--1e400", "1e400x", "Infinity", "NaN", R"("\ud80")", R"("\ud800)",
+             R"("\ud800\x")", R"("\ud800\u12")", "[1e400", "'1e400'", "1e400 1e400", "1.0.5",
+             "7.0e", "1.0e1.5", "00.0", "1-1.0"})
+        QTest::addRow("%s", value) << std::string(value);
+}
+
+void ExportStateTest::brokenJsonUnderAnUnknownKeyCounts()
+{
+    QFETCH(std::string, value);
+    QVERIFY(!ExportState::fromJson(R"({"x":)" + value + R"(,"chats":{}})"));
+    QVERIFY(!ExportState::fromJson(R"({"y":1e400,"x":)" + value + R"(,"chats":{}})"));
 }
 
 void ExportStateTest::theFirstOfEqualGuidsCounts()

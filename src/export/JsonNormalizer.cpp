@@ -1,0 +1,195 @@
+#include "export/JsonNormalizer.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+namespace korvane {
+
+namespace {
+
+/// Half of a surrogate pair in the form of UTF-8. It is not valid UTF-8, so JsonReader::text()
+/// refuses it.
+constexpr std::string_view halfOfAPair = "\xED\xA0\x80";
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+std::size_t digitsEnd(std::string_view json, std::size_t at)
+{
+    while (at < json.size() && isDigit(json[at]))
+        ++at;
+    return at;
+}
+
+/// Whether a number of JSON's grammar, and nothing else, is all of `token`.
+bool isNumber(std::string_view token)
+{
+    std::size_t at = token.starts_with('-') ? 1 : 0;
+    const std::size_t integer = at;
+    at = digitsEnd(token, at);
+    bool valid = at > integer && (token[integer] != '0' || at == integer + 1);
+    const auto takeDigits = [&] {
+        const std::size_t begin = at;
+        at = digitsEnd(token, at);
+        valid = valid && at > begin;
+    };
+    if (token.substr(at).starts_with('.')) {
+        ++at;
+        takeDigits();
+    }
+    if (at < token.size() && (token[at] == 'e' || token[at] == 'E')) {
+        ++at;
+        if (at < token.size() && (token[at] == '+' || token[at] == '-'))
+            ++at;
+        takeDigits();
+    }
+    return valid && at == token.size();
+}
+
+/// The power of ten of a JSON number; a very large one for what does not fit.
+std::int64_t exponentOf(std::string_view number)
+{
+    constexpr std::int64_t large = std::int64_t{1} << 60U;
+    const std::size_t e = number.find_first_of("eE");
+    if (e == number.npos)
+        return 0;
+    std::string_view digits = number.substr(e + 1);
+    const bool negative = digits.starts_with('-');
+    digits.remove_prefix(isDigit(digits.front()) ? 0 : 1);
+    std::int64_t exponent = 0;
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), exponent);
+    exponent = result.ec == std::errc() ? std::min(exponent, large) : large;
+    return negative ? -exponent : exponent;
+}
+
+/// The integer that a JSON number stands for, exactly and in whatever form: 100, 100.0, 1e2.
+/// Nothing for fractions and what 64 bits do not hold.
+std::optional<std::int64_t> integerFrom(std::string_view number)
+{
+    constexpr std::size_t mostDigits = 19;
+    std::string digits(number.substr(0, number.find_first_of("eE")));
+    std::int64_t exponent = exponentOf(number);
+    if (const std::size_t point = digits.find('.'); point != digits.npos) {
+        exponent -= static_cast<std::int64_t>(digits.size() - point - 1);
+        digits.erase(point, 1);
+    }
+    const std::size_t first = digits.find_first_not_of("-0");
+    if (first == digits.npos)
+        return 0;
+    digits.erase(0, first);
+    const std::size_t used = digits.find_last_not_of('0') + 1;
+    exponent += static_cast<std::int64_t>(digits.size() - used);
+    digits.resize(used);
+    if (exponent < 0 || digits.size() + static_cast<std::uint64_t>(exponent) > mostDigits)
+        return std::nullopt;
+    digits.append(static_cast<std::size_t>(exponent), '0');
+    if (number.starts_with('-'))
+        digits.insert(0, 1, '-');
+    std::int64_t value = 0;
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    return result.ec == std::errc() ? std::optional(value) : std::nullopt;
+}
+
+/// Goes through a text once and copies what it does not rewrite.
+class Normalizer {
+public:
+    explicit Normalizer(std::string_view json) : m_json(json) { m_text.reserve(json.size() + 1); }
+
+    std::string normalized()
+    {
+        while (m_at < m_json.size()) {
+            if (m_json[m_at] == '"')
+                passString();
+            else if (m_json[m_at] == '-' || isDigit(m_json[m_at]))
+                passNumber();
+            else
+                ++m_at;
+        }
+        replace(m_json.size(), m_json.size(), "");
+        return std::move(m_text);
+    }
+
+private:
+    void passString()
+    {
+        ++m_at;
+        while (m_at < m_json.size() && m_json[m_at] != '"') {
+            if (m_json[m_at] == '\\')
+                passEscape();
+            else
+                ++m_at;
+        }
+        ++m_at;
+    }
+
+    void passEscape()
+    {
+        constexpr std::size_t escapeSize = 6; // \uXXXX
+        const unsigned unit = codeUnit(m_at);
+        const bool isFirst = unit >= 0xD800 && unit < 0xDC00;
+        const bool isSecond = unit >= 0xDC00 && unit < 0xE000;
+        const unsigned next = isFirst ? codeUnit(m_at + escapeSize) : 0;
+        if (!isFirst && !isSecond) {
+            m_at += 2;
+        } else if (isFirst && next >= 0xDC00 && next < 0xE000) {
+            m_at += 2 * escapeSize;
+        } else {
+            replace(m_at, m_at + escapeSize, halfOfAPair);
+            m_at += escapeSize;
+        }
+    }
+
+    /// The code unit of the escape at `at`; 0 where there is none.
+    unsigned codeUnit(std::size_t at) const
+    {
+        constexpr std::size_t digits = 4;
+        const std::string_view escape = m_json.substr(std::min(at, m_json.size()), 2 + digits);
+        unsigned unit = 0;
+        if (!escape.starts_with("\\u"))
+            return 0;
+        const char* const end = escape.data() + escape.size();
+        const auto result = std::from_chars(escape.data() + 2, end, unit, 16);
+        return escape.size() == 2 + digits && result.ptr == end ? unit : 0;
+    }
+
+    void passNumber()
+    {
+        constexpr std::size_t alwaysFits = 18;
+        const std::size_t end
+            = std::min(m_json.find_first_not_of("+-.0123456789Ee", m_at), m_json.size());
+        const std::string_view token = m_json.substr(m_at, end - m_at);
+        const bool plain = token.size() <= alwaysFits && token.find_first_of(".eE") == token.npos;
+        if (!plain && isNumber(token)) {
+            const auto integer = integerFrom(token);
+            replace(m_at, end, integer ? std::to_string(*integer) : "0.5");
+        }
+        m_at = end;
+    }
+
+    /// Copies up to `begin`, and then `text` in place of what reaches to `end`.
+    void replace(std::size_t begin, std::size_t end, std::string_view text)
+    {
+        m_text.append(m_json.substr(m_copied, begin - m_copied)).append(text);
+        m_copied = end;
+    }
+
+    const std::string_view m_json;
+    std::string m_text;
+    std::size_t m_at = 0; ///< what is before it was looked at
+    std::size_t m_copied = 0; ///< what is before it is in m_text
+};
+
+} // namespace
+
+std::string normalizedJson(std::string_view json)
+{
+    return Normalizer(json).normalized();
+}
+
+} // namespace korvane
