@@ -84,7 +84,7 @@ ExportState ExportState::load()
 void Exporter::saveState(const ExportState& state)
 {
     try {
-        Files::writeAtomically(stateFile(), state.toJson());
+        Files::writeAtomically(stateFile(), state.toJson(), Files::Access::OwnerOnly);
     } catch (const std::system_error&) {
         return;
     }

@@ -32,9 +32,11 @@ struct ChatState {
 ///      "formatVersion":…},…}}
 ///
 /// A value that is absent is left out, never null. "/" in texts is written as "\/"; reading takes
-/// both. Reading takes the keys in any order, ignores those it does not know, and is all or
-/// nothing: a file in which any record is malformed counts as empty, for a half-read memory would
-/// pass for a whole one.
+/// both. Reading takes the keys in any order, ignores those it does not know, whatever their
+/// values, and is all or nothing: a file in which any record is malformed counts as empty, for a
+/// half-read memory would pass for a whole one. Integers count in any form, as 100, 100.0 or 1e2.
+///
+/// The file holds titles, numbers and addresses, so only its owner may read or write it (0600).
 struct ExportState {
     std::map<std::string, ChatState> chats; ///< by chat guid
 
@@ -51,8 +53,8 @@ struct ExportState {
 
 namespace Exporter {
 
-/// Replaces the state on disk in one step. A failure is not reported: the old state stays,
-/// and the next run starts from there.
+/// Replaces the state on disk in one step, by a file for its owner alone. A failure is not
+/// reported: the old state stays, and the next run starts from there.
 void saveState(const ExportState& state);
 
 } // namespace Exporter

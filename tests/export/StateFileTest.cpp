@@ -1,8 +1,12 @@
 #include "export/Child.h"
 #include "export/ExportSetup.h"
+#include "storage/Descriptor.h"
+#include "support/FileMode.h"
 #include "support/Printing.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
@@ -29,6 +33,13 @@ private slots:
     void aReadOnlyFolderKeepsTheOldState();
     void aFullDiskKeepsTheOldState();
     void aFolderInTheWayIsNotReported();
+    void onlyTheOwnerMayReadIt_data();
+    void onlyTheOwnerMayReadIt();
+    void anExportClosesAFileThatWasOpenToOthers();
+    void aPipeInItsPlaceIsAnEmptyStateAtOnce_data();
+    void aPipeInItsPlaceIsAnEmptyStateAtOnce();
+    void aDeviceInItsPlaceIsAnEmptyState();
+    void aLinkToAFileIsRead();
 };
 
 namespace {
@@ -165,6 +176,83 @@ void StateFileTest::aFolderInTheWayIsNotReported()
     QVERIFY(ExportState::load() == ExportState());
     QVERIFY(fs::exists(setup.stateFile() / "kept"));
     QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
+}
+
+void StateFileTest::onlyTheOwnerMayReadIt_data()
+{
+    QTest::addColumn<unsigned>("mask");
+    QTest::newRow("no umask") << 0U;
+    QTest::newRow("the usual umask") << 022U;
+    QTest::newRow("a umask that takes everything") << 0777U;
+}
+
+void StateFileTest::onlyTheOwnerMayReadIt()
+{
+    QFETCH(unsigned, mask);
+    const ExportSetup setup;
+    fs::permissions(setup.home(), fs::perms(0755));
+    const Umask umask(mask);
+    Exporter::saveState(older);
+    QCOMPARE(modeOf(setup.stateFile()), "600");
+    Exporter::saveState(newer);
+    QCOMPARE(modeOf(setup.stateFile()), "600");
+    QCOMPARE(modeOf(setup.home()), "755"); // the folder may be shared
+}
+
+void StateFileTest::anExportClosesAFileThatWasOpenToOthers()
+{
+    ExportSetup setup;
+    setup.addChat(1, "Team");
+    setup.addMessages(1, 1);
+    writeFile(setup.stateFile(), older.toJson());
+    fs::permissions(setup.stateFile(), fs::perms(0644));
+    setup.sync();
+    QCOMPARE(modeOf(setup.stateFile()), "600");
+    QCOMPARE(ExportState::load().chats.size(), 2U);
+}
+
+void StateFileTest::aPipeInItsPlaceIsAnEmptyStateAtOnce_data()
+{
+    QTest::addColumn<bool>("hasWriter");
+    QTest::newRow("nobody writes") << false;
+    QTest::newRow("somebody has it open for writing") << true;
+}
+
+void StateFileTest::aPipeInItsPlaceIsAnEmptyStateAtOnce()
+{
+    QFETCH(bool, hasWriter);
+    const ExportSetup setup;
+    QCOMPARE(::mkfifo(setup.stateFile().c_str(), 0600), 0);
+    const Descriptor writer(hasWriter ? ::open(setup.stateFile().c_str(), O_RDWR) : -1);
+    QCOMPARE(bool(writer), hasWriter);
+    // A child, so that a load which waits for ever ends with the alarm.
+    const std::string seen = inChild([] {
+        ::alarm(10);
+        return ExportState::load().toJson();
+    });
+    QCOMPARE(seen, ExportState().toJson());
+    Exporter::saveState(newer);
+    QVERIFY(ExportState::load() == newer);
+}
+
+void StateFileTest::aDeviceInItsPlaceIsAnEmptyState()
+{
+    const ExportSetup setup;
+    fs::create_symlink("/dev/zero", setup.stateFile());
+    const std::string seen = inChild([] {
+        const rlimit memory{std::size_t{2} << 30U, std::size_t{2} << 30U};
+        ::setrlimit(RLIMIT_AS, &memory);
+        return ExportState::load().toJson();
+    });
+    QCOMPARE(seen, ExportState().toJson());
+}
+
+void StateFileTest::aLinkToAFileIsRead()
+{
+    const ExportSetup setup;
+    writeFile(setup.home() / "elsewhere", older.toJson());
+    fs::create_symlink("elsewhere", setup.stateFile());
+    QVERIFY(ExportState::load() == older);
 }
 
 } // namespace korvane
