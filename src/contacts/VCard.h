@@ -27,7 +27,8 @@ namespace korvane {
 ///
 /// Cards may be damaged: lines without a colon are passed over, and a card ends at its END, at the
 /// next BEGIN or with the file. A value that is not of its charset has U+FFFD where it is broken.
-/// Version 2.1 names no charset for most of its values: there, what is not UTF-8 is windows-1252.
+/// Where none is named, what is not UTF-8 is windows-1252, as old programs write versions 2.1 and
+/// 3.0; version 4.0 is always UTF-8.
 void readVCards(std::string_view bytes, const ContactSource::Visitor& visit);
 
 } // namespace korvane

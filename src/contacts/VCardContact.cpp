@@ -23,6 +23,13 @@ bool isDistributionList(const std::vector<VCardProperty>& card)
         || hasProperty(card, VCardField::EvolutionList, "TRUE");
 }
 
+VCardVersion versionOf(const std::vector<VCardProperty>& card)
+{
+    if (hasProperty(card, VCardField::Version, "2.1"))
+        return VCardVersion::V21;
+    return hasProperty(card, VCardField::Version, "4.0") ? VCardVersion::V40 : VCardVersion::V30;
+}
+
 void addUnlessEmpty(std::vector<std::string>& texts, std::string text)
 {
     if (!text.empty())
@@ -100,8 +107,7 @@ std::optional<Contact> contactOf(const std::vector<VCardProperty>& card)
 {
     if (isDistributionList(card))
         return std::nullopt;
-    const bool old = hasProperty(card, VCardField::Version, "2.1");
-    ContactBuilder builder(old ? VCardVersion::Old : VCardVersion::Current);
+    ContactBuilder builder(versionOf(card));
     for (const VCardProperty& property : card)
         builder.add(property);
     Contact contact = builder.finished();

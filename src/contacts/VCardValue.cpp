@@ -30,7 +30,7 @@ char escapedCharacter(char character, VCardVersion version)
         return character;
     case 'n':
     case 'N':
-        return version == VCardVersion::Current ? '\n' : '\0';
+        return version != VCardVersion::V21 ? '\n' : '\0';
     default:
         return '\0';
     }
@@ -55,7 +55,7 @@ std::string unescaped(std::string_view text, VCardVersion version)
 
 std::string decodedValue(const VCardProperty& property, VCardVersion version)
 {
-    const char* const otherwise = version == VCardVersion::Old ? "windows-1252" : "UTF-8";
+    const char* const otherwise = version == VCardVersion::V40 ? "UTF-8" : "windows-1252";
     const VCardEncoding encoding = encodingOf(property);
     std::string buffer;
     if (!encoding.quotedPrintable)

@@ -8,9 +8,10 @@
 
 namespace korvane {
 
-/// The two ways in which versions differ here. In version 2.1 `\n` is no line break but two typed
-/// characters, and bytes that are not UTF-8 are windows-1252 where no charset is named.
-enum class VCardVersion { Old, Current };
+/// How versions differ here. In version 2.1 `\n` is no line break but two typed characters. Where
+/// no charset is named, bytes that are not UTF-8 are windows-1252, except in version 4.0, which is
+/// UTF-8 by its standard. A card that tells no version is read as 3.0.
+enum class VCardVersion { V21, V30, V40 };
 
 /// A property's value as UTF-8, its escapes still in place.
 std::string decodedValue(const VCardProperty& property, VCardVersion version);

@@ -25,6 +25,12 @@ inline std::string oldCard(const std::string& lines)
     return "BEGIN:VCARD\r\nVERSION:2.1\r\n" + lines + "\r\nEND:VCARD\r\n";
 }
 
+/// A whole card of version 4.0 around these lines.
+inline std::string newCard(const std::string& lines)
+{
+    return "BEGIN:VCARD\r\nVERSION:4.0\r\n" + lines + "\r\nEND:VCARD\r\n";
+}
+
 /// A literal with the NULs in it.
 template <std::size_t size>
 std::string withNulls(const char (&literal)[size])

@@ -195,8 +195,14 @@ void VCardTextTest::decodesCharsets_data()
         {person("Zoë", "")});
     row("unknown, UTF-8", oldCard("FN;CHARSET=KLINGON:Zoë"), {person("Zoë", "")});
     row("unknown, not UTF-8", oldCard("FN;CHARSET=../../x:Zo\xEB"), {person("Zoë", "")});
+    row("none, not UTF-8 in version 3.0", card("N:M\xFCller;Zo\xEB\r\nORG:\x80"),
+        {{"Zoë", "Müller", "€", {}, {}}});
+    row("none, in quoted-printable in version 3.0", card("FN;ENCODING=QUOTED-PRINTABLE:Zo=EB"),
+        {person("Zoë", "")});
+    row("none, not UTF-8 and no version", "BEGIN:VCARD\nFN:Zo\xEB\nEND:VCARD\n",
+        {person("Zoë", "")});
     row("an agent's version does not count",
-        card("FN:Zo\xEB\r\nAGENT:\r\nBEGIN:VCARD\r\nVERSION:2.1\r\nEND:VCARD"),
+        newCard("FN:Zo\xEB\r\nAGENT:\r\nBEGIN:VCARD\r\nVERSION:2.1\r\nEND:VCARD"),
         {person("Zo\uFFFD", "")});
 }
 
@@ -208,15 +214,16 @@ void VCardTextTest::decodesCharsets()
 void VCardTextTest::repairsWhatIsNotUtf8_data()
 {
     addCardColumns();
-    row("a byte of another charset", card("FN:Zo\xEB"), {person("Zo\uFFFD", "")});
-    row("a character cut short is one replacement", card("FN:a\xF0\x9F\x98z"),
+    row("a byte of another charset", newCard("FN:Zo\xEB"), {person("Zo\uFFFD", "")});
+    row("a character cut short is one replacement", newCard("FN:a\xF0\x9F\x98z"),
         {person("a\uFFFDz", "")});
-    row("an overlong form is one replacement a byte", card("FN:\xC0\xAF"),
+    row("an overlong form is one replacement a byte", newCard("FN:\xC0\xAF"),
         {person("\uFFFD\uFFFD", "")});
-    row("a surrogate is one replacement a byte", card("FN:\xED\xA0\x80"),
+    row("a surrogate is one replacement a byte", newCard("FN:\xED\xA0\x80"),
         {person("\uFFFD\uFFFD\uFFFD", "")});
-    row("a broken character at the end", card("TEL:1\xE2\x82"), {phone("1\uFFFD")});
+    row("a broken character at the end", newCard("TEL:1\xE2\x82"), {phone("1\uFFFD")});
     row("named UTF-8 in version 2.1", oldCard("FN;CHARSET=UTF-8:Zo\xEB"), {person("Zo\uFFFD", "")});
+    row("named UTF-8 in version 3.0", card("FN;CHARSET=UTF-8:Zo\xEB"), {person("Zo\uFFFD", "")});
     row("broken Shift_JIS", oldCard("FN;CHARSET=Shift_JIS:a\x81"), {person("a\uFFFD", "")});
     row("percent-encoded in a URI", card("EMAIL:mailto:%FFj@x.org"), {email("\uFFFDj@x.org")});
     row("what is right is not touched", card("FN:👩‍👩‍👧 e\u0301 \U0010FFFF"),
