@@ -3,8 +3,8 @@
 #include "contacts/VCardSource.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 namespace korvane {
 
@@ -21,12 +21,10 @@ ContactNames readNames(const Sources& sources)
 {
     if (!sources.contacts)
         return ContactNames::load();
-    std::error_code failure;
-    if (!std::filesystem::exists(*sources.contacts, failure))
+    auto names = ContactNames::loadChosen(VCardSource(*sources.contacts));
+    if (!names)
         throw std::runtime_error(*sources.contacts + ": There are no contacts here.");
-    ContactSources chosen;
-    chosen.push_back(std::make_unique<VCardSource>(*sources.contacts));
-    return ContactNames::load(chosen);
+    return std::move(*names);
 }
 
 ChatSelection selectChats(std::vector<ChatInfo> all, const std::vector<std::string>& guids)

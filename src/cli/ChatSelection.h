@@ -13,7 +13,7 @@ namespace korvane {
 /// The database and the contacts that a command works on.
 struct Sources {
     std::string database = MessagesDB::path();
-    std::optional<std::string> contacts; ///< a vCard file or folder; absent: the platform's own
+    std::optional<std::string> contacts; ///< a vCard file, pipe or folder; absent: the platform's
 
     bool operator==(const Sources&) const = default;
 };
@@ -21,7 +21,8 @@ struct Sources {
 /// The chats of the database. Throws DBError, its text preceded by the file's path.
 std::vector<ChatInfo> readChats(const Sources& sources);
 
-/// The names from the contacts. Throws std::runtime_error where a path was given that is not there.
+/// The names from the contacts. Throws std::runtime_error where a path was given that has no
+/// contact that can be read.
 ContactNames readNames(const Sources& sources);
 
 /// The chats with the given guids, in the order of `all`, and the guids that no chat has.

@@ -6,6 +6,8 @@
 #include "messages/Utf8.h"
 #include "storage/SupportLock.h"
 
+#include <filesystem>
+#include <optional>
 #include <stdexcept>
 
 namespace korvane {
@@ -17,6 +19,13 @@ ChatSelection chosenChats(const ExportOptions& options)
     std::vector<ChatInfo> all = readChats(options.sources);
     return options.all ? ChatSelection{std::move(all), {}}
                        : selectChats(std::move(all), options.chats);
+}
+
+/// A pipe gives its contacts once, so later runs need those of the first.
+bool contactsArePipe(const Sources& sources)
+{
+    std::error_code ignored;
+    return sources.contacts && std::filesystem::is_fifo(*sources.contacts, ignored);
 }
 
 std::string asJson(const SyncResult& result)
@@ -93,9 +102,10 @@ private:
     {
         const SupportLock lock;
         const ChatSelection selection = chosenChats(m_options);
-        const ContactNames names = readNames(m_options.sources);
+        if (!m_names || !contactsArePipe(m_options.sources))
+            m_names = readNames(m_options.sources);
         m_begun = true;
-        SyncResult result = syncWithProgress(selection.chats, names, m_options.folder,
+        SyncResult result = syncWithProgress(selection.chats, *m_names, m_options.folder,
             m_options.sources.database, m_interruption, m_console);
         for (const std::string& guid : selection.unknown)
             result.errors.push_back("There is no chat with the guid " + repairedUtf8(guid) + ".");
@@ -115,6 +125,7 @@ private:
     const ExportOptions& m_options;
     const Console& m_console;
     const Interruption m_interruption;
+    std::optional<ContactNames> m_names; ///< of the last run
     bool m_begun = false; ///< a run got past the lock, the database and the contacts
 };
 

@@ -11,6 +11,7 @@
 #include <array>
 #include <exception>
 #include <iterator>
+#include <utility>
 
 namespace korvane {
 
@@ -82,19 +83,35 @@ void enter(const Contact& contact, ContactNames& names)
         names.map[ContactNames::normalize(address)] = name;
 }
 
+/// Enters the contacts of a source until it ends or fails; returns how many there were.
+std::size_t enterAll(const ContactSource& source, ContactNames& names)
+{
+    std::size_t count = 0;
+    try {
+        source.forEachContact([&](const Contact& contact) {
+            enter(contact, names);
+            ++count;
+        });
+    } catch (const std::exception&) {
+        return count; // what was entered until then stays
+    }
+    return count;
+}
+
 } // namespace
 
 ContactNames ContactNames::load(const ContactSources& sources)
 {
     ContactNames names;
-    for (const auto& source : sources) {
-        try {
-            source->forEachContact([&names](const Contact& contact) { enter(contact, names); });
-        } catch (const std::exception&) {
-            continue; // what was entered until then stays
-        }
-    }
+    for (const auto& source : sources)
+        enterAll(*source, names);
     return names;
+}
+
+std::optional<ContactNames> ContactNames::loadChosen(const ContactSource& source)
+{
+    ContactNames names;
+    return enterAll(source, names) > 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
 ContactNames ContactNames::load()

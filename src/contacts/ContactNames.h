@@ -3,6 +3,7 @@
 #include "contacts/ContactSource.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -25,6 +26,10 @@ struct ContactNames {
 
     /// The same for the places where this system keeps contacts.
     static ContactNames load();
+
+    /// Reads one source that the user named. Nothing where it has not a single contact: its path is
+    /// wrong then, or closed to this user, and no chat must lose its name for that.
+    static std::optional<ContactNames> loadChosen(const ContactSource& source);
 
     /// The name for `handle`, or the handle itself.
     std::string name(std::string_view handle) const;

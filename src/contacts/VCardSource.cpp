@@ -3,7 +3,12 @@
 #include "contacts/Ascii.h"
 #include "contacts/VCard.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -59,14 +64,16 @@ public:
 
     void readFile(const fs::path& path);
     void readFolder(const fs::path& folder);
+    void readPipe(const fs::path& path);
 
 private:
+    bool readToEnd(int pipe);
+
     const ContactSource::Visitor& m_visit;
     std::string m_bytes;
 };
 
-/// Opens nothing but regular files, for a pipe would wait for its writer. Others have no size: to
-/// ask for that is an error.
+/// Opens nothing but regular files. Others have no size: to ask for that is an error.
 void Reader::readFile(const fs::path& path)
 {
     std::error_code error;
@@ -94,6 +101,41 @@ void Reader::readFolder(const fs::path& folder)
     }
 }
 
+/// Waits until a pipe has bytes or has lost its last writer; false where a signal came first.
+bool waitForBytes(int pipe)
+{
+    pollfd readable{pipe, POLLIN, 0};
+    return ::poll(&readable, 1, -1) > 0;
+}
+
+/// Reads until the last writer has closed the pipe; false where there is more than an address book
+/// can have, or reading fails.
+bool Reader::readToEnd(int pipe)
+{
+    constexpr std::size_t pieceSize = 65536;
+    std::size_t size = 0;
+    while (size <= largestFile) {
+        m_bytes.resize(size + pieceSize);
+        const ssize_t count = ::read(pipe, m_bytes.data() + size, pieceSize);
+        if (count < 0 && (errno != EAGAIN || !waitForBytes(pipe)))
+            return false;
+        size += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        m_bytes.resize(size);
+        if (count == 0)
+            return true;
+    }
+    return false;
+}
+
+/// Without O_NONBLOCK, open() waits for a writer, and there may never be one.
+void Reader::readPipe(const fs::path& path)
+{
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const File pipe(descriptor < 0 ? nullptr : ::fdopen(descriptor, "rb"));
+    if (pipe && readToEnd(descriptor))
+        readVCards(m_bytes, m_visit);
+}
+
 } // namespace
 
 VCardSource::VCardSource(fs::path fileOrFolder) : m_path(std::move(fileOrFolder)) { }
@@ -104,6 +146,8 @@ void VCardSource::forEachContact(const Visitor& visit) const
     Reader reader(visit);
     if (fs::is_directory(m_path, ignored))
         reader.readFolder(m_path);
+    else if (fs::is_fifo(m_path, ignored))
+        reader.readPipe(m_path);
     else
         reader.readFile(m_path);
 }

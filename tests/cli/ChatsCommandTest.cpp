@@ -2,10 +2,13 @@
 
 #include "support/Printing.h"
 #include "support/TestDatabase.h"
+#include "support/Unprivileged.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QtTest/QTest>
+
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -137,7 +140,75 @@ private slots:
         QCOMPARE(outcome.err, std::string("korvane-sync: /nowhere: There are no contacts here.\n"));
     }
 
+    void contactsThatCannotBeReadAreAnError_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("an empty file") << QStringLiteral("empty.vcf");
+        QTest::newRow("a file that is no vCard") << QStringLiteral("letter.vcf");
+        QTest::newRow("a vCard without a contact") << QStringLiteral("list.vcf");
+        QTest::newRow("an empty folder") << QStringLiteral("folder");
+        QTest::newRow("a folder of other files") << QStringLiteral("others");
+        QTest::newRow("a device") << QStringLiteral("null");
+        QTest::newRow("a pipe that nobody writes") << QStringLiteral("pipe");
+        QTest::newRow("a file without permission") << QStringLiteral("closed.vcf");
+        QTest::newRow("a folder without permission") << QStringLiteral("closed");
+    }
+
+    void contactsThatCannotBeReadAreAnError()
+    {
+        QFETCH(QString, name);
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const std::filesystem::path home = terminal.home();
+        std::ofstream(home / "empty.vcf").flush();
+        std::ofstream(home / "letter.vcf") << "Dear Jane,\nTEL:1 is my number.\n";
+        std::ofstream(home / "list.vcf") << "BEGIN:VCARD\nVERSION:3.0\nKIND:group\nEND:VCARD\n";
+        std::filesystem::create_directories(home / "folder");
+        std::filesystem::create_directories(home / "others");
+        std::ofstream(home / "others/a.txt") << card;
+        std::filesystem::create_symlink("/dev/null", home / "null");
+        QCOMPARE(::mkfifo((home / "pipe").c_str(), 0600), 0);
+        std::ofstream(home / "closed.vcf") << card;
+        std::filesystem::create_directories(home / "closed");
+        std::ofstream(home / "closed/a.vcf") << card;
+        const std::string path = home / name.toStdString();
+        for (const auto& each : {home / "closed.vcf", home / "closed"})
+            std::filesystem::permissions(each, std::filesystem::perms::none);
+        for (const std::filesystem::path& each : {home, std::filesystem::path(database.folder())})
+            std::filesystem::permissions(each, std::filesystem::perms(0755));
+        Outcome outcome;
+        {
+            const Unprivileged user;
+            if (!user.works())
+                QSKIP("needs a user whom permissions stop");
+            outcome = terminal.run({"chats", "--database", database.path(), "--contacts", path});
+        }
+        std::filesystem::permissions(home / "closed", std::filesystem::perms(0755));
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.out, std::string());
+        QCOMPARE(outcome.err, "korvane-sync: " + path + ": There are no contacts here.\n");
+    }
+
+    void oneReadableCardAmongOthersIsEnough()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        const std::filesystem::path book = terminal.home() + "/book";
+        std::filesystem::create_directories(book);
+        std::ofstream(book / "a.vcf") << "no card";
+        std::ofstream(book / "b.vcf") << card;
+        const Outcome outcome
+            = terminal.run({"chats", "--database", database.path(), "--contacts", book.native()});
+        QCOMPARE(outcome.code, 0);
+        QVERIFY2(outcome.out.find("Ann Lee") != std::string::npos, outcome.out.c_str());
+    }
+
 private:
+    static constexpr const char* card
+        = "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann\nTEL:+15550100\nEND:VCARD\n";
+
     static void fill(TestDatabase& database)
     {
         database.addHandle(1, "+15550100");

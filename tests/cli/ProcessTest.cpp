@@ -150,6 +150,43 @@ private slots:
         QCOMPARE(recordedMessages(terminal), 1);
     }
 
+    void contactsMayComeThroughAPipe()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fillUnnamed(database);
+        const Outcome outcome
+            = shell("printf 'BEGIN:VCARD\\nN:Lee;Ann\\nTEL:+15550100\\nEND:VCARD' | " PROGRAM
+                    " chats --contacts /dev/stdin"
+                    " --database '"
+                + database.path() + "'");
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+        QVERIFY2(outcome.out.find("Ann Lee") != std::string::npos, outcome.out.c_str());
+    }
+
+    void repeatedExportKeepsTheContactsOfAPipe()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fillUnnamed(database);
+        QProcess program;
+        start(program,
+            {QStringLiteral("--every"), QStringLiteral("0.1"), QStringLiteral("--contacts"),
+                QStringLiteral("/dev/stdin")},
+            terminal, database);
+        program.write("BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann\nTEL:+15550100\nEND:VCARD\n");
+        program.closeWriteChannel();
+        QCOMPARE(nextRun(program)[u"added"].toInt(), 1);
+        for (int run = 0; run < 3; ++run)
+            QCOMPARE(nextRun(program)[u"added"].toInt(-1), 0);
+        interrupt(program);
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.readAllStandardError(), QByteArray());
+        QCOMPARE(filesIn(terminal.exports()),
+            std::vector<std::string>{"Ann Lee (1) Korvane Wrapped.jsonl.txt"});
+    }
+
     void outputThatCannotBeWrittenIsAnError()
     {
         const Terminal terminal;
@@ -200,6 +237,14 @@ private:
         database.addChat(1, "G1", "Family", "chat1", 43);
         for (int i = 0; i < messages; ++i)
             database.addMessage(1, "hello");
+    }
+
+    static void fillUnnamed(TestDatabase& database)
+    {
+        database.addHandle(1, "+15550100");
+        database.addChat(1, "G1", "", "+15550100");
+        database.addMember(1, 1);
+        database.addMessage(1, "hello");
     }
 
     static void start(QProcess& program, const QStringList& more, const Terminal& terminal,

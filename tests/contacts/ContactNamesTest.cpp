@@ -25,6 +25,7 @@ private slots:
     void numberWithoutDigitsEntersTheEmptyKey();
     void failingSourceKeepsWhatItGave();
     void withoutSourcesOrContactsTheMapIsEmpty();
+    void aChosenSourceMustHaveAContact();
 };
 
 namespace {
@@ -263,6 +264,19 @@ void ContactNamesTest::withoutSourcesOrContactsTheMapIsEmpty()
     QVERIFY(namesOf({}).map.empty());
     QVERIFY(namesOf({}) == ContactNames());
     QVERIFY(namesOf({named("Ann", "555")}) != ContactNames());
+}
+
+void ContactNamesTest::aChosenSourceMustHaveAContact()
+{
+    QVERIFY(!ContactNames::loadChosen(Place({})));
+    QVERIFY(!ContactNames::loadChosen(Place({}, true)));
+    const auto nameless = ContactNames::loadChosen(Place({{.phoneNumbers = {"555"}}}));
+    QVERIFY(nameless);
+    QVERIFY(nameless->map.empty());
+    const Contact ann{.givenName = "Ann", .phoneNumbers = {"555"}};
+    const auto names = ContactNames::loadChosen(Place({ann}, true));
+    QVERIFY(names);
+    QVERIFY(names->map == (Map{{"555", "Ann"}}));
 }
 
 } // namespace korvane

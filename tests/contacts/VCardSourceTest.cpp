@@ -3,10 +3,16 @@
 
 #include <QTemporaryDir>
 
-#include <filesystem>
-#include <fstream>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -28,7 +34,12 @@ private slots:
     void followsLinksToFilesButNotToFolders();
     void skipsLinksThatLeadNowhere();
     void skipsFilesThatMayNotBeRead();
-    void neverWaitsForAPipe();
+    void neverWaitsForAPipeInAFolder();
+    void neverWaitsForAPipeThatNobodyWrites();
+    void readsAPipeThatIsNamed_data();
+    void readsAPipeThatIsNamed();
+    void skipsAPipeWithMoreThanAnAddressBook();
+    void skipsDevices();
     void skipsAFileTooLargeForAnAddressBook();
     void readsTheFilesAfterAnEmptyOne();
     void readsAgainWhenAskedAgain();
@@ -47,6 +58,7 @@ using Numbers = std::vector<std::string>;
 
 void VCardSourceTest::init()
 {
+    std::signal(SIGPIPE, SIG_IGN); // a writer whose reader is gone gets an error
     m_folder = std::make_unique<QTemporaryDir>();
     fs::create_directory(path("book"));
 }
@@ -163,12 +175,81 @@ void VCardSourceTest::skipsFilesThatMayNotBeRead()
     fs::permissions(path("book/c"), fs::perms::owner_all);
 }
 
-void VCardSourceTest::neverWaitsForAPipe()
+void VCardSourceTest::neverWaitsForAPipeInAFolder()
 {
     writeCard("book/b.vcf", "1");
     QCOMPARE(mkfifo(path("book/a.vcf").c_str(), 0600), 0);
     QCOMPARE(numbers(), Numbers({"1"}));
-    QCOMPARE(numbersIn(path("book/a.vcf")), Numbers());
+}
+
+void VCardSourceTest::neverWaitsForAPipeThatNobodyWrites()
+{
+    QCOMPARE(mkfifo(path("pipe").c_str(), 0600), 0);
+    QCOMPARE(numbersIn(path("pipe")), Numbers());
+}
+
+void VCardSourceTest::readsAPipeThatIsNamed_data()
+{
+    QTest::addColumn<bool>("named");
+    QTest::addColumn<int>("cards");
+    QTest::newRow("a short book by its descriptor") << false << 1;
+    QTest::newRow("a book larger than a pipe holds by its descriptor") << false << 5000;
+    QTest::newRow("a short book by a name") << true << 1;
+    QTest::newRow("a book larger than a pipe holds by a name") << true << 5000;
+}
+
+void VCardSourceTest::readsAPipeThatIsNamed()
+{
+    QFETCH(bool, named);
+    QFETCH(int, cards);
+    std::string book;
+    for (int i = 0; i < cards; ++i)
+        book += card("TEL:" + std::to_string(i));
+    std::array<int, 2> ends{-1, -1};
+    if (named) {
+        QCOMPARE(mkfifo(path("pipe").c_str(), 0600), 0);
+        ends[0] = ::open(path("pipe").c_str(), O_RDONLY | O_NONBLOCK);
+        ends[1] = ::open(path("pipe").c_str(), O_WRONLY);
+    } else {
+        QCOMPARE(::pipe(ends.data()), 0);
+    }
+    const fs::path source = named ? path("pipe") : fs::path("/dev/fd/" + std::to_string(ends[0]));
+    std::thread writer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the reader has to wait
+        std::string_view rest = book;
+        while (!rest.empty()) {
+            const ssize_t count
+                = ::write(ends[1], rest.data(), std::min(rest.size(), std::size_t{3000}));
+            rest.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : rest.size());
+        }
+        ::close(ends[1]);
+    });
+    const Numbers read = numbersIn(source);
+    ::close(ends[0]);
+    writer.join();
+    QCOMPARE(read.size(), static_cast<std::size_t>(cards));
+    QCOMPARE(read.back(), std::to_string(cards - 1));
+}
+
+void VCardSourceTest::skipsAPipeWithMoreThanAnAddressBook()
+{
+    std::array<int, 2> ends{-1, -1};
+    QCOMPARE(::pipe(ends.data()), 0);
+    std::thread writer([&] {
+        const std::string block = card("TEL:1") + std::string(1U << 20U, ' ');
+        while (::write(ends[1], block.data(), block.size()) > 0) { }
+        ::close(ends[1]);
+    });
+    const Numbers read = numbersIn("/dev/fd/" + std::to_string(ends[0]));
+    ::close(ends[0]);
+    writer.join();
+    QCOMPARE(read, Numbers());
+}
+
+void VCardSourceTest::skipsDevices()
+{
+    QCOMPARE(numbersIn("/dev/null"), Numbers());
+    QCOMPARE(numbersIn("/dev/zero"), Numbers());
 }
 
 void VCardSourceTest::skipsAFileTooLargeForAnAddressBook()
