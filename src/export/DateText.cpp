@@ -65,9 +65,14 @@ std::string_view DateText::withMilliseconds(ReferenceTime time)
     return m_text;
 }
 
-std::string DateText::wholeSeconds(std::chrono::sys_seconds time)
+std::optional<std::string> DateText::wholeSeconds(std::chrono::sys_seconds time)
 {
-    const auto day = std::chrono::floor<std::chrono::days>(time);
+    using namespace std::chrono;
+    constexpr sys_seconds begin = sys_days(year(0) / January / 1);
+    constexpr sys_seconds end = sys_days(year(10000) / January / 1);
+    if (time < begin || time >= end)
+        return std::nullopt;
+    const auto day = floor<days>(time);
     std::string text = dayText(day);
     appendClock(text, (time - day).count());
     return text + 'Z';

@@ -3,6 +3,7 @@
 #include "messages/Timestamp.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,8 +17,9 @@ public:
     /// next call. Years before 0 are written with a sign (ISO 8601), e.g. "-0001".
     std::string_view withMilliseconds(ReferenceTime time);
 
-    /// "2024-05-06T07:08:09Z"; the fraction of the second is dropped.
-    static std::string wholeSeconds(std::chrono::sys_seconds time);
+    /// "2024-05-06T07:08:09Z". Nothing where the year does not have four digits (RFC 3339): files
+    /// can have any time of 64 bits.
+    static std::optional<std::string> wholeSeconds(std::chrono::sys_seconds time);
 
 private:
     void writeDay(std::chrono::sys_days day);

@@ -4,13 +4,12 @@
 #include "export/ExportState.h"
 #include "export/Json.h"
 #include "export/JsonReader.h"
+#include "storage/FileReader.h"
 
 #include <unicode/coll.h>
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <chrono>
+#include <cstdlib>
 #include <memory>
 
 namespace korvane {
@@ -22,30 +21,41 @@ namespace {
 std::optional<ManifestItem> itemFor(
     const fs::path& folder, const std::string& guid, const ChatState& record)
 {
-    struct stat file { };
-    if (::stat((folder.native() + '/' + record.fileName).c_str(), &file) != 0)
+    const auto file = FileReader::open(folder.native() + '/' + record.fileName);
+    if (!file)
         return std::nullopt;
-    const std::chrono::sys_seconds modified{std::chrono::seconds(file.st_mtime)};
     return ManifestItem{
         .id = guid,
         .title = record.title.value_or(record.fileName),
         .file = record.fileName,
-        .size = file.st_size,
+        .size = file->size(),
         .messages = record.messages.value_or(0),
         .epoch = record.epoch.value_or("0"),
-        .updated = DateText::wholeSeconds(modified),
+        .updated = DateText::wholeSeconds(file->modified()),
     };
 }
 
-/// Compares as the user's locale does, without regard to case. The "C" locale sorts by
-/// character code, capitals first, so there the order common to all languages stands in.
+/// The locale by whose order the user sorts, without charset and modifier: POSIX has the first of
+/// these variables decide that is not empty. ICU's default would follow LC_MESSAGES.
+std::string collationLocale()
+{
+    for (const char* variable : {"LC_ALL", "LC_COLLATE", "LANG"}) {
+        const std::string_view name = std::getenv(variable) ? std::getenv(variable) : "";
+        if (!name.empty())
+            return std::string(name.substr(0, name.find_first_of(".@")));
+    }
+    return "C";
+}
+
+/// Compares as that locale does, without regard to case. The "C" locale sorts by character code,
+/// capitals first, so there the order common to all languages stands in.
 std::unique_ptr<icu::Collator> titleCollator()
 {
-    const icu::Locale& user = icu::Locale::getDefault();
-    const bool plain = std::string_view(user.getVariant()) == "POSIX";
+    const std::string name = collationLocale();
+    const bool plain = name == "C" || name == "POSIX";
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Collator> collator(
-        icu::Collator::createInstance(plain ? icu::Locale::getRoot() : user, status));
+    std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(
+        plain ? icu::Locale::getRoot() : icu::Locale::createCanonical(name.c_str()), status));
     if (U_FAILURE(status))
         return nullptr;
     collator->setStrength(icu::Collator::SECONDARY);

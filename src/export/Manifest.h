@@ -18,7 +18,7 @@ struct ManifestItem {
     std::int64_t size = 0; ///< bytes
     std::int64_t messages = 0; ///< records, as of the last sync that succeeded
     std::string epoch; ///< changes when the file is started from scratch; "0" = not known
-    std::optional<std::string> updated; ///< modification time, "2024-05-06T07:08:09Z"
+    std::optional<std::string> updated; ///< "2024-05-06T07:08:09Z"; not beyond the years 0 to 9999
 
     bool operator==(const ManifestItem&) const = default;
 
@@ -31,8 +31,9 @@ struct ManifestItem {
 
 namespace Exporter {
 
-/// The export files in `folder` that exist for the chats in `guids`, sorted by title as the
-/// user's locale sorts, without regard to case. Never fails: what cannot be read is left out.
+/// The export files in `folder` that exist for the chats in `guids`, sorted by title as the user's
+/// locale sorts (LC_ALL, LC_COLLATE or LANG), without regard to case. Never fails: what
+/// FileReader::open() does not open is left out.
 /// May run while a sync runs on another thread.
 std::vector<ManifestItem> manifest(
     const std::filesystem::path& folder, const std::set<std::string>& guids);

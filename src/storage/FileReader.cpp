@@ -7,9 +7,10 @@
 
 namespace korvane {
 
-FileReader::FileReader(Descriptor descriptor, std::int64_t size)
+FileReader::FileReader(Descriptor descriptor, std::int64_t size, std::chrono::sys_seconds modified)
     : m_descriptor(std::move(descriptor))
     , m_size(size)
+    , m_modified(modified)
 {
 }
 
@@ -20,7 +21,8 @@ std::optional<FileReader> FileReader::open(const std::filesystem::path& file)
     struct stat info { };
     if (!descriptor || ::fstat(descriptor.get(), &info) != 0 || !S_ISREG(info.st_mode))
         return std::nullopt;
-    return FileReader(std::move(descriptor), info.st_size);
+    const std::chrono::sys_seconds modified{std::chrono::seconds(info.st_mtime)};
+    return FileReader(std::move(descriptor), info.st_size, modified);
 }
 
 std::optional<std::size_t> FileReader::readAt(std::int64_t offset, std::span<char> to) const

@@ -22,6 +22,8 @@ private slots:
     void remembersNoDayTooLong();
     void dropsTheFractionOfWholeSeconds_data();
     void dropsTheFractionOfWholeSeconds();
+    void writesNoYearThatFourDigitsDoNotHold_data();
+    void writesNoYearThatFourDigitsDoNotHold();
     void theTimeZoneDoesNotMatter_data();
     void theTimeZoneDoesNotMatter();
 };
@@ -144,6 +146,7 @@ void DateTextTest::dropsTheFractionOfWholeSeconds_data()
     QTest::newRow("before it") << qint64{-1} << "1969-12-31T23:59:59Z"s;
     QTest::newRow("the end of 32 bits") << qint64{2'147'483'648} << "2038-01-19T03:14:08Z"s;
     QTest::newRow("the last of four digits") << qint64{253'402'300'799} << "9999-12-31T23:59:59Z"s;
+    QTest::newRow("the first of four digits") << qint64{-62'167'219'200} << "0000-01-01T00:00:00Z"s;
 }
 
 void DateTextTest::dropsTheFractionOfWholeSeconds()
@@ -151,7 +154,25 @@ void DateTextTest::dropsTheFractionOfWholeSeconds()
     QFETCH(qint64, unixSeconds);
     QFETCH(std::string, text);
     const std::chrono::sys_seconds time{std::chrono::seconds(unixSeconds)};
-    QCOMPARE(DateText::wholeSeconds(time), text);
+    QCOMPARE(DateText::wholeSeconds(time), std::optional(text));
+}
+
+void DateTextTest::writesNoYearThatFourDigitsDoNotHold_data()
+{
+    QTest::addColumn<qint64>("unixSeconds");
+    QTest::newRow("the year 10000") << qint64{253'402'300'800};
+    QTest::newRow("the year -1") << qint64{-62'167'219'201};
+    QTest::newRow("beyond 16 bits of years") << qint64{1'100'000'000'000};
+    QTest::newRow("the last day of 32 bits of days") << qint64{185'542'587'187'199};
+    QTest::newRow("the last second") << std::numeric_limits<qint64>::max();
+    QTest::newRow("the first second") << std::numeric_limits<qint64>::min();
+}
+
+void DateTextTest::writesNoYearThatFourDigitsDoNotHold()
+{
+    QFETCH(qint64, unixSeconds);
+    const std::chrono::sys_seconds time{std::chrono::seconds(unixSeconds)};
+    QCOMPARE(DateText::wholeSeconds(time), std::optional<std::string>());
 }
 
 void DateTextTest::theTimeZoneDoesNotMatter_data()

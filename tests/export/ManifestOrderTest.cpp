@@ -3,8 +3,6 @@
 #include "export/Rerun.h"
 #include "support/Printing.h"
 
-#include <unicode/locid.h>
-
 namespace korvane {
 
 using Texts = std::vector<std::string>;
@@ -120,26 +118,43 @@ void ManifestOrderTest::ordersAThousandTitles()
 
 void ManifestOrderTest::followsTheUsersLocale_data()
 {
-    QTest::addColumn<std::string>("locale");
+    QTest::addColumn<QByteArrayList>("environment"); // LC_ALL, LC_COLLATE, LANG, LC_MESSAGES
     QTest::addColumn<Texts>("expected");
-    const Texts asElsewhere{"apple", "Ärger", "Zoe"};
-    QTest::newRow("German") << std::string("de_DE") << asElsewhere;
-    QTest::newRow("Swedish puts Ä behind Z")
-        << std::string("sv_SE") << Texts{"apple", "Zoe", "Ärger"};
-    QTest::newRow("English") << std::string("en_US") << asElsewhere;
-    QTest::newRow("the C locale") << std::string("en_US_POSIX") << asElsewhere;
-    QTest::newRow("one that does not exist") << std::string("xx_YY") << asElsewhere;
+    const Texts swedish{"apple", "Zoe", "Ärger"}; // Ä behind Z
+    const Texts elsewhere{"apple", "Ärger", "Zoe"};
+    const auto row = [](const char* name, const QByteArrayList& environment,
+                         const Texts& expected) { QTest::newRow(name) << environment << expected; };
+    row("LC_ALL is Swedish", {"sv_SE.UTF-8", "de_DE", "de_DE", "de_DE"}, swedish);
+    row("LC_ALL is not", {"de_DE.UTF-8", "sv_SE", "sv_SE", "sv_SE"}, elsewhere);
+    row("LC_COLLATE is Swedish", {"", "sv_SE.UTF-8", "de_DE", "de_DE"}, swedish);
+    row("LC_COLLATE is not", {"", "de_DE.UTF-8", "sv_SE", "sv_SE"}, elsewhere);
+    row("LANG is Swedish", {"", "", "sv_SE.UTF-8", "de_DE"}, swedish);
+    row("LANG is not", {"", "", "de_DE.UTF-8", "sv_SE"}, elsewhere);
+    row("messages alone are Swedish", {"", "", "", "sv_SE.UTF-8"}, elsewhere);
+    row("a language without a country", {"", "sv", "", ""}, swedish);
+    row("a variant behind an @", {"", "sv_SE@euro", "", ""}, swedish);
+    row("a charset and a variant", {"", "sv_SE.ISO8859-15@euro", "", ""}, swedish);
+    row("no locale at all", {"", "", "", ""}, elsewhere);
+    row("the C locale", {"", "C", "sv_SE", "sv_SE"}, elsewhere);
+    row("the C locale with a charset", {"", "C.UTF-8", "sv_SE", "sv_SE"}, elsewhere);
+    row("the POSIX locale", {"POSIX", "sv_SE", "sv_SE", "sv_SE"}, elsewhere);
+    row("one that does not exist", {"", "xx_YY", "sv_SE", ""}, elsewhere);
+    row("nonsense", {"", "../\xFF@;=", "", ""}, elsewhere);
 }
 
 void ManifestOrderTest::followsTheUsersLocale()
 {
-    QFETCH(std::string, locale);
+    QFETCH(QByteArrayList, environment);
     QFETCH(Texts, expected);
-    const icu::Locale before = icu::Locale::getDefault();
-    UErrorCode status = U_ZERO_ERROR;
-    icu::Locale::setDefault(icu::Locale(locale.c_str()), status);
+    const QByteArrayList names{"LC_ALL", "LC_COLLATE", "LANG", "LC_MESSAGES"};
+    QByteArrayList before;
+    for (int i = 0; i < names.size(); ++i) {
+        before << qgetenv(names[i]);
+        qputenv(names[i], environment[i]);
+    }
     const Texts result = ordered({"Zoe", "Ärger", "apple"});
-    icu::Locale::setDefault(before, status);
+    for (int i = 0; i < names.size(); ++i)
+        qputenv(names[i], before[i]);
     QCOMPARE(result, expected);
 }
 

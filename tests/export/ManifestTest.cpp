@@ -3,12 +3,17 @@
 #include "export/Child.h"
 #include "export/ExportSetup.h"
 #include "export/Rerun.h"
+#include "storage/FileReader.h"
 #include "support/Printing.h"
+
+#include <QTemporaryDir>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <limits>
 #include <thread>
 
 using namespace std::string_literals;
@@ -34,7 +39,10 @@ private slots:
     void tellsSizesAbove4GiB();
     void dropsTheFractionOfTheTime_data();
     void dropsTheFractionOfTheTime();
+    void aTimeBeyondFourDigitsOfYearsIsLeftOut();
     void theTimeZoneDoesNotMatter();
+    void whatTheServerWouldNotOpenIsLeftOut_data();
+    void whatTheServerWouldNotOpenIsLeftOut();
     void seesAWholeStateWhileItIsReplaced();
 };
 
@@ -196,6 +204,71 @@ void ManifestTest::dropsTheFractionOfTheTime()
     const timespec both[] = {{0, UTIME_NOW}, {seconds, nanoseconds}};
     QCOMPARE(::utimensat(AT_FDCWD, (setup.folder() / "a.txt").c_str(), both, 0), 0);
     QCOMPARE(manifestOf(setup, {ExportSetup::guid(1)}).at(0).updated, std::optional(updated));
+}
+
+void ManifestTest::aTimeBeyondFourDigitsOfYearsIsLeftOut()
+{
+    const ExportSetup setup;
+    addBareRecord(setup, 1, "a.txt");
+    const QTemporaryDir inMemory(
+        QStringLiteral("/dev/shm/manifest-XXXXXX")); // ext4 ends with the year 2446
+    const fs::path folder
+        = inMemory.isValid() ? fs::path(inMemory.path().toStdString()) : setup.folder();
+    const fs::path file = folder / "a.txt";
+    writeFile(file, "12345");
+    const timespec both[] = {{0, UTIME_NOW}, {std::numeric_limits<time_t>::max() / 2, 0}};
+    struct stat info { };
+    if (::utimensat(AT_FDCWD, file.c_str(), both, 0) != 0 || ::stat(file.c_str(), &info) != 0
+        || info.st_mtime < 253'402'300'800)
+        QSKIP("needs a file system that stores times after the year 9999");
+    const auto items = Exporter::manifest(folder, {ExportSetup::guid(1)});
+    QCOMPARE(items.size(), 1U);
+    QCOMPARE(items[0].updated, std::optional<std::string>());
+}
+
+void ManifestTest::whatTheServerWouldNotOpenIsLeftOut_data()
+{
+    using Obstacle = void (*)(const fs::path& file);
+    QTest::addColumn<Obstacle>("obstacle");
+    QTest::newRow("a link to a file") << Obstacle([](const fs::path& file) {
+        fs::rename(file, file.native() + ".real");
+        fs::create_symlink(file.native() + ".real", file);
+    });
+    QTest::newRow("a link to nothing") << Obstacle([](const fs::path& file) {
+        fs::remove(file);
+        fs::create_symlink("gone", file);
+    });
+    QTest::newRow("a folder") << Obstacle([](const fs::path& file) {
+        fs::remove(file);
+        fs::create_directory(file);
+    });
+    QTest::newRow("a pipe") << Obstacle([](const fs::path& file) {
+        fs::remove(file);
+        QCOMPARE(::mkfifo(file.c_str(), 0600), 0);
+    });
+    QTest::newRow("a file without permission")
+        << Obstacle([](const fs::path& file) { fs::permissions(file, fs::perms::none); });
+}
+
+void ManifestTest::whatTheServerWouldNotOpenIsLeftOut()
+{
+    using Obstacle = void (*)(const fs::path& file);
+    QFETCH(Obstacle, obstacle);
+    const ExportSetup setup;
+    addBareRecord(setup, 1, "a.txt");
+    addBareRecord(setup, 2, "b.txt");
+    obstacle(setup.folder() / "a.txt");
+    for (const fs::path& folder : {fs::path(setup.db.folder()), setup.home(), setup.folder()})
+        fs::permissions(folder, fs::perms(0755));
+    fs::permissions(setup.stateFile(), fs::perms(0644));
+    const std::string listed = inUnprivilegedChild([&] {
+        std::string files;
+        for (const auto& item : manifestOf(setup, {ExportSetup::guid(1), ExportSetup::guid(2)}))
+            files += item.file;
+        return files;
+    });
+    QCOMPARE(listed, "b.txt"s);
+    QVERIFY(!FileReader::open(setup.folder() / "a.txt") || ::geteuid() == 0);
 }
 
 void ManifestTest::theTimeZoneDoesNotMatter()
