@@ -7,6 +7,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -39,6 +40,13 @@ ChatState newRecord(const ChatInfo& chat, const std::string& title)
         .epoch = newEpoch(),
         .formatVersion = currentFormatVersion,
     };
+}
+
+/// A count from the state may be anything; a sum beyond 64 bits stays at the largest number.
+std::int64_t sum(std::int64_t recorded, std::int64_t added)
+{
+    const std::int64_t room = std::numeric_limits<std::int64_t>::max() - added;
+    return std::min(recorded, room) + added;
 }
 
 void restart(ChatState& record, const fs::path& file)
@@ -112,7 +120,7 @@ private:
         if (batch.count > 0) {
             append(record, chat, batch);
             record.lastRowID = std::max(record.lastRowID, batch.highestRowID);
-            record.messages = record.messages.value_or(0) + batch.count;
+            record.messages = sum(record.messages.value_or(0), batch.count);
             m_result.added += batch.count;
             m_result.chatsTouched += 1;
         }

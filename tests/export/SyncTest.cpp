@@ -1,6 +1,7 @@
 #include "export/ExportSetup.h"
 #include "support/Printing.h"
 
+#include <limits>
 #include <set>
 
 using namespace std::string_literals;
@@ -28,6 +29,7 @@ private slots:
     void aChatGivenTwiceIsExportedOnce();
     void chatsOfTheSameTitleHaveFilesOfTheirOwn();
     void countsWhereNoCountWasRecorded();
+    void aCountStopsAtTheLargestNumber();
     void takesTheTitleFromContacts();
     void everyEpochIsNew();
 };
@@ -250,6 +252,23 @@ void SyncTest::countsWhereNoCountWasRecorded()
     setup.sync();
     QCOMPARE(setup.record(1).messages.value_or(-1), 3);
     QVERIFY(!setup.record(1).epoch);
+}
+
+void SyncTest::aCountStopsAtTheLargestNumber()
+{
+    constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
+    ExportSetup setup;
+    setup.addChat(1, "Team");
+    setup.addMessages(1, 1);
+    setup.sync();
+    ChatState record = setup.record(1);
+    for (const std::int64_t before : {largest - 1, largest}) {
+        record.messages = before;
+        setup.setRecord(1, record);
+        setup.addMessages(1, 2);
+        setup.sync();
+        QCOMPARE(setup.record(1).messages, std::optional(largest));
+    }
 }
 
 void SyncTest::takesTheTitleFromContacts()
