@@ -1,5 +1,6 @@
 #include "messages/MessagesDB.h"
 
+#include "messages/DatabaseFault.h"
 #include "messages/GuidMap.h"
 #include "messages/RowReader.h"
 #include "messages/Utf8.h"
@@ -19,19 +20,23 @@ using MembersByChat = std::unordered_map<std::int64_t, std::vector<std::string>>
 
 Sqlite openOrExplain(const std::string& path)
 {
+    if (const auto fault = faultOfFiles(path)) {
+        const bool opens = fault->cause != DatabaseFault::Cause::NotAFile;
+        throw DBError(opens ? MessagesDB::cannotRead : MessagesDB::cannotOpen);
+    }
     try {
         return Sqlite::openReadOnly(path);
     } catch (const DBError&) {
-        throw DBError("Can't open the Messages database.");
+        throw DBError(MessagesDB::cannotOpen);
     }
 }
 
 void probe(Sqlite& db)
 {
     try {
-        db.execute("SELECT 1 FROM message LIMIT 1");
+        db.execute(MessagesDB::firstRead);
     } catch (const DBError&) {
-        throw DBError("Messages database is locked by macOS privacy settings.");
+        throw DBError(MessagesDB::cannotRead);
     }
 }
 

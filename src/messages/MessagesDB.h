@@ -24,8 +24,17 @@ public:
     /// Where the platform keeps the history of the user who runs this process.
     static const std::string& path();
 
+    /// The two texts of a database that cannot be opened, or not be read; DatabaseFault knows more.
+    static constexpr const char* cannotOpen = "Can't open the Messages database.";
+    static constexpr const char* cannotRead
+        = "Messages database is locked by macOS privacy settings.";
+
+    /// The statement that shows whether the database can be read.
+    static constexpr const char* firstRead = "SELECT 1 FROM message LIMIT 1";
+
     /// Opens the database and reads one row of it: a file that privacy protection hides opens
-    /// like any other and fails on the first read. Throws DBError with one of two fixed texts.
+    /// like any other and fails on the first read. Throws DBError with one of the two texts above,
+    /// at once where opening the file would block.
     explicit MessagesDB(const std::string& path = MessagesDB::path());
 
     /// All chats that have a message, the one with the newest message first. Throws DBError.

@@ -4,7 +4,10 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
 namespace korvane {
 
@@ -35,6 +38,70 @@ Sqlite::Sqlite(const std::string& path, int flags)
 Sqlite Sqlite::openReadOnly(const std::string& path)
 {
     return {path, SQLITE_OPEN_READONLY};
+}
+
+namespace {
+
+using Kind = Sqlite::Failure::Kind;
+
+Kind kindOfOpening(int systemError)
+{
+    if (systemError == EPERM || systemError == EACCES)
+        return Kind::Denied;
+    return systemError == ENOENT || systemError == ENOTDIR ? Kind::Missing : Kind::Other;
+}
+
+/// A file that opened may be refused at the first read: then EPERM concerns the database itself,
+/// and EACCES the files beside it.
+Kind kindOfReading(int code, int systemError)
+{
+    switch (code & 0xff) { // the primary result code
+    case SQLITE_AUTH:
+    case SQLITE_PERM:
+        return Kind::Denied;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return Kind::Locked;
+    case SQLITE_NOTADB:
+        return Kind::NotADatabase;
+    case SQLITE_CORRUPT:
+        return Kind::Damaged;
+    case SQLITE_CANTOPEN:
+        return systemError == EPERM ? Kind::Denied : Kind::LogUnusable;
+    case SQLITE_READONLY: // an interrupted change cannot be undone by a reader, whatever the folder
+        return code == SQLITE_READONLY_ROLLBACK ? Kind::Other : Kind::LogUnusable;
+    case SQLITE_IOERR:
+        return systemError == EPERM || systemError == EACCES ? Kind::Denied : Kind::Other;
+    default:
+        return Kind::Other;
+    }
+}
+
+Sqlite::Failure failureOf(sqlite3* db, bool opened)
+{
+    const int systemError = sqlite3_system_errno(db);
+    std::string message = sqlite3_errmsg(db);
+    Kind kind = opened ? kindOfReading(sqlite3_extended_errcode(db), systemError)
+                       : kindOfOpening(systemError);
+    if (message.starts_with("no such table: "))
+        kind = Kind::NoSuchTable;
+    if (systemError != 0)
+        message += " (" + std::generic_category().message(systemError) + ')';
+    return {kind, std::move(message)};
+}
+
+} // namespace
+
+std::optional<Sqlite::Failure> Sqlite::failureToRead(
+    const std::string& path, const std::string& sql)
+{
+    sqlite3* db = nullptr;
+    const bool opened
+        = sqlite3_open_v2(plainPath(path).c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK;
+    const std::unique_ptr<sqlite3, Closer> closer(db);
+    if (opened && sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK)
+        return std::nullopt;
+    return db ? failureOf(db, opened) : Failure{Kind::Other, sqlite3_errstr(SQLITE_NOMEM)};
 }
 
 Sqlite Sqlite::openForWriting(const std::string& path)

@@ -20,6 +20,27 @@ public:
     /// Opens an existing file and never writes to it: no pragma, no busy timeout, no creation.
     static Sqlite openReadOnly(const std::string& path);
 
+    /// What keeps SQLite from reading a file.
+    struct Failure {
+        enum class Kind {
+            Missing, ///< there is no such file
+            Denied, ///< the system refuses to let this process read it
+            LogUnusable, ///< a log beside it cannot be read, or not be set up where it has to be
+            Locked,
+            NotADatabase,
+            Damaged,
+            NoSuchTable,
+            Other,
+        };
+
+        Kind kind = Kind::Other;
+        std::string message; ///< SQLite's, with the system's in brackets where it has one
+    };
+
+    /// Opens the file as openReadOnly() does, runs `sql`, and says how that fails; absent where it
+    /// succeeds.
+    static std::optional<Failure> failureToRead(const std::string& path, const std::string& sql);
+
     /// Opens a file for writing, made anew where there is none.
     static Sqlite openForWriting(const std::string& path);
 

@@ -5,6 +5,14 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+
 namespace korvane {
 
 /// Opening a Messages database, and the two texts that say why it could not be opened.
@@ -20,7 +28,13 @@ private slots:
     void fileWithoutPermissionCannotBeOpened();
     void whatIsNoMessagesDatabaseCountsAsLocked_data();
     void whatIsNoMessagesDatabaseCountsAsLocked();
+    void emptyFileLeavesTheLogBesideItAlone();
     void folderIsRefused();
+    void whatIsNoFileIsRefused_data();
+    void whatIsNoFileIsRefused();
+    void pipeBesideTheDatabaseDoesNotBlock_data();
+    void pipeBesideTheDatabaseDoesNotBlock();
+    void pipeBesideTheTargetOfALinkDoesNotBlock();
     void databaseWithoutMessageTableCountsAsLocked();
     void damagedDatabaseCountsAsLocked_data();
     void damagedDatabaseCountsAsLocked();
@@ -46,6 +60,39 @@ const std::string locked = "Messages database is locked by macOS privacy setting
 std::string openingError(const std::string& path)
 {
     return errorOf([&path] { MessagesDB db(path); });
+}
+
+/// The same in a process of its own, which is ended if it does not come back.
+std::string openingErrorInTime(const std::string& path)
+{
+    std::array<int, 2> answer{};
+    if (::pipe(answer.data()) != 0)
+        return "(no pipe)";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const std::string error = openingError(path);
+        ::_exit(::write(answer[1], error.data(), error.size()) < 0 ? 1 : 0);
+    }
+    ::close(answer[1]);
+    std::array<char, 200> text{};
+    pollfd readable{answer[0], POLLIN, 0};
+    const bool inTime = ::poll(&readable, 1, 10000) == 1;
+    const auto size = inTime ? ::read(answer[0], text.data(), text.size()) : 0;
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    ::close(answer[0]);
+    return inTime ? std::string(text.data(), static_cast<std::size_t>(size)) : "(it blocks)";
+}
+
+/// Copies the database, which is then in WAL mode, without the files beside it.
+std::string copyAlone(OneChat& database)
+{
+    database.sql().execute("PRAGMA journal_mode = WAL");
+    database.addMessage(1, "hello");
+    database.sql().execute("PRAGMA wal_checkpoint(TRUNCATE)");
+    const std::string copy = database.folder() + "/copy.db";
+    QFile::copy(QString::fromStdString(database.path()), QString::fromStdString(copy));
+    return copy;
 }
 
 } // namespace
@@ -119,6 +166,67 @@ void MessagesDBTest::whatIsNoMessagesDatabaseCountsAsLocked()
 void MessagesDBTest::folderIsRefused()
 {
     QCOMPARE(openingError(m_folder->path().toStdString()), cannotOpen);
+}
+
+void MessagesDBTest::emptyFileLeavesTheLogBesideItAlone()
+{
+    write(QStringLiteral("chat.db"), {});
+    write(QStringLiteral("chat.db-wal"), "the newest messages");
+    QCOMPARE(openingError(file(QStringLiteral("chat.db"))), locked);
+    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files),
+        (QStringList{QStringLiteral("chat.db"), QStringLiteral("chat.db-wal")}));
+}
+
+void MessagesDBTest::whatIsNoFileIsRefused_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("a named pipe") << QStringLiteral("pipe");
+    QTest::newRow("a link to a named pipe") << QStringLiteral("link");
+    QTest::newRow("a device without contents") << QStringLiteral("/dev/null");
+    QTest::newRow("a device without an end") << QStringLiteral("/dev/zero");
+}
+
+void MessagesDBTest::whatIsNoFileIsRefused()
+{
+    QFETCH(QString, path);
+    QCOMPARE(::mkfifo(file(QStringLiteral("pipe")).c_str(), 0600), 0);
+    QVERIFY(QFile::link(
+        m_folder->filePath(QStringLiteral("pipe")), m_folder->filePath(QStringLiteral("link"))));
+    const QString absolute = QDir(m_folder->path()).absoluteFilePath(path);
+    QCOMPARE(openingErrorInTime(absolute.toStdString()), cannotOpen);
+}
+
+void MessagesDBTest::pipeBesideTheDatabaseDoesNotBlock_data()
+{
+    QTest::addColumn<QString>("suffix");
+    for (const char* suffix : {"-wal", "-shm", "-journal"})
+        QTest::newRow(suffix) << QString::fromUtf8(suffix);
+}
+
+/// SQLite opens these for writing as well where it may, which does not block on Linux; hence a user
+/// who may not.
+void MessagesDBTest::pipeBesideTheDatabaseDoesNotBlock()
+{
+    QFETCH(QString, suffix);
+    const Unprivileged user;
+    if (!user.works())
+        QSKIP("needs a user whom permissions stop");
+    OneChat database;
+    const std::string copy = copyAlone(database);
+    QCOMPARE(openingError(copy), "(no error)");
+    QFile::remove(QString::fromStdString(copy + suffix.toStdString()));
+    QCOMPARE(::mkfifo((copy + suffix.toStdString()).c_str(), 0444), 0);
+    QCOMPARE(openingErrorInTime(copy), locked);
+}
+
+void MessagesDBTest::pipeBesideTheTargetOfALinkDoesNotBlock()
+{
+    OneChat database;
+    const std::string copy = copyAlone(database);
+    QCOMPARE(::mkfifo((copy + "-journal").c_str(), 0600), 0);
+    const QString link = m_folder->filePath(QStringLiteral("link.db"));
+    QVERIFY(QFile::link(QString::fromStdString(copy), link));
+    QCOMPARE(openingErrorInTime(link.toStdString()), locked);
 }
 
 void MessagesDBTest::databaseWithoutMessageTableCountsAsLocked()
