@@ -1,5 +1,6 @@
 #include "cli/ChatSelection.h"
 
+#include "cli/DatabaseHelp.h"
 #include "contacts/VCardSource.h"
 
 #include <algorithm>
@@ -8,10 +9,24 @@
 
 namespace korvane {
 
-std::vector<ChatInfo> readChats(const Sources& sources)
+namespace {
+
+MessagesDB openOrExplain(const std::string& path)
 {
     try {
-        return MessagesDB(sources.database).chats();
+        return MessagesDB(path);
+    } catch (const DBError& error) {
+        throw UnreadableDatabase(path + ": " + error.message, databaseHelp(path));
+    }
+}
+
+} // namespace
+
+std::vector<ChatInfo> readChats(const Sources& sources)
+{
+    MessagesDB database = openOrExplain(sources.database);
+    try {
+        return database.chats();
     } catch (const DBError& error) {
         throw DBError(sources.database + ": " + error.message);
     }

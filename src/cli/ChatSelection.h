@@ -18,7 +18,8 @@ struct Sources {
     bool operator==(const Sources&) const = default;
 };
 
-/// The chats of the database. Throws DBError, its text preceded by the file's path.
+/// The chats of the database. Throws DBError, its text preceded by the file's path; where the
+/// database cannot be opened, this is an UnreadableDatabase.
 std::vector<ChatInfo> readChats(const Sources& sources);
 
 /// The names from the contacts. Throws std::runtime_error where a path was given that has no

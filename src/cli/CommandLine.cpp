@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/ChatsCommand.h"
+#include "cli/DatabaseHelp.h"
 #include "cli/ExportCommand.h"
 #include "cli/ReceiveCommand.h"
 #include "cli/SampleCommand.h"
@@ -215,6 +216,10 @@ int runOrComplain(const Command& command, const Console& console)
         if (!console.out.flush())
             throw std::runtime_error("Not all of the output could be written.");
         return code;
+    } catch (const UnreadableDatabase& error) {
+        console.complain(error.message);
+        console.complain(error.help);
+        return ExitCode::failure;
     } catch (const std::exception& error) {
         console.complain(error.what());
         return ExitCode::failure;

@@ -1,5 +1,6 @@
 #include "cli/ExportCommand.h"
 
+#include "cli/DatabaseHelp.h"
 #include "cli/Interruption.h"
 #include "cli/SyncWithProgress.h"
 #include "export/Json.h"
@@ -30,7 +31,8 @@ bool contactsArePipe(const Sources& sources)
 
 std::string asJson(const SyncResult& result)
 {
-    const auto quoted = [](const std::string& error) { return Json::quoted(error); };
+    // An error may quote a path, and a path may be made of any bytes.
+    const auto quoted = [](const std::string& error) { return Json::quoted(repairedUtf8(error)); };
     return Json::Object()
         .number("added", result.added)
         .number("chatsTouched", result.chatsTouched)
@@ -49,6 +51,13 @@ std::string asText(const SyncResult& result, const std::string& folder, bool com
         return complete ? "Nothing new." : "Nothing added.";
     return "Added " + counted(result.added, "message") + " to "
         + counted(result.chatsTouched, "chat") + " in " + folder;
+}
+
+/// True where the database could be opened for the list of chats, and no longer for the export.
+bool isOpeningFailure(const SyncResult& result)
+{
+    const std::string error = result.errors.size() == 1 ? result.errors.front() : "";
+    return error == MessagesDB::cannotOpen || error == MessagesDB::cannotRead;
 }
 
 /// One run after the other, as the options ask.
@@ -89,8 +98,12 @@ private:
 
     SyncResult syncOrExplain()
     {
+        m_help.clear();
         try {
             return sync();
+        } catch (const UnreadableDatabase& error) {
+            m_help = error.help;
+            return {.errors = {error.message}};
         } catch (const std::overflow_error&) {
             throw; // ends the program: see referenceTime()
         } catch (const std::exception& error) {
@@ -107,6 +120,8 @@ private:
         m_begun = true;
         SyncResult result = syncWithProgress(selection.chats, *m_names, m_options.folder,
             m_options.sources.database, m_interruption, m_console);
+        if (isOpeningFailure(result))
+            m_help = databaseHelp(m_options.sources.database);
         for (const std::string& guid : selection.unknown)
             result.errors.push_back("There is no chat with the guid " + repairedUtf8(guid) + ".");
         return result;
@@ -120,12 +135,15 @@ private:
                       << std::endl; // seen at once, though the next run is minutes away
         for (const std::string& error : result.errors)
             m_console.complain(error);
+        if (!m_help.empty())
+            m_console.complain(m_help);
     }
 
     const ExportOptions& m_options;
     const Console& m_console;
     const Interruption m_interruption;
     std::optional<ContactNames> m_names; ///< of the last run
+    std::string m_help; ///< on the errors of the last run; for people, so never in JSON
     bool m_begun = false; ///< a run got past the lock, the database and the contacts
 };
 

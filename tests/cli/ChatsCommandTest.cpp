@@ -10,6 +10,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -107,27 +108,84 @@ private slots:
     {
         QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("says");
+        QTest::addColumn<QString>("reason");
         const QString cannotOpen = QStringLiteral("Can't open the Messages database.");
         const QString locked
             = QStringLiteral("Messages database is locked by macOS privacy settings.");
-        QTest::newRow("not there") << QStringLiteral("/nowhere.db") << cannotOpen;
-        QTest::newRow("a folder") << QStringLiteral("") << cannotOpen;
-        QTest::newRow("a text file") << QStringLiteral("/a letter.txt") << locked;
-        QTest::newRow("an empty file") << QStringLiteral("/empty.db") << locked;
+        QTest::newRow("not there") << "/nowhere.db" << cannotOpen << "No such file or directory";
+        QTest::newRow("a folder") << "" << cannotOpen << "This is a folder";
+        QTest::newRow("a named pipe") << "/pipe" << cannotOpen << "This is a named pipe";
+        QTest::newRow("a text file") << "/a letter.txt" << locked << "file is not a database";
+        QTest::newRow("an empty file") << "/empty.db" << locked << "The file is empty";
+        QTest::newRow("a database cut short") << "/short.db" << locked << "malformed";
+        QTest::newRow("a database of something else")
+            << "/other.db" << locked << "no such table: message";
     }
 
     void databaseThatCannotBeReadIsNamed()
     {
         QFETCH(QString, file);
         QFETCH(QString, says);
+        QFETCH(QString, reason);
         const Terminal terminal;
-        std::ofstream(terminal.home() + "/a letter.txt") << std::string(5000, 'x');
-        std::ofstream(terminal.home() + "/empty.db") << "";
+        putUnreadableFilesInto(terminal.home());
         const std::string path = terminal.home() + file.toStdString();
         const Outcome outcome = terminal.run({"chats", "--database", path});
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.out, std::string());
-        QCOMPARE(outcome.err, "korvane-sync: " + path + ": " + says.toStdString() + "\n");
+        const QStringList lines = QString::fromStdString(outcome.err).split(u'\n');
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines[0],
+            QStringLiteral("korvane-sync: %1: %2").arg(QString::fromStdString(path), says));
+        QVERIFY2(lines[1].startsWith(u"korvane-sync: "), outcome.err.c_str());
+        QVERIFY2(lines[1].contains(reason), outcome.err.c_str());
+    }
+
+    void lockOfAnotherProgramIsNamed()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        database.sql().execute("BEGIN EXCLUSIVE");
+        const Outcome outcome = terminal.run({"chats", "--database", database.path()});
+        QVERIFY2(outcome.err.find("SQLite says: database is locked.") != std::string::npos,
+            outcome.err.c_str());
+        QVERIFY2(outcome.err.find("nother program") != std::string::npos, outcome.err.c_str());
+    }
+
+    void copyInAFolderThatCannotBeWrittenIsExplained()
+    {
+        const Terminal terminal;
+        const Unprivileged user;
+        if (!user.works())
+            QSKIP("needs a user whom permissions stop");
+        TestDatabase database;
+        database.sql().execute("PRAGMA journal_mode = WAL");
+        fill(database);
+        const QTemporaryDir folder;
+        const std::string copy = folder.path().toStdString() + "/copy.db";
+        std::filesystem::copy_file(database.path(), copy);
+        std::filesystem::copy_file(database.path() + "-wal", copy + "-wal");
+        using std::filesystem::perms;
+        std::filesystem::permissions(
+            folder.path().toStdString(), perms::owner_read | perms::owner_exec);
+        const Outcome outcome = terminal.run({"chats", "--database", copy});
+        std::filesystem::permissions(folder.path().toStdString(), perms::owner_all);
+        QVERIFY2(outcome.err.find("SQLite says: unable to open database file") != std::string::npos,
+            outcome.err.c_str());
+        QVERIFY2(
+            outcome.err.find("Copy copy.db, copy.db-wal and copy.db-shm together into a folder")
+                != std::string::npos,
+            outcome.err.c_str());
+    }
+
+    void failureAfterTheFirstReadHasNoSecondLine()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        database.sql().execute("DROP TABLE chat");
+        const Outcome outcome = terminal.run({"chats", "--database", database.path()});
+        QCOMPARE(outcome.err, "korvane-sync: " + database.path() + ": no such table: chat\n");
     }
 
     void contactsThatAreNotThereAreAnError()
@@ -208,6 +266,17 @@ private slots:
 private:
     static constexpr const char* card
         = "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann\nTEL:+15550100\nEND:VCARD\n";
+    static void putUnreadableFilesInto(const std::string& folder)
+    {
+        std::ofstream(folder + "/a letter.txt") << std::string(5000, 'x');
+        std::ofstream(folder + "/empty.db") << "";
+        QCOMPARE(::mkfifo((folder + "/pipe").c_str(), 0600), 0);
+        TestDatabase database;
+        std::filesystem::copy_file(database.path(), folder + "/short.db");
+        std::filesystem::resize_file(folder + "/short.db", 8192);
+        database.sql().execute("DROP TABLE message");
+        std::filesystem::copy_file(database.path(), folder + "/other.db");
+    }
 
     static void fill(TestDatabase& database)
     {

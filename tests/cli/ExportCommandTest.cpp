@@ -134,8 +134,9 @@ private slots:
         const Outcome outcome = terminal.run(
             {"export", "--all", "--database", "/nowhere.db", "--folder", terminal.exports()});
         QCOMPARE(outcome.code, 1);
-        QCOMPARE(outcome.err,
-            std::string("korvane-sync: /nowhere.db: Can't open the Messages database.\n"));
+        QVERIFY2(outcome.err.starts_with(
+                     "korvane-sync: /nowhere.db: Can't open the Messages database.\n"),
+            outcome.err.c_str());
         QVERIFY(!std::filesystem::exists(terminal.exports()));
         QVERIFY(!std::filesystem::exists(terminal.support() + "/state.json"));
     }
@@ -150,6 +151,8 @@ private slots:
         QCOMPARE(outcome.json().object()[u"chatsTouched"].toInt(-1), 0);
         QCOMPARE(outcome.json().object()[u"errors"].toArray(),
             QJsonArray{QStringLiteral("/nowhere.db: Can't open the Messages database.")});
+        QCOMPARE(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 2);
+        QVERIFY2(outcome.err.find("No such file") != std::string::npos, outcome.err.c_str());
     }
 
     void errorsCannotSendCommandsToTheTerminal()
@@ -176,6 +179,31 @@ private slots:
             database.path(), "--folder", terminal.exports()});
         QCOMPARE(outcome.json().object()[u"errors"].toArray(),
             QJsonArray{QStringLiteral("There is no chat with the guid \uFFFD.")});
+    }
+
+    void jsonIsUtf8WhateverAPathIsMadeOf_data()
+    {
+        QTest::addColumn<bool>("database");
+        QTest::newRow("the database") << true;
+        QTest::newRow("the contacts") << false;
+    }
+
+    void jsonIsUtf8WhateverAPathIsMadeOf()
+    {
+        QFETCH(bool, database);
+        const Terminal terminal;
+        TestDatabase real;
+        fill(real);
+        const std::string odd = terminal.home() + "/\xFF\xC3.missing";
+        const Outcome outcome = terminal.run(
+            {"export", "--all", "--json", "--folder", terminal.exports(), "--database",
+                database ? odd : real.path(), "--contacts", database ? terminal.home() : odd});
+        QCOMPARE(outcome.code, 1);
+        QVERIFY(QString::fromUtf8(outcome.out.c_str()).toUtf8() == outcome.out.c_str());
+        const QJsonArray errors = outcome.json().object()[u"errors"].toArray();
+        QCOMPARE(errors.size(), 1);
+        QVERIFY(errors[0].toString().startsWith(
+            QString::fromStdString(terminal.home()) + QStringLiteral("/\uFFFD\uFFFD.missing: ")));
     }
 
     void contactsWithoutPermissionLeaveTheBareHandles()

@@ -135,6 +135,29 @@ private slots:
         QVERIFY(program.readAllStandardError().contains("out of range"));
     }
 
+    void userWithoutADatabaseIsToldHowToNameOne_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("chats") << "chats";
+        QTest::newRow("export") << "export --all";
+        QTest::newRow("transfer") << "transfer --chat G1";
+    }
+
+    void userWithoutADatabaseIsToldHowToNameOne()
+    {
+        QFETCH(QString, command);
+        const Terminal terminal;
+        const Outcome outcome = shell("exec " PROGRAM " " + command.toStdString());
+        QCOMPARE(outcome.code, 1);
+        const QStringList lines = QString::fromStdString(outcome.err).split(u'\n');
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines[0],
+            QStringLiteral("korvane-sync: %1/Library/Messages/chat.db: Can't open "
+                           "the Messages database.")
+                .arg(QString::fromStdString(terminal.home())));
+        QVERIFY2(lines[1].contains(u"--database FILE"), outcome.err.c_str());
+    }
+
     void limitOnFileSizesFailsTheLargeChatAlone()
     {
         const Terminal terminal;

@@ -1,0 +1,107 @@
+#include "cli/DatabaseHelp.h"
+
+#include "messages/MessagesDB.h"
+
+#include <QString>
+#include <QSysInfo>
+
+#include <filesystem>
+
+namespace korvane {
+
+namespace {
+
+using Cause = DatabaseFault::Cause;
+
+/// "chat.db, chat.db-wal and chat.db-shm together"
+std::string allFilesOf(const std::string& path)
+{
+    const std::string name = std::filesystem::path(path).filename().string();
+    return name + ", " + name + "-wal and " + name + "-shm together";
+}
+
+std::string reasonOf(const DatabaseFault& fault)
+{
+    switch (fault.cause) {
+    case Cause::NotAFile:
+        return "This is " + fault.reason + ", not a database file.";
+    case Cause::PipeBeside:
+        return fault.reason + " is a named pipe, where SQLite keeps a file.";
+    case Cause::Empty:
+        return "The file is empty (" + fault.reason + ").";
+    case Cause::Gone:
+        return "It can be read now.";
+    default:
+        return "SQLite says: " + fault.reason + '.';
+    }
+}
+
+/// A database that privacy settings hide may fail in several ways.
+bool isProbablyHidden(Cause cause, const DatabaseSituation& situation)
+{
+    return situation.onAMac
+        && (cause == Cause::Denied
+            || (!situation.named && (cause == Cause::LogUnusable || cause == Cause::Other)));
+}
+
+std::string remedyFor(Cause cause, const std::string& path)
+{
+    switch (cause) {
+    case Cause::Missing:
+        return " Check the path.";
+    case Cause::NotAFile:
+    case Cause::Other:
+        return "";
+    case Cause::PipeBeside:
+        return " Remove it, or copy the database into another folder.";
+    case Cause::Empty:
+        return " Copy " + allFilesOf(path) + " again.";
+    case Cause::Denied:
+        return " Check who may read the file and the folders above it.";
+    case Cause::LogUnusable:
+        return " Copy " + allFilesOf(path)
+            + " into a folder that you may write to, and name that copy with --database FILE.";
+    case Cause::Locked:
+        return " Another program holds a lock on it: try again when that has finished.";
+    case Cause::NotADatabase:
+        return " The file is encrypted, or it is not a database.";
+    case Cause::Damaged:
+        return " The file is damaged or not complete: copy " + allFilesOf(path)
+            + " again while Messages is closed.";
+    case Cause::NotMessages:
+        return " This is a database, but not one of Messages.";
+    case Cause::Gone:
+        return " Another program was probably busy with it: try again.";
+    }
+    return "";
+}
+
+std::string remedyFor(Cause cause, const DatabaseSituation& situation)
+{
+    if (isProbablyHidden(cause, situation))
+        return " Allow your terminal program Full Disk Access (System Settings, Privacy & "
+               "Security), then start it again.";
+    if (!situation.named && cause == Cause::Missing)
+        return " This is where a Mac keeps its Messages. Elsewhere, copy "
+            + allFilesOf(situation.path) + " from a Mac, and name the copy with --database FILE.";
+    const bool saysHowToName = situation.named || cause == Cause::LogUnusable;
+    return remedyFor(cause, situation.path)
+        + (saysHowToName ? "" : " Another file is named with --database FILE.");
+}
+
+} // namespace
+
+std::string databaseHelp(const DatabaseFault& fault, const DatabaseSituation& situation)
+{
+    return reasonOf(fault) + remedyFor(fault.cause, situation);
+}
+
+std::string databaseHelp(const std::string& path)
+{
+    return databaseHelp(findDatabaseFault(path),
+        {.path = path,
+            .named = path != MessagesDB::path(),
+            .onAMac = QSysInfo::kernelType() == QStringLiteral("darwin")});
+}
+
+} // namespace korvane
