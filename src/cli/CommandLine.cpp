@@ -12,9 +12,10 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <exception>
 #include <functional>
-#include <stdexcept>
+#include <system_error>
 
 namespace korvane {
 
@@ -28,15 +29,30 @@ constexpr std::int64_t mostChats = 1'000'000;
 /// Checks a number of seconds; what is not a finite number fails the comparisons.
 std::string duration(const std::string& text)
 {
-    constexpr double longest = 1e9;
+    constexpr double longest = 1'000'000'000;
     double seconds = 0;
     const bool good = CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds < longest;
-    return good ? "" : text + " is not a number of seconds";
+    return good ? "" : text + " is not a number of seconds above 0 and below 1000000000";
 }
 
 std::string notEmpty(const std::string& text)
 {
     return text.empty() ? "A name is missing" : "";
+}
+
+std::string guid(const std::string& text)
+{
+    return text.empty() ? "A guid is missing" : "";
+}
+
+/// The library takes numbers that are too large, and negative ones, for the largest.
+std::string seed(const std::string& text)
+{
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, failure] = std::from_chars(text.data(), end, number);
+    const bool good = failure == std::errc() && stop == end;
+    return good ? "" : text + " is not a whole number from 0 to 18446744073709551615";
 }
 
 std::string hostOfALink(const std::string& text)
@@ -68,9 +84,9 @@ public:
         return m_command;
     }
 
-    int printHelp(const CLI::ParseError& request, const Console& console) const
+    void printHelp(const CLI::ParseError& request, const Console& console) const
     {
-        return m_app.exit(request, console.out, console.err);
+        m_app.exit(request, console.out, console.err);
     }
 
 private:
@@ -96,7 +112,8 @@ private:
         command
             .add_option("--contacts", sources.contacts,
                 "A vCard file, or a folder of them, with the names to use")
-            ->type_name("PATH");
+            ->type_name("PATH")
+            ->check(notEmpty);
     }
 
     void addChats()
@@ -114,7 +131,7 @@ private:
         CLI::Option_group& which = *command.add_option_group("Chats", "Which chats to export");
         which.require_option(1);
         which.add_flag("--all", m_export.all, "Every chat");
-        which.add_option("--chat", m_export.chats, "These chats")->type_name("GUID");
+        which.add_option("--chat", m_export.chats, "These chats")->type_name("GUID")->check(guid);
         addSources(command, m_export.sources);
         addFolder(command, m_export.folder);
         command.add_option("--every", m_export.everySeconds, "Again every so many seconds")
@@ -137,7 +154,10 @@ private:
         CLI::App& command = addCommand("transfer",
             "Hands one chat to a phone or another machine, by link or QR code",
             [this](const Console& console) { return runTransfer(m_transfer, console); });
-        command.add_option("--chat", m_transfer.chat, "The chat")->type_name("GUID")->required();
+        command.add_option("--chat", m_transfer.chat, "The chat")
+            ->type_name("GUID")
+            ->check(guid)
+            ->required();
         command
             .add_option("--host", m_transfer.host, "This machine's address, as the other sees it")
             ->type_name("ADDRESS")
@@ -177,9 +197,11 @@ private:
             ->check(CLI::Range(std::int64_t{1}, mostChats))
             ->capture_default_str();
         command.add_option("--seed", m_sample.size.seed, "Another seed, another sample")
+            ->check(seed)
             ->capture_default_str();
         command.add_option("--contacts", m_sample.contacts, "Also write its people as vCards")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check(notEmpty);
         command.add_flag("--force", m_sample.overwrite, "Overwrite what is there");
     }
 
@@ -213,9 +235,7 @@ int runOrComplain(const Command& command, const Console& console)
 {
     try {
         const int code = command(console);
-        if (!console.out.flush())
-            throw std::runtime_error("Not all of the output could be written.");
-        return code;
+        return console.outputIsComplete() ? code : ExitCode::failure;
     } catch (const UnreadableDatabase& error) {
         console.complain(error.message);
         console.complain(error.help);
@@ -235,7 +255,8 @@ int runCommandLine(const std::vector<std::string>& arguments, const Console& con
         const Command command = parser.parse(arguments);
         return runOrComplain(command, console);
     } catch (const CLI::Success& request) { // --help and --version
-        return parser.printHelp(request, console);
+        parser.printHelp(request, console);
+        return console.outputIsComplete() ? ExitCode::success : ExitCode::failure;
     } catch (const CLI::ParseError& error) {
         console.complain(explanation(error, arguments) + " (see korvane-sync --help)");
         return ExitCode::badUsage;

@@ -28,4 +28,13 @@ void Console::complain(std::string_view text) const
     err << "korvane-sync: " << withoutKeys(printable(text)) << '\n';
 }
 
+bool Console::outputIsComplete() const
+{
+    if (out.flush())
+        return true;
+    out.clear();
+    complain("Not all of the output could be written.");
+    return false;
+}
+
 } // namespace korvane

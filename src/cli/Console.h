@@ -15,6 +15,10 @@ struct Console {
     /// One line on `err`, marked as this program's. The text may quote a chat's title, which
     /// others choose: it is made harmless for a terminal. The key of a link in it is left out.
     void complain(std::string_view text) const;
+
+    /// Flushes `out`. Complains and returns false where something did not get there, for example
+    /// because a disk is full; what is written from then on is tried again.
+    bool outputIsComplete() const;
 };
 
 /// What the program ends with.

@@ -92,8 +92,8 @@ private:
     int run()
     {
         const SyncResult result = syncOrExplain();
-        report(result);
-        return result.errors.empty() ? ExitCode::success : ExitCode::failure;
+        const bool reported = report(result);
+        return reported && result.errors.empty() ? ExitCode::success : ExitCode::failure;
     }
 
     SyncResult syncOrExplain()
@@ -127,7 +127,8 @@ private:
         return result;
     }
 
-    void report(const SyncResult& result) const
+    /// False where the result could not be written, which keeps no later run from being tried.
+    bool report(const SyncResult& result) const
     {
         const bool complete = result.errors.empty() && !m_interruption.requested();
         m_console.out << (m_options.json ? asJson(result)
@@ -137,6 +138,7 @@ private:
             m_console.complain(error);
         if (!m_help.empty())
             m_console.complain(m_help);
+        return m_console.outputIsComplete();
     }
 
     const ExportOptions& m_options;

@@ -4,8 +4,10 @@
 #include "cli/ProgressBar.h"
 #include "messages/DBError.h"
 
+#include <array>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 namespace korvane {
 
@@ -24,10 +26,29 @@ void check(const std::string& file, bool overwrite)
         throw std::runtime_error(file + ": This is not a file that can be overwritten.");
 }
 
+constexpr std::array filesOfADatabase = {"", "-wal", "-shm", "-journal"};
+
+bool isSameFile(const fs::path& one, const fs::path& other)
+{
+    std::error_code unknown; // nothing is there yet, most often
+    return fs::weakly_canonical(one, unknown) == fs::weakly_canonical(other, unknown)
+        || fs::equivalent(one, other, unknown);
+}
+
+/// Throws where the people would overwrite the sample.
+void checkApart(const std::string& file, const std::string& contacts)
+{
+    for (const char* suffix : filesOfADatabase) {
+        if (isSameFile(file + suffix, contacts))
+            throw std::runtime_error(
+                contacts + ": This is a file of the sample; name another file for its people.");
+    }
+}
+
 /// Removes a database together with what SQLite keeps beside it, which belongs to the old one.
 void clear(const std::string& file)
 {
-    for (const char* suffix : {"", "-wal", "-shm", "-journal"})
+    for (const char* suffix : filesOfADatabase)
         fs::remove(file + suffix);
 }
 
@@ -62,8 +83,10 @@ void writeAll(
 int runSample(const SampleOptions& options, const Console& console)
 {
     check(options.file, options.overwrite);
-    if (options.contacts)
+    if (options.contacts) {
         check(*options.contacts, options.overwrite);
+        checkApart(options.file, *options.contacts);
+    }
     const Interruption interruption;
     try {
         writeAll(options, interruption, console);

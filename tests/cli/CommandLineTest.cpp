@@ -33,6 +33,16 @@ private slots:
         row("--every that is negative", "export --all --every -5", "--every");
         row("--every without an end", "export --all --every inf", "--every");
         row("--every that is not a number by name", "export --all --every nan", "--every");
+        row("--every that is too long", "export --all --every 1e9",
+            "--every: 1e9 is not a number of seconds above 0 and below 1000000000");
+        row("chat without a guid", "export --chat ''", "--chat: A guid is missing");
+        row("transfer of a chat without a guid", "transfer --chat ''", "--chat: A guid is missing");
+        row("contacts without a name", "chats --contacts ''", "--contacts: A name is missing");
+        row("contacts of a sample without a name", "sample x.db --contacts ''",
+            "--contacts: A name is missing");
+        row("sample with a seed that is too large", "sample x.db --seed 18446744073709551616",
+            "--seed");
+        row("sample with a negative seed", "sample x.db --seed -1", "--seed");
         row("folder without a name", "export --all --folder=", "--folder");
         row("database without a name", "chats --database=", "--database");
         row("sample without a file", "sample", "file");
@@ -50,7 +60,7 @@ private slots:
         QFETCH(QString, says);
         std::vector<std::string> words;
         for (const QString& word : arguments)
-            words.push_back(word.toStdString());
+            words.push_back(word == u"''" ? "" : word.toStdString());
 
         const Terminal terminal;
         const Outcome outcome = terminal.run(words);

@@ -242,6 +242,46 @@ private slots:
         QCOMPARE(program.readAllStandardError(), QByteArray());
     }
 
+    void helpThatCannotBeWrittenIsAnError_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        QTest::newRow("help") << "--help";
+        QTest::newRow("help of a command") << "export --help";
+        QTest::newRow("version") << "--version";
+    }
+
+    void helpThatCannotBeWrittenIsAnError()
+    {
+        QFETCH(QString, arguments);
+        const Outcome outcome
+            = shell("exec " PROGRAM " " + arguments.toStdString() + " > /dev/full");
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(
+            outcome.err, std::string("korvane-sync: Not all of the output could be written.\n"));
+    }
+
+    void repeatedExportSaysThatItsOutputIsLostAndGoesOn()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database, 1);
+        QProcess program;
+        program.start(QStringLiteral("/bin/sh"),
+            {QStringLiteral("-c"),
+                QString::fromStdString("exec " PROGRAM " export --all --every 0.1 --database '"
+                    + database.path() + "' --folder '" + terminal.exports() + "' > /dev/full")});
+        QByteArray complaints;
+        const auto complaintsOfTwoRuns = [&] {
+            complaints += program.readAllStandardError();
+            return complaints.count("Not all of the output could be written.") >= 2;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(complaintsOfTwoRuns(), 20000);
+        interrupt(program);
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.exitCode(), 1);
+        QCOMPARE(recordedMessages(terminal), 1);
+    }
+
     void noProgressIsDrawnWhereThereIsNoTerminal()
     {
         const Terminal terminal;

@@ -103,6 +103,40 @@ private slots:
         QCOMPARE(filesIn(terminal.home()), std::vector<std::string>{"people.vcf"});
     }
 
+    void oneFileCannotHoldBothTheSampleAndItsPeople_data()
+    {
+        QTest::addColumn<QString>("people");
+        QTest::addColumn<bool>("force");
+        QTest::newRow("the same name") << "/home.db" << false;
+        QTest::newRow("the same name, overwritten") << "/home.db" << true;
+        QTest::newRow("another name of it") << "/./home.db" << true;
+        QTest::newRow("a file that SQLite keeps beside it") << "/home.db-wal" << true;
+    }
+
+    void oneFileCannotHoldBothTheSampleAndItsPeople()
+    {
+        QFETCH(QString, people);
+        QFETCH(bool, force);
+        const Terminal terminal;
+        std::vector<std::string> words{"sample", terminal.home() + "/home.db", "--messages", "10",
+            "--contacts", terminal.home() + people.toStdString()};
+        if (force)
+            words.emplace_back("--force");
+        const Outcome outcome = terminal.run(words);
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.find("another file") != std::string::npos, outcome.err.c_str());
+        QVERIFY(filesIn(terminal.home()).empty());
+    }
+
+    void seedGoesUpToTheLargestNumber()
+    {
+        const Terminal terminal;
+        const Outcome outcome = terminal.run({"sample", terminal.home() + "/s.db", "--messages",
+            "10", "--seed", "18446744073709551615"});
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+    }
+
     void peopleOfTheSampleNameItsChats()
     {
         const Terminal terminal;
