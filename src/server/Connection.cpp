@@ -1,5 +1,7 @@
 #include "server/Connection.h"
 
+#include "server/SocketPlatform.h"
+
 #include <algorithm>
 #include <array>
 
@@ -62,6 +64,7 @@ void Connection::respondTo(std::string_view head)
     m_readable.setEnabled(false); // until parting: what follows a head is not asked for
     m_head = answer.response.head();
     m_body = std::move(answer.response.body);
+    m_answerSize = static_cast<std::int64_t>(m_head.size()) + m_body.size();
     m_kind = answer.kind;
     if (m_kind == Answer::Kind::Transfer)
         m_peer = m_socket.peerAddress(); // of no use any more when the peer is gone
@@ -111,8 +114,8 @@ void Connection::readAway()
 {
     std::array<char, readSize> ignored;
     const auto [status, count] = m_socket.read(ignored);
-    if (status == Socket::Status::Failed)
-        finish(false); // reset: it did not want the rest
+    if (status == Socket::Status::Failed) // reset, perhaps after everything was taken
+        finish(SocketPlatform::hadAllAtReset(m_socket.descriptor(), m_answerSize));
     else if (status == Socket::Status::Ended && hasTakenAll())
         finish(true);
     else if (status == Socket::Status::Ended)

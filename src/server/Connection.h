@@ -84,6 +84,7 @@ private:
     std::string m_head; ///< of the answer, what is left of it
     QByteArray m_body; ///< whole until all of it is handed over
     qsizetype m_bodySent = 0;
+    std::int64_t m_answerSize = 0; ///< of head and body, in bytes
 
     Clock::time_point m_lastProgress = Clock::now();
     std::int64_t m_outstanding = 0; ///< bytes that the peer had not taken when last looked at

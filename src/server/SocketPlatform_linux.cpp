@@ -1,6 +1,8 @@
 #include "server/SocketPlatform.h"
 
 #include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -22,6 +24,16 @@ std::int64_t SocketPlatform::unacknowledged(int descriptor)
 {
     int count = 0;
     return ::ioctl(descriptor, SIOCOUTQ, &count) == 0 ? count : 0;
+}
+
+bool SocketPlatform::hadAllAtReset(int descriptor, std::int64_t size)
+{
+    int segment = 0;
+    socklen_t length = sizeof segment;
+    ::getsockopt(descriptor, IPPROTO_TCP, TCP_MAXSEG, &segment, &length);
+    constexpr std::int64_t ownEnd = 1; // the FIN counts as a byte
+    const std::int64_t missing = unacknowledged(descriptor) - ownEnd;
+    return missing <= 0 || (missing < size && missing <= 2 * std::int64_t{segment});
 }
 
 } // namespace korvane

@@ -31,4 +31,9 @@ std::int64_t SocketPlatform::unacknowledged(int descriptor)
     return ::getsockopt(descriptor, SOL_SOCKET, SO_NWRITE, &count, &size) == 0 ? count : 0;
 }
 
+bool SocketPlatform::hadAllAtReset(int /*descriptor*/, std::int64_t /*size*/)
+{
+    return false;
+}
+
 } // namespace korvane

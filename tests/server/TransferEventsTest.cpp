@@ -104,6 +104,46 @@ private slots:
         QCOMPARE(count(Kind::BrokenOff), 0);
     }
 
+    void phoneThatHasItAllAndThenResetsHasIt_data()
+    {
+        QTest::addColumn<qsizetype>("size");
+        QTest::newRow("one packet") << qsizetype{1000};
+        QTest::newRow("taken bit by bit") << qsizetype{8} * 1024 * 1024;
+    }
+
+    void phoneThatHasItAllAndThenResetsHasIt()
+    {
+        QFETCH(const qsizetype, size);
+        const Offered offered(static_cast<std::uintmax_t>(size));
+        constexpr int times = 20;
+        for (int i = 0; i < times; ++i) {
+            Client client(offered.running.port());
+            QVERIFY(client.send(offered.head));
+            QCOMPARE(taken(client.readAll().value_or(QByteArray())).body.size(), sealedSize(size));
+            client.reset();
+        }
+        QTRY_COMPARE(offered.running.transfers().events().size(), std::size_t{2 * times});
+        QCOMPARE(offered.running.transfers().kinds(), delivered(times));
+    }
+
+    void phoneThatResetsAtOnceIsNamedAndHasNothing()
+    {
+        const Offered offered(large);
+        constexpr int times = 200;
+        for (int i = 0; i < times; ++i) {
+            Client client(offered.running.port());
+            QVERIFY(client.send(offered.head));
+            client.reset();
+        }
+        const auto answered = [&] { return get(offered.running.port(), "/").status == 401; };
+        QTRY_VERIFY(answered()); // after all of those before it
+        for (const TransferEvent& event : offered.running.transfers().events()) {
+            QCOMPARE(event.peer, std::string("127.0.0.1"));
+            QVERIFY(event.kind != Kind::Delivered);
+        }
+        QVERIFY(!offered.running.transfers().events().empty());
+    }
+
     void halfClosedPhoneGetsAllAndIsBelieved()
     {
         const Offered offered(large);
