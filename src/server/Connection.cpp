@@ -14,8 +14,10 @@ constexpr std::string_view blankLine = "\r\n\r\n";
 
 } // namespace
 
-Connection::Connection(int descriptor, const ServerLimits& limits, Respond respond)
-    : m_limits(limits)
+Connection::Connection(
+    int descriptor, std::string peer, const ServerLimits& limits, Respond respond)
+    : m_peer(std::move(peer))
+    , m_limits(limits)
     , m_respond(std::move(respond))
     , m_socket(descriptor)
     , m_readable(descriptor, QSocketNotifier::Read)
@@ -66,8 +68,6 @@ void Connection::respondTo(std::string_view head)
     m_body = std::move(answer.response.body);
     m_answerSize = static_cast<std::int64_t>(m_head.size()) + m_body.size();
     m_kind = answer.kind;
-    if (m_kind == Answer::Kind::Transfer)
-        m_peer = m_socket.peerAddress(); // of no use any more when the peer is gone
     m_stage = Stage::Sending;
     m_lastProgress = Clock::now();
     emit answered();

@@ -24,7 +24,8 @@ public:
     using Clock = std::chrono::steady_clock;
     using Respond = std::function<Answer(std::string_view head)>;
 
-    Connection(int descriptor, const ServerLimits& limits, Respond respond);
+    /// `peer` is the numeric address that it comes from.
+    Connection(int descriptor, std::string peer, const ServerLimits& limits, Respond respond);
 
     /// Reading: its head is not there yet. Sending: some of its answer is not handed to the system
     /// yet. Parting: all is, and the peer is to take it and close.
@@ -33,7 +34,7 @@ public:
     Stage stage() const { return m_stage; }
     Answer::Kind kind() const { return m_kind; }
 
-    /// The numeric address of a peer that is given a transfer.
+    /// The peer's numeric address.
     const std::string& peer() const { return m_peer; }
 
     /// True where the peer has acknowledged its whole answer.
@@ -71,6 +72,7 @@ private:
     void readAway();
     void finish(bool delivered);
 
+    const std::string m_peer;
     const ServerLimits& m_limits;
     const Respond m_respond;
     Socket m_socket;
@@ -79,7 +81,6 @@ private:
 
     Stage m_stage = Stage::Reading;
     Answer::Kind m_kind = Answer::Kind::Refusal;
-    std::string m_peer;
     std::string m_received; ///< while reading
     std::string m_head; ///< of the answer, what is left of it
     QByteArray m_body; ///< whole until all of it is handed over

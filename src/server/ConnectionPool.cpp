@@ -30,9 +30,9 @@ ConnectionPool::ConnectionPool(const ServerLimits& limits, Connection::Respond r
 
 ConnectionPool::~ConnectionPool() = default;
 
-void ConnectionPool::add(int descriptor)
+void ConnectionPool::add(int descriptor, const std::string& peer)
 {
-    auto added = std::make_unique<Connection>(descriptor, m_limits, m_respond);
+    auto added = std::make_unique<Connection>(descriptor, peer, m_limits, m_respond);
     if (m_connections.size() >= m_limits.connections && !makeRoom())
         return; // all are being answered
     const auto place = m_connections.insert(m_connections.end(), std::move(added));

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <string>
 
 namespace korvane {
 
@@ -19,8 +20,8 @@ public:
     ConnectionPool(const ServerLimits& limits, Connection::Respond respond);
     ~ConnectionPool() override;
 
-    /// Takes over the descriptor of a connected socket.
-    void add(int descriptor);
+    /// Takes over the descriptor of a connected socket, from the peer with this numeric address.
+    void add(int descriptor, const std::string& peer);
 
 signals:
     /// A ticket's file is on its way to a peer.

@@ -1,5 +1,6 @@
 #include "server/Listener.h"
 
+#include "server/Socket.h"
 #include "server/SocketPlatform.h"
 
 #include <fcntl.h>
@@ -99,9 +100,10 @@ Listener::Listener(Descriptor socket, Accept accept)
 void Listener::acceptAll()
 {
     while (true) {
-        const int descriptor = SocketPlatform::accept(m_socket.get());
+        sockaddr_storage peer{};
+        const int descriptor = SocketPlatform::accept(m_socket.get(), peer);
         if (descriptor >= 0)
-            m_accept(descriptor);
+            m_accept(descriptor, numericHost(peer));
         else if (!concernsOneConnection(errno))
             break;
     }

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <netdb.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 
@@ -61,15 +62,13 @@ std::int64_t Socket::unacknowledged() const
     return SocketPlatform::unacknowledged(descriptor());
 }
 
-std::string Socket::peerAddress() const
+std::string numericHost(const sockaddr_storage& address)
 {
-    sockaddr_storage storage{};
-    socklen_t size = sizeof storage;
-    auto* address = reinterpret_cast<sockaddr*>(&storage);
-    if (::getpeername(descriptor(), address, &size) != 0)
-        return "";
     std::array<char, NI_MAXHOST> text{};
-    if (::getnameinfo(address, size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST) != 0)
+    const auto* plain = reinterpret_cast<const sockaddr*>(&address);
+    const socklen_t size
+        = address.ss_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+    if (::getnameinfo(plain, size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST) != 0)
         return "";
     const std::string_view host = text.data();
     constexpr std::string_view mapped = "::ffff:"; // IPv4 on a socket for both

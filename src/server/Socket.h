@@ -2,6 +2,8 @@
 
 #include "storage/Descriptor.h"
 
+#include <sys/socket.h>
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -43,11 +45,11 @@ public:
     /// Bytes that were sent and that the peer has not acknowledged yet.
     std::int64_t unacknowledged() const;
 
-    /// The peer's numeric address.
-    std::string peerAddress() const;
-
 private:
     Descriptor m_descriptor;
 };
+
+/// An IPv4 or IPv6 address as text; empty for anything else.
+std::string numericHost(const sockaddr_storage& address);
 
 } // namespace korvane

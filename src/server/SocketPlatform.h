@@ -1,13 +1,16 @@
 #pragma once
 
+#include <sys/socket.h>
+
 #include <cstdint>
 
 /// What systems do differently about sockets.
 namespace korvane::SocketPlatform {
 
-/// Accepts a connection that no program started from here inherits; negative, with `errno`, where
-/// there is none.
-int accept(int listening);
+/// Accepts a connection that no program started from here inherits, and says where it comes from;
+/// negative, with `errno`, where there is none. The address has to be taken here: getpeername()
+/// fails once the peer has reset the connection.
+int accept(int listening, sockaddr_storage& peer);
 
 /// Makes sending to a peer that is gone an error instead of a signal that ends the process:
 /// here the socket's part of that, below the flags for each call.

@@ -4,13 +4,13 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
 
 namespace korvane {
 
-int SocketPlatform::accept(int listening)
+int SocketPlatform::accept(int listening, sockaddr_storage& peer)
 {
-    return ::accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+    socklen_t size = sizeof peer;
+    return ::accept4(listening, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC);
 }
 
 void SocketPlatform::sendWithoutSignal(int /*descriptor*/) { }

@@ -1,13 +1,13 @@
 #include "server/SocketPlatform.h"
 
 #include <fcntl.h>
-#include <sys/socket.h>
 
 namespace korvane {
 
-int SocketPlatform::accept(int listening)
+int SocketPlatform::accept(int listening, sockaddr_storage& peer)
 {
-    const int descriptor = ::accept(listening, nullptr, nullptr);
+    socklen_t size = sizeof peer;
+    const int descriptor = ::accept(listening, reinterpret_cast<sockaddr*>(&peer), &size);
     if (descriptor >= 0)
         ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     return descriptor;

@@ -82,8 +82,8 @@ void SyncServer::launch(std::uint16_t port)
 
 bool SyncServer::listen(std::uint16_t port)
 {
-    m_listener = Listener::on(
-        m_options.address, port, [this](int descriptor) { m_pool->add(descriptor); });
+    m_listener = Listener::on(m_options.address, port,
+        [this](int descriptor, const std::string& peer) { m_pool->add(descriptor, peer); });
     return m_listener != nullptr;
 }
 

@@ -128,8 +128,8 @@ private slots:
 
     void phoneThatResetsAtOnceIsNamedAndHasNothing()
     {
-        const Offered offered(large);
-        constexpr int times = 200;
+        const Offered offered(4 * 1024 * 1024);
+        constexpr int times = 50;
         for (int i = 0; i < times; ++i) {
             Client client(offered.running.port());
             QVERIFY(client.send(offered.head));
