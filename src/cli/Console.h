@@ -1,6 +1,7 @@
 #pragma once
 
 #include <iostream>
+#include <optional>
 #include <string_view>
 
 namespace korvane {
@@ -11,6 +12,7 @@ struct Console {
     std::ostream& err;
     bool errIsTerminal = false; ///< a progress bar is drawn only where it can be redrawn
     std::istream& in = std::cin;
+    std::optional<int> outDescriptor{}; ///< what `out` writes to, where that is a descriptor
 
     /// One line on `err`, marked as this program's. The text may quote a chat's title, which
     /// others choose: it is made harmless for a terminal. The key of a link in it is left out.

@@ -1,5 +1,7 @@
 #include "cli/TransferCommand.h"
 
+#include "cli/BackgroundPrinter.h"
+#include "cli/FetchLog.h"
 #include "cli/Interruption.h"
 #include "cli/QrPicture.h"
 #include "cli/SyncWithProgress.h"
@@ -40,50 +42,58 @@ ChatInfo chosenChat(const TransferOptions& options)
     return std::move(selection.chats.front());
 }
 
-/// Says what happens to the file; called from the server's thread.
+/// Tells the user what happens to the file. May be used from any thread; never waits for whoever
+/// reads the output.
 class FetchReport {
 public:
-    explicit FetchReport(const Console& console) : m_console(console) { }
+    explicit FetchReport(const Console& console) : m_log(FetchLog::Clock::now()), m_printer(console)
+    {
+    }
 
     void tell(const TransferEvent& event)
     {
         const std::lock_guard lock(m_lock);
-        m_fetches += event.kind == TransferEvent::Kind::Started ? 1 : -1;
-        say(timeOfDay(TransferTicket::Clock::now()) + "  " + event.peer + said(event.kind));
+        say(m_log.add(event, FetchLog::Clock::now()));
     }
 
-    void tell(const std::string& text)
+    void tell(const std::string& text) { m_printer.print(text + '\n'); }
+
+    /// From time to time: what was not worth a line of its own.
+    void summarize()
     {
         const std::lock_guard lock(m_lock);
-        say(text);
+        say(m_log.summary(FetchLog::Clock::now()));
+    }
+
+    void end(const std::string& text)
+    {
+        const std::lock_guard lock(m_lock);
+        say(m_log.lastSummary());
+        tell(text);
     }
 
     /// True while somebody is fetching it.
     bool isBusy() const
     {
         const std::lock_guard lock(m_lock);
-        return m_fetches > 0;
+        return m_log.underWay() > 0;
+    }
+
+    bool isPrintedWithin(std::chrono::milliseconds time) const
+    {
+        return m_printer.isDoneWithin(time);
     }
 
 private:
-    void say(const std::string& line) { m_console.out << line << std::endl; } // seen at once
-
-    static const char* said(TransferEvent::Kind kind)
+    void say(const std::string& what)
     {
-        switch (kind) {
-        case TransferEvent::Kind::Started:
-            return " is fetching it";
-        case TransferEvent::Kind::Delivered:
-            return " has it";
-        case TransferEvent::Kind::BrokenOff:
-            break;
-        }
-        return " broke off";
+        if (!what.empty())
+            tell(timeOfDay(TransferTicket::Clock::now()) + "  " + what);
     }
 
-    const Console& m_console; ///< while the server runs, guarded by `m_lock`
     mutable std::mutex m_lock;
-    int m_fetches = 0; ///< under way; guarded by `m_lock`
+    FetchLog m_log; ///< guarded by `m_lock`
+    BackgroundPrinter m_printer;
 };
 
 /// One chat on its way from the database to a phone.
@@ -101,6 +111,15 @@ public:
         exportChat();
         if (m_interruption.requested())
             return ExitCode::interrupted;
+        serve();
+        m_report.end(m_interruption.requested() ? "Ended." : "The link has expired.");
+        awaitPrinting();
+        return ExitCode::success;
+    }
+
+private:
+    void serve()
+    {
         const std::string fileName = Transfer::exportedFile(m_options.folder, m_options.chat);
         SyncServer server({.now = m_options.now});
         server.offer({m_options.chat}, m_options.folder);
@@ -109,10 +128,8 @@ public:
         const auto host = m_options.host ? m_options.host : QR::localIPv4();
         show(Transfer::createLink(server, fileName, portOf(server), host), expiry);
         serveUntil(expiry);
-        return ExitCode::success;
     }
 
-private:
     void exportChat()
     {
         const SupportLock lock;
@@ -153,9 +170,21 @@ private:
     /// it goes on while the machine sleeps.
     void serveUntil(Moment expiry)
     {
-        while (!m_interruption.requested() && (m_options.now() < expiry || m_report.isBusy()))
+        while (!m_interruption.requested() && (m_options.now() < expiry || m_report.isBusy())) {
             m_interruption.sleep(std::chrono::milliseconds(500));
-        m_report.tell(m_interruption.requested() ? "Ended." : "The link has expired.");
+            m_report.summarize();
+        }
+    }
+
+    /// Waits for whoever reads the output, but not if the user has asked the program to end.
+    void awaitPrinting() const
+    {
+        while (!m_interruption.requested()) {
+            if (m_report.isPrintedWithin(std::chrono::milliseconds(100)))
+                return;
+        }
+        constexpr std::chrono::seconds grace{1}; // for a reader who does read
+        m_report.isPrintedWithin(grace);
     }
 
     const TransferOptions& m_options;

@@ -17,6 +17,6 @@ int main(int argc, char* argv[])
     std::setlocale(LC_NUMERIC, "C"); // numbers on the command line are the same everywhere
     korvane::Sqlite::configureProcess();
     std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes fails one chat, not the process
-    return korvane::runCommandLine(
-        {argv + 1, argv + argc}, {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1});
+    return korvane::runCommandLine({argv + 1, argv + argc},
+        {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1, std::cin, STDOUT_FILENO});
 }

@@ -52,6 +52,14 @@ void Owner::exportAndResize(std::uintmax_t size) const
     std::filesystem::resize_file(file(), size);
 }
 
+TransferLink linkIn(const std::string& printed)
+{
+    const std::size_t begin = printed.find("korvane://");
+    return TransferLink::fromString(
+        std::string_view(printed).substr(begin, printed.find('\n', begin) - begin))
+        .value();
+}
+
 RunningTransfer::RunningTransfer(
     const std::vector<std::string>& words, const std::vector<std::string>& within)
 {
@@ -94,14 +102,6 @@ bool RunningTransfer::hasPrinted(const std::string& text, int times) const
         from = at + text.size();
     }
     return true;
-}
-
-TransferLink RunningTransfer::link() const
-{
-    const std::size_t begin = m_printed.find("korvane://");
-    return TransferLink::fromString(
-        std::string_view(m_printed).substr(begin, m_printed.find('\n', begin) - begin))
-        .value();
 }
 
 int RunningTransfer::end(int signal)

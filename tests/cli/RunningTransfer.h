@@ -35,6 +35,9 @@ struct Owner {
     TestDatabase database;
 };
 
+/// The link among what `transfer` has printed.
+TransferLink linkIn(const std::string& printed);
+
 /// `korvane-sync` as a process of its own, handing the chat over. It goes with this object.
 class RunningTransfer {
 public:
@@ -51,7 +54,7 @@ public:
     bool isReady() { return prints("Ctrl-C ends it at once.\n"); }
 
     /// Of what it has printed so far.
-    TransferLink link() const;
+    TransferLink link() const { return linkIn(m_printed); }
 
     /// Sends it a signal and waits for its end. Its exit code; -1 where it is killed or goes on.
     int end(int signal);

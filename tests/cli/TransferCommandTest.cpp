@@ -10,6 +10,7 @@
 #include <QTcpServer>
 #include <QtTest/QTest>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 
@@ -114,6 +115,30 @@ private slots:
         QVERIFY(running.printed().find("has it") == std::string::npos);
         QCOMPARE(get(running.link().port, running.link().target()).status, 200);
         QVERIFY(running.prints("  127.0.0.1 has it\n"));
+    }
+
+    void manyWhoLeaveEarlyDoNotScrollTheCodeAway()
+    {
+        const Owner owner;
+        owner.exportAndResize(1'000'000);
+        RunningTransfer running(owner.words());
+        QVERIFY(running.isReady());
+        const TransferLink link = running.link();
+        constexpr int times = 1000;
+        for (int i = 0; i < times; ++i) {
+            Client client(link.port, {.receiveBuffer = 4096});
+            client.send(headFor(link.target()));
+            client.reset();
+        }
+        QCOMPARE(get(link.port, link.target()).status, 200);
+        QVERIFY(running.prints("  127.0.0.1 has it\n")); // is not lost among them
+        QCOMPARE(running.end(SIGINT), 0);
+        const std::string lines
+            = running.printed().substr(running.printed().find("at once.\n") + 9);
+        QVERIFY2(std::count(lines.begin(), lines.end(), '\n') < 20, lines.c_str());
+        QCOMPARE(lines.find("   "), std::string::npos); // none without an address
+        QVERIFY2(lines.find(" more fetches broke off, the last from 127.0.0.1\n") != lines.npos,
+            lines.c_str());
     }
 
     void portThatIsFreeIsUsed()

@@ -1,3 +1,4 @@
+#include "OutputPipe.h"
 #include "RunningTransfer.h"
 
 #include "cli/TransferCommand.h"
@@ -7,10 +8,13 @@
 #include <QElapsedTimer>
 #include <QtTest/QTest>
 
+#include <fcntl.h>
+
 #include <atomic>
 #include <csignal>
 #include <future>
 #include <mutex>
+#include <optional>
 #include <ostream>
 #include <streambuf>
 #include <thread>
@@ -56,17 +60,18 @@ private:
 /// The command on a thread of its own, under a clock that the test turns.
 class TurnedTransfer {
 public:
-    explicit TurnedTransfer(const Owner& owner)
+    /// `output` is a descriptor to print on, instead of on `printed`.
+    explicit TurnedTransfer(const Owner& owner, std::optional<int> output = {})
     {
         m_options.sources.database = owner.database.path();
         m_options.chat = "G1";
         m_options.folder = owner.terminal.exports();
         m_options.host = "127.0.0.1";
         m_options.now = [this] { return now.load(); };
-        m_code = std::async(std::launch::async, [this] {
+        m_code = std::async(std::launch::async, [this, output] {
             std::ostream out(&printed);
             std::ostream err(&complained);
-            return runTransfer(m_options, {out, err});
+            return runTransfer(m_options, {out, err, false, std::cin, output});
         });
     }
 
@@ -75,12 +80,7 @@ public:
         return QTest::qWaitFor([this] { return printed.has("Ctrl-C ends it at once.\n"); }, 10'000);
     }
 
-    TransferLink link() const
-    {
-        const std::string text = printed.text();
-        const std::size_t begin = text.find("korvane://");
-        return TransferLink::fromString(text.substr(begin, text.find('\n', begin) - begin)).value();
-    }
+    TransferLink link() const { return linkIn(printed.text()); }
 
     bool endsWithin(std::chrono::milliseconds time) const
     {
@@ -97,6 +97,16 @@ private:
     TransferOptions m_options;
     std::future<int> m_code;
 };
+
+bool isRefused(std::uint16_t port)
+{
+    try {
+        const Client client(port);
+        return false;
+    } catch (const std::system_error&) {
+        return true;
+    }
+}
 
 } // namespace
 
@@ -121,6 +131,23 @@ private slots:
         QVERIFY(transfer.printed.text().ends_with("\nThe link has expired.\n"));
         QCOMPARE(transfer.complained.text(), std::string());
         QVERIFY_THROWS_EXCEPTION(std::system_error, Client{link.port});
+    }
+
+    void serverIsGoneInTimeWhileNobodyReadsTheOutput()
+    {
+        const Owner owner;
+        OutputPipe output(owner.terminal.home() + "/pipe");
+        const Descriptor writing(::open(output.path().c_str(), O_WRONLY | O_CLOEXEC));
+        TurnedTransfer transfer(owner, writing.get());
+        QVERIFY(output.prints("Ctrl-C ends it at once.\n"));
+        const std::uint16_t port = linkIn(output.printed()).port;
+        output.fill();
+        transfer.now = transfer.now.load() + 600s;
+        QTRY_VERIFY_WITH_TIMEOUT(isRefused(port), 10'000);
+        QVERIFY(!transfer.endsWithin(700ms)); // the reader may come back
+        QVERIFY(output.prints("\nThe link has expired.\n"));
+        QVERIFY(transfer.endsWithin(10s));
+        QCOMPARE(transfer.exitCode(), 0);
     }
 
     void fetchUnderWayMayFinish()

@@ -1,0 +1,129 @@
+#include "OutputPipe.h"
+#include "RunningTransfer.h"
+
+#include "server/RunningServer.h"
+#include "support/Printing.h"
+
+#include <QElapsedTimer>
+#include <QtTest/QTest>
+
+#include <csignal>
+#include <filesystem>
+
+using namespace korvane;
+
+namespace {
+
+constexpr int patience = 10'000; ///< milliseconds
+
+/// The program, printing into a pipe.
+class PipedTransfer {
+public:
+    explicit PipedTransfer(const Owner& owner) : output(owner.terminal.home() + "/pipe")
+    {
+        m_program.setStandardOutputFile(QString::fromStdString(output.path()), QIODevice::Append);
+        QStringList words;
+        for (const std::string& word : owner.words())
+            words << QString::fromStdString(word);
+        m_program.start(QStringLiteral(PROGRAM), words);
+    }
+
+    ~PipedTransfer()
+    {
+        m_program.kill();
+        m_program.waitForFinished();
+    }
+    Q_DISABLE_COPY_MOVE(PipedTransfer)
+
+    bool isReady() { return output.prints("Ctrl-C ends it at once.\n"); }
+
+    TransferLink link() const { return linkIn(output.printed()); }
+
+    /// Sends it a signal. The milliseconds until it has ended; -1 where it goes on.
+    qint64 endsAfter(int signal)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        ::kill(static_cast<pid_t>(m_program.processId()), signal);
+        return m_program.waitForFinished(patience) ? timer.elapsed() : -1;
+    }
+
+    bool endedWell() const
+    {
+        return m_program.exitStatus() == QProcess::NormalExit && m_program.exitCode() == 0;
+    }
+
+    OutputPipe output;
+
+private:
+    QProcess m_program;
+};
+
+} // namespace
+
+/// A reader who has stopped: a pager that waits for a key, a terminal after Ctrl-S, a full pipe.
+class StuckOutputTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void requestsAreAnsweredWhileNobodyReads()
+    {
+        const Owner owner;
+        PipedTransfer transfer(owner);
+        QVERIFY(transfer.isReady());
+        const TransferLink link = transfer.link();
+        transfer.output.fill();
+        for (int i = 0; i < 20; ++i)
+            QCOMPARE(get(link.port, link.target()).status, 200);
+    }
+
+    void firstSignalEndsItWhileNobodyReads_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("Ctrl-C") << SIGINT;
+        QTest::newRow("told to end") << SIGTERM;
+        QTest::newRow("terminal closed") << SIGHUP;
+    }
+
+    void firstSignalEndsItWhileNobodyReads()
+    {
+        QFETCH(int, signal);
+        const Owner owner;
+        PipedTransfer transfer(owner);
+        QVERIFY(transfer.isReady());
+        const TransferLink link = transfer.link();
+        transfer.output.fill();
+        QCOMPARE(get(link.port, link.target()).status, 200);
+        const qint64 time = transfer.endsAfter(signal);
+        QVERIFY2(time >= 0 && time < 3000, qPrintable(QString::number(time)));
+        QVERIFY(transfer.endedWell());
+    }
+
+    void firstSignalEndsItBeforeTheCodeIsRead()
+    {
+        const Owner owner;
+        PipedTransfer transfer(owner);
+        transfer.output.fill();
+        const auto hasExported = [&owner] { return std::filesystem::exists(owner.file()); };
+        QTRY_VERIFY_WITH_TIMEOUT(hasExported(), patience);
+        QTest::qWait(1000); // by now it tries to print the code
+        const qint64 time = transfer.endsAfter(SIGINT);
+        QVERIFY2(time >= 0 && time < 3000, qPrintable(QString::number(time)));
+        QVERIFY(transfer.endedWell());
+    }
+
+    void readerWhoGoesOnMissesNothing()
+    {
+        const Owner owner;
+        PipedTransfer transfer(owner);
+        QVERIFY(transfer.isReady());
+        const TransferLink link = transfer.link();
+        transfer.output.fill();
+        QCOMPARE(get(link.port, link.target()).status, 200);
+        QVERIFY(transfer.output.prints("  127.0.0.1 is fetching it\n"));
+        QVERIFY(transfer.output.prints("  127.0.0.1 has it\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(StuckOutputTest)
+#include "StuckOutputTest.moc"
