@@ -1,7 +1,6 @@
 #include "cli/ReceiveCommand.h"
 
 #include "cli/ProgressBar.h"
-#include "cli/TransferClient.h"
 #include "storage/Files.h"
 
 #include <filesystem>
@@ -72,12 +71,13 @@ private:
     std::optional<ProgressBar> m_bar;
 };
 
-QByteArray receive(const TransferLink& link, const Console& console)
+QByteArray receive(
+    const TransferLink& link, const TransferClient::Limits& limits, const Console& console)
 {
     ReceivingBar bar(console);
-    return TransferClient::open(link,
-        TransferClient::fetch(link,
-            [&bar](std::int64_t received, std::int64_t total) { bar.show(received, total); }));
+    const auto show
+        = [&bar](std::int64_t received, std::int64_t total) { bar.show(received, total); };
+    return TransferClient::open(link, TransferClient::fetch(link, show, limits));
 }
 
 void write(const Destination& to, const QByteArray& text)
@@ -98,7 +98,7 @@ int runReceive(const ReceiveOptions& options, const Console& console)
 {
     const TransferLink link = givenLink(options, console);
     const Destination to = destination(options);
-    const QByteArray text = receive(link, console);
+    const QByteArray text = receive(link, options.limits, console);
     write(to, text);
     console.out << "Wrote " << text.count('\n') << " records to " << to.file.string() << '\n';
     return ExitCode::success;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Console.h"
+#include "cli/TransferClient.h"
 
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@ namespace korvane {
 struct ReceiveOptions {
     std::string link; ///< "" or "-": the first line of the console's input
     std::optional<std::string> output; ///< absent: the name that a phone would give the file
+    TransferClient::Limits limits;
 };
 
 /// Fetches the chat that the link stands for, opens its seal and writes it into a file, whole or

@@ -1,16 +1,16 @@
 #include "cli/TransferClient.h"
 
+#include "cli/HttpAnswer.h"
 #include "messages/Utf8.h"
 #include "server/ServerState.h"
 
 #include <QEventLoop>
-#include <QNetworkAccessManager>
 #include <QNetworkProxy>
-#include <QNetworkReply>
+#include <QTcpSocket>
+#include <QTimer>
 
-#include <chrono>
-#include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace korvane {
 
@@ -18,25 +18,30 @@ namespace {
 
 constexpr std::int64_t largestAnswer
     = TransferTicket::largestFile + Envelope::nonceSize + Envelope::tagSize;
-constexpr std::chrono::seconds patience{30}; ///< without a byte
 
-QNetworkRequest requestFor(const TransferLink& link)
+/// Without the brackets that an IPv6 address may have.
+std::string plainHost(const TransferLink& link)
 {
-    QUrl url;
-    url.setScheme(QStringLiteral("http"));
-    url.setHost(QString::fromStdString(link.host));
-    url.setPort(link.port);
-    url.setPath(QString::fromStdString(link.target()));
-    QNetworkRequest request(url);
-    request.setRawHeader("Accept-Encoding", "identity");
-    // Two that the library would otherwise fill in from this machine:
-    request.setRawHeader("Accept-Language", "*");
-    request.setRawHeader("User-Agent", "korvane-sync");
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    request.setAttribute(
-        QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    request.setTransferTimeout(static_cast<int>(std::chrono::milliseconds(patience).count()));
-    return request;
+    const std::string& host = link.host;
+    return host.starts_with('[') && host.ends_with(']') ? host.substr(1, host.size() - 2) : host;
+}
+
+/// As the Host header wants it: IPv6 in brackets, without the interface that this machine uses.
+std::string hostHeader(const TransferLink& link)
+{
+    const std::string host = plainHost(link);
+    const bool isIPv6 = host.find(':') != host.npos;
+    return (isIPv6 ? '[' + host.substr(0, host.find('%')) + ']' : host) + ':'
+        + std::to_string(link.port);
+}
+
+/// Tells nothing about this machine or its user.
+QByteArray requestFor(const TransferLink& link)
+{
+    return QByteArray::fromStdString("GET " + link.target()
+        + " HTTP/1.1\r\nHost: " + hostHeader(link)
+        + "\r\nUser-Agent: korvane-sync\r\nAccept-Encoding: identity\r\nAccept-Language: *\r\n"
+          "Connection: close\r\n\r\n");
 }
 
 std::string place(const TransferLink& link)
@@ -44,7 +49,7 @@ std::string place(const TransferLink& link)
     return link.host + ", port " + std::to_string(link.port);
 }
 
-std::string refusal(int status, const QString& reason)
+std::string refusal(int status, const std::string& reason)
 {
     constexpr int expired = 410;
     constexpr int notFound = 404;
@@ -54,81 +59,123 @@ std::string refusal(int status, const QString& reason)
     if (status == notFound)
         return "The chat is not offered there any more. Ask for a new link.";
     return "The other side cannot hand the chat over (" + std::to_string(status) + ' '
-        + reason.toStdString() + ").";
+        + repairedUtf8(reason) + ").";
 }
 
-std::string failure(const QNetworkReply& reply, const TransferLink& link)
+std::string asText(std::chrono::milliseconds time)
 {
-    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    constexpr int good = 200;
-    if (status != 0 && status != good)
-        return refusal(
-            status, reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString());
-    if (status == good)
-        return "The connection broke off in the middle. Try again while the link is valid.";
-    return "Nobody answers at " + place(link)
-        + ". Is the chat still on offer there, and is this machine on the same network?";
+    const auto seconds = std::chrono::ceil<std::chrono::seconds>(time).count();
+    constexpr int minute = 60;
+    return seconds > minute && seconds % minute == 0
+        ? std::to_string(seconds / minute) + " minutes"
+        : std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
 }
 
 /// One request, from its beginning to its end.
 class Fetch {
 public:
-    Fetch(const TransferLink& link, const TransferClient::Progress& progress)
+    Fetch(const TransferLink& link, const TransferClient::Progress& progress,
+        const TransferClient::Limits& limits)
         : m_link(link)
         , m_progress(progress)
+        , m_limits(limits)
     {
-        m_manager.setProxy(QNetworkProxy::NoProxy); // the other machine is a neighbour
-        m_reply.reset(m_manager.get(requestFor(link)));
-        m_reply->setReadBufferSize(1'048'576); // beyond which the peer has to wait
+        m_socket.setProxy(QNetworkProxy::NoProxy); // the other machine is a neighbour
+        m_socket.setReadBufferSize(1'048'576); // beyond which the peer has to wait
+        const auto watch = [this](QTimer& timer, std::chrono::milliseconds time, End end) {
+            timer.setSingleShot(true);
+            timer.setInterval(time);
+            QObject::connect(&timer, &QTimer::timeout, &m_loop, [this, end] { finish(end); });
+        };
+        watch(m_idle, limits.idle, End::Idle);
+        watch(m_total, limits.total, End::OutOfTime);
     }
 
     QByteArray answer()
     {
-        QEventLoop loop;
-        QObject::connect(m_reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
-        QObject::connect(m_reply.get(), &QNetworkReply::downloadProgress, &loop,
-            [this](qint64 received, qint64 total) { watch(received, total); });
-        QObject::connect(m_reply.get(), &QNetworkReply::readyRead, &loop, [this] { take(); });
-        if (!m_reply->isFinished())
-            loop.exec();
-        if (!m_tooLarge)
-            take();
-        const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        if (m_tooLarge && status == 200)
-            throw std::runtime_error("The answer is over 64 MB: this is no chat.");
-        if (m_reply->error() != QNetworkReply::NoError || status != 200)
-            throw std::runtime_error(failure(*m_reply, m_link));
-        return std::move(m_body);
+        QObject::connect(&m_socket, &QTcpSocket::connected, &m_loop, [this] { ask(); });
+        QObject::connect(&m_socket, &QTcpSocket::readyRead, &m_loop, [this] { take(); });
+        QObject::connect(&m_socket, &QTcpSocket::errorOccurred, &m_loop, [this] { close(); });
+        m_idle.start();
+        m_total.start();
+        m_socket.connectToHost(QString::fromStdString(plainHost(m_link)), m_link.port);
+        if (m_end == End::None)
+            m_loop.exec();
+        m_socket.close();
+        if (m_answer.state() != HttpAnswer::State::Complete || m_answer.status() != ok)
+            throw std::runtime_error(failure());
+        return std::move(m_answer.body);
     }
 
 private:
-    void watch(std::int64_t received, std::int64_t total)
+    enum class End { None, Answered, Closed, Idle, OutOfTime };
+    static constexpr int ok = 200;
+
+    void ask()
     {
-        if (isFine(std::max(received, total)))
-            m_progress(received, total);
+        m_idle.start();
+        m_socket.write(requestFor(m_link));
     }
 
     void take()
     {
-        m_body += m_reply->readAll();
-        isFine(m_body.size());
+        m_idle.start();
+        const QByteArray bytes = m_socket.readAll();
+        m_hasBytes |= !bytes.isEmpty();
+        m_answer.take({bytes.data(), static_cast<std::size_t>(bytes.size())});
+        if (m_answer.isOver())
+            return finish(End::Answered);
+        if (m_answer.state() == HttpAnswer::State::Body)
+            m_progress(m_answer.body.size(), m_answer.expectedBody());
     }
 
-    bool isFine(std::int64_t size)
+    /// An error, or simply the end of what the peer sends.
+    void close()
     {
-        if (m_tooLarge || size <= largestAnswer)
-            return !m_tooLarge;
-        m_tooLarge = true;
-        m_reply->abort();
-        return false;
+        if (m_socket.bytesAvailable() > 0)
+            take();
+        m_answer.end();
+        finish(End::Closed);
+    }
+
+    void finish(End end)
+    {
+        if (m_end == End::None)
+            m_end = end;
+        m_loop.quit();
+    }
+
+    std::string failure() const
+    {
+        using State = HttpAnswer::State;
+        if (m_answer.state() == State::Complete)
+            return refusal(m_answer.status(), m_answer.reason());
+        if (m_answer.state() == State::TooLarge)
+            return "The answer is over 64 MB: this is no chat.";
+        if (m_end == End::OutOfTime)
+            return "The chat did not arrive within " + asText(m_limits.total)
+                + ". Ask for a new link, and try where the network is better.";
+        if (m_end == End::Idle && m_hasBytes)
+            return "Nothing more arrived for " + asText(m_limits.idle)
+                + ". Try again while the link is valid.";
+        if (m_answer.status() == ok)
+            return "The connection broke off in the middle. Try again while the link is valid.";
+        if (m_hasBytes)
+            return "What answers at " + place(m_link) + " is not KorvaneSync. Ask for a new link.";
+        return "Nobody answers at " + place(m_link)
+            + ". Is the chat still on offer there, and is this machine on the same network?";
     }
 
     const TransferLink& m_link;
     const TransferClient::Progress& m_progress;
-    QNetworkAccessManager m_manager;
-    std::unique_ptr<QNetworkReply> m_reply;
-    QByteArray m_body; ///< what has been taken of it
-    bool m_tooLarge = false;
+    const TransferClient::Limits m_limits;
+    HttpAnswer m_answer{largestAnswer};
+    bool m_hasBytes = false; ///< the peer has sent something
+    End m_end = End::None;
+    QEventLoop m_loop;
+    QTimer m_idle;
+    QTimer m_total;
+    QTcpSocket m_socket;
 };
 
 /// Whether text comes out with this key, be it damaged: of other bytes nearly half would have to
@@ -147,9 +194,10 @@ bool opensToText(const TransferLink& link, const QByteArray& sealed)
 
 } // namespace
 
-QByteArray TransferClient::fetch(const TransferLink& link, const Progress& progress)
+QByteArray TransferClient::fetch(
+    const TransferLink& link, const Progress& progress, const Limits& limits)
 {
-    return Fetch(link, progress).answer();
+    return Fetch(link, progress, limits).answer();
 }
 
 QByteArray TransferClient::open(const TransferLink& link, const QByteArray& sealed)

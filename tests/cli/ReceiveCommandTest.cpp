@@ -61,6 +61,51 @@ private slots:
             "GET " + QByteArray::fromStdString(link.target()) + " HTTP/1.1\r\n"));
     }
 
+    void interimAnswersAreSkipped_data()
+    {
+        QTest::addColumn<QByteArray>("interim");
+        QTest::newRow("go on") << QByteArray("HTTP/1.1 100 Continue\r\n\r\n");
+        QTest::newRow("processing") << QByteArray("HTTP/1.1 102 Processing\r\n\r\n");
+        QTest::newRow("hints") << QByteArray(
+            "HTTP/1.1 103 Early Hints\r\nLink: </style.css>\r\nContent-Length: 5\r\n\r\n");
+        QTest::newRow("one that nobody knows") << QByteArray("HTTP/1.1 199 \r\n\r\n");
+        QTest::newRow("many") << QByteArray("HTTP/1.1 103 Early Hints\r\n\r\n").repeated(100);
+    }
+
+    void interimAnswersAreSkipped()
+    {
+        QFETCH(const QByteArray, interim);
+        const OfferedChat offered;
+        const CannedServer server([&](QTcpSocket& peer, const QByteArray& head) {
+            CannedServer::send(peer, interim);
+            constexpr int moment = 50;
+            QThread::msleep(moment); // often, but not always, an answer comes in one piece
+            const Client other(offered.link.port);
+            other.send(head.toStdString());
+            CannedServer::send(peer, other.readAll().value_or(QByteArray()));
+        });
+        TransferLink led = offered.link;
+        led.port = server.port();
+        const Outcome outcome = offered.recipient.receive(led);
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(contentsOf(usualName), offered.chat.contents());
+    }
+
+    void answerInChunksIsPutTogether()
+    {
+        const Recipient recipient;
+        TransferLink link = linkTo(1);
+        const QByteArray body
+            = SealedByOthers::seal(link.key.bytes(), "twelve bytes", "one\ntwo\n", link.target());
+        const CannedServer server("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\n"
+            + body.left(5) + "\r\n" + QByteArray::number(body.size() - 5, 16) + ";x=y\r\n"
+            + body.sliced(5) + "\r\n0\r\nTrailer: yes\r\n\r\n");
+        link.port = server.port();
+        QCOMPARE(recipient.receive(link).err, std::string());
+        QCOMPARE(contentsOf(usualName), std::string("one\ntwo\n"));
+    }
+
     void emptyChatIsAnEmptyFile()
     {
         const OfferedChat offered;

@@ -1,15 +1,20 @@
 #include "CannedServer.h"
 #include "OfferedChat.h"
 
+#include "cli/ReceiveCommand.h"
 #include "support/Printing.h"
 
+#include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QtTest/QTest>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <sstream>
 
 using namespace korvane;
+using namespace std::chrono_literals;
 
 /// Other sides that are gone, or lie. Whatever happens, there is one line, exit code 1, no trace on
 /// disk, and nothing secret in sight.
@@ -162,6 +167,7 @@ private slots:
         };
         row("failed", "500 Transfer Failed", "500 Transfer Failed");
         row("redirect", "302 Found", "302 Found");
+        row("another protocol", "101 Switching Protocols", "101 Switching Protocols");
         row("lasting redirect", "308 Permanent Redirect", "308 Permanent Redirect");
         row("another success", "204 No Content", "204 No Content");
         row("part of it", "206 Partial Content", "206 Partial Content");
@@ -181,6 +187,78 @@ private slots:
         fails(recipient, linkTo(server.port()), says.toStdString());
         QCOMPARE(server.heads().size(), std::size_t{2}); // fails() asks twice
         QCOMPARE(elsewhere.heads().size(), std::size_t{0});
+    }
+
+    void otherSideThatStops_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QString>("says");
+        const QString nobody = QStringLiteral("Nobody answers at 127.0.0.1, port ");
+        const QString stopped = QStringLiteral("Nothing more arrived for 1 second. ");
+        QTest::newRow("before its answer") << QByteArray() << nobody;
+        QTest::newRow("in the first line") << QByteArray("HTTP/1.1 2") << stopped;
+        QTest::newRow("after an interim answer")
+            << QByteArray("HTTP/1.1 103 Early Hints\r\n\r\n") << stopped;
+        QTest::newRow("before the body")
+            << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n") << stopped;
+        QTest::newRow("in the body")
+            << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nabc") << stopped;
+    }
+
+    void otherSideThatStops()
+    {
+        QFETCH(const QByteArray, answer);
+        QFETCH(const QString, says);
+        const Recipient recipient;
+        const CannedServer server([&answer](QTcpSocket& peer, const QByteArray&) {
+            CannedServer::send(peer, answer);
+            peer.waitForDisconnected();
+        });
+        const TransferLink link = linkTo(server.port());
+        QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); // Qt's own are of no use
+        const std::string error = errorOf(link, {.idle = 400ms, .total = 60s});
+        QVERIFY2(error.starts_with(says.toStdString()), error.c_str());
+    }
+
+    void otherSideThatNeverComesToAnEnd_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<QByteArray>("piece");
+        QTest::newRow("body, byte by byte")
+            << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n") << QByteArray("x");
+        QTest::newRow("head, byte by byte")
+            << QByteArray("HTTP/1.1 200 OK\r\na: ") << QByteArray("x");
+        QTest::newRow("interim answers") << QByteArray("HTTP/1.1 100 Continue\r\n\r\n")
+                                         << QByteArray("HTTP/1.1 100 Continue\r\n\r\n");
+    }
+
+    void otherSideThatNeverComesToAnEnd()
+    {
+        QFETCH(const QByteArray, head);
+        QFETCH(const QByteArray, piece);
+        const Recipient recipient;
+        const CannedServer server([&](QTcpSocket& peer, const QByteArray&) {
+            CannedServer::send(peer, head);
+            while (peer.state() == QTcpSocket::ConnectedState) {
+                CannedServer::send(peer, piece);
+                constexpr int moment = 50;
+                peer.waitForDisconnected(moment);
+            }
+        });
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+        QElapsedTimer timer;
+        timer.start();
+        const std::string error = errorOf(linkTo(server.port()), {.idle = 30s, .total = 1500ms});
+        QVERIFY2(error.starts_with("The chat did not arrive within 2 seconds. "), error.c_str());
+        QVERIFY2(timer.elapsed() >= 1400 && timer.elapsed() < 15'000,
+            qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void patienceIsAMinuteOfSilenceAndAQuarterOfAnHourInAll()
+    {
+        const TransferClient::Limits limits;
+        QVERIFY(limits.idle == 60s);
+        QVERIFY(limits.total == 15min);
     }
 
     void refusalThatIsTooLarge()
@@ -249,6 +327,18 @@ private slots:
     }
 
 private:
+    /// What a user with so much patience is told.
+    static std::string errorOf(const TransferLink& link, const TransferClient::Limits& limits)
+    {
+        std::ostringstream out;
+        try {
+            runReceive({.link = link.toString(), .limits = limits}, {out, out});
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "(no error)";
+    }
+
     static void checkFailed(const Outcome& outcome, const TransferLink& link)
     {
         QCOMPARE(outcome.code, 1);
