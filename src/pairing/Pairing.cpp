@@ -30,6 +30,16 @@ std::optional<SymmetricKey> keyFrom(const QString& base64)
     return bytes ? SymmetricKey::fromBytes(*bytes) : std::nullopt;
 }
 
+/// A file that was restored from a backup, say, may have other permissions than it was made with.
+/// Failures change nothing.
+void closeToOthers(const fs::path& file)
+{
+    std::error_code ignored;
+    const fs::perms mode = fs::status(file, ignored).permissions();
+    if (!ignored && (mode & (fs::perms::group_all | fs::perms::others_all)) != fs::perms::none)
+        fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, ignored);
+}
+
 } // namespace
 
 Pairing Pairing::make()
@@ -46,7 +56,10 @@ Pairing Pairing::load()
 {
     const auto json = Files::read(pairingFile());
     auto pairing = json ? fromJson(QByteArray::fromStdString(*json)) : std::nullopt;
-    return pairing ? std::move(*pairing) : PairingStore::reset();
+    if (!pairing)
+        return PairingStore::reset();
+    closeToOthers(pairingFile());
+    return std::move(*pairing);
 }
 
 QByteArray Pairing::toJson() const

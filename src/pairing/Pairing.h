@@ -14,8 +14,9 @@ namespace korvane {
 ///
 ///     {"key":"<the 32 bytes in standard base64>","token":"<the token>"}
 ///
-/// Reading takes the members in any order and ignores others. A file that is missing, is no such
-/// object, or whose key is not the base64 of 32 bytes is replaced by a new record.
+/// Reading takes the members in any order and ignores others, and gives a file that others may read
+/// or write the mode 0600 again. A file that is missing, is no such object, or whose key is not the
+/// base64 of 32 bytes is replaced by a new record.
 struct Pairing {
     std::string token; ///< the bearer token: 16 random bytes as 22 characters of base64url
     SymmetricKey key; ///< seals the answers to the paired phone

@@ -96,10 +96,10 @@ private slots:
 
     void validRecordIsNotWrittenAgain()
     {
-        // As another program might have written it, and as nobody else may read it.
+        // As another program might have written it.
         const QByteArray json = "{ \"token\" : \"the token\",\n \"key\" : \"" + goodKey + "\" }\n";
         write(json);
-        fs::permissions(file(), fs::perms::owner_read | fs::perms::group_read);
+        fs::permissions(file(), fs::perms::owner_read);
         const auto old = fs::last_write_time(file()) - std::chrono::hours(24);
         fs::last_write_time(file(), old);
         const Pairing pairing = Pairing::load();
@@ -107,7 +107,31 @@ private slots:
         QCOMPARE(pairing.key.bytes(), QByteArray(32, '\0'));
         QCOMPARE(contents(), json);
         QVERIFY(fs::last_write_time(file()) == old);
-        QCOMPARE(modeOf(file()), "440");
+        QCOMPARE(modeOf(file()), "400");
+    }
+
+    void recordThatOthersMayUseIsClosedToThem_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::newRow("for everybody to read") << 0644;
+        QTest::newRow("for everybody to write") << 0666;
+        QTest::newRow("for the group to read") << 0640;
+        QTest::newRow("read-only") << 0444;
+        QTest::newRow("for others to write") << 0602;
+        QTest::newRow("a program") << 0755;
+    }
+
+    void recordThatOthersMayUseIsClosedToThem()
+    {
+        QFETCH(const int, mode);
+        const Pairing pairing = Pairing::load();
+        const QByteArray json = contents();
+        fs::permissions(file(), static_cast<fs::perms>(mode));
+        const auto folderMode = modeOf(support());
+        QVERIFY(Pairing::load() == pairing);
+        QCOMPARE(modeOf(file()), "600");
+        QCOMPARE(contents(), json);
+        QCOMPARE(modeOf(support()), folderMode); // which may be shared
     }
 
     void otherFormsOfARecordAreRead_data()
