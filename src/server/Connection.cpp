@@ -33,7 +33,7 @@ void Connection::onReadable()
     if (m_stage == Stage::Reading)
         readHead();
     else
-        readAway();
+        drain();
 }
 
 void Connection::readHead()
@@ -63,7 +63,7 @@ void Connection::respondTo(std::string_view head)
 {
     Answer answer = m_respond(head);
     m_received = {};
-    m_readable.setEnabled(false); // until parting: what follows a head is not asked for
+    m_readable.setEnabled(false); // until closing: what follows a head is not asked for
     m_head = answer.response.head();
     m_body = std::move(answer.response.body);
     m_answerSize = static_cast<std::int64_t>(m_head.size()) + m_body.size();
@@ -83,26 +83,26 @@ void Connection::sendMore()
         = m_socket.send(m_head, body.substr(static_cast<std::size_t>(m_bodySent)));
     if (status == Socket::Status::Failed)
         return close();
-    drop(count);
+    forget(count);
     if (m_head.empty() && m_bodySent == m_body.size())
-        part();
+        shutdown();
     else
         m_writable.setEnabled(true);
 }
 
 /// Forgets that much of what is left to send.
-void Connection::drop(std::size_t sent)
+void Connection::forget(std::size_t sent)
 {
     const std::size_t ofHead = std::min(sent, m_head.size());
     m_head.erase(0, ofHead);
     m_bodySent += static_cast<qsizetype>(sent - ofHead);
 }
 
-/// Closing at once while something from the peer is unread would reset the connection, and the
-/// peer might lose the end of its answer. So it closes first, unless it takes too long.
-void Connection::part()
+/// Shuts down the sending side and drains the receiving side. To close a socket with unread input
+/// resets the connection, and the peer may then lose the end of its answer.
+void Connection::shutdown()
 {
-    m_stage = Stage::Parting;
+    m_stage = Stage::Closing;
     m_socket.finishSending();
     m_body = {};
     m_bodySent = 0;
@@ -110,7 +110,7 @@ void Connection::part()
     m_readable.setEnabled(true);
 }
 
-void Connection::readAway()
+void Connection::drain()
 {
     std::array<char, readSize> ignored;
     const auto [status, count] = m_socket.read(ignored);
@@ -125,22 +125,22 @@ void Connection::readAway()
 bool Connection::hasTakenAll() const
 {
     constexpr std::int64_t ownEnd = 1; // that we send no more counts as a byte, too
-    return m_stage == Stage::Parting && m_socket.unacknowledged() <= ownEnd;
+    return m_stage == Stage::Closing && m_socket.unacknowledged() <= ownEnd;
 }
 
 void Connection::enforceLimits(Clock::time_point now)
 {
     if (m_stage == Stage::Reading) {
-        if (now - m_lastProgress >= m_limits.headDeadline)
+        if (now - m_lastProgress >= m_limits.headTimeout)
             close();
         return;
     }
     watchProgress(now);
     const bool takenAll = hasTakenAll();
-    const bool peerHasEnded = m_stage == Stage::Parting && !m_readable.isEnabled();
-    const auto patience = !takenAll ? m_limits.stalled
+    const bool peerHasEnded = m_stage == Stage::Closing && !m_readable.isEnabled();
+    const auto patience = !takenAll ? m_limits.writeTimeout
         : peerHasEnded              ? ServerLimits::Duration::zero()
-                                    : m_limits.farewell;
+                                    : m_limits.lingerTimeout;
     if (now - m_lastProgress >= patience)
         finish(takenAll);
 }

@@ -27,9 +27,9 @@ public:
     /// `peer` is the numeric address that it comes from.
     Connection(int descriptor, std::string peer, const ServerLimits& limits, Respond respond);
 
-    /// Reading: its head is not there yet. Sending: some of its answer is not handed to the system
-    /// yet. Parting: all is, and the peer is to take it and close.
-    enum class Stage { Reading, Sending, Parting, Closed };
+    /// Reading: the request head is incomplete. Sending: part of the answer still has to be written
+    /// to the socket. Closing: all of it is written; the peer has to acknowledge it and close.
+    enum class Stage { Reading, Sending, Closing, Closed };
 
     Stage stage() const { return m_stage; }
     Answer::Kind kind() const { return m_kind; }
@@ -67,9 +67,9 @@ private:
     void take(std::string_view bytes);
     void respondTo(std::string_view head);
     void sendMore();
-    void drop(std::size_t sent);
-    void part();
-    void readAway();
+    void forget(std::size_t sent);
+    void shutdown();
+    void drain();
     void finish(bool delivered);
 
     const std::string m_peer;

@@ -13,7 +13,7 @@ using Stage = Connection::Stage;
 /// Often enough that no limit is overrun by more than a quarter, or a second.
 std::chrono::milliseconds watchInterval(const ServerLimits& limits)
 {
-    const auto shortest = std::min({limits.headDeadline, limits.stalled, limits.farewell});
+    const auto shortest = std::min({limits.headTimeout, limits.writeTimeout, limits.lingerTimeout});
     return std::clamp<std::chrono::milliseconds>(
         shortest / 4, std::chrono::milliseconds(1), std::chrono::seconds(1));
 }

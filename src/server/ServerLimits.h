@@ -12,9 +12,10 @@ struct ServerLimits {
 
     std::size_t connections = 256; ///< open at once
     std::size_t headBytes = 16'384; ///< received without the end of the head among them
-    Duration headDeadline = std::chrono::seconds(15); ///< from being accepted to a whole head
-    Duration stalled = std::chrono::seconds(60); ///< a peer takes nothing of its answer
-    Duration farewell = std::chrono::seconds(2); ///< for the peer to close, once it has it all
+    Duration headTimeout = std::chrono::seconds(15); ///< from accept to the end of the head
+    Duration writeTimeout = std::chrono::seconds(60); ///< without an acknowledgement by the peer
+    Duration lingerTimeout
+        = std::chrono::seconds(2); ///< for the peer to close after it has acknowledged everything
     std::int64_t heldBytes = 17LL * 64 * 1024 * 1024; ///< of answers on their way, over all peers
 };
 

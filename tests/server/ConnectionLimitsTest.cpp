@@ -57,9 +57,9 @@ private slots:
         const ServerLimits limits;
         QCOMPARE(limits.connections, 256U);
         QCOMPARE(limits.headBytes, 16'384U);
-        QVERIFY(limits.headDeadline == 15s);
-        QVERIFY(limits.stalled == 60s);
-        QVERIFY(limits.farewell <= limits.stalled);
+        QVERIFY(limits.headTimeout == 15s);
+        QVERIFY(limits.writeTimeout == 60s);
+        QVERIFY(limits.lingerTimeout <= limits.writeTimeout);
         QVERIFY(limits.heldBytes >= TransferTicket::largestFile + sealedSize(0));
     }
 
@@ -74,7 +74,7 @@ private slots:
     {
         QFETCH(const QByteArray, sent);
         const ExportSetup setup;
-        const RunningServer running({.headDeadline = soon});
+        const RunningServer running({.headTimeout = soon});
         const auto before = Clock::now();
         const Client client(running.port());
         QVERIFY(client.send(sent.toStdString()));
@@ -87,7 +87,7 @@ private slots:
     void everyByteDoesNotBuyMoreTime()
     {
         const ExportSetup setup;
-        const RunningServer running({.headDeadline = soon});
+        const RunningServer running({.headTimeout = soon});
         const auto before = Clock::now();
         const Client client(running.port());
         bool closed = false;
@@ -104,7 +104,7 @@ private slots:
     void headJustInTimeIsAnswered()
     {
         const ExportSetup setup;
-        const RunningServer running({.headDeadline = 1s});
+        const RunningServer running({.headTimeout = 1s});
         const Client client(running.port());
         std::this_thread::sleep_for(500ms);
         QVERIFY(isAnswered(client));
@@ -113,7 +113,7 @@ private slots:
     void connectionKeptAfterItsAnswerIsClosed()
     {
         const ExportSetup setup;
-        const RunningServer running({.connections = 1, .farewell = soon});
+        const RunningServer running({.connections = 1, .lingerTimeout = soon});
         const Client client(running.port());
         QVERIFY(isAnswered(client)); // the server has said its end, and would now wait for ours
         std::this_thread::sleep_for(soon * 2);
@@ -125,7 +125,7 @@ private slots:
     void peerThatSendsForeverIsNotReadForever()
     {
         const ExportSetup setup;
-        const RunningServer running({.farewell = soon});
+        const RunningServer running({.lingerTimeout = soon});
         const Client client(running.port());
         QVERIFY(client.send("POST / HTTP/1.1\r\n\r\n"));
         const auto before = Clock::now();
@@ -185,7 +185,7 @@ private slots:
             QSKIP("no list of open descriptors here");
         const ExportedChat chat;
         ServerOptions options{.address = "127.0.0.1"};
-        options.limits = {.connections = limit, .farewell = 60s};
+        options.limits = {.connections = limit, .lingerTimeout = 60s};
         std::promise<void> crowdIsThere;
         std::promise<std::uint16_t> ready;
         std::atomic<std::ptrdiff_t> most = 0;

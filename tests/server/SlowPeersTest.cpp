@@ -92,7 +92,7 @@ private slots:
 
     void oneThatTakesNothingIsDropped()
     {
-        const Offered offered(largest, {.stalled = 400ms});
+        const Offered offered(largest, {.writeTimeout = 400ms});
         const Client stopped = offered.fetching();
         const auto start = Clock::now();
         const Kinds brokenOff{TransferEvent::Kind::Started, TransferEvent::Kind::BrokenOff};
@@ -105,7 +105,7 @@ private slots:
     void oneThatTakesNothingOfWhatTheSystemTookIsDropped()
     {
         constexpr qsizetype fitsTheSystem = 300'000;
-        const Offered offered(fitsTheSystem, {.stalled = 400ms, .farewell = 100ms});
+        const Offered offered(fitsTheSystem, {.writeTimeout = 400ms, .lingerTimeout = 100ms});
         const Client stopped = offered.fetching();
         const auto start = Clock::now();
         const Kinds brokenOff{TransferEvent::Kind::Started, TransferEvent::Kind::BrokenOff};
@@ -117,7 +117,7 @@ private slots:
     void oneThatReadsSlowlyIsServedToTheEnd()
     {
         constexpr qsizetype size = 280'000;
-        const Offered offered(size, {.stalled = 1s, .farewell = 100ms});
+        const Offered offered(size, {.writeTimeout = 1s, .lingerTimeout = 100ms});
         const auto start = Clock::now();
         const Client slow = offered.fetching();
         qsizetype rest = 0;
@@ -135,7 +135,7 @@ private slots:
     void oneWhoseBodyIsInTheSystemAlreadyIsServedToTheEnd()
     {
         constexpr qsizetype fitsTheSystem = 150'000;
-        const Offered offered(fitsTheSystem, {.stalled = 1s, .farewell = 100ms});
+        const Offered offered(fitsTheSystem, {.writeTimeout = 1s, .lingerTimeout = 100ms});
         const Client slow = offered.fetching();
         QByteArray rest;
         for (auto some = slow.readSome(2048); some && !some->isEmpty();
@@ -150,7 +150,7 @@ private slots:
 
     void tooMuchHeldCutsOffTheLongestStalled()
     {
-        const Offered offered(largest, {.farewell = 40ms, .heldBytes = 3 * largest});
+        const Offered offered(largest, {.lingerTimeout = 40ms, .heldBytes = 3 * largest});
         const Client longest = offered.fetching();
         std::this_thread::sleep_for(100ms);
         const Client second = offered.fetching();
@@ -165,7 +165,7 @@ private slots:
 
     void tooMuchHeldSparesTheFirstWhereItKeepsReading()
     {
-        const Offered offered(largest, {.farewell = 40ms, .heldBytes = 2 * largest + 1024});
+        const Offered offered(largest, {.lingerTimeout = 40ms, .heldBytes = 2 * largest + 1024});
         const Client reading = offered.fetching();
         const Client stalled = offered.fetching();
         for (int i = 0; i < 10; ++i) {

@@ -157,7 +157,7 @@ private slots:
 
     void phoneThatKeepsItsConnectionIsDeliveredAfterAWhile()
     {
-        const Offered offered(1000, {.farewell = std::chrono::milliseconds(200)});
+        const Offered offered(1000, {.lingerTimeout = std::chrono::milliseconds(200)});
         const Client client(offered.running.port());
         QVERIFY(client.send(offered.head));
         QVERIFY(client.readAll()); // and does not close
@@ -166,7 +166,7 @@ private slots:
 
     void phoneThatHasItAllAndMakesRoomIsDelivered()
     {
-        const Offered offered(1000, {.connections = 1, .farewell = std::chrono::seconds(60)});
+        const Offered offered(1000, {.connections = 1, .lingerTimeout = std::chrono::seconds(60)});
         const Client client(offered.running.port());
         QVERIFY(client.send(offered.head));
         QVERIFY(client.readAll());
