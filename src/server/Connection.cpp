@@ -12,16 +12,25 @@ namespace {
 constexpr std::size_t readSize = 16'384;
 constexpr std::string_view blankLine = "\r\n\r\n";
 
+/// How long the peer may take over a whole answer.
+ServerLimits::Duration answerTime(const ServerLimits& limits, qsizetype bodySize)
+{
+    constexpr qsizetype piece = 65'536;
+    return limits.answerTimeout + limits.answerTimePer64KiB * bodySize / piece;
+}
+
 } // namespace
 
 Connection::Connection(
-    int descriptor, std::string peer, const ServerLimits& limits, Respond respond)
-    : m_peer(std::move(peer))
+    int descriptor, const sockaddr_storage& peer, const ServerLimits& limits, Respond respond)
+    : m_peer(numericHost(peer))
+    , m_network(networkOf(peer))
     , m_limits(limits)
     , m_respond(std::move(respond))
     , m_socket(descriptor)
     , m_readable(descriptor, QSocketNotifier::Read)
     , m_writable(descriptor, QSocketNotifier::Write)
+    , m_deadline(m_lastProgress + limits.headTimeout)
 {
     m_writable.setEnabled(false);
     connect(&m_readable, &QSocketNotifier::activated, this, &Connection::onReadable);
@@ -70,6 +79,7 @@ void Connection::respondTo(std::string_view head)
     m_kind = answer.kind;
     m_stage = Stage::Sending;
     m_lastProgress = Clock::now();
+    m_deadline = m_lastProgress + answerTime(m_limits, m_body.size());
     emit answered();
     sendMore();
 }
@@ -83,7 +93,7 @@ void Connection::sendMore()
         = m_socket.send(m_head, body.substr(static_cast<std::size_t>(m_bodySent)));
     if (status == Socket::Status::Failed)
         return close();
-    forget(count);
+    consume(count);
     if (m_head.empty() && m_bodySent == m_body.size())
         shutdown();
     else
@@ -91,7 +101,7 @@ void Connection::sendMore()
 }
 
 /// Forgets that much of what is left to send.
-void Connection::forget(std::size_t sent)
+void Connection::consume(std::size_t sent)
 {
     const std::size_t ofHead = std::min(sent, m_head.size());
     m_head.erase(0, ofHead);
@@ -116,10 +126,10 @@ void Connection::drain()
     const auto [status, count] = m_socket.read(ignored);
     if (status == Socket::Status::Failed) // reset, perhaps after everything was taken
         finish(SocketPlatform::hadAllAtReset(m_socket.descriptor(), m_answerSize));
-    else if (status == Socket::Status::Ended && hasTakenAll())
-        finish(true);
+    else if (status == Socket::Status::Ended && (isOver() || m_kind == Answer::Kind::Refusal))
+        close(); // what is left of a refusal needs no supervision: the system sends it
     else if (status == Socket::Status::Ended)
-        m_readable.setEnabled(false); // it has said all it will, and may still be taking its answer
+        m_readable.setEnabled(false); // half-closed: it may still be taking its answer
 }
 
 bool Connection::hasTakenAll() const
@@ -128,21 +138,31 @@ bool Connection::hasTakenAll() const
     return m_stage == Stage::Closing && m_socket.unacknowledged() <= ownEnd;
 }
 
+bool Connection::isOver() const
+{
+    return m_stage == Stage::Closing && (hasTakenAll() || !m_socket.isConnected());
+}
+
 void Connection::enforceLimits(Clock::time_point now)
 {
-    if (m_stage == Stage::Reading) {
-        if (now - m_lastProgress >= m_limits.headTimeout)
-            close();
+    if (m_stage != Stage::Reading)
+        watchProgress(now);
+    const bool halfClosed = m_stage == Stage::Closing && !m_readable.isEnabled();
+    if (halfClosed && isOver())
+        close();
+    else if (now < m_deadline && now - m_lastProgress < timeout())
         return;
-    }
-    watchProgress(now);
-    const bool takenAll = hasTakenAll();
-    const bool peerHasEnded = m_stage == Stage::Closing && !m_readable.isEnabled();
-    const auto patience = !takenAll ? m_limits.writeTimeout
-        : peerHasEnded              ? ServerLimits::Duration::zero()
-                                    : m_limits.lingerTimeout;
-    if (now - m_lastProgress >= patience)
-        finish(takenAll);
+    else if (m_stage == Stage::Reading || hasTakenAll())
+        close();
+    else
+        abort();
+}
+
+ServerLimits::Duration Connection::timeout() const
+{
+    if (m_stage == Stage::Reading)
+        return m_limits.headTimeout;
+    return hasTakenAll() ? m_limits.lingerTimeout : m_limits.writeTimeout;
 }
 
 /// The system takes bytes in large pieces and tells late that a slow peer took some, so it is
@@ -156,9 +176,31 @@ void Connection::watchProgress(Clock::time_point now)
     m_outstanding = outstanding;
 }
 
+void Connection::evict()
+{
+    const bool mayHaveArrived = m_stage == Stage::Reading;
+    if (mayHaveArrived)
+        readHead();
+    if (!mayHaveArrived || m_stage == Stage::Reading)
+        close();
+}
+
+/// Resets the connection, so that nothing of the answer stays with the system.
+void Connection::abort()
+{
+    m_socket.discardOnClose();
+    finish(false);
+}
+
 void Connection::close()
 {
-    finish(hasTakenAll());
+    finish(isDelivered());
+}
+
+bool Connection::isDelivered() const
+{
+    return hasTakenAll()
+        || (isOver() && SocketPlatform::hadAllAtReset(m_socket.descriptor(), m_answerSize));
 }
 
 void Connection::finish(bool delivered)

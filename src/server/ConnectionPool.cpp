@@ -1,6 +1,7 @@
 #include "server/ConnectionPool.h"
 
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <vector>
 
@@ -13,7 +14,8 @@ using Stage = Connection::Stage;
 /// Often enough that no limit is overrun by more than a quarter, or a second.
 std::chrono::milliseconds watchInterval(const ServerLimits& limits)
 {
-    const auto shortest = std::min({limits.headTimeout, limits.writeTimeout, limits.lingerTimeout});
+    const auto shortest = std::min(
+        {limits.headTimeout, limits.writeTimeout, limits.lingerTimeout, limits.answerTimeout});
     return std::clamp<std::chrono::milliseconds>(
         shortest / 4, std::chrono::milliseconds(1), std::chrono::seconds(1));
 }
@@ -30,35 +32,55 @@ ConnectionPool::ConnectionPool(const ServerLimits& limits, Connection::Respond r
 
 ConnectionPool::~ConnectionPool() = default;
 
-void ConnectionPool::add(int descriptor, const std::string& peer)
+void ConnectionPool::add(int descriptor, const sockaddr_storage& peer)
 {
     auto added = std::make_unique<Connection>(descriptor, peer, m_limits, m_respond);
-    if (m_connections.size() >= m_limits.connections && !makeRoom())
-        return; // all are being answered
+    if (m_connections.size() >= m_limits.connections && !evict())
+        return;
     const auto place = m_connections.insert(m_connections.end(), std::move(added));
     Connection* connection = place->get();
-    connect(
-        connection, &Connection::answered, this, [this, connection] { onAnswered(*connection); });
+    connect(connection, &Connection::answered, this, [this, place] { onAnswered(place); });
     connect(connection, &Connection::closed, this,
         [this, place](bool delivered) { onClosed(place, delivered); });
     if (!m_watch.isActive())
         m_watch.start();
 }
 
-/// Whoever has taken its answer goes first, then whoever has kept a place longest without a
-/// request.
-bool ConnectionPool::makeRoom()
+/// Closes one connection; false where every one is being given something.
+bool ConnectionPool::evict()
 {
-    Connection* leaving = oldest([](const Connection& each) { return each.hasTakenAll(); });
-    if (!leaving)
-        leaving = oldest([](const Connection& each) { return each.stage() == Stage::Reading; });
-    if (leaving)
-        leaving->close();
-    return leaving != nullptr;
+    const std::size_t before = m_connections.size();
+    while (m_connections.size() == before) {
+        Connection* connection = evictable();
+        if (!connection)
+            return false;
+        connection->evict(); // or it has been answered, and is evictable for another reason or none
+    }
+    return true;
 }
 
-void ConnectionPool::onAnswered(const Connection& connection)
+/// First whoever needs its connection no longer, then whoever is only being refused, then the
+/// oldest of those who have not sent a request. There is no fixed limit for each address, because
+/// hosts behind a NAT share one. But the network with the most such connections loses one, so that
+/// a host that floods the server evicts its own.
+Connection* ConnectionPool::evictable() const
 {
+    Connection* found = oldest([](const Connection& each) { return each.isOver(); });
+    if (!found)
+        found = oldestOfBusiestNetwork([](const Connection& each) {
+            return each.stage() != Stage::Reading && each.kind() == Answer::Kind::Refusal;
+        });
+    if (!found)
+        found = oldestOfBusiestNetwork(
+            [](const Connection& each) { return each.stage() == Stage::Reading; });
+    return found;
+}
+
+/// So those that read are in the order of their arrival, the others in the order of their answers.
+void ConnectionPool::onAnswered(Connections::iterator place)
+{
+    const Connection& connection = **place;
+    m_connections.splice(m_connections.end(), m_connections, place);
     boundHeldBytes();
     if (connection.kind() == Answer::Kind::Transfer)
         emit transferStarted(connection.peer());
@@ -76,14 +98,14 @@ void ConnectionPool::onClosed(Connections::iterator place, bool delivered)
 }
 
 /// Peers that stop taking their answers must not fill the memory: the one that has taken nothing
-/// for the longest time is cut off, except for the newest.
+/// for the longest time is cut off, except for the newest answer.
 void ConnectionPool::boundHeldBytes()
 {
     while (heldBytes() > m_limits.heldBytes) {
         Connection* connection = longestStalled();
         if (!connection)
             return;
-        connection->close();
+        connection->evict();
     }
 }
 
@@ -102,6 +124,19 @@ Connection* ConnectionPool::oldest(Condition condition) const
     const auto found = std::find_if(m_connections.begin(), m_connections.end(),
         [&condition](const auto& connection) { return condition(*connection); });
     return found == m_connections.end() ? nullptr : found->get();
+}
+
+template <typename Condition>
+Connection* ConnectionPool::oldestOfBusiestNetwork(Condition condition) const
+{
+    std::map<PeerNetwork, std::size_t> counts;
+    std::size_t most = 0;
+    for (const auto& connection : m_connections) {
+        if (condition(*connection))
+            most = std::max(most, ++counts[connection->network()]);
+    }
+    return oldest(
+        [&](const Connection& each) { return condition(each) && counts[each.network()] == most; });
 }
 
 Connection* ConnectionPool::longestStalled() const

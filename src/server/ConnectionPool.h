@@ -20,8 +20,10 @@ public:
     ConnectionPool(const ServerLimits& limits, Connection::Respond respond);
     ~ConnectionPool() override;
 
-    /// Takes over the descriptor of a connected socket, from the peer with this numeric address.
-    void add(int descriptor, const std::string& peer);
+    /// Takes over the descriptor of a connected socket, and the address of its peer. Where the pool
+    /// is full, another connection is evicted; this one is closed where every other is being given
+    /// something.
+    void add(int descriptor, const sockaddr_storage& peer);
 
 signals:
     /// A ticket's file is on its way to a peer.
@@ -31,15 +33,18 @@ signals:
     void transferEnded(const std::string& peer, bool delivered);
 
 private:
-    using Connections = std::list<std::unique_ptr<Connection>>; ///< the oldest first
+    using Connections = std::list<std::unique_ptr<Connection>>; ///< see onAnswered()
 
-    bool makeRoom();
-    void onAnswered(const Connection& connection);
+    bool evict();
+    Connection* evictable() const;
+    void onAnswered(Connections::iterator place);
     void onClosed(Connections::iterator place, bool delivered);
     void boundHeldBytes();
     void enforceLimits();
     template <typename Condition>
     Connection* oldest(Condition condition) const;
+    template <typename Condition>
+    Connection* oldestOfBusiestNetwork(Condition condition) const;
     Connection* longestStalled() const;
     std::int64_t heldBytes() const;
 

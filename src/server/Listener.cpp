@@ -1,6 +1,5 @@
 #include "server/Listener.h"
 
-#include "server/Socket.h"
 #include "server/SocketPlatform.h"
 
 #include <fcntl.h>
@@ -103,7 +102,7 @@ void Listener::acceptAll()
         sockaddr_storage peer{};
         const int descriptor = SocketPlatform::accept(m_socket.get(), peer);
         if (descriptor >= 0)
-            m_accept(descriptor, numericHost(peer));
+            m_accept(descriptor, peer);
         else if (!concernsOneConnection(errno))
             break;
     }

@@ -6,6 +6,8 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include <sys/socket.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -13,13 +15,13 @@
 
 namespace korvane {
 
-/// Accepts TCP connections and hands their descriptors on, with the peer's numeric address. Where
+/// Accepts TCP connections and hands their descriptors on, with the peer's address. Where
 /// the system has none to spare it tries again a little later. Lives on the server's thread.
 class Listener : public QObject {
     Q_OBJECT
 
 public:
-    using Accept = std::function<void(int descriptor, const std::string& peer)>;
+    using Accept = std::function<void(int descriptor, const sockaddr_storage& peer)>;
 
     /// Listens on a numeric address, or on all that this machine has where that is empty; port 0
     /// is one that the system chooses. Nothing where it cannot be had.

@@ -16,6 +16,8 @@ struct ServerLimits {
     Duration writeTimeout = std::chrono::seconds(60); ///< without an acknowledgement by the peer
     Duration lingerTimeout
         = std::chrono::seconds(2); ///< for the peer to close after it has acknowledged everything
+    Duration answerTimeout = std::chrono::seconds(30); ///< for a whole answer, and in addition
+    Duration answerTimePer64KiB = std::chrono::seconds(1); ///< of its body
     std::int64_t heldBytes = 17LL * 64 * 1024 * 1024; ///< of answers on their way, over all peers
 };
 

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cerrno>
+#include <numeric>
 
 namespace korvane {
 
@@ -29,7 +30,31 @@ Socket::Transferred outcomeOf(ssize_t count)
     return {later ? Status::NotNow : Status::Failed};
 }
 
+std::uint64_t bigEndian(std::span<const unsigned char> bytes)
+{
+    return std::accumulate(bytes.begin(), bytes.end(), std::uint64_t{0},
+        [](std::uint64_t number, unsigned char byte) { return number << 8 | byte; });
+}
+
+PeerNetwork networkOfIPv4(std::span<const unsigned char> address)
+{
+    constexpr PeerNetwork reserved = PeerNetwork{0xffff} << 32;
+    return reserved | bigEndian(address);
+}
+
 } // namespace
+
+PeerNetwork networkOf(const sockaddr_storage& address)
+{
+    if (address.ss_family != AF_INET6) {
+        const auto& ipv4 = reinterpret_cast<const sockaddr_in&>(address).sin_addr;
+        return networkOfIPv4({reinterpret_cast<const unsigned char*>(&ipv4), sizeof ipv4});
+    }
+    const in6_addr& host = reinterpret_cast<const sockaddr_in6&>(address).sin6_addr;
+    const std::span bytes(host.s6_addr);
+    return IN6_IS_ADDR_V4MAPPED(&host) ? networkOfIPv4(bytes.last<4>())
+                                       : bigEndian(bytes.first<8>());
+}
 
 Socket::Socket(int descriptor) : m_descriptor(descriptor)
 {
@@ -55,6 +80,19 @@ Socket::Transferred Socket::send(std::string_view first, std::string_view second
 void Socket::finishSending() const
 {
     ::shutdown(descriptor(), SHUT_WR);
+}
+
+void Socket::discardOnClose() const
+{
+    const linger discard{1, 0};
+    ::setsockopt(descriptor(), SOL_SOCKET, SO_LINGER, &discard, sizeof discard);
+}
+
+bool Socket::isConnected() const
+{
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    return ::getpeername(descriptor(), reinterpret_cast<sockaddr*>(&address), &size) == 0;
 }
 
 std::int64_t Socket::unacknowledged() const

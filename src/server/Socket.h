@@ -12,6 +12,13 @@
 
 namespace korvane {
 
+/// Identifies the IPv4 address, or the /64 network of the IPv6 address, that a connection comes
+/// from: a host can have any number of addresses in its /64. An IPv4 address, mapped into IPv6 or
+/// not, is a number in the reserved network ::/8.
+using PeerNetwork = std::uint64_t;
+
+PeerNetwork networkOf(const sockaddr_storage& address);
+
 /// The accepted end of a TCP connection; nothing here ever blocks. (Qt's own sockets close as soon
 /// as the peer has closed its side, and so could not answer a client that sends its request and
 /// says that this was all.) Used by one thread at a time.
@@ -39,8 +46,15 @@ public:
     /// Tells the peer that nothing more will be sent. Receiving goes on.
     void finishSending() const;
 
-    /// Gives the descriptor back at once.
+    /// Closes the descriptor. The system goes on sending what was written, unless input is unread.
     void close() { m_descriptor = Descriptor(); }
+
+    /// Has close() reset the connection and discard what the peer has not acknowledged.
+    void discardOnClose() const;
+
+    /// False once the peer has reset the connection, or both sides have closed it. (After a FIN and
+    /// a reset, reading only reports the end of the input.)
+    bool isConnected() const;
 
     /// Bytes that were sent and that the peer has not acknowledged yet.
     std::int64_t unacknowledged() const;

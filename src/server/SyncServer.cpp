@@ -83,7 +83,7 @@ void SyncServer::launch(std::uint16_t port)
 bool SyncServer::listen(std::uint16_t port)
 {
     m_listener = Listener::on(m_options.address, port,
-        [this](int descriptor, const std::string& peer) { m_pool->add(descriptor, peer); });
+        [this](int descriptor, const sockaddr_storage& peer) { m_pool->add(descriptor, peer); });
     return m_listener != nullptr;
 }
 

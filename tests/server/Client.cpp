@@ -1,15 +1,42 @@
 #include "server/Client.h"
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+
+#if __has_include(<linux/filter.h>)
+#include <linux/filter.h>
+#endif
 
 #include <array>
 #include <cerrno>
 #include <system_error>
 
 namespace korvane {
+
+namespace {
+
+sockaddr_in addressOf(in_addr host, std::uint16_t port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr = host;
+    return address;
+}
+
+bool bindTo(const Descriptor& socket, const char* source)
+{
+    in_addr host{};
+    if (::inet_pton(AF_INET, source, &host) != 1)
+        return false;
+    const sockaddr_in address = addressOf(host, 0);
+    return ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+} // namespace
 
 Client::Client(std::uint16_t port, Settings settings)
     : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
@@ -20,12 +47,10 @@ Client::Client(std::uint16_t port, Settings settings)
     };
     set(SOL_SOCKET, SO_RCVBUF, settings.receiveBuffer);
     set(IPPROTO_TCP, TCP_MAXSEG, settings.segment);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const sockaddr_in address = addressOf({htonl(INADDR_LOOPBACK)}, port);
     const auto* target = reinterpret_cast<const sockaddr*>(&address);
-    if (!m_socket || ::connect(m_socket.get(), target, sizeof address) != 0)
+    const bool bound = m_socket && (!settings.source || bindTo(m_socket, settings.source));
+    if (!bound || ::connect(m_socket.get(), target, sizeof address) != 0)
         throw std::system_error(errno, std::generic_category());
 }
 
@@ -93,6 +118,18 @@ bool Client::isClosedWithin(std::chrono::milliseconds time) const
 {
     char byte = 0;
     return waitReadable(time) && ::recv(m_socket.get(), &byte, 1, 0) <= 0;
+}
+
+bool Client::discardIncoming() const
+{
+#if __has_include(<linux/filter.h>)
+    sock_filter keepNothing{BPF_RET | BPF_K, 0, 0, 0};
+    const sock_fprog program{1, &keepNothing};
+    return ::setsockopt(m_socket.get(), SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program)
+        == 0;
+#else
+    return false;
+#endif
 }
 
 void Client::reset()

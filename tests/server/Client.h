@@ -22,6 +22,7 @@ public:
     struct Settings {
         int receiveBuffer = 0; ///< bytes that it takes before the program reads them, about
         int segment = 0; ///< bytes at once on the wire
+        const char* source = nullptr; ///< its own IPv4 address, one of 127.0.0.0/8
     };
 
     /// Throws std::system_error where there is no connection to be had.
@@ -47,6 +48,10 @@ public:
     /// True where the server closes the connection, one way or the other, within the time, without
     /// having sent a byte more.
     bool isClosedWithin(std::chrono::milliseconds time) const;
+
+    /// From now on its system discards every packet that arrives, so it acknowledges nothing. False
+    /// where the system cannot do that.
+    bool discardIncoming() const;
 
     /// Drops the connection with a reset instead of an orderly end.
     void reset();

@@ -59,6 +59,8 @@ private slots:
         QCOMPARE(limits.headBytes, 16'384U);
         QVERIFY(limits.headTimeout == 15s);
         QVERIFY(limits.writeTimeout == 60s);
+        QVERIFY(limits.answerTimeout == 30s);
+        QVERIFY(limits.answerTimePer64KiB == 1s);
         QVERIFY(limits.lingerTimeout <= limits.writeTimeout);
         QVERIFY(limits.heldBytes >= TransferTicket::largestFile + sealedSize(0));
     }

@@ -27,14 +27,14 @@ std::vector<TransferEvent::Kind> TransferLog::kinds() const
     return kinds;
 }
 
-RunningServer::RunningServer(ServerLimits limits)
+RunningServer::RunningServer(ServerLimits limits, const std::string& address)
     : m_now(std::make_shared<std::atomic<TransferTicket::Clock::time_point>>(
         TransferTicket::Clock::now()))
 {
     ServerOptions options;
     options.now = [now = m_now] { return now->load(); };
     options.limits = limits;
-    options.address = "127.0.0.1";
+    options.address = address;
     m_server = std::make_unique<SyncServer>(std::move(options));
     const auto ready = std::make_shared<std::promise<std::uint16_t>>();
     m_server->onReady = [ready, told = false](std::uint16_t port) mutable {

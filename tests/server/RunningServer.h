@@ -26,11 +26,11 @@ private:
 };
 
 /// A server of a test's own: it listens on the loopback interface, on a port that the system
-/// chooses, and keeps its pairing in the set-up's support folder.
+/// chooses, and keeps its pairing in the test's support folder.
 class RunningServer {
 public:
     /// Starts it and waits until it is ready.
-    explicit RunningServer(ServerLimits limits = {});
+    explicit RunningServer(ServerLimits limits = {}, const std::string& address = "127.0.0.1");
 
     SyncServer& server() { return *m_server; }
     std::uint16_t port() const { return m_port; }

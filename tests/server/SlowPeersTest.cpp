@@ -4,6 +4,7 @@
 
 #include <QtTest/QTest>
 
+#include <future>
 #include <thread>
 
 using namespace korvane;
@@ -59,6 +60,14 @@ class SlowPeersTest : public QObject {
              some = client.readSome(most))
             size += some->size();
         return size;
+    }
+
+    /// Reads 4 KiB every 20 ms, that is 200 KiB a second at most, to the end.
+    static void readSlowly(const Client& client)
+    {
+        for (auto some = client.readSome(4096); some && !some->isEmpty();
+             some = client.readSome(4096))
+            std::this_thread::sleep_for(20ms);
     }
 
     static constexpr qsizetype restOfLargest = largest - 2048; ///< at least; without the head
@@ -148,6 +157,43 @@ private slots:
         QTRY_COMPARE(offered.running.transfers().kinds(), delivered);
     }
 
+    void oneThatReadsForTooLongIsCutOff_data()
+    {
+        QTest::addColumn<int>("perPiece"); // milliseconds for each 64 KiB
+        QTest::addColumn<int>("allowed"); // milliseconds in all
+        QTest::newRow("whatever the size") << 0 << 500;
+        QTest::newRow("later where the answer is larger") << 20 << 500 + 64 * 20;
+    }
+
+    void oneThatReadsForTooLongIsCutOff()
+    {
+        QFETCH(const int, perPiece);
+        QFETCH(const int, allowed);
+        constexpr qsizetype size = qsizetype{4} * 1024 * 1024; // 20 s of reading
+        const Offered offered(size,
+            {.answerTimeout = 500ms, .answerTimePer64KiB = std::chrono::milliseconds(perPiece)});
+        const auto start = Clock::now();
+        const Client slow = offered.fetching();
+        const auto reading = std::async(std::launch::async, readSlowly, std::cref(slow));
+        const Kinds brokenOff{TransferEvent::Kind::Started, TransferEvent::Kind::BrokenOff};
+        QTRY_COMPARE_WITH_TIMEOUT(offered.running.transfers().kinds(), brokenOff, 15'000);
+        const auto after = since(start);
+        reading.wait();
+        QVERIFY(after >= std::chrono::milliseconds(allowed));
+        QVERIFY2(after < std::chrono::milliseconds(allowed) + 1500ms,
+            std::to_string(after.count()).c_str());
+    }
+
+    void oneThatIsCutOffLeavesNothingWithTheSystem()
+    {
+        constexpr qsizetype fitsTheSystem = 300'000;
+        const Offered offered(fitsTheSystem, {.answerTimeout = 300ms, .answerTimePer64KiB = 0ms});
+        const Client stopped = offered.fetching();
+        const Kinds brokenOff{TransferEvent::Kind::Started, TransferEvent::Kind::BrokenOff};
+        QTRY_COMPARE(offered.running.transfers().kinds(), brokenOff);
+        QVERIFY(restOf(stopped) < fitsTheSystem / 2); // what its own system had taken
+    }
+
     void tooMuchHeldCutsOffTheLongestStalled()
     {
         const Offered offered(largest, {.lingerTimeout = 40ms, .heldBytes = 3 * largest});
@@ -185,6 +231,17 @@ private slots:
         const Client newest = offered.fetching();
         QVERIFY(restOf(older) < restOfLargest);
         QVERIFY(restOf(newest) > restOfLargest);
+    }
+
+    void theNewestAnswerCountsNotTheNewestConnection()
+    {
+        const Offered offered(largest, {.heldBytes = 1024});
+        const Client early(offered.running.port(), small);
+        QCOMPARE(get(offered.running.port(), "/").status, 401); // so the one before is accepted
+        const Client older = offered.fetching();
+        QVERIFY(early.send(offered.head));
+        QVERIFY(restOf(older) < restOfLargest);
+        QVERIFY(restOf(early) > restOfLargest);
     }
 };
 
