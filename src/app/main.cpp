@@ -1,5 +1,6 @@
 #include "app/Application.h"
 #include "messages/Sqlite.h"
+#include "storage/Descriptor.h"
 #include "storage/LocaleWarning.h"
 
 #include <csignal>
@@ -10,6 +11,7 @@ int main(int argc, char* argv[])
     suppressLocaleWarning();
     if (const auto folder = Application::snapshotFolder({argv + 1, argv + argc}))
         return Application::writeSnapshots(*folder, argc, argv);
+    raiseDescriptorLimit();
     Sqlite::configureProcess();
     std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes fails one chat, not the process
     return Application::run(argc, argv);

@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 #include "messages/Sqlite.h"
+#include "storage/Descriptor.h"
 #include "storage/LocaleWarning.h"
 
 #include <QCoreApplication>
@@ -13,6 +14,7 @@
 int main(int argc, char* argv[])
 {
     korvane::suppressLocaleWarning();
+    korvane::raiseDescriptorLimit();
     const QCoreApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // numbers on the command line are the same everywhere
     korvane::Sqlite::configureProcess();

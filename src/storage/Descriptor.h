@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cstddef>
 #include <utility>
 
 namespace korvane {
@@ -30,5 +31,14 @@ private:
 
     int m_fd;
 };
+
+/// How many descriptors this process may have open at a time (the soft limit).
+std::size_t descriptorLimit();
+
+/// Raises the soft limit to 1,024, or to the hard limit where that is lower: macOS starts a program
+/// with 256, which the server's connections alone can use up. Not higher, because programs started
+/// from this one inherit it, and select() cannot handle descriptors above 1,023. A higher soft
+/// limit stays. main() calls this before there is another thread.
+void raiseDescriptorLimit();
 
 } // namespace korvane
