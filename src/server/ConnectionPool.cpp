@@ -1,5 +1,7 @@
 #include "server/ConnectionPool.h"
 
+#include "storage/Descriptor.h"
+
 #include <algorithm>
 #include <map>
 #include <numeric>
@@ -20,10 +22,19 @@ std::chrono::milliseconds watchInterval(const ServerLimits& limits)
         shortest / 4, std::chrono::milliseconds(1), std::chrono::seconds(1));
 }
 
+/// Keeps some of the process's descriptors for the database, the files and the window.
+ServerLimits withinDescriptors(ServerLimits limits)
+{
+    constexpr std::size_t reserve = 64;
+    const std::size_t all = descriptorLimit();
+    limits.connections = std::min(limits.connections, all - std::min(reserve, all / 2));
+    return limits;
+}
+
 } // namespace
 
 ConnectionPool::ConnectionPool(const ServerLimits& limits, Connection::Respond respond)
-    : m_limits(limits)
+    : m_limits(withinDescriptors(limits))
     , m_respond(std::move(respond))
 {
     m_watch.setInterval(watchInterval(limits));
@@ -35,7 +46,7 @@ ConnectionPool::~ConnectionPool() = default;
 void ConnectionPool::add(int descriptor, const sockaddr_storage& peer)
 {
     auto added = std::make_unique<Connection>(descriptor, peer, m_limits, m_respond);
-    if (m_connections.size() >= m_limits.connections && !evict())
+    if (m_connections.size() >= m_capacity && !evict())
         return;
     const auto place = m_connections.insert(m_connections.end(), std::move(added));
     Connection* connection = place->get();
@@ -44,6 +55,15 @@ void ConnectionPool::add(int descriptor, const sockaddr_storage& peer)
         [this, place](bool delivered) { onClosed(place, delivered); });
     if (!m_watch.isActive())
         m_watch.start();
+}
+
+bool ConnectionPool::freeDescriptors()
+{
+    constexpr std::size_t spare = 16; // for the files of the next answers
+    const std::size_t before = m_connections.size();
+    m_capacity = std::max<std::size_t>(before, spare + 1) - spare;
+    while (m_connections.size() > m_capacity && evict()) { }
+    return m_connections.size() < before;
 }
 
 /// Closes one connection; false where every one is being given something.
@@ -91,8 +111,10 @@ void ConnectionPool::onClosed(Connections::iterator place, bool delivered)
     Connection* connection = place->release(); // it is in the middle of emitting
     m_connections.erase(place);
     connection->deleteLater();
-    if (m_connections.empty())
+    if (m_connections.empty()) {
         m_watch.stop();
+        m_capacity = m_limits.connections;
+    }
     if (connection->kind() == Answer::Kind::Transfer)
         emit transferEnded(connection->peer(), delivered);
 }

@@ -25,6 +25,10 @@ public:
     /// something.
     void add(int descriptor, const sockaddr_storage& peer);
 
+    /// Evicts some connections, so that the process has descriptors again, and holds fewer from now
+    /// on until all are gone. False where there was none to evict.
+    bool freeDescriptors();
+
 signals:
     /// A ticket's file is on its way to a peer.
     void transferStarted(const std::string& peer);
@@ -50,6 +54,7 @@ private:
 
     const ServerLimits m_limits;
     const Connection::Respond m_respond;
+    std::size_t m_capacity = m_limits.connections;
     Connections m_connections;
     QTimer m_watch; ///< runs while there are connections
 };

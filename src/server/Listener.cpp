@@ -68,47 +68,78 @@ Descriptor socketForAll(std::uint16_t port)
     return both || errno == EADDRINUSE ? std::move(both) : listeningSocket("0.0.0.0", port);
 }
 
-/// Trouble of the one connection, which is gone with it.
+/// The one connection failed, and accept() can be tried again at once.
 bool concernsOneConnection(int code)
 {
     return code == EINTR || code == ECONNABORTED || code == EPROTO;
 }
 
+bool isOutOfDescriptors(int code)
+{
+    return code == EMFILE || code == ENFILE;
+}
+
+bool isNoneWaiting(int code)
+{
+    return code == EAGAIN || code == EWOULDBLOCK;
+}
+
 } // namespace
 
 std::unique_ptr<Listener> Listener::on(
-    const std::string& address, std::uint16_t port, const Accept& accept)
+    const std::string& address, std::uint16_t port, Accept accept, FreeDescriptors free)
 {
     Descriptor socket = address.empty() ? socketForAll(port) : listeningSocket(address, port);
     if (!socket)
         return nullptr;
-    return std::unique_ptr<Listener>(new Listener(std::move(socket), accept));
+    return std::unique_ptr<Listener>(
+        new Listener(std::move(socket), std::move(accept), std::move(free)));
 }
 
-Listener::Listener(Descriptor socket, Accept accept)
+Listener::Listener(Descriptor socket, Accept accept, FreeDescriptors free)
     : m_socket(std::move(socket))
     , m_accept(std::move(accept))
+    , m_freeDescriptors(std::move(free))
     , m_waiting(m_socket.get(), QSocketNotifier::Read)
 {
-    connect(&m_waiting, &QSocketNotifier::activated, this, &Listener::acceptAll);
+    connect(&m_waiting, &QSocketNotifier::activated, this, &Listener::acceptSome);
     m_retry.setSingleShot(true);
     m_retry.setInterval(std::chrono::milliseconds(100));
     connect(&m_retry, &QTimer::timeout, this, [this] { m_waiting.setEnabled(true); });
 }
 
-void Listener::acceptAll()
+/// The notifier fires again for what is left in the backlog, after the other sockets' turn.
+void Listener::acceptSome()
 {
-    while (true) {
-        sockaddr_storage peer{};
-        const int descriptor = SocketPlatform::accept(m_socket.get(), peer);
-        if (descriptor >= 0)
-            m_accept(descriptor, peer);
-        else if (!concernsOneConnection(errno))
-            break;
+    constexpr int most = 16;
+    for (int i = 0; i < most; ++i) {
+        if (!acceptOne())
+            return;
     }
-    if (errno == EAGAIN || errno == EWOULDBLOCK)
-        return;
-    m_waiting.setEnabled(false); // it would wake the thread again at once
+}
+
+/// False where there is nothing more to do for now.
+bool Listener::acceptOne()
+{
+    sockaddr_storage peer{};
+    const int descriptor = SocketPlatform::accept(m_socket.get(), peer);
+    const int error = errno;
+    if (descriptor >= 0)
+        m_accept(descriptor, peer);
+    if (descriptor >= 0 || concernsOneConnection(error))
+        return true;
+    if (isNoneWaiting(error))
+        return false;
+    if (isOutOfDescriptors(error) && m_freeDescriptors())
+        return true;
+    pause();
+    return false;
+}
+
+/// The notifier would wake the thread again at once.
+void Listener::pause()
+{
+    m_waiting.setEnabled(false);
     m_retry.start();
 }
 

@@ -10,7 +10,7 @@ namespace korvane {
 struct ServerLimits {
     using Duration = std::chrono::milliseconds;
 
-    std::size_t connections = 256; ///< open at once
+    std::size_t connections = 256; ///< open at once; fewer where the process has few descriptors
     std::size_t headBytes = 16'384; ///< received without the end of the head among them
     Duration headTimeout = std::chrono::seconds(15); ///< from accept to the end of the head
     Duration writeTimeout = std::chrono::seconds(60); ///< without an acknowledgement by the peer

@@ -82,8 +82,10 @@ void SyncServer::launch(std::uint16_t port)
 
 bool SyncServer::listen(std::uint16_t port)
 {
-    m_listener = Listener::on(m_options.address, port,
-        [this](int descriptor, const sockaddr_storage& peer) { m_pool->add(descriptor, peer); });
+    m_listener = Listener::on(
+        m_options.address, port,
+        [this](int descriptor, const sockaddr_storage& peer) { m_pool->add(descriptor, peer); },
+        [this] { return m_pool->freeDescriptors(); });
     return m_listener != nullptr;
 }
 

@@ -38,19 +38,27 @@ bool bindTo(const Descriptor& socket, const char* source)
 
 } // namespace
 
-Client::Client(std::uint16_t port, Settings settings)
-    : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+Descriptor Client::unconnected(Settings settings)
 {
-    const auto set = [this](int level, int option, int value) {
+    Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const auto set = [&socket](int level, int option, int value) {
         if (value != 0)
-            ::setsockopt(m_socket.get(), level, option, &value, sizeof value);
+            ::setsockopt(socket.get(), level, option, &value, sizeof value);
     };
     set(SOL_SOCKET, SO_RCVBUF, settings.receiveBuffer);
     set(IPPROTO_TCP, TCP_MAXSEG, settings.segment);
+    if (!socket || (settings.source && !bindTo(socket, settings.source)))
+        throw std::system_error(errno, std::generic_category());
+    return socket;
+}
+
+Client::Client(std::uint16_t port, Settings settings) : Client(port, unconnected(settings)) { }
+
+Client::Client(std::uint16_t port, Descriptor socket) : m_socket(std::move(socket))
+{
     const sockaddr_in address = addressOf({htonl(INADDR_LOOPBACK)}, port);
     const auto* target = reinterpret_cast<const sockaddr*>(&address);
-    const bool bound = m_socket && (!settings.source || bindTo(m_socket, settings.source));
-    if (!bound || ::connect(m_socket.get(), target, sizeof address) != 0)
+    if (::connect(m_socket.get(), target, sizeof address) != 0)
         throw std::system_error(errno, std::generic_category());
 }
 

@@ -26,8 +26,14 @@ public:
     };
 
     /// Throws std::system_error where there is no connection to be had.
-    explicit Client(std::uint16_t port) : Client(port, {}) { }
+    explicit Client(std::uint16_t port) : Client(port, Settings()) { }
     Client(std::uint16_t port, Settings settings);
+
+    /// Connects a socket that was made earlier.
+    Client(std::uint16_t port, Descriptor socket);
+
+    /// A socket to be connected later.
+    static Descriptor unconnected(Settings settings);
 
     /// False where the server has closed the connection.
     bool send(std::string_view bytes) const;

@@ -27,7 +27,56 @@ class DescriptorsTest : public QObject {
         return total(usage.ru_utime) + total(usage.ru_stime);
     }
 
+    /// While it lives, the process's descriptors are below this number.
+    class SoftLimit {
+    public:
+        explicit SoftLimit(rlim_t limit)
+        {
+            ::getrlimit(RLIMIT_NOFILE, &m_before);
+            const rlimit now{std::min(limit, m_before.rlim_max), m_before.rlim_max};
+            ::setrlimit(RLIMIT_NOFILE, &now);
+        }
+        ~SoftLimit() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+        Q_DISABLE_COPY_MOVE(SoftLimit)
+
+    private:
+        rlimit m_before{};
+    };
+
+    static constexpr int aside = 2000; ///< what the limits in these tests do not reach
+    static constexpr rlim_t enough = 3000;
+
+    /// Sockets to be connected later, whose descriptors are above any low limit, so that only the
+    /// server needs low ones.
+    static std::vector<Descriptor> socketsAside(int count)
+    {
+        const SoftLimit high(enough);
+        std::vector<Descriptor> sockets;
+        for (int i = 0; i < count; ++i) {
+            const Descriptor low = Client::unconnected({});
+            sockets.emplace_back(::fcntl(low.get(), F_DUPFD_CLOEXEC, aside));
+        }
+        return sockets;
+    }
+
+    static std::vector<Client> connected(std::uint16_t port, std::vector<Descriptor> sockets)
+    {
+        std::vector<Client> clients;
+        for (Descriptor& socket : sockets)
+            clients.emplace_back(port, std::move(socket));
+        return clients;
+    }
+
 private slots:
+    void initTestCase()
+    {
+        const SoftLimit high(enough);
+        rlimit now{};
+        ::getrlimit(RLIMIT_NOFILE, &now);
+        if (now.rlim_cur < enough)
+            QSKIP("too few descriptors for these tests");
+    }
+
     void noneForAConnectionIsWaitedFor()
     {
         const ExportSetup setup;
@@ -50,16 +99,51 @@ private slots:
         }
     }
 
-    void thoseConnectedAlreadyAreAnsweredMeanwhile()
+    void transferUnderWayGoesOnMeanwhile()
+    {
+        const ExportedChat chat;
+        constexpr qsizetype large = qsizetype{32} * 1024 * 1024; // more than a system takes at once
+        chat.resize(large);
+        RunningServer running;
+        chat.offer(running.server());
+        const Client fetching(running.port(), {.receiveBuffer = 64 * 1024});
+        QVERIFY(fetching.send(headFor(running.targetFor(chat.fileName()))));
+        QVERIFY(fetching.readExactly(1000));
+        const OnlyDescriptors one(1);
+        const Client waiting(running.port());
+        QVERIFY(!waiting.isClosedWithin(300ms));
+        QVERIFY(fetching.readAll().value_or(QByteArray()).size() > large - 1000);
+    }
+
+    void idleConnectionsAreEvictedWhereNoneIsLeft()
     {
         const ExportSetup setup;
         const RunningServer running;
-        const Client connected(running.port());
-        QCOMPARE(get(running.port(), "/").status, 401); // so the one before is accepted
-        const OnlyDescriptors one(1);
-        const Client waiting(running.port());
-        QVERIFY(connected.send("GET / HTTP/1.1\r\n\r\n"));
-        QCOMPARE(taken(connected.readAll().value_or(QByteArray())).status, 401);
+        auto sockets = socketsAside(200);
+        const OnlyDescriptors few(40);
+        QVERIFY(few.works());
+        const auto idle = connected(running.port(), std::move(sockets));
+        const auto start = std::chrono::steady_clock::now();
+        QVERIFY(idle.back().send("GET / HTTP/1.1\r\n\r\n"));
+        QCOMPARE(taken(idle.back().readAll().value_or(QByteArray())).status, 401);
+        QVERIFY(std::chrono::steady_clock::now() - start < 1s);
+        QVERIFY(idle.front().isClosedWithin(1s));
+    }
+
+    void lowLimitLeavesSomeForAnExportBesideAFullPool()
+    {
+        ExportedChat chat;
+        auto sockets = socketsAside(741);
+        const SoftLimit usualOnMacOS(256);
+        RunningServer running;
+        chat.offer(running.server());
+        const auto idle = connected(running.port(), std::move(sockets));
+        const auto start = std::chrono::steady_clock::now();
+        QVERIFY(idle.back().send(headFor(running.targetFor(chat.fileName()))));
+        QCOMPARE(taken(idle.back().readAll().value_or(QByteArray())).status, 200);
+        QVERIFY(std::chrono::steady_clock::now() - start < 1s);
+        chat.setup.addMessages(1, 5);
+        QCOMPARE(chat.setup.sync().errors, std::vector<std::string>());
     }
 
     void noneForTheFileIsAnError()

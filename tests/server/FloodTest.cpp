@@ -1,3 +1,4 @@
+#include "server/Listener.h"
 #include "server/RunningServer.h"
 
 #include "support/Printing.h"
@@ -300,6 +301,29 @@ private slots:
         crowdIsThere.set_value();
         QCOMPARE(taken(early.readAll().value_or(QByteArray())).status, 401);
         QVERIFY(busy.readAll());
+    }
+
+    void listenerAcceptsABoundedNumberPerWakeUp()
+    {
+        std::vector<Descriptor> accepted;
+        const auto listener = Listener::on(
+            host, 0,
+            [&](int descriptor, const sockaddr_storage& /*peer*/) {
+                accepted.emplace_back(descriptor);
+            },
+            [] { return false; });
+        QVERIFY(listener != nullptr);
+        Clients crowd;
+        for (int i = 0; i < 200; ++i)
+            crowd.emplace_back(listener->port());
+        std::size_t most = 0;
+        for (int i = 0; i < 100 && accepted.size() < crowd.size(); ++i) {
+            const std::size_t before = accepted.size();
+            QCoreApplication::processEvents();
+            most = std::max(most, accepted.size() - before);
+        }
+        QCOMPARE(accepted.size(), crowd.size());
+        QVERIFY2(most <= 32, std::to_string(most).c_str());
     }
 };
 
