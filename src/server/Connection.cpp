@@ -148,13 +148,11 @@ void Connection::enforceLimits(Clock::time_point now)
     if (m_stage != Stage::Reading)
         watchProgress(now);
     const bool halfClosed = m_stage == Stage::Closing && !m_readable.isEnabled();
-    if (halfClosed && isOver())
+    const bool expired = now >= m_deadline || now - m_lastProgress >= timeout();
+    const bool owesNothing = m_stage == Stage::Reading || hasTakenAll();
+    if ((halfClosed && isOver()) || (expired && owesNothing))
         close();
-    else if (now < m_deadline && now - m_lastProgress < timeout())
-        return;
-    else if (m_stage == Stage::Reading || hasTakenAll())
-        close();
-    else
+    else if (expired)
         abort();
 }
 

@@ -61,12 +61,16 @@ bool ConnectionPool::freeDescriptors()
 {
     constexpr std::size_t spare = 16; // for the files of the next answers
     const std::size_t before = m_connections.size();
-    m_capacity = std::max<std::size_t>(before, spare + 1) - spare;
-    while (m_connections.size() > m_capacity && evict()) { }
-    return m_connections.size() < before;
+    bool evicted = true;
+    while (evicted && m_connections.size() + spare > before)
+        evicted = evict();
+    if (m_connections.size() == before)
+        return false;
+    m_capacity = std::max<std::size_t>(m_connections.size(), 1);
+    return true;
 }
 
-/// Closes one connection; false where every one is being given something.
+/// Closes one connection; false where all of them have been given something and are taking it.
 bool ConnectionPool::evict()
 {
     const std::size_t before = m_connections.size();
@@ -74,29 +78,30 @@ bool ConnectionPool::evict()
         Connection* connection = evictable();
         if (!connection)
             return false;
-        connection->evict(); // or it has been answered, and is evictable for another reason or none
+        connection->evict(); // or answers it; the next one to evict may then be another
     }
     return true;
 }
 
-/// First whoever needs its connection no longer, then whoever is only being refused, then the
-/// oldest of those who have not sent a request. There is no fixed limit for each address, because
-/// hosts behind a NAT share one. But the network with the most such connections loses one, so that
-/// a host that floods the server evicts its own.
+/// First a connection that is over, then one that is only being refused, then one that has not sent
+/// its request. Of the refused and of the waiting ones, it is the oldest of the network that has
+/// the most, so that a host that floods the server evicts its own. There is no fixed limit for an
+/// address, because the hosts behind a NAT share one.
 Connection* ConnectionPool::evictable() const
 {
-    Connection* found = oldest([](const Connection& each) { return each.isOver(); });
-    if (!found)
-        found = oldestOfBusiestNetwork([](const Connection& each) {
-            return each.stage() != Stage::Reading && each.kind() == Answer::Kind::Refusal;
-        });
-    if (!found)
-        found = oldestOfBusiestNetwork(
-            [](const Connection& each) { return each.stage() == Stage::Reading; });
-    return found;
+    const auto isOver = [](const Connection& each) { return each.isOver(); };
+    const auto isWaiting = [](const Connection& each) { return each.stage() == Stage::Reading; };
+    const auto isRefused = [&](const Connection& each) {
+        return !isWaiting(each) && each.kind() == Answer::Kind::Refusal;
+    };
+    if (Connection* over = oldest(isOver))
+        return over;
+    if (Connection* refused = oldestOfBusiestNetwork(isRefused))
+        return refused;
+    return oldestOfBusiestNetwork(isWaiting);
 }
 
-/// So those that read are in the order of their arrival, the others in the order of their answers.
+/// Moves it to the end: of those that are being answered, the newest answer is the last.
 void ConnectionPool::onAnswered(Connections::iterator place)
 {
     const Connection& connection = **place;
@@ -133,6 +138,7 @@ void ConnectionPool::boundHeldBytes()
 
 void ConnectionPool::enforceLimits()
 {
+    m_capacity = m_limits.connections; // perhaps there are descriptors again
     const auto now = Connection::Clock::now();
     for (auto place = m_connections.begin(); place != m_connections.end();) {
         Connection& connection = **place++; // it may go

@@ -21,12 +21,12 @@ public:
     ~ConnectionPool() override;
 
     /// Takes over the descriptor of a connected socket, and the address of its peer. Where the pool
-    /// is full, another connection is evicted; this one is closed where every other is being given
-    /// something.
+    /// is full, another connection is evicted; this one is closed where all others have been given
+    /// something and are taking it.
     void add(int descriptor, const sockaddr_storage& peer);
 
-    /// Evicts some connections, so that the process has descriptors again, and holds fewer from now
-    /// on until all are gone. False where there was none to evict.
+    /// Evicts some connections, so that the process has descriptors again, and for a short time
+    /// adds one only in the place of another. False where there was none to evict.
     bool freeDescriptors();
 
 signals:
@@ -54,7 +54,7 @@ private:
 
     const ServerLimits m_limits;
     const Connection::Respond m_respond;
-    std::size_t m_capacity = m_limits.connections;
+    std::size_t m_capacity = m_limits.connections; ///< lower where descriptors ran out
     Connections m_connections;
     QTimer m_watch; ///< runs while there are connections
 };

@@ -7,6 +7,7 @@
 #include "support/SealedByOthers.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QtTest/QTest>
 
@@ -227,6 +228,34 @@ private slots:
         rest.erase(rest.find(link.toString()), link.toString().size());
         QVERIFY(!tellsSecrets(rest, link));
         QVERIFY(!tellsSecrets(filesBelow(owner.terminal.home()), link));
+    }
+
+    void manyIdleConnectionsAndFewDescriptorsKeepNobodyOut()
+    {
+        const Owner owner;
+        RunningTransfer running(owner.words(), {"sh", "-c", "ulimit -Sn 256; exec \"$0\" \"$@\""});
+        QVERIFY(running.isReady());
+        const TransferLink link = running.link();
+        std::vector<Client> idle;
+        for (int i = 0; i < 740; ++i)
+            idle.emplace_back(link.port);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(get(link.port, link.target()).status, 200);
+        QVERIFY(timer.elapsed() < 2000);
+    }
+
+    void lowLimitOnDescriptorsIsRaised()
+    {
+        if (!std::filesystem::exists("/proc/self/limits"))
+            QSKIP("no list of a process's limits here");
+        const Owner owner;
+        RunningTransfer running(owner.words(), {"sh", "-c", "ulimit -Sn 256; exec \"$0\" \"$@\""});
+        QVERIFY(running.isReady());
+        const std::string limits = contentsOf("/proc/" + std::to_string(running.id()) + "/limits");
+        const auto line
+            = QString::fromStdString(limits).split(u'\n').filter(QStringLiteral("Max open files"));
+        QCOMPARE(line.join(u' ').simplified().section(u' ', 3, 3), QStringLiteral("1024"));
     }
 
 private:

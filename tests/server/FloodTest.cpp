@@ -102,8 +102,8 @@ class FloodTest : public QObject {
         auto& ipv4 = reinterpret_cast<sockaddr_in&>(storage);
         const bool isIPv6 = text.find(':') != text.npos;
         storage.ss_family = isIPv6 ? AF_INET6 : AF_INET;
-        void* const host = isIPv6 ? static_cast<void*>(&ipv6.sin6_addr) : &ipv4.sin_addr;
-        if (::inet_pton(storage.ss_family, text.c_str(), host) != 1)
+        void* const numeric = isIPv6 ? static_cast<void*>(&ipv6.sin6_addr) : &ipv4.sin_addr;
+        if (::inet_pton(storage.ss_family, text.c_str(), numeric) != 1)
             throw std::invalid_argument(text);
         return storage;
     }
