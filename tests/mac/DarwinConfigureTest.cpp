@@ -64,8 +64,11 @@ class DarwinConfigureTest : public QObject {
     void readCommands()
     {
         const auto units = QJsonDocument::fromJson(content(u"compile_commands.json"_s)).array();
-        for (const QJsonValue unit : units)
-            m_commands.insert(unit[u"file"].toString(), unit[u"command"].toString());
+        for (const QJsonValue unit : units) {
+            const QString command = unit[u"command"].toString();
+            if (command.contains(u" -o src/"_s)) // tests compile some of the files once more
+                m_commands.insert(unit[u"file"].toString(), command);
+        }
     }
 
 private slots:
@@ -95,7 +98,8 @@ private slots:
 
     void nothingOfAnotherDesktopIsBuilt()
     {
-        QVERIFY(!content(u"build.ninja"_s).contains("libQt6DBus"));
+        QVERIFY(!m_commands.contains(source(u"src/contacts/EvolutionSource.cpp"_s)));
+        QVERIFY(!m_commands[source(u"src/contacts/VCard.cpp"_s)].contains(u"QtDBus"_s));
     }
 
     void macFilesCompile_data()

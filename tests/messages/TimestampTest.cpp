@@ -1,6 +1,5 @@
 #include "messages/Timestamp.h"
 
-#include <QTimeZone>
 #include <QtTest/QTest>
 
 #include <limits>
@@ -58,8 +57,7 @@ void TimestampTest::mostNegativeDateEndsTheProgram()
 
 void TimestampTest::referenceDateIsTheFirstSecondOf2001()
 {
-    const QDateTime reference
-        = QDateTime::fromSecsSinceEpoch(referenceDateUnixSeconds, QTimeZone::utc());
+    const QDateTime reference = QDateTime::fromSecsSinceEpoch(referenceDateUnixSeconds).toUTC();
     QCOMPARE(reference.toString(Qt::ISODate), QStringLiteral("2001-01-01T00:00:00Z"));
 }
 
