@@ -1,0 +1,107 @@
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest/QTest>
+
+#include <cstdio>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+/// Compiles every C++ file that CMake picks for a Mac, with the C and C++ headers of macOS and this
+/// system's headers of the libraries. The objects stay, so that the next run compiles what changed.
+/// Nothing is linked. Objective-C++ wants frameworks: that is for DarwinConfigureTest.
+class MacCompileTest : public QObject {
+    Q_OBJECT
+
+    const QString m_build = QStringLiteral(OBJECTS);
+    QMap<QString, QString> m_commands; ///< by object file
+
+    /// Runs a program and returns what it said if it failed.
+    std::optional<QString> failure(const QString& program, const QStringList& arguments) const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"ZIG_GLOBAL_CACHE_DIR"_s, m_build + u"/cache"_s);
+        environment.insert(u"ZIG_LOCAL_CACHE_DIR"_s, m_build + u"/cache"_s);
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.setWorkingDirectory(m_build);
+        process.start(program, arguments);
+        if (process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit
+            && process.exitCode() == 0)
+            return std::nullopt;
+        return process.errorString() + u'\n' + QString::fromUtf8(process.readAll());
+    }
+
+    void readCommands()
+    {
+        QFile file(m_build + u"/compile_commands.json"_s);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        static const QRegularExpression object(u" -o (\\S+)"_s);
+        for (const QJsonValue unit : QJsonDocument::fromJson(file.readAll()).array()) {
+            const QString command = unit[u"command"].toString();
+            if (unit[u"file"].toString().endsWith(u".cpp"_s))
+                m_commands.insert(object.match(command).captured(1), command);
+        }
+    }
+
+    /// What the compiler says of a file with this text, compiled as LocalAddress.cpp is.
+    std::optional<QString> complaint(const QByteArray& text) const
+    {
+        const QString object = u"src/pairing/CMakeFiles/korvane-pairing.dir/LocalAddress.cpp.o"_s;
+        QStringList command = QProcess::splitCommand(m_commands[object]);
+        const QTemporaryDir folder;
+        QFile file(folder.filePath(u"Some.cpp"_s));
+        if (command.isEmpty() || !file.open(QIODevice::WriteOnly))
+            return u"It was not compiled."_s;
+        file.write(text);
+        file.close();
+        command.last() = file.fileName();
+        command[command.indexOf(u"-o"_s) + 1] = folder.filePath(u"Some.o"_s);
+        const QString compiler = command.takeFirst();
+        return failure(compiler, command);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(QDir().mkpath(m_build));
+        const auto failed = failure(QStringLiteral(CMAKE),
+            {u"-G"_s, u"Ninja"_s, u"-S"_s, QStringLiteral(SOURCE), u"-B"_s, m_build,
+                QStringLiteral("-DCMAKE_TOOLCHAIN_FILE=" SOURCE "/tests/mac/darwin-zig.cmake"),
+                QStringLiteral("-DCMAKE_LIBRARY_ARCHITECTURE=" LIBRARY_ARCHITECTURE),
+                QStringLiteral("-DKORVANE_ZIG=" ZIG), QStringLiteral("-DKORVANE_HEADERS=" HEADERS),
+                u"-DKORVANE_TESTS=OFF"_s});
+        QVERIFY2(!failed, qPrintable(failed.value_or(QString())));
+        readCommands();
+    }
+
+    void headersAreThoseOfMacOS()
+    {
+        QCOMPARE(complaint("#include <sys/event.h>\nint queue() { return kqueue(); }\n"),
+            std::optional<QString>());
+        QVERIFY(complaint("#include <sys/epoll.h>\n")->contains(u"'sys/epoll.h' file not found"_s));
+        QVERIFY(complaint("#include <features.h>\n")->contains(u"'features.h' file not found"_s));
+    }
+
+    void everySourceFileOfTheMacCompiles()
+    {
+        QVERIFY(m_commands.size() > 100);
+        const auto failed
+            = failure(u"ninja"_s, QStringList{u"--quiet"_s, u"-k"_s, u"0"_s} + m_commands.keys());
+        if (failed)
+            std::fputs(qPrintable(*failed), stderr); // QTest cuts long messages short
+        QVERIFY(!failed);
+        for (auto [object, command] : m_commands.asKeyValueRange())
+            QVERIFY2(QFile::exists(m_build + u'/' + object), qPrintable(object));
+    }
+};
+
+QTEST_GUILESS_MAIN(MacCompileTest)
+#include "MacCompileTest.moc"

@@ -1,0 +1,10 @@
+# A toolchain file like darwin-claim.cmake, but with a compiler that has the headers of macOS: Zig's.
+# It has no frameworks. Wants KORVANE_ZIG, the compiler, and KORVANE_HEADERS, a folder with this
+# system's headers of the libraries and none of its C library.
+include(${CMAKE_CURRENT_LIST_DIR}/darwin-claim.cmake)
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KORVANE_ZIG KORVANE_HEADERS)
+set(CMAKE_SYSTEM_PROCESSOR arm64)
+set(CMAKE_CXX_COMPILER ${KORVANE_ZIG} c++ -target aarch64-macos.13.0)
+set(CMAKE_CXX_FLAGS_INIT
+    "-isystem ${KORVANE_HEADERS} -isystem ${KORVANE_HEADERS}/${CMAKE_LIBRARY_ARCHITECTURE}")
+set(CMAKE_PROJECT_KorvaneSync_INCLUDE ${CMAKE_CURRENT_LIST_DIR}/darwin-zig-rules.cmake)
