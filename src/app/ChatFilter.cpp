@@ -25,7 +25,8 @@ QString withoutBlanksAround(QStringView text)
 
 void ChatFilter::setQuery(const QString& query)
 {
-    const QString wanted = withoutBlanksAround(query).toLower();
+    m_typed = withoutBlanksAround(query);
+    const QString wanted = m_typed.toLower();
     if (wanted == m_query)
         return;
     m_query = wanted;

@@ -15,11 +15,15 @@ public:
     /// and tabs around it; all of them where nothing is left.
     void setQuery(const QString& query);
 
+    /// The query as it was typed, without what is around it.
+    const QString& typed() const { return m_typed; }
+
 protected:
     bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
 
 private:
-    QString m_query;
+    QString m_typed;
+    QString m_query; ///< in lower case
 };
 
 } // namespace korvane

@@ -1,7 +1,6 @@
 #include "app/ChatPane.h"
 
 #include "app/Look.h"
-#include "app/Pieces.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -28,6 +27,23 @@ QLineEdit* searchField()
     return field;
 }
 
+Text* placeholder()
+{
+    auto* text = new Text({}, Look::font(13), Look::mute);
+    text->setObjectName(QStringLiteral("nothing"));
+    text->setAlignment(Qt::AlignCenter);
+    text->setWordWrap(true);
+    text->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored); // it has the list's room
+    return text;
+}
+
+/// What was searched for, as far as it is needed to recognise it.
+QString quoted(const QString& query)
+{
+    constexpr int longest = 60;
+    return query.size() <= longest ? query : query.left(longest) + QStringLiteral("…");
+}
+
 } // namespace
 
 ChatPane::ChatPane(AppState& state, QWidget* parent)
@@ -36,6 +52,8 @@ ChatPane::ChatPane(AppState& state, QWidget* parent)
     , m_model(state)
     , m_search(searchField())
     , m_list(new ChatListView)
+    , m_nothing(placeholder())
+    , m_place(new QStackedLayout)
     , m_button(new Pill({}))
 {
     m_filter.setSourceModel(&m_model);
@@ -47,13 +65,19 @@ ChatPane::ChatPane(AppState& state, QWidget* parent)
     rows->setContentsMargins({});
     rows->setSpacing(spacing);
     rows->addWidget(searchRow());
-    rows->addWidget(m_list, 1);
+    rows->addLayout(m_place, 1);
+    m_place->addWidget(m_list);
+    m_place->addWidget(m_nothing);
     rows->addWidget(m_button);
 
     connect(m_search, &QLineEdit::textChanged, &m_filter, &ChatFilter::setQuery);
+    connect(m_search, &QLineEdit::textChanged, this, &ChatPane::updateList);
+    connect(&m_filter, &QAbstractItemModel::modelReset, this, &ChatPane::updateList);
+    connect(&m_filter, &QAbstractItemModel::dataChanged, this, &ChatPane::updateList);
     connect(m_button, &Pill::clicked, &m_state, &AppState::prepareTransfer);
     connect(&m_state, &AppState::selectedChanged, this, &ChatPane::updateButton);
     updateButton();
+    updateList();
 }
 
 QWidget* ChatPane::searchRow()
@@ -82,6 +106,21 @@ void ChatPane::focusSearch()
 void ChatPane::pressButton()
 {
     m_button->click(); // does nothing while it is disabled
+}
+
+void ChatPane::updateList()
+{
+    if (!m_state.hasReadChats())
+        m_nothing->clear();
+    else if (m_state.chats().empty())
+        m_nothing->setText(tr("No chats yet. When Messages on this Mac has some, quit Korvane Sync "
+                              "and start it again."));
+    else
+        m_nothing->setText(tr("No chat matches “%1”.").arg(quoted(m_filter.typed())));
+    const bool isEmpty = m_state.hasReadChats() && m_filter.rowCount() == 0;
+    if (isEmpty)
+        m_list->doItemsLayout(); // once hidden, it would keep the range of its former rows
+    m_place->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_nothing) : m_list);
 }
 
 void ChatPane::updateButton()

@@ -36,6 +36,7 @@ AppState::AppState(AppEnvironment environment)
 AppState::AppState(Preview preview)
     : m_chats(std::move(preview.chats))
     , m_titles(std::move(preview.titles))
+    , m_hasReadChats(true)
     , m_status(std::move(preview.status))
     , m_needsAccess(preview.needsAccess)
     , m_transferQR(std::move(preview.transferQR))
@@ -104,6 +105,7 @@ void AppState::show(ChatList list)
     if (!list.chats)
         return update(m_status, std::string("Needs Full Disk Access"), &AppState::statusChanged);
     m_chats = std::move(*list.chats);
+    m_hasReadChats = true;
     m_titles.clear();
     for (const ChatInfo& chat : m_chats)
         m_titles[chat.id] = Exporter::title(chat, m_names);

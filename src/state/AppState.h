@@ -55,6 +55,7 @@ public:
     const std::vector<ChatInfo>& chats() const { return m_chats; } ///< newest first
     const Titles& titles() const { return m_titles; }
     const std::set<std::string>& selected() const { return m_selected; } ///< guids
+    bool hasReadChats() const { return m_hasReadChats; } ///< false while they are first being read
     bool autoSync() const { return m_autoSync; }
     const std::filesystem::path& outputFolder() const { return m_outputFolder; }
     const std::string& status() const { return m_status; }
@@ -140,6 +141,7 @@ private:
     const AppEnvironment m_environment;
     std::vector<ChatInfo> m_chats;
     Titles m_titles;
+    bool m_hasReadChats = false;
     std::string m_status = "Loading chats…";
     bool m_needsAccess = false;
     bool m_isSyncing = false;

@@ -40,11 +40,12 @@ public:
 
     AppState& state() { return *m_state; }
 
+    /// What start() makes the state of.
+    AppEnvironment environment();
+
     static std::string guid(int chat) { return "guid-" + std::to_string(chat); }
 
 private:
-    AppEnvironment environment();
-
     int m_chats = 0;
     std::unique_ptr<AppState> m_state;
 };

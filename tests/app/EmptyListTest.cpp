@@ -1,0 +1,88 @@
+#include "WindowSetup.h"
+
+#include "app/Pieces.h"
+
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QtTest/QTest>
+
+using namespace korvane;
+using namespace Qt::StringLiterals;
+
+/// What stands in the place of a list without rows.
+class EmptyListTest : public WindowTest {
+    Q_OBJECT
+
+private slots:
+    void searchWithoutResultSaysSo()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        window.show();
+        QVERIFY(!textOf(window));
+        auto& search = child<QLineEdit>(window, "search");
+        search.setText(u"  Zoë & <b>Co</b> "_s);
+        QCOMPARE(textOf(window), u"No chat matches “Zoë & <b>Co</b>”."_s);
+        QVERIFY(!child(window, "chats").isVisible());
+        search.setText(u"chat 2"_s);
+        QVERIFY(!textOf(window));
+        QVERIFY(child(window, "chats").isVisible());
+    }
+
+    void emptyDatabaseIsSaidToBeEmpty()
+    {
+        WindowSetup setup;
+        ContentView window(setup.start());
+        window.show();
+        const QString text = textOf(window).value_or(QString());
+        QVERIFY2(text.startsWith(u"No chats yet"_s), qPrintable(text));
+        child<QLineEdit>(window, "search").setText(u"x"_s);
+        QCOMPARE(textOf(window), text); // no search could find any
+    }
+
+    void listThatIsStillBeingReadIsNotSaidToBeEmpty()
+    {
+        WindowSetup setup;
+        AppState state(setup.environment());
+        ContentView window(state);
+        window.show();
+        QVERIFY(!textOf(window));
+        QTRY_VERIFY(textOf(window));
+    }
+
+    void chatsThatComeUpLaterTakeThePlace()
+    {
+        WindowSetup setup;
+        ContentView window(setup.start());
+        window.show();
+        QVERIFY(textOf(window));
+        setup.addChats(2);
+        setup.state().reloadChats();
+        QTRY_VERIFY(!textOf(window));
+        QVERIFY(child(window, "chats").isVisible());
+    }
+
+    void longQueryStaysWithinTheWindow()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        window.show();
+        child<QLineEdit>(window, "search").setText(QString(20000, u'W'));
+        QVERIFY(textOf(window));
+        const QRect place = placeIn(window, child(window, "nothing"));
+        QCOMPARE(place.left(), 18);
+        QCOMPARE(place.width(), 364);
+        QVERIFY(place.bottom() < placeIn(window, child(window, "create")).top());
+        QCOMPARE(window.size(), QSize(400, 600));
+    }
+
+private:
+    static std::optional<QString> textOf(const ContentView& window)
+    {
+        const auto* text = window.findChild<QLabel*>(u"nothing"_s);
+        return text && text->isVisible() ? std::optional(text->text()) : std::nullopt;
+    }
+};
+
+QTEST_MAIN(EmptyListTest)
+#include "EmptyListTest.moc"
