@@ -4,11 +4,25 @@
 #include "app/ChatRowDelegate.h"
 #include "app/Look.h"
 
+#include <QHoverEvent>
 #include <QScrollBar>
 
 #include <algorithm>
 
 namespace korvane {
+
+namespace {
+
+/// How much of a list's height shows so little of its last row that only the row's upper edge is
+/// there to be seen.
+int sliver(int height)
+{
+    constexpr int leastToSee = 14;
+    const int rest = height % ChatRowDelegate::pitch;
+    return rest < leastToSee ? rest : 0;
+}
+
+} // namespace
 
 ChatListView::ChatListView(QWidget* parent) : QListView(parent)
 {
@@ -20,6 +34,9 @@ ChatListView::ChatListView(QWidget* parent) : QListView(parent)
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    constexpr int linesOfANotch = 3; // a notch of the wheel is a row
+    verticalScrollBar()->setSingleStep(ChatRowDelegate::pitch / linesOfANotch);
+    viewport()->setAttribute(Qt::WA_Hover);
     setAccessibleName(tr("Chats"));
     QPalette colours = palette();
     colours.setColor(QPalette::Base, Look::canvas);
@@ -98,6 +115,43 @@ void ChatListView::restoreScroll()
 void ChatListView::mouseDoubleClickEvent(QMouseEvent* event)
 {
     mousePressEvent(event);
+}
+
+void ChatListView::resizeEvent(QResizeEvent* event)
+{
+    const QMargins margins(0, 0, 0, sliver(contentsRect().height()));
+    if (viewportMargins() != margins)
+        setViewportMargins(margins);
+    QListView::resizeEvent(event);
+}
+
+/// The pointer stands still, and another row comes below it.
+void ChatListView::scrollContentsBy(int dx, int dy)
+{
+    QListView::scrollContentsBy(dx, dy);
+    if (m_pointer)
+        hover(*m_pointer);
+}
+
+/// To the base class the gap below a row belongs to it; a click there does nothing, and so the
+/// pointer there is over no row.
+bool ChatListView::viewportEvent(QEvent* event)
+{
+    if (event->type() == QEvent::HoverEnter || event->type() == QEvent::HoverMove)
+        return hover(static_cast<QHoverEvent*>(event)->position());
+    if (event->type() == QEvent::HoverLeave)
+        m_pointer.reset();
+    return QListView::viewportEvent(event);
+}
+
+bool ChatListView::hover(const QPointF& pointer)
+{
+    m_pointer = pointer;
+    const QRect row
+        = visualRect(indexAt(pointer.toPoint())).adjusted(0, 0, 0, -ChatRowDelegate::gap);
+    const auto type = row.contains(pointer.toPoint()) ? QEvent::HoverMove : QEvent::HoverLeave;
+    QHoverEvent event(type, pointer, viewport()->mapToGlobal(pointer), pointer);
+    return QListView::viewportEvent(&event);
 }
 
 } // namespace korvane

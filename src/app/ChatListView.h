@@ -2,6 +2,7 @@
 
 #include <QListView>
 
+#include <optional>
 #include <vector>
 
 namespace korvane {
@@ -19,6 +20,9 @@ public:
 
 protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    bool viewportEvent(QEvent* event) override;
 
 private:
     /// A row by what it shows, not by where it stands.
@@ -33,11 +37,13 @@ private:
     void restore();
     void restoreCurrent();
     void restoreScroll();
+    bool hover(const QPointF& pointer);
 
     bool m_wasAtTop = true;
     std::vector<Place> m_visible;
     QString m_current;
     int m_currentRow = -1;
+    std::optional<QPointF> m_pointer; ///< while the mouse is over the list
 };
 
 } // namespace korvane

@@ -3,21 +3,23 @@
 #include "app/Buttons.h"
 #include "app/ChatListModel.h"
 #include "app/Look.h"
+#include "app/Pieces.h"
 
-#include <QApplication>
+#include <QAbstractItemView>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QToolTip>
 
 namespace korvane {
 
 namespace {
 
-constexpr int rowHeight = 54;
-constexpr int gap = 6; ///< below each row
 constexpr int padding = 12;
 constexpr int markSize = 20;
 constexpr int symbolHeight = 10;
+constexpr int symbolSpacing = 6; ///< between a title and its symbol
 constexpr double radius = 14;
 
 bool isToggle(const QEvent& event, const QRect& area)
@@ -32,11 +34,25 @@ bool isToggle(const QEvent& event, const QRect& area)
     return key == Qt::Key_Space || key == Qt::Key_Select;
 }
 
-void paintGround(QPainter* painter, const QRectF& area, bool isSelected)
+/// What a row leaves for its texts, below each other.
+QRect textAreaOf(const QRect& row)
+{
+    return row.adjusted(2 * padding + markSize - 1, 0, -padding, 0);
+}
+
+QPixmap symbolOf(const QModelIndex& index, double pixelsPerPoint)
+{
+    return index.data(ChatListModel::IsGroupRole).toBool()
+        ? Look::symbol(Look::Drawing::TwoPersons, symbolHeight, pixelsPerPoint, Look::mute)
+        : QPixmap();
+}
+
+void paintGround(QPainter* painter, const QRectF& area, bool isSelected, bool isUnderPointer)
 {
     constexpr double half = 0.5; // a stroke of 1 point inside
-    painter->setPen(isSelected ? QPen(Look::faded(Look::coral, 0.7), 1) : QPen(Look::card, 1));
-    painter->setBrush(Look::card);
+    const QColor ground = isUnderPointer ? Look::raised : Look::card;
+    painter->setPen(QPen(isSelected ? Look::faded(Look::coral, 0.7) : ground, 1));
+    painter->setBrush(ground);
     painter->drawRoundedRect(area.adjusted(half, half, -half, -half), radius, radius);
 }
 
@@ -66,7 +82,7 @@ ChatRowDelegate::ChatRowDelegate(QObject* parent)
 QSize ChatRowDelegate::sizeHint(
     const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const
 {
-    return {option.rect.width(), rowHeight + gap};
+    return {option.rect.width(), pitch};
 }
 
 void ChatRowDelegate::paint(
@@ -76,12 +92,11 @@ void ChatRowDelegate::paint(
     const QRect row = option.rect.adjusted(0, 0, 0, -gap);
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    paintGround(painter, row, isSelected);
+    paintGround(painter, row, isSelected, (option.state & QStyle::State_MouseOver) != 0);
     const QRect mark(row.left() + padding, row.center().y() - markSize / 2 + 1, markSize, markSize);
     paintMark(painter, mark, isSelected);
 
-    const int left = mark.right() + padding;
-    const QRect text(left, row.top(), row.right() - padding - left, row.height());
+    const QRect text = textAreaOf(row);
     const int half = text.height() / 2;
     paintTitle(painter, text.adjusted(0, 8, 0, -half + 2), index);
     painter->setFont(m_subtitleFont);
@@ -97,22 +112,35 @@ void ChatRowDelegate::paint(
 void ChatRowDelegate::paintTitle(
     QPainter* painter, const QRect& area, const QModelIndex& index) const
 {
-    const bool isGroup = index.data(ChatListModel::IsGroupRole).toBool();
-    const QPixmap symbol = isGroup ? Look::symbol(Look::Drawing::TwoPersons, symbolHeight,
-                               painter->deviceTransform().m11(), Look::mute)
-                                   : QPixmap();
-    constexpr int spacing = 6;
-    const int symbolWidth
-        = isGroup ? static_cast<int>(symbol.deviceIndependentSize().width()) + spacing : 0;
     painter->setFont(m_titleFont);
     painter->setPen(Look::cream);
-    const QFontMetrics metrics = painter->fontMetrics();
-    const QString title = metrics.elidedText(
-        index.data(Qt::DisplayRole).toString(), Qt::ElideRight, area.width() - symbolWidth);
+    const QString title = shownTitle(index, area.width());
     painter->drawText(area, Qt::AlignVCenter | Qt::TextSingleLine, title);
-    if (isGroup)
-        painter->drawPixmap(area.left() + metrics.horizontalAdvance(title) + spacing,
-            area.center().y() - symbolHeight / 2 + 1, symbol);
+    const int symbolLeft
+        = area.left() + painter->fontMetrics().horizontalAdvance(title) + symbolSpacing;
+    painter->drawPixmap(symbolLeft, area.center().y() - symbolHeight / 2 + 1,
+        symbolOf(index, painter->deviceTransform().m11()));
+}
+
+/// The title as far as there is room for it and, of a group, the symbol behind it.
+QString ChatRowDelegate::shownTitle(const QModelIndex& index, int width) const
+{
+    const QPixmap symbol = symbolOf(index, 1);
+    const int room = symbol.isNull() ? width : width - symbol.width() - symbolSpacing;
+    return elided(
+        index.data(Qt::DisplayRole).toString(), QFontMetrics(m_titleFont), Qt::ElideRight, room);
+}
+
+bool ChatRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+    const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    if (event->type() != QEvent::ToolTip || !index.isValid())
+        return QStyledItemDelegate::helpEvent(event, view, option, index);
+    const QString title = index.data(Qt::DisplayRole).toString();
+    const bool isCut = shownTitle(index, textAreaOf(option.rect).width()) != title;
+    QToolTip::showText(
+        event->globalPos(), isCut ? Qt::convertFromPlainText(title, Qt::WhiteSpaceNormal) : QString(), view->viewport(), option.rect);
+    return true;
 }
 
 bool ChatRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,

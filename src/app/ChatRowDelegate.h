@@ -5,11 +5,15 @@
 namespace korvane {
 
 /// Draws a row of the chat list: check mark, title, subtitle. A click anywhere on the row, or the
-/// space bar, toggles it. Lives on the main thread.
+/// space bar, toggles it; a tooltip shows the whole of a title that is cut. Lives on the main
+/// thread.
 class ChatRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
 public:
+    static constexpr int gap = 6; ///< below each row
+    static constexpr int pitch = 60; ///< from the top of a row to that of the next one
+
     explicit ChatRowDelegate(QObject* parent = nullptr);
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -17,9 +21,12 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
         const QModelIndex& index) override;
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+        const QModelIndex& index) override;
 
 private:
     void paintTitle(QPainter* painter, const QRect& area, const QModelIndex& index) const;
+    QString shownTitle(const QModelIndex& index, int width) const;
 
     const QFont m_titleFont;
     const QFont m_subtitleFont;

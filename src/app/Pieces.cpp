@@ -4,6 +4,34 @@
 
 namespace korvane {
 
+namespace {
+
+/// An invisible sign with the direction of the last letter; none after a text without letters.
+QString directionMark(QStringView text)
+{
+    constexpr char16_t leftToRight = 0x200E;
+    constexpr char16_t rightToLeft = 0x200F;
+    const QList<uint> characters = text.toUcs4();
+    for (auto each = characters.rbegin(); each != characters.rend(); ++each) {
+        const QChar::Direction direction = QChar::direction(*each);
+        if (direction == QChar::DirL)
+            return QChar(leftToRight);
+        if (direction == QChar::DirR || direction == QChar::DirAL)
+            return QChar(rightToLeft);
+    }
+    return {};
+}
+
+} // namespace
+
+QString elided(const QString& text, const QFontMetrics& metrics, Qt::TextElideMode cut, int width)
+{
+    const QString shown = metrics.elidedText(text, cut, width);
+    if (cut != Qt::ElideRight || shown == text)
+        return shown;
+    return shown + directionMark(shown); // or the ellipsis would go to the end of the line
+}
+
 Text::Text(const QString& text, const QFont& font, const QColor& colour, QWidget* parent)
     : QLabel(text, parent)
 {
@@ -39,12 +67,13 @@ QSize OneLine::minimumSizeHint() const
 
 QString OneLine::shown() const
 {
-    return fontMetrics().elidedText(text(), m_cut, width());
+    return elided(text(), fontMetrics(), m_cut, width());
 }
 
 void OneLine::updateToolTip()
 {
-    setToolTip(shown() == text() ? QString() : text().toHtmlEscaped());
+    const QString whole = Qt::mightBeRichText(text()) ? text().toHtmlEscaped() : text();
+    setToolTip(shown() == text() ? QString() : whole);
 }
 
 void OneLine::resizeEvent(QResizeEvent* event)

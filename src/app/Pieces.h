@@ -41,6 +41,10 @@ private:
     const Qt::TextElideMode m_cut;
 };
 
+/// `text`, cut to a width with an ellipsis that stands next to the last character kept, also where
+/// that belongs to a run in the other direction than the text begins with.
+QString elided(const QString& text, const QFontMetrics& metrics, Qt::TextElideMode cut, int width);
+
 /// A panel on a rounded background.
 class Card : public QWidget {
     Q_OBJECT

@@ -154,6 +154,76 @@ private slots:
         }
     }
 
+    void ellipsisStandsWhereTheTitleIsCut_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("atItsLeft");
+        QTest::addColumn<bool>("atItsRight");
+        const QString latin(60, u'W');
+        const QString hebrew(60, u'\u05E9');
+        QTest::newRow("Latin") << latin << false << true;
+        QTest::newRow("Hebrew") << hebrew << true << false;
+        QTest::newRow("Hebrew with a Latin end") << hebrew + u" WWW"_s << true << false;
+        QTest::newRow("Hebrew and a number") << u"2026 "_s + hebrew << true << false;
+        QTest::newRow("Hebrew after a Latin name") << u"Bob "_s + hebrew << false << false;
+        QTest::newRow("Latin after a Hebrew name") << hebrew.left(4) + latin << false << false;
+    }
+
+    void ellipsisStandsWhereTheTitleIsCut()
+    {
+        QFETCH(QString, title);
+        AppState::Preview preview = previewOf(1);
+        preview.titles[1] = title.toStdString();
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QRect area = list.visualRect(list.model()->index(0, 0)).adjusted(40, 8, -2, -33);
+        checkEllipsis(pictureOf(*list.viewport()), area);
+    }
+
+    void ellipsisStandsWhereTheTransferredTitleIsCut_data()
+    {
+        ellipsisStandsWhereTheTitleIsCut_data();
+    }
+    void ellipsisStandsWhereTheTransferredTitleIsCut()
+    {
+        QFETCH(QString, title);
+        AppState::Preview preview = PreviewStates::qr();
+        preview.transferChatTitle = title.toStdString();
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        const QImage picture = pictureOf(child<OneLine>(window, "transferTitle"));
+        checkEllipsis(picture, picture.rect());
+    }
+
+    void cutTransferredTitleIsShownInFullByATooltip()
+    {
+        AppState::Preview preview = PreviewStates::qr();
+        preview.transferChatTitle = "Noor & Tomás, Maya & Dad, and everybody else of the family";
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        QCOMPARE(child(window, "transferTitle").toolTip().toStdString(),
+            preview.transferChatTitle.value());
+    }
+
+    void noSliverOfARowIsLeftAtTheBottomOfTheList()
+    {
+        AppState state(previewOf(40));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        window.setMaximumSize(400, 800);
+        for (int height = 560; height <= 640; ++height) { // as the fonts' heights have it
+            window.setFixedHeight(height);
+            const int cut = list.viewport()->height() % 60;
+            QVERIFY2(cut == 0 || cut >= 14, qPrintable(QString::number(height)));
+            QVERIFY(list.height() - list.viewport()->height() < 14);
+        }
+    }
+
     void everyTextHasRoom_data()
     {
         QTest::addColumn<QString>("name");
@@ -224,6 +294,33 @@ private:
     static QRect titleIn(const ChatListView& list, int row)
     {
         return list.visualRect(list.model()->index(row, 0)).adjusted(40, 8, -2, -32);
+    }
+
+    /// What the letters of the area cover.
+    static QRect inkOf(const QImage& picture, const QRect& area)
+    {
+        QRect ink;
+        for (int y = area.top(); y <= area.bottom(); ++y) {
+            for (int x = area.left(); x <= area.right(); ++x) {
+                if (picture.pixelColor(x, y).green() > 128)
+                    ink |= QRect(x, y, 1, 1);
+            }
+        }
+        return ink;
+    }
+
+    /// An ellipsis has nothing in the upper half of its place.
+    static void checkEllipsis(const QImage& picture, const QRect& area)
+    {
+        QFETCH(bool, atItsLeft);
+        QFETCH(bool, atItsRight);
+        const QRect ink = inkOf(picture, area);
+        QVERIFY(ink.width() > 250);
+        const QSize sign(8, ink.height() / 2);
+        const QRect left(ink.topLeft(), sign);
+        const QRect right(QPoint(ink.right() + 1 - sign.width(), ink.top()), sign);
+        QCOMPARE(inkOf(picture, left).isEmpty(), atItsLeft);
+        QCOMPARE(inkOf(picture, right).isEmpty(), atItsRight);
     }
 
     static QColor over(const QColor& ground, const QColor& colour, double opacity)

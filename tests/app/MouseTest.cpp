@@ -1,11 +1,16 @@
 #include "WindowSetup.h"
 
 #include "app/Buttons.h"
+#include "app/Look.h"
 #include "app/Pieces.h"
+#include "app/PreviewStates.h"
 #include "pairing/ReadBack.h"
 #include "state/Settings.h"
 #include "support/Printing.h"
 
+#include <QHelpEvent>
+#include <QScrollBar>
+#include <QToolTip>
 #include <QWheelEvent>
 #include <QWindow>
 #include <QtTest/QTest>
@@ -178,7 +183,7 @@ private slots:
         QVERIFY(!links.contains("(no code)"));
     }
 
-    void wheelScrolls()
+    void wheelScrollsByOneRowANotch()
     {
         AppState state(previewOf(100));
         ContentView window(state);
@@ -188,10 +193,100 @@ private slots:
         QWheelEvent turn(place, list.viewport()->mapToGlobal(place), {}, {0, -240}, Qt::NoButton,
             Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(list.viewport(), &turn);
-        QVERIFY(list.visualRect(list.model()->index(0, 0)).top() < 0);
+        QCOMPARE(list.visualRect(list.model()->index(0, 0)).top(), -2 * 60);
+    }
+
+    void rowUnderThePointerIsRaised()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        hover(list, {300, 60 + 27}, QEvent::HoverEnter);
+        QCOMPARE(groundsOf(list), (std::vector{Look::card, Look::raised, Look::card}));
+        hover(list, {300, 27}, QEvent::HoverMove);
+        QCOMPARE(groundsOf(list), (std::vector{Look::raised, Look::card, Look::card}));
+        hover(list, {300, 57}, QEvent::HoverMove); // between two rows, where a click does nothing
+        QCOMPARE(groundsOf(list), (std::vector{Look::card, Look::card, Look::card}));
+        hover(list, {300, 27}, QEvent::HoverMove);
+        hover(list, {-1, -1}, QEvent::HoverLeave);
+        QCOMPARE(groundsOf(list), (std::vector{Look::card, Look::card, Look::card}));
+    }
+
+    void selectedRowUnderThePointerKeepsItsOutline()
+    {
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        hover(list, {300, 27}, QEvent::HoverEnter);
+        QCOMPARE(groundsOf(list).front(), Look::raised);
+        QVERIFY(pictureOf(*list.viewport(), 2).pixelColor(600, 1).red() > 150);
+    }
+
+    void listFollowsThePointerWhileItScrolls()
+    {
+        AppState state(previewOf(30));
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        hover(list, {300, 27}, QEvent::HoverEnter);
+        list.verticalScrollBar()->setValue(60);
+        QCOMPARE(groundAt(list, {300, 10}), Look::raised); // below the pointer, as before
+    }
+
+    void cutTitleIsShownInFullByATooltip_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("isCut");
+        QTest::newRow("short") << u"Dad"_s << false;
+        QTest::newRow("long") << QString(u"Planning <b>the</b> party & more, "_s).repeated(5)
+                              << true;
+        QTest::newRow("long, from right to left") << QString(u"שלום לכולם "_s).repeated(20) << true;
+    }
+
+    void cutTitleIsShownInFullByATooltip()
+    {
+        QFETCH(QString, title);
+        QFETCH(bool, isCut);
+        AppState::Preview preview = previewOf(2);
+        preview.titles[1] = title.toStdString();
+        AppState state(preview);
+        ContentView window(state);
+        window.show();
+        auto& list = child<ChatListView>(window, "chats");
+        const QPoint place(100, 20);
+        QHelpEvent help(QEvent::ToolTip, place, list.viewport()->mapToGlobal(place));
+        QApplication::sendEvent(list.viewport(), &help);
+        const QString shown = QToolTip::isVisible() ? QToolTip::text() : QString();
+        QToolTip::hideText();
+        QCOMPARE(shown, isCut ? Qt::convertFromPlainText(title, Qt::WhiteSpaceNormal) : QString());
     }
 
 private:
+    static void hover(ChatListView& list, const QPointF& place, QEvent::Type type)
+    {
+        QHoverEvent event(type, place, list.viewport()->mapToGlobal(place), place);
+        QApplication::sendEvent(list.viewport(), &event);
+    }
+
+    static QColor groundAt(ChatListView& list, const QPoint& place)
+    {
+        return pictureOf(*list.viewport()).pixelColor(place);
+    }
+
+    /// The background of each row in view.
+    static std::vector<QColor> groundsOf(ChatListView& list)
+    {
+        std::vector<QColor> grounds;
+        for (int row = 0; row < list.model()->rowCount(); ++row) {
+            const QRect place = list.visualRect(list.model()->index(row, 0));
+            if (list.viewport()->rect().contains(place))
+                grounds.push_back(groundAt(list, place.topLeft() + QPoint(340, 27)));
+        }
+        return grounds;
+    }
+
     static void clickRow(ChatListView& list, int row, const QPoint& place = {100, 27})
     {
         const QPoint corner = list.visualRect(list.model()->index(row, 0)).topLeft();
