@@ -1,19 +1,12 @@
 #include "app/Buttons.h"
 
+#include "app/FocusRing.h"
 #include "app/Look.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace korvane {
-
-void drawFocus(QPainter& painter, const QRectF& around, double radius)
-{
-    constexpr double focusWidth = 1.5;
-    constexpr double inset = focusWidth / 2;
-    painter.setPen(QPen(Look::faded(Look::cream, 0.8), focusWidth));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(around.adjusted(inset, inset, -inset, -inset), radius, radius);
-}
 
 void prepareButton(QAbstractButton& button, const QString& text, const QFont& font)
 {
@@ -21,6 +14,20 @@ void prepareButton(QAbstractButton& button, const QString& text, const QFont& fo
     button.setFont(font);
     button.setFocusPolicy(Qt::StrongFocus);
     button.setCursor(Qt::PointingHandCursor);
+}
+
+bool isReturn(const QKeyEvent& event)
+{
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
+
+bool pressByReturn(QAbstractButton& button, const QKeyEvent& event)
+{
+    if (!isReturn(event))
+        return false;
+    if (!event.isAutoRepeat())
+        button.click();
+    return true;
 }
 
 Pill::Pill(const QString& text, QWidget* parent) : QAbstractButton(parent)
@@ -34,6 +41,12 @@ QSize Pill::sizeHint() const
     constexpr int height = 40;
     constexpr int padding = 20;
     return {fontMetrics().horizontalAdvance(text()) + 2 * padding, height};
+}
+
+void Pill::keyPressEvent(QKeyEvent* event)
+{
+    if (!pressByReturn(*this, *event))
+        QAbstractButton::keyPressEvent(event);
 }
 
 void Pill::paintEvent(QPaintEvent* /*event*/)
@@ -59,7 +72,7 @@ QPixmap Pill::picture(double pixelsPerPoint) const
     painter.setPen(Qt::black);
     painter.setFont(font());
     painter.drawText(area, Qt::AlignCenter, text());
-    if (hasFocus())
+    if (showsFocus(*this))
         drawFocus(painter, area.adjusted(2, 2, -2, -2), area.height() / 2 - 2);
     return pixels;
 }
@@ -76,6 +89,19 @@ QSize Word::sizeHint() const
     return QSize(fontMetrics().horizontalAdvance(text()), fontMetrics().height()) + roomForLine;
 }
 
+void Word::leaveReturnToWindow()
+{
+    m_leavesReturn = true;
+}
+
+void Word::keyPressEvent(QKeyEvent* event)
+{
+    if (m_leavesReturn && isReturn(*event))
+        event->ignore();
+    else if (!pressByReturn(*this, *event))
+        QAbstractButton::keyPressEvent(event);
+}
+
 void Word::paintEvent(QPaintEvent* /*event*/)
 {
     constexpr double disabled = 0.4;
@@ -85,7 +111,7 @@ void Word::paintEvent(QPaintEvent* /*event*/)
     painter.setOpacity(!isEnabled() ? disabled : isDown() ? pressed : 1.0);
     painter.setPen(Look::cream);
     painter.drawText(rect(), Qt::AlignCenter, text());
-    if (hasFocus())
+    if (showsFocus(*this))
         painter.fillRect(QRectF(0, height() - 2, width(), 2), Look::coral);
 }
 

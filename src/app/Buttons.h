@@ -15,6 +15,7 @@ public:
     QSize sizeHint() const override;
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
@@ -30,14 +31,26 @@ public:
 
     QSize sizeHint() const override;
 
+    /// Return is then not for the button but the window's default action.
+    void leaveReturnToWindow();
+
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    bool m_leavesReturn = false;
 };
 
 /// Gives a button what all of them have: text, font, a place in the tab order, a pointing hand.
 void prepareButton(QAbstractButton& button, const QString& text, const QFont& font);
 
-/// Draws what shows that a widget has the keyboard's attention.
-void drawFocus(QPainter& painter, const QRectF& around, double radius);
+/// Whether the key is Return or Enter.
+bool isReturn(const QKeyEvent& event);
+
+/// Presses a button if the key is Return, once however long it is held: what the first press does
+/// may bring up another button. Returns whether it is Return. Desktops differ in whether Qt does
+/// so.
+bool pressByReturn(QAbstractButton& button, const QKeyEvent& event);
 
 } // namespace korvane

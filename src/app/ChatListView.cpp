@@ -50,6 +50,18 @@ void ChatListView::setModel(QAbstractItemModel* model)
     connect(model, &QAbstractItemModel::modelReset, this, &ChatListView::restore);
 }
 
+void ChatListView::focusTopmostRow()
+{
+    QModelIndex topmost = indexAt({1, 1});
+    if (!topmost.isValid())
+        return;
+    const QModelIndex next = topmost.siblingAtRow(topmost.row() + 1);
+    if (visualRect(topmost).top() < 0 && next.isValid())
+        topmost = next;
+    setFocus(Qt::OtherFocusReason);
+    selectionModel()->setCurrentIndex(topmost, QItemSelectionModel::NoUpdate);
+}
+
 ChatListView::Place ChatListView::placeOf(const QModelIndex& index) const
 {
     return {index.data(ChatListModel::GuidRole).toString(), visualRect(index).top()};

@@ -18,6 +18,9 @@ public:
 
     void setModel(QAbstractItemModel* model) override;
 
+    /// Puts the keyboard on the topmost row that is wholly in view. Does nothing without rows.
+    void focusTopmostRow();
+
 protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;

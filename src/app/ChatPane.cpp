@@ -3,6 +3,7 @@
 #include "app/Look.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QVBoxLayout>
 
 namespace korvane {
@@ -56,6 +57,7 @@ ChatPane::ChatPane(AppState& state, QWidget* parent)
     , m_place(new QStackedLayout)
     , m_button(new Pill({}))
 {
+    m_search->installEventFilter(this);
     m_filter.setSourceModel(&m_model);
     m_list->setObjectName(QStringLiteral("chats"));
     m_list->setModel(&m_filter);
@@ -96,6 +98,16 @@ QWidget* ChatPane::searchRow()
     }));
     pieces->addWidget(m_search);
     return row;
+}
+
+/// The arrow down leads from the search to what it has found.
+bool ChatPane::eventFilter(QObject* watched, QEvent* event)
+{
+    const bool isDown = watched == m_search && event->type() == QEvent::KeyPress
+        && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Down;
+    if (isDown)
+        m_list->focusTopmostRow();
+    return isDown || QWidget::eventFilter(watched, event);
 }
 
 void ChatPane::focusSearch()

@@ -27,6 +27,7 @@ public:
     void pressButton();
 
 private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     QWidget* searchRow();
     void updateButton();
     void updateList();

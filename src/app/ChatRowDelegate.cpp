@@ -1,7 +1,7 @@
 #include "app/ChatRowDelegate.h"
 
-#include "app/Buttons.h"
 #include "app/ChatListModel.h"
+#include "app/FocusRing.h"
 #include "app/Look.h"
 #include "app/Pieces.h"
 
@@ -88,6 +88,7 @@ QSize ChatRowDelegate::sizeHint(
 void ChatRowDelegate::paint(
     QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
+    constexpr int inset = 3; // of the focus, which leaves the outline to be seen
     const bool isSelected = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
     const QRect row = option.rect.adjusted(0, 0, 0, -gap);
     painter->save();
@@ -104,8 +105,8 @@ void ChatRowDelegate::paint(
     const QString subtitle = index.data(ChatListModel::SubtitleRole).toString();
     painter->drawText(text.adjusted(0, half + 1, 0, -9), Qt::AlignVCenter,
         painter->fontMetrics().elidedText(subtitle, Qt::ElideRight, text.width()));
-    if ((option.state & QStyle::State_HasFocus) != 0)
-        drawFocus(*painter, row, radius);
+    if (option.state.testFlags(QStyle::State_HasFocus | QStyle::State_KeyboardFocusChange))
+        drawFocus(*painter, row.adjusted(inset, inset, -inset, -inset), radius - inset);
     painter->restore();
 }
 
@@ -138,8 +139,9 @@ bool ChatRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
         return QStyledItemDelegate::helpEvent(event, view, option, index);
     const QString title = index.data(Qt::DisplayRole).toString();
     const bool isCut = shownTitle(index, textAreaOf(option.rect).width()) != title;
-    QToolTip::showText(
-        event->globalPos(), isCut ? Qt::convertFromPlainText(title, Qt::WhiteSpaceNormal) : QString(), view->viewport(), option.rect);
+    QToolTip::showText(event->globalPos(),
+        isCut ? Qt::convertFromPlainText(title, Qt::WhiteSpaceNormal) : QString(), view->viewport(),
+        option.rect);
     return true;
 }
 

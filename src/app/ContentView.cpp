@@ -38,6 +38,7 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     , m_accessCard(new AccessCard(state))
     , m_transferCard(new TransferCard(state))
     , m_chatPane(new ChatPane(state))
+    , m_focus(*this)
 {
     setPalette(darkColours());
     auto* footer = new Footer(state);
@@ -84,12 +85,17 @@ void ContentView::paintEvent(QPaintEvent* event)
     QPainter(this).fillRect(event->rect(), Look::canvas);
 }
 
+void ContentView::showEvent(QShowEvent* event)
+{
+    m_focus.hide();
+    QWidget::showEvent(event);
+}
+
 void ContentView::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Escape)
         emit closeRequested();
-    else if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-        && m_chatPane->isVisible())
+    else if (isReturn(*event) && !event->isAutoRepeat() && m_chatPane->isVisible())
         m_chatPane->pressButton();
     else
         QWidget::keyPressEvent(event);

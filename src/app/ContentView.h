@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/ChatPane.h"
+#include "app/FocusRing.h"
 #include "app/TransferCard.h"
 #include "state/AppState.h"
 
@@ -28,6 +29,7 @@ signals:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void showWhatIsCalledFor();
@@ -36,6 +38,7 @@ private:
     QWidget* m_accessCard;
     TransferCard* m_transferCard;
     ChatPane* m_chatPane;
+    FocusVisibility m_focus;
 };
 
 } // namespace korvane

@@ -1,9 +1,11 @@
 #include "app/CoralSwitch.h"
 
 #include "app/Buttons.h"
+#include "app/FocusRing.h"
 #include "app/Look.h"
 
 #include <QEasingCurve>
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace korvane {
@@ -62,6 +64,15 @@ QSize CoralSwitch::sizeHint() const
         static_cast<int>(trackHeight)};
 }
 
+/// Return is the window's default action, on every desktop.
+void CoralSwitch::keyPressEvent(QKeyEvent* event)
+{
+    if (isReturn(*event))
+        event->ignore();
+    else
+        QAbstractButton::keyPressEvent(event);
+}
+
 void CoralSwitch::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
@@ -80,7 +91,7 @@ void CoralSwitch::paintEvent(QPaintEvent* /*event*/)
     painter.setBrush(Look::cream);
     painter.drawEllipse(QRectF(track.left() + knobMargin + travel * m_position,
         track.top() + knobMargin, knobSize, knobSize));
-    if (hasFocus())
+    if (showsFocus(*this))
         drawFocus(painter, track, radius);
 }
 

@@ -54,6 +54,7 @@ QLayout* Footer::folderRow()
 {
     constexpr QSize symbolSize(14, 14);
     auto* change = word(tr("Change"), "change");
+    change->leaveReturnToWindow();
     connect(change, &Word::clicked, &m_state, &AppState::chooseFolder);
     auto* row = new QHBoxLayout;
     row->setSpacing(rowSpacing);

@@ -118,11 +118,14 @@ private slots:
         window.show();
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.setAttribute(Qt::WA_KeyboardFocusChange); // as by the tab key
         control.clearFocus();
         const QImage without = pictureOf(control);
         control.setFocus();
         QVERIFY(control.hasFocus());
         QVERIFY(pictureOf(control) != without);
+        window.setAttribute(Qt::WA_KeyboardFocusChange, false); // as by the mouse
+        QVERIFY(pictureOf(control) == without);
     }
 
     void focusCanBeSeenOnAWord()
@@ -133,11 +136,14 @@ private slots:
         window.show();
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.setAttribute(Qt::WA_KeyboardFocusChange); // as by the tab key
         control.clearFocus();
         const QImage without = pictureOf(control);
         control.setFocus();
         QVERIFY(control.hasFocus());
         QVERIFY(pictureOf(control) != without);
+        window.setAttribute(Qt::WA_KeyboardFocusChange, false); // as by the mouse
+        QVERIFY(pictureOf(control) == without);
     }
 
 private:

@@ -143,6 +143,7 @@ private slots:
         window.show();
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
+        window.setAttribute(Qt::WA_KeyboardFocusChange); // as by the tab key
         control.clearFocus();
         const QImage without = pictureOf(control);
         control.setFocus();

@@ -5,6 +5,7 @@
 #include "app/PreviewStates.h"
 #include "state/Settings.h"
 
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QtTest/QTest>
 
@@ -57,14 +58,124 @@ private slots:
         ContentView window(app);
         QVERIFY(showActive(window));
         QApplication::setCursorFlashTime(0); // a caret that stays
-        for (const QString& name : order) {
-            QWidget& control = child(window, name.toLatin1());
-            control.setFocus(Qt::TabFocusReason);
+        for (qsizetype i = 0; i < order.size(); ++i) {
+            QTest::keyClick(keyboardOwner(window), Qt::Key_Tab);
+            const QString name = focused();
             const QImage with = pictureOf(window);
-            control.clearFocus();
+            window.focusWidget()->clearFocus();
             const QImage without = pictureOf(window);
             QVERIFY2(with != without, qPrintable(name));
+            child(window, name.toLatin1()).setFocus();
         }
+    }
+
+    /// The search field's caret says enough.
+    void clickShowsNoFocus_data()
+    {
+        QTest::addColumn<QString>("control");
+        for (const char* control : {"chats", "autoSync", "change", "syncNow", "create"})
+            QTest::newRow(control) << QString::fromLatin1(control);
+    }
+
+    void clickShowsNoFocus()
+    {
+        QFETCH(QString, control);
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        QWidget& clicked = child(window, control.toLatin1());
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab); // a click ends what this began
+        click(clicked);
+        click(clicked); // twice: as checked as before
+        QTest::qWait(300); // until the switch is at rest
+        QCOMPARE(focused(), control);
+        const QImage with = pictureOf(window);
+        clicked.clearFocus();
+        QVERIFY(pictureOf(window) == with);
+    }
+
+    void keyAfterAClickShowsTheFocus()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        QWidget& list = child(window, "chats");
+        click(list);
+        QTest::keyClick(&list, Qt::Key_Down);
+        const QImage with = pictureOf(window);
+        list.clearFocus();
+        QVERIFY(pictureOf(window) != with);
+    }
+
+    void windowOpensWithoutAFocusRing()
+    {
+        AppState state(PreviewStates::qr());
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        window.close();
+        QVERIFY(showActive(window));
+        QCOMPARE(focused(), u"done"_s);
+        const QImage with = pictureOf(window);
+        window.focusWidget()->clearFocus();
+        QVERIFY(pictureOf(window) == with);
+    }
+
+    void focusLeavesTheOutlineOfASelectedRow()
+    {
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        auto& list = child<ChatListView>(window, "chats");
+        const QRect row = list.visualRect(list.model()->index(0, 0));
+        const QImage without = pictureOf(*list.viewport());
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        const QImage with = pictureOf(*list.viewport());
+        QVERIFY(with != without);
+        for (int x = row.left() + 20; x < row.right() - 20; ++x) {
+            QCOMPARE(with.pixelColor(x, row.top()), without.pixelColor(x, row.top()));
+            QCOMPARE(with.pixelColor(x, row.top() + 53), without.pixelColor(x, row.top() + 53));
+        }
+        for (int y = row.top() + 20; y < row.top() + 34; ++y)
+            QCOMPARE(with.pixelColor(row.left(), y), without.pixelColor(row.left(), y));
+    }
+
+    void arrowDownGoesFromTheSearchToTheList()
+    {
+        AppState state(previewOf(30));
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        auto& list = child<ChatListView>(window, "chats");
+        QTest::keyClicks(window.focusWidget(), u"chat 2"_s); // 2, 20, 21…
+        QTest::keyClick(window.focusWidget(), Qt::Key_Down);
+        QCOMPARE(focused(), u"chats"_s);
+        QCOMPARE(list.currentIndex().row(), 0);
+        QTest::keyClick(window.focusWidget(), Qt::Key_Down);
+        QTest::keyClick(window.focusWidget(), Qt::Key_Space);
+        QCOMPARE(state.selected(), std::set<std::string>{"guid-20"});
+    }
+
+    void arrowDownGoesToTheTopmostRowInView()
+    {
+        AppState state(previewOf(30));
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        auto& list = child<ChatListView>(window, "chats");
+        list.setCurrentIndex(list.model()->index(0, 0));
+        list.verticalScrollBar()->setValue(600 + 20); // half of row 10 is out of view
+        QTest::keyClick(window.focusWidget(), Qt::Key_Down);
+        QCOMPARE(list.currentIndex().row(), 11);
+        QCOMPARE(list.verticalScrollBar()->value(), 620);
+    }
+
+    void arrowDownStaysInTheSearchWhereThereIsNoRow()
+    {
+        AppState state(previewOf(3));
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        QTest::keyClicks(window.focusWidget(), u"nobody"_s);
+        QTest::keyClick(window.focusWidget(), Qt::Key_Down);
+        QCOMPARE(focused(), u"search"_s);
     }
 
     void windowOpensWithTheKeyboardWhereItIsWanted()
@@ -156,6 +267,87 @@ private slots:
         QVERIFY(setup.startsOfPicks.empty());
     }
 
+    void returnPressesQuit_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("Return") << int{Qt::Key_Return};
+        QTest::newRow("Enter") << int{Qt::Key_Enter};
+    }
+
+    void returnPressesQuit()
+    {
+        QFETCH(int, key);
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        QSignalSpy quit(&window, &ContentView::quitRequested);
+        QVERIFY(showActive(window));
+        child(window, "quit").setFocus();
+        QTest::keyClick(window.focusWidget(), static_cast<Qt::Key>(key));
+        QCOMPARE(quit.count(), 1);
+    }
+
+    void returnPressesSyncNow()
+    {
+        WindowSetup setup;
+        setup.addChats(2);
+        setup.start().toggle(WindowSetup::guid(1));
+        ContentView window(setup.state());
+        QVERIFY(showActive(window));
+        QSignalSpy reads(&setup.state(), &AppState::chatsChanged);
+        child(window, "syncNow").setFocus();
+        QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+        QVERIFY(setup.state().isSyncing());
+        QVERIFY(setup.state().status() != "Preparing selected chat…");
+        QTRY_COMPARE(reads.count(), 1);
+        QVERIFY(!setup.state().transferQR());
+    }
+
+    void returnPressesDone()
+    {
+        AppState state(PreviewStates::qr());
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+        QVERIFY(!state.transferQR());
+        QCOMPARE(focused(), u"search"_s);
+    }
+
+    void returnPressesTheButtonsOfTheAccessCard()
+    {
+        WindowSetup setup;
+        setup.start();
+        AppState state(PreviewStates::access());
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        QSignalSpy pressed(&child<QAbstractButton>(window, "tryAgain"), &QAbstractButton::clicked);
+        QSignalSpy opened(
+            &child<QAbstractButton>(window, "openSettings"), &QAbstractButton::clicked);
+        for (const char* button : {"tryAgain", "openSettings"}) {
+            child(window, button).setFocus();
+            QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+        }
+        QCOMPARE(pressed.count(), 1);
+        QCOMPARE(opened.count(), 1);
+    }
+
+    /// The code that Return has made would be taken down by the same, held key.
+    void heldReturnPressesOnce()
+    {
+        AppState state(PreviewStates::qr());
+        ContentView window(state);
+        QVERIFY(showActive(window));
+        QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Return, {}, u"\r"_s, true);
+        QApplication::sendEvent(window.focusWidget(), &repeated);
+        QVERIFY(state.transferQR());
+        WindowSetup setup;
+        setup.addChats(1);
+        setup.start().toggle(WindowSetup::guid(1));
+        ContentView list(setup.state());
+        QVERIFY(showActive(list));
+        QApplication::sendEvent(list.focusWidget(), &repeated);
+        QVERIFY(!setup.state().isSyncing());
+    }
+
     void returnDoesNothingWithoutExactlyOneChat_data()
     {
         QTest::addColumn<int>("chats");
@@ -236,6 +428,17 @@ private:
         return name == u"list"_s ? PreviewStates::list()
             : name == u"code"_s  ? PreviewStates::qr()
                                  : PreviewStates::access();
+    }
+
+    static void click(QWidget& control)
+    {
+        auto* list = qobject_cast<QAbstractScrollArea*>(&control);
+        QTest::mouseClick(list ? list->viewport() : &control, Qt::LeftButton, {}, {40, 12});
+    }
+
+    static QWidget* keyboardOwner(ContentView& window)
+    {
+        return window.focusWidget() ? window.focusWidget() : &window;
     }
 
     static QString focused()
