@@ -7,10 +7,13 @@
 #include "app/MenuBarExtra.h"
 #include "app/SingleInstance.h"
 #include "app/Snapshot.h"
+#include "process/ExitHook.h"
+#include "process/Interruption.h"
 #include "storage/Paths.h"
 
 #include <QApplication>
 #include <QDesktopServices>
+#include <QSocketNotifier>
 
 #include <algorithm>
 #include <cstdio>
@@ -52,6 +55,19 @@ int complain(const std::string& text)
     return EXIT_FAILURE;
 }
 
+/// Runs until the user quits, a signal asks for it, or the session ends. A lost display calls
+/// exit() instead.
+int runUntilQuit(const Interruption& interruption, AppState& state)
+{
+    const ExitHook hook([&state] { state.stop(); });
+    const QSocketNotifier signal(interruption.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&signal, &QSocketNotifier::activated, &QApplication::quit);
+    // The session manager waits for this, but not for what happens after it.
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, &state, &AppState::interruptExport,
+        Qt::DirectConnection);
+    return QApplication::exec();
+}
+
 int runWindow(int& argc, char** argv)
 {
     const std::future<void> fonts = readFontsAhead(); // while the display is being connected
@@ -64,6 +80,7 @@ int runWindow(int& argc, char** argv)
     if (instance.place() == Place::None)
         return complain(
             "Another window works on " + Paths::support().string() + " and does not answer.");
+    const Interruption interruption; // outlives the state, which may take a while to end
     AppState state(realEnvironment());
     if (fonts.valid())
         fonts.wait(); // or the list would be read twice
@@ -71,7 +88,7 @@ int runWindow(int& argc, char** argv)
     MenuBarExtra extra(window, QSystemTrayIcon::isSystemTrayAvailable());
     QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);
     QObject::connect(&window, &ContentView::quitRequested, &QApplication::quit);
-    const int code = QApplication::exec();
+    const int code = runUntilQuit(interruption, state);
     instance.retire(); // what is under way may take a while to end
     return code;
 }

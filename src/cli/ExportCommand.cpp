@@ -1,10 +1,10 @@
 #include "cli/ExportCommand.h"
 
 #include "cli/DatabaseHelp.h"
-#include "cli/Interruption.h"
 #include "cli/SyncWithProgress.h"
 #include "export/Json.h"
 #include "messages/Utf8.h"
+#include "process/Interruption.h"
 #include "storage/SupportLock.h"
 
 #include <filesystem>

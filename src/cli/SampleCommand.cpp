@@ -1,6 +1,6 @@
 #include "cli/SampleCommand.h"
 
-#include "cli/Interruption.h"
+#include "process/Interruption.h"
 #include "cli/ProgressBar.h"
 #include "messages/DBError.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/Console.h"
-#include "cli/Interruption.h"
+#include "process/Interruption.h"
 #include "export/Exporter.h"
 
 #include <string>

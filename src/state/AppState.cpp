@@ -48,7 +48,20 @@ AppState::AppState(Preview preview)
 
 AppState::~AppState()
 {
-    *m_stopping = true; // an export ends after the chat at hand
+    stop();
+}
+
+void AppState::interruptExport()
+{
+    *m_stopping = true;
+    m_worker.waitForJob();
+    *m_stopping = false;
+}
+
+void AppState::stop()
+{
+    *m_stopping = true;
+    m_worker.stop();
 }
 
 void AppState::start()

@@ -72,6 +72,14 @@ public:
     /// Selects the chat, or takes it out of the selection.
     void toggle(const std::string& guid);
 
+    /// Ends a running export after the chat at hand, with its progress saved, and waits for that.
+    /// The next export continues there.
+    void interruptExport();
+
+    /// The same, but nothing follows: after that, this object can only be destroyed. May be called
+    /// from any thread, also in the middle of any other operation.
+    void stop();
+
     /// The export folder of a user who has chosen none.
     static std::filesystem::path defaultFolder();
 

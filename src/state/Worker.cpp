@@ -10,12 +10,24 @@ Worker::Worker()
 
 Worker::~Worker()
 {
+    stop();
+    m_thread.join();
+}
+
+void Worker::waitForJob()
+{
+    std::unique_lock lock(m_lock);
+    m_changed.wait(lock, [this] { return !m_working; });
+}
+
+void Worker::stop()
+{
     {
         const std::lock_guard lock(m_lock);
         m_ending = true;
     }
-    m_changed.notify_one();
-    m_thread.join();
+    m_changed.notify_all();
+    waitForJob();
 }
 
 void Worker::run(Job job)
@@ -24,7 +36,7 @@ void Worker::run(Job job)
         const std::lock_guard lock(m_lock);
         m_jobs.push_back(std::move(job));
     }
-    m_changed.notify_one();
+    m_changed.notify_all();
 }
 
 void Worker::work()
@@ -34,7 +46,9 @@ void Worker::work()
         {
             const std::lock_guard lock(m_lock);
             m_deliveries.push_back(std::move(delivery));
+            m_working = false;
         }
+        m_changed.notify_all();
         emit jobDone();
     }
 }
@@ -48,6 +62,7 @@ Worker::Job Worker::nextJob()
         return {};
     Job job = std::move(m_jobs.front());
     m_jobs.pop_front();
+    m_working = true;
     return job;
 }
 

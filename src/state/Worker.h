@@ -27,6 +27,12 @@ public:
     /// `job` owns all that it needs and throws nothing.
     void run(Job job);
 
+    /// Waits for the job at hand, if there is one. May be called from any thread but the worker's.
+    void waitForJob();
+
+    /// The same, and begins no other job after it.
+    void stop();
+
 signals:
     /// From the worker's thread.
     void jobDone();
@@ -40,6 +46,7 @@ private:
     std::condition_variable m_changed;
     std::deque<Job> m_jobs; ///< guarded by `m_lock`
     std::deque<Delivery> m_deliveries; ///< guarded by `m_lock`
+    bool m_working = false; ///< a job is at hand; guarded by `m_lock`
     bool m_ending = false; ///< guarded by `m_lock`
     std::thread m_thread; ///< last: it begins with everything else in place
 };

@@ -81,6 +81,12 @@ Desktop::~Desktop()
     end();
 }
 
+void Desktop::loseDisplay()
+{
+    m_parts.front()->kill();
+    m_parts.front()->waitForFinished(patience);
+}
+
 void Desktop::end()
 {
     while (!m_parts.empty()) // the X server goes last

@@ -46,6 +46,15 @@ public:
     /// Clicks the icon in the tray; waits until there is one.
     void clickTrayIcon(int times = 1) const;
 
+    /// Sets an environment variable of the programs started from now on.
+    void setVariable(const QString& name, const QString& value)
+    {
+        m_environment.insert(name, value);
+    }
+
+    /// Kills the X server.
+    void loseDisplay();
+
     /// True while a window of this title is to be seen.
     bool shows(const QString& title) const;
 
