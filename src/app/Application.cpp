@@ -60,6 +60,7 @@ int complain(const std::string& text)
 int runUntilQuit(const Interruption& interruption, AppState& state)
 {
     const ExitHook hook([&state] { state.stop(); });
+    runExitHookOnLostDisplay();
     const QSocketNotifier signal(interruption.descriptor(), QSocketNotifier::Read);
     QObject::connect(&signal, &QSocketNotifier::activated, &QApplication::quit);
     // The session manager waits for this, but not for what happens after it.

@@ -1,5 +1,10 @@
 #include "app/Display.h"
 
+#include "process/ExitHook.h"
+
+#include <QString>
+#include <QtGlobal>
+
 #include <fontconfig/fontconfig.h>
 
 #include <cstdlib>
@@ -15,11 +20,28 @@ bool isSet(const char* variable)
     return value && *value != '\0';
 }
 
+QtMessageHandler defaultHandler = nullptr;
+
+void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    if (text.startsWith(QLatin1String("The Wayland connection")))
+        ExitHook::run();
+    defaultHandler(type, context, text);
+}
+
 } // namespace
 
 bool hasDisplay()
 {
     return isSet("QT_QPA_PLATFORM") || isSet("WAYLAND_DISPLAY") || isSet("DISPLAY");
+}
+
+/// Qt's Wayland client calls _exit(), which runs no exit handlers. It prints a warning before, and
+/// gives no other notice. If it is to reconnect instead, it does not exit.
+void runExitHookOnLostDisplay()
+{
+    if (!isSet("QT_WAYLAND_RECONNECT"))
+        defaultHandler = qInstallMessageHandler(handleMessage);
 }
 
 std::future<void> readFontsAhead()

@@ -4,7 +4,9 @@
 #include "messages/MessagesDB.h"
 #include "sample/SampleDatabase.h"
 
+#include <QFile>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QtTest/QTest>
 
 #include <csignal>
@@ -66,9 +68,42 @@ private slots:
         QVERIFY(program->waitForFinished(30000));
         QCOMPARE(program->exitStatus(), QProcess::NormalExit);
         QCOMPARE(program->exitCode(), exitCode);
+        verifyRestIsExportedOnce(desktop, chats);
+    }
+
+    void lostWaylandDisplayEndsTheExportToo()
+    {
+        if (QStandardPaths::findExecutable(QStringLiteral("weston")).isEmpty())
+            QSKIP("weston is not installed");
+        Desktop desktop(Desktop::Tray::None);
+        const QString socket = QStringLiteral("korvane-test");
+        const auto compositor = desktop.start(QStringLiteral("weston"),
+            {QStringLiteral("--backend=headless-backend.so"),
+                QStringLiteral("--socket=") + socket});
+        const QString socketPath
+            = QString::fromStdString(desktop.home()) + QLatin1Char('/') + socket;
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(socketPath), 15000);
+        desktop.setVariable(QStringLiteral("WAYLAND_DISPLAY"), socket);
+        desktop.setVariable(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
+        const std::size_t chats = giveManyChats(desktop);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        // There is no keyboard. The program begins to export by itself after 30 seconds.
+        while (program->state() == QProcess::Running && exportedFiles(desktop).size() < 50)
+            program->waitForFinished(20);
+        if (program->readAllStandardError().contains("Could not find the Qt platform plugin"))
+            QSKIP("Qt's plugin for Wayland is not installed");
+        compositor->kill();
+        QVERIFY(program->waitForFinished(30000));
+        QCOMPARE(program->exitStatus(), QProcess::NormalExit);
+        verifyRestIsExportedOnce(desktop, chats);
+    }
+
+private:
+    /// Exports what the window program has not exported before it ended.
+    static void verifyRestIsExportedOnce(const Desktop& desktop, std::size_t chats)
+    {
         const std::set<fs::path> before = exportedFiles(desktop);
         QVERIFY2(before.size() < chats, "the export was over before the program ended");
-
         const std::int64_t exported = countRecords(before);
         QVERIFY(exported > 0);
         const auto rest = desktop.start(QStringLiteral(PROGRAM),
@@ -82,7 +117,6 @@ private slots:
                 .arg(after.size() - before.size()));
     }
 
-private:
     static constexpr std::int64_t messages = 6'000;
 
     /// Selects them all, too. Returns how many chats there are.
