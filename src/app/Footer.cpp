@@ -27,7 +27,7 @@ Footer::Footer(AppState& state, QWidget* parent)
     , m_state(state)
     , m_folder(new OneLine(Look::font(11), Look::mute, Qt::ElideMiddle))
     , m_autoSync(new CoralSwitch(tr("Keep the export fresh every 30 seconds")))
-    , m_status(new OneLine(Look::font(11), Look::mute, Qt::ElideRight))
+    , m_status(new Paragraph(Look::font(11), Look::mute))
 {
     m_folder->setObjectName(QStringLiteral("folder"));
     m_autoSync->setObjectName(QStringLiteral("autoSync"));
@@ -46,8 +46,10 @@ Footer::Footer(AppState& state, QWidget* parent)
         [this] { m_autoSync->setChecked(m_state.autoSync()); });
     connect(&m_state, &AppState::outputFolderChanged, this, &Footer::updateFolder);
     connect(&m_state, &AppState::statusChanged, this, &Footer::updateStatus);
+    connect(&m_state, &AppState::transferQRChanged, this, &Footer::limitStatus);
     updateFolder();
     updateStatus();
+    limitStatus();
 }
 
 QLayout* Footer::folderRow()
@@ -90,6 +92,14 @@ void Footer::updateFolder()
 void Footer::updateStatus()
 {
     m_status->setText(QString::fromStdString(m_state.status()));
+}
+
+/// The list makes room for a long status; the card with the code has little to give.
+void Footer::limitStatus()
+{
+    constexpr int linesBesideCode = 2;
+    constexpr int linesBesideList = 4;
+    m_status->setMaximumLines(m_state.transferQR() ? linesBesideCode : linesBesideList);
 }
 
 QString abbreviatedPath(const QString& folder, const QString& home)

@@ -24,11 +24,12 @@ private:
     QLayout* statusRow();
     void updateFolder();
     void updateStatus();
+    void limitStatus();
 
     AppState& m_state;
     OneLine* m_folder;
     CoralSwitch* m_autoSync;
-    OneLine* m_status;
+    Paragraph* m_status;
 };
 
 /// `folder` with the home directory shown as "~".

@@ -1,6 +1,10 @@
 #include "app/Pieces.h"
 
 #include <QPainter>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <algorithm>
 
 namespace korvane {
 
@@ -20,6 +24,13 @@ QString directionMark(QStringView text)
             return QChar(rightToLeft);
     }
     return {};
+}
+
+QTextOption wrapping()
+{
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    return option;
 }
 
 } // namespace
@@ -87,6 +98,89 @@ void OneLine::paintEvent(QPaintEvent* /*event*/)
     QPainter painter(this);
     painter.setPen(m_colour);
     painter.drawText(rect(), static_cast<int>(alignment()) | Qt::TextSingleLine, shown());
+}
+
+Paragraph::Paragraph(const QFont& font, const QColor& colour, QWidget* parent)
+    : QLabel(parent)
+    , m_colour(colour)
+{
+    setTextFormat(Qt::PlainText);
+    setFont(font);
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Minimum);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+}
+
+void Paragraph::setText(const QString& text)
+{
+    QLabel::setText(text);
+    updateToolTip();
+}
+
+void Paragraph::setMaximumLines(int count)
+{
+    m_maximumLines = count;
+    updateToolTip();
+    updateGeometry();
+}
+
+QStringList Paragraph::lines(int width) const
+{
+    QTextLayout layout(text(), font());
+    layout.setTextOption(wrapping());
+    layout.beginLayout();
+    QStringList lines;
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        if (lines.size() == m_maximumLines) { // one too many
+            lines.last() = fontMetrics().elidedText(
+                lines.last() + text().mid(line.textStart()), Qt::ElideRight, width);
+            break;
+        }
+        lines += text().mid(line.textStart(), line.textLength());
+    }
+    layout.endLayout();
+    return lines;
+}
+
+int Paragraph::heightForWidth(int width) const
+{
+    return static_cast<int>(std::max(qsizetype(1), lines(width).size())) * fontMetrics().height();
+}
+
+QSize Paragraph::sizeHint() const
+{
+    return {fontMetrics().horizontalAdvance(text()), fontMetrics().height()};
+}
+
+QSize Paragraph::minimumSizeHint() const
+{
+    return {0, fontMetrics().height()};
+}
+
+void Paragraph::updateToolTip()
+{
+    const bool isWhole = lines(width()).join(QString()) == text();
+    setToolTip(isWhole ? QString() : text().toHtmlEscaped());
+}
+
+void Paragraph::resizeEvent(QResizeEvent* event)
+{
+    QLabel::resizeEvent(event);
+    updateToolTip();
+}
+
+void Paragraph::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    painter.setPen(m_colour);
+    const QStringList texts = lines(width());
+    const int height = fontMetrics().height();
+    QRect line(0, (this->height() - static_cast<int>(texts.size()) * height) / 2, width(), height);
+    for (const QString& text : texts) {
+        painter.drawText(line, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);
+        line.translate(0, line.height());
+    }
 }
 
 Card::Card(double radius, const QColor& colour, QWidget* parent)

@@ -45,6 +45,38 @@ private:
 /// that belongs to a run in the other direction than the text begins with.
 QString elided(const QString& text, const QFontMetrics& metrics, Qt::TextElideMode cut, int width);
 
+/// A text that wraps, also within a word that is longer than a line. What exceeds the maximum of
+/// lines is cut with an ellipsis; the whole of it is the tool tip then, and always what a screen
+/// reader reads.
+class Paragraph : public QLabel {
+    Q_OBJECT
+
+public:
+    Paragraph(const QFont& font, const QColor& colour, QWidget* parent = nullptr);
+
+    /// Instead of the base class's.
+    void setText(const QString& text);
+
+    void setMaximumLines(int count);
+
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    /// The text as it is broken into lines of this width.
+    QStringList lines(int width) const;
+    void updateToolTip();
+
+    const QColor m_colour;
+    int m_maximumLines = 1;
+};
+
 /// A panel on a rounded background.
 class Card : public QWidget {
     Q_OBJECT

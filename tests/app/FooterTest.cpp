@@ -133,22 +133,97 @@ private slots:
         WindowSetup setup;
         setup.addChats(3);
         ContentView window(setup.start());
-        const OneLine& status = child<OneLine>(window, "status");
+        const auto& status = child<QLabel>(window, "status");
         QCOMPARE(status.font().pixelSize(), 11);
         QCOMPARE(status.text(), u"3 chats · 0 selected"_s);
         setup.state().syncNow();
         QCOMPARE(status.text(), u"Select at least one chat"_s);
     }
 
-    void markupInAStatusIsShownAsItIs()
+    void longStatusWrapsAndTheListMakesRoom_data()
+    {
+        QTest::addColumn<QString>("status");
+        QTest::newRow("no link")
+            << u"Could not create a transfer link. Check Wi-Fi and select one chat."_s;
+        QTest::newRow("too large")
+            << u"This export is over 64 MB. Choose a smaller date range before transferring."_s;
+        QTest::newRow("another export")
+            << u"Error: Another export is running (korvane-sync, process 123456)."_s;
+        QTest::newRow("one long word") << u"Error: "_s + QString(60, u'm');
+    }
+
+    void longStatusWrapsAndTheListMakesRoom()
+    {
+        QFETCH(QString, status);
+        AppState::Preview preview = previewOf(200);
+        preview.status = "200 chats · 0 selected";
+        AppState brief(preview);
+        preview.status = status.toStdString();
+        AppState lengthy(preview);
+        ContentView before(brief);
+        ContentView window(lengthy);
+        before.show();
+        window.show();
+        const auto& label = child<QLabel>(window, "status");
+        QCOMPARE(label.text(), status);
+        QCOMPARE(label.toolTip(), QString()); // all of it can be read
+        const int line = QFontMetrics(label.font()).height();
+        const QRect text = placeIn(window, label);
+        QVERIFY(text.height() >= 2 * line);
+        QVERIFY(text.right() < placeIn(window, child(window, "syncNow")).left());
+        QVERIFY(text.bottom() < window.height() - 18);
+        const QImage picture = pictureOf(window);
+        const QRect half(text.left(), text.center().y(), text.width(), text.height() / 2);
+        QVERIFY(countOf(picture, Look::canvas, half) < half.width() * half.height());
+        QCOMPARE(window.size(), before.size());
+        QCOMPARE(child(window, "chats").height() - child(before, "chats").height(),
+            child(before, "status").height() - text.height());
+        QVERIFY(child(before, "status").height() < 2 * line);
+    }
+
+    void statusThatWrapsMakesRoomAsItComesAndGoes()
+    {
+        AppState state(previewOf(1));
+        ContentView window(state);
+        window.show();
+        const int before = child(window, "chats").height();
+        auto& label = child<Paragraph>(window, "status");
+        label.setText(QString(100, u'm'));
+        QTRY_VERIFY(child(window, "chats").height() < before);
+        label.setText(u"brief"_s);
+        QTRY_COMPARE(child(window, "chats").height(), before);
+    }
+
+    void longestStatusFitsBesideEachCard()
+    {
+        for (AppState::Preview preview : {PreviewStates::qr(), PreviewStates::access()}) {
+            preview.status = "Error: " + std::string(500, 'm');
+            AppState state(preview);
+            ContentView window(state);
+            window.show();
+            const char* name = preview.needsAccess ? "tryAgain" : "done";
+            const QWidget& card = *child(window, name).parentWidget();
+            for (const QLabel* text : card.findChildren<QLabel*>(Qt::FindDirectChildrenOnly)) {
+                QVERIFY(text->height() >= text->heightForWidth(text->width()));
+                for (const QWidget* other : card.findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+                    QVERIFY(other == text || !other->geometry().intersects(text->geometry()));
+            }
+            const auto& footer = *window.findChild<Footer*>();
+            QVERIFY(placeIn(window, card).bottom() < placeIn(window, footer).top());
+            QCOMPARE(placeIn(window, footer).bottom(), window.height() - 1 - 18);
+        }
+    }
+
+    void endlessStatusIsCutAfterFourLines()
     {
         AppState::Preview preview = previewOf(1);
-        preview.status = "Error: <b>bold</b> & more, and on and on until there is no room for it";
+        preview.status = "Error: <b>bold</b> & more" + std::string(500, 'm') + " the end";
         AppState state(preview);
         ContentView window(state);
         window.show();
-        const OneLine& status = child<OneLine>(window, "status");
-        QCOMPARE(status.text().toStdString(), preview.status);
+        const auto& status = child<QLabel>(window, "status");
+        QCOMPARE(status.height(), 4 * QFontMetrics(status.font()).height());
+        QCOMPARE(status.text().toStdString(), preview.status); // for a screen reader
         QCOMPARE(status.toolTip(), QString::fromStdString(preview.status).toHtmlEscaped());
     }
 
