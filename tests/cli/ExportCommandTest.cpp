@@ -206,17 +206,27 @@ private slots:
             QString::fromStdString(terminal.home()) + QStringLiteral("/\uFFFD\uFFFD.missing: ")));
     }
 
-    void contactsWithoutPermissionLeaveTheBareHandles()
+    void contactsWithoutACardChangeNoFile()
     {
         const Terminal terminal;
         TestDatabase database;
         fill(database);
+        const std::string book = terminal.home() + "/book.vcf";
+        std::ofstream(book) << "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann\nTEL:+15550100\nEND:VCARD\n";
+        QCOMPARE(exportAll(terminal, database, {"--contacts", book}).code, 0);
+        const auto files = filesIn(terminal.exports());
+        QVERIFY(files[0].starts_with("Ann Lee"));
+        const std::string records = contentsOf(terminal.exports() + '/' + files[0]);
+
         const std::string closed = terminal.home() + "/closed";
         std::filesystem::create_directories(closed);
         std::filesystem::permissions(closed, std::filesystem::perms::none);
-        QCOMPARE(exportAll(terminal, database, {"--contacts", closed}).code, 0);
+        const Outcome outcome = exportAll(terminal, database, {"--contacts", closed});
         std::filesystem::permissions(closed, std::filesystem::perms::owner_all);
-        QVERIFY(filesIn(terminal.exports())[0].starts_with("+15550100"));
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err, "korvane-sync: " + closed + ": There are no contacts here.\n");
+        QCOMPARE(filesIn(terminal.exports()), files);
+        QCOMPARE(contentsOf(terminal.exports() + '/' + files[0]), records);
     }
 
     void pathsWithBlanksAndForeignLettersWork()
