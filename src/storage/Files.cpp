@@ -140,7 +140,10 @@ private:
 std::optional<std::string> Files::read(const fs::path& file)
 {
     try {
-        return readAll(opened(file, O_RDONLY | O_NONBLOCK)); // a pipe's open() would wait, too
+        // Asked before it is opened, for to open a pipe is to wait for its writer.
+        if (!fs::is_regular_file(file))
+            return std::nullopt;
+        return readAll(opened(file, O_RDONLY));
     } catch (const std::system_error&) {
         return std::nullopt;
     }

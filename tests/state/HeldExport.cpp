@@ -5,46 +5,34 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <system_error>
 
 namespace korvane {
 
-namespace {
-
-std::string contentsOf(const std::filesystem::path& file)
-{
-    return std::filesystem::exists(file) ? readFile(file) : "";
-}
-
-} // namespace
-
 HeldExport::HeldExport(const ExportSetup& files)
-    : m_file(files.stateFile())
-    , m_contents(contentsOf(m_file))
+    : m_file(::open(files.stateFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR))
 {
-    std::filesystem::remove(m_file);
-    if (::mkfifo(m_file.c_str(), S_IRUSR | S_IWUSR) != 0)
+    std::signal(SIGIO, SIG_IGN); // says that somebody opens the file; isReached() asks for it
+    if (!m_file || ::fcntl(m_file.get(), F_SETLEASE, F_WRLCK) != 0)
         throw std::system_error(errno, std::generic_category());
 }
 
 HeldExport::~HeldExport()
 {
-    if (m_pipe || isReached())
-        release();
+    release();
 }
 
 bool HeldExport::isReached()
 {
-    if (!m_pipe) // without a reader there is no opening it
-        m_pipe = Descriptor(::open(m_file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
-    return static_cast<bool>(m_pipe);
+    return m_file && ::fcntl(m_file.get(), F_GETLEASE) != F_WRLCK;
 }
 
 void HeldExport::release()
 {
-    if (::write(m_pipe.get(), m_contents.data(), m_contents.size()) < 0)
-        throw std::system_error(errno, std::generic_category());
-    m_pipe = Descriptor();
+    if (m_file)
+        ::fcntl(m_file.get(), F_SETLEASE, F_UNLCK);
+    m_file = Descriptor();
 }
 
 } // namespace korvane

@@ -3,12 +3,11 @@
 #include "export/ExportSetup.h"
 #include "storage/Descriptor.h"
 
-#include <string>
-
 namespace korvane {
 
-/// Stops the next export before its first chat, where it reads what was exported so far: a pipe
-/// takes the place of that file and gives its contents only when told to.
+/// Stops the next export before its first chat, where it opens the file of what was exported so
+/// far: a lease on that file (fcntl, Linux) makes it wait there until told to go on, or until the
+/// kernel's limit of 45 seconds.
 class HeldExport {
 public:
     explicit HeldExport(const ExportSetup& files);
@@ -23,9 +22,7 @@ public:
     void release();
 
 private:
-    const std::filesystem::path m_file;
-    const std::string m_contents;
-    Descriptor m_pipe;
+    Descriptor m_file; ///< holds the lease
 };
 
 } // namespace korvane
