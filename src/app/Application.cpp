@@ -12,7 +12,6 @@
 #include "storage/Paths.h"
 
 #include <QApplication>
-#include <QDesktopServices>
 #include <QSocketNotifier>
 
 #include <algorithm>
@@ -28,7 +27,7 @@ AppEnvironment realEnvironment()
 {
     AppEnvironment environment;
     environment.pickFolder = pickFolder;
-    environment.openUrl = [](const QUrl& url) { QDesktopServices::openUrl(url); };
+    environment.openUrl = openUrl;
     return environment;
 }
 
@@ -86,7 +85,7 @@ int runWindow(int& argc, char** argv)
     if (fonts.valid())
         fonts.wait(); // or the list would be read twice
     ContentView window(state);
-    MenuBarExtra extra(window, QSystemTrayIcon::isSystemTrayAvailable());
+    MenuBarExtra extra(window);
     QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);
     QObject::connect(&window, &ContentView::quitRequested, &QApplication::quit);
     const int code = runUntilQuit(interruption, state);

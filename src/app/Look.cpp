@@ -112,4 +112,9 @@ QIcon Look::menuBarIcon()
     return guide.isNull() ? iconOf(Drawing::SpeechBubble) : guide;
 }
 
+QPixmap Look::trayPicture(double pixels)
+{
+    return image(Drawing::Guide, pixels, 1);
+}
+
 } // namespace korvane

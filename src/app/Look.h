@@ -42,4 +42,8 @@ QPixmap symbol(Drawing drawing, double height, double pixelsPerPoint, const QCol
 /// bubble where the guide's outline is missing.
 QIcon menuBarIcon();
 
+/// The icon for a tray that does not recolour pictures, so many pixels high and wide: visible on
+/// light and dark panels.
+QPixmap trayPicture(double pixels);
+
 } // namespace korvane::Look

@@ -1,6 +1,6 @@
 #include "app/MenuBarExtra.h"
 
-#include "app/Look.h"
+#include "app/Display.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -24,31 +24,52 @@ QRect anchor(const QSystemTrayIcon& icon)
 
 } // namespace
 
-MenuBarExtra::MenuBarExtra(ContentView& window, bool hasTray) : m_window(window), m_hasTray(hasTray)
+MenuBarExtra::MenuBarExtra(ContentView& window, std::chrono::milliseconds trayInterval)
+    : m_window(window)
 {
     m_window.setWindowTitle(tr("Korvane Sync"));
     m_window.installEventFilter(this);
-    if (hasTray) // Escape, meant for the search, is not to end an ordinary window's program
-        connect(&m_window, &ContentView::closeRequested, this, &MenuBarExtra::close);
-    connect(&m_icon, &QSystemTrayIcon::activated, this, &MenuBarExtra::toggle);
-    QApplication::setQuitOnLastWindowClosed(!hasTray);
-    if (hasTray)
-        showIcon();
-    else
+    connect(&m_window, &ContentView::closeRequested, this, [this] {
+        if (m_isPopup) // Escape, meant for the search, is not to close an ordinary window
+            close();
+    });
+    connect(&m_trayTimer, &QTimer::timeout, this, &MenuBarExtra::lookForTray);
+    m_trayTimer.setInterval(trayInterval);
+    lookForTray();
+    if (!m_icon)
         open();
+}
+
+void MenuBarExtra::lookForTray()
+{
+    const bool isThere = hasTray();
+    QApplication::setQuitOnLastWindowClosed(!isThere);
+    if (!isThere)
+        return m_trayTimer.start();
+    m_trayTimer.stop();
+    showIcon();
 }
 
 void MenuBarExtra::showIcon()
 {
+    m_icon.emplace();
+    connect(&*m_icon, &QSystemTrayIcon::activated, this, &MenuBarExtra::toggle);
+    m_icon->setIcon(trayIcon());
+    m_icon->setToolTip(tr("Korvane Sync"));
+    m_icon->show();
+}
+
+void MenuBarExtra::becomePopup()
+{
     m_window.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    m_icon.setIcon(Look::menuBarIcon());
-    m_icon.setToolTip(tr("Korvane Sync"));
-    m_icon.show();
+    m_isPopup = true;
 }
 
 void MenuBarExtra::open()
 {
-    if (m_hasTray)
+    if (m_icon && !m_isPopup && !m_window.isVisible())
+        becomePopup();
+    if (m_isPopup)
         m_window.move(place());
     m_window.show();
     m_window.raise();
@@ -69,19 +90,24 @@ void MenuBarExtra::close()
 void MenuBarExtra::toggle()
 {
     constexpr qint64 sameClick = 250; // milliseconds
-    if (m_window.isVisible() && m_sinceOpened.hasExpired(QApplication::doubleClickInterval()))
-        close();
-    else if (m_window.isVisible())
-        m_window.raise();
-    else if (!m_sinceClosed.isValid() || m_sinceClosed.hasExpired(sameClick))
+    if (!m_isPopup) {
+        m_window.hide();
         open();
+    } else if (m_window.isVisible()
+        && m_sinceOpened.hasExpired(QApplication::doubleClickInterval())) {
+        close();
+    } else if (m_window.isVisible()) {
+        m_window.raise();
+    } else if (!m_sinceClosed.isValid() || m_sinceClosed.hasExpired(sameClick)) {
+        open();
+    }
 }
 
 bool MenuBarExtra::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() == QEvent::Resize && m_hasTray && m_window.isVisible())
+    if (event->type() == QEvent::Resize && m_isPopup && m_window.isVisible())
         m_window.move(place()); // it grows away from the icon
-    const bool turnedAway = event->type() == QEvent::WindowDeactivate && m_hasTray;
+    const bool turnedAway = event->type() == QEvent::WindowDeactivate && m_isPopup;
     if (turnedAway && !QApplication::activeModalWidget())
         close();
     return QObject::eventFilter(watched, event);
@@ -90,7 +116,7 @@ bool MenuBarExtra::eventFilter(QObject* watched, QEvent* event)
 /// Below the icon, or above it where the tray is at the bottom, and within the screen.
 QPoint MenuBarExtra::place() const
 {
-    const QRect icon = anchor(m_icon);
+    const QRect icon = anchor(*m_icon);
     const QScreen* screen = QApplication::screenAt(icon.center());
     const QRect area = (screen ? screen : QApplication::primaryScreen())->availableGeometry();
     const QSize size = m_window.size();

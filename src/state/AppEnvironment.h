@@ -32,8 +32,8 @@ struct AppEnvironment {
     /// Lets the user pick a folder, beginning in the one given; nothing where he cancels.
     std::function<std::optional<std::filesystem::path>(const std::filesystem::path&)> pickFolder;
 
-    /// Has the system open a URL.
-    std::function<void(const QUrl&)> openUrl;
+    /// Has the system open a URL; false if it has nothing to open it with.
+    std::function<bool(const QUrl&)> openUrl;
 };
 
 } // namespace korvane

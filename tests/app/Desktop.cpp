@@ -35,7 +35,8 @@ QString Desktop::missing()
     return {};
 }
 
-Desktop::Desktop(Tray tray) : m_environment(QProcessEnvironment::systemEnvironment())
+Desktop::Desktop(Tray tray, const QString& panelColour)
+    : m_environment(QProcessEnvironment::systemEnvironment())
 {
     const QString home = m_home.path();
     m_environment.insert(QStringLiteral("HOME"), home);
@@ -50,7 +51,7 @@ Desktop::Desktop(Tray tray) : m_environment(QProcessEnvironment::systemEnvironme
     for (int attempt = 0; attempt < 3 && !isComplete; ++attempt) {
         end();
         startDisplay();
-        isComplete = tray == Tray::None || startTray();
+        isComplete = tray == Tray::None || startTray(panelColour);
     }
     QVERIFY(isComplete);
 }
@@ -65,13 +66,16 @@ void Desktop::startDisplay()
     m_parts.push_back(start(QStringLiteral("openbox")));
 }
 
-/// Tells whether it came up.
-bool Desktop::startTray()
+bool Desktop::startTray(const QString& panelColour)
 {
-    m_parts.push_back(start(QStringLiteral("trayer"),
-        {QStringLiteral("--edge"), QStringLiteral("top"), QStringLiteral("--align"),
-            QStringLiteral("right"), QStringLiteral("--height"), QStringLiteral("24"),
-            QStringLiteral("--widthtype"), QStringLiteral("request")}));
+    QStringList options{QStringLiteral("--edge"), QStringLiteral("top"), QStringLiteral("--align"),
+        QStringLiteral("right"), QStringLiteral("--height"), QStringLiteral("24"),
+        QStringLiteral("--widthtype"), QStringLiteral("request")};
+    if (!panelColour.isEmpty())
+        options << QStringLiteral("--transparent") << QStringLiteral("true")
+                << QStringLiteral("--alpha") << QStringLiteral("0") << QStringLiteral("--tint")
+                << panelColour;
+    m_parts.push_back(start(QStringLiteral("trayer"), options));
     return QTest::qWaitFor(
         [this] { return trayGeometry().contains(QStringLiteral("HEIGHT=24")); }, 5000);
 }
@@ -143,6 +147,13 @@ bool Desktop::shows(const QString& title) const
         {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
             QLatin1Char('^') + title + QLatin1Char('$')})
                 .isEmpty();
+}
+
+QImage Desktop::screen() const
+{
+    const QString picture = m_home.path() + QStringLiteral("/screen.png");
+    output(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), picture});
+    return QImage(picture);
 }
 
 std::string Desktop::codeOnScreen() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QImage>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
@@ -23,7 +24,8 @@ class Desktop {
 public:
     enum class Tray { None, Present };
 
-    explicit Desktop(Tray tray);
+    /// With a colour like "0x202020", that is the panel's.
+    explicit Desktop(Tray tray, const QString& panelColour = {});
     ~Desktop();
     Desktop(const Desktop&) = delete;
     Desktop& operator=(const Desktop&) = delete;
@@ -52,6 +54,12 @@ public:
         m_environment.insert(name, value);
     }
 
+    /// Tells whether it came up: now and then it does not, and will not on this desktop.
+    bool startTray(const QString& panelColour = {});
+
+    /// A picture of the screen.
+    QImage screen() const;
+
     /// Kills the X server.
     void loseDisplay();
 
@@ -63,7 +71,6 @@ public:
 
 private:
     void startDisplay();
-    bool startTray();
     void end();
     QString trayGeometry() const;
 

@@ -59,7 +59,10 @@ AppEnvironment WindowSetup::environment()
         startsOfPicks.push_back(start);
         return picked;
     };
-    environment.openUrl = [this](const QUrl& url) { openedUrls.push_back(url); };
+    environment.openUrl = [this](const QUrl& url) {
+        openedUrls.push_back(url);
+        return true;
+    };
     return environment;
 }
 

@@ -123,7 +123,10 @@ private slots:
     {
         StateSetup setup;
         QStringList opened;
-        setup.environment.openUrl = [&opened](const QUrl& url) { opened << url.toString(); };
+        setup.environment.openUrl = [&opened](const QUrl& url) {
+            opened << url.toString();
+            return true;
+        };
         AppState& state = setup.create();
         const Recorder recorder(state);
         state.openAccessSettings();
@@ -131,6 +134,18 @@ private slots:
             QStringList{QStringLiteral("x-apple.systempreferences:com.apple.preference.security"
                                        "?Privacy_AllFiles")});
         QCOMPARE(recorder.changes(), std::string());
+    }
+
+    void accessSettingsThatCannotBeOpenedAreReported()
+    {
+        StateSetup setup;
+        setup.environment.openUrl = [](const QUrl&) { return false; };
+        AppState& state = setup.create();
+        const Recorder recorder(state);
+        state.openAccessSettings();
+        QCOMPARE(recorder.changes(),
+            std::string("status: Could not open System Settings. Let this program read chat.db, "
+                        "then try again.\n"));
     }
 
     void pictureOfAStateShowsWhatItIsGivenAndTouchesNothing()

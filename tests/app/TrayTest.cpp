@@ -1,0 +1,269 @@
+#include "app/Desktop.h"
+
+#include <QColor>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusInterface>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QDir>
+#include <QFile>
+#include <QtTest/QTest>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <set>
+
+using namespace korvane;
+
+namespace {
+
+double luminance(QRgb colour)
+{
+    const auto linear = [](int byte) {
+        const double part = byte / 255.0;
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour))
+        + 0.0722 * linear(qBlue(colour));
+}
+
+/// Of two colours on a screen: from 1 to 21.
+double contrast(QRgb one, QRgb other)
+{
+    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+} // namespace
+
+/// The panel's side of the StatusNotifierItem protocol, on a message bus of its own.
+class Watcher : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
+
+public:
+    explicit Watcher(const Desktop& desktop)
+        : m_bus(desktop.start(QStringLiteral("dbus-daemon"),
+            {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                QStringLiteral("--print-address=1")}))
+    {
+        m_bus->waitForReadyRead(10000);
+        address = QString::fromLatin1(m_bus->readLine()).trimmed();
+        m_connection
+            = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(address, address));
+    }
+    ~Watcher() override { QDBusConnection::disconnectFromBus(address); }
+    Q_DISABLE_COPY_MOVE(Watcher)
+
+    bool appear()
+    {
+        return m_connection->registerObject(QStringLiteral("/StatusNotifierWatcher"), this,
+                   QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties)
+            && m_connection->registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
+    }
+
+    static bool isHostRegistered() { return true; }
+
+    /// A property of the icon that has registered itself.
+    QVariant property(const QString& name) const
+    {
+        const QDBusMessage answer
+            = QDBusInterface(item, QStringLiteral("/StatusNotifierItem"),
+                QStringLiteral("org.freedesktop.DBus.Properties"), *m_connection)
+                  .call(QStringLiteral("Get"), QStringLiteral("org.kde.StatusNotifierItem"), name);
+        return answer.arguments().value(0).value<QDBusVariant>().variant();
+    }
+
+    void activate() const
+    {
+        QDBusInterface(item, QStringLiteral("/StatusNotifierItem"),
+            QStringLiteral("org.kde.StatusNotifierItem"), *m_connection)
+            .call(QStringLiteral("Activate"), 500, 10);
+    }
+
+    QString address;
+    QString item;
+
+public slots:
+    void RegisterStatusNotifierItem(const QString& /*service*/) { item = message().service(); }
+
+private:
+    Program m_bus;
+    std::unique_ptr<QDBusConnection> m_connection;
+};
+
+/// The program's icon in real trays.
+class TrayTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        if (const QString missing = Desktop::missing(); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+    }
+
+    void iconIsVisibleOnThePanel_data()
+    {
+        QTest::addColumn<QString>("colour");
+        for (const char* colour : {"0x000000", "0x2e3436", "0xe8e8e8", "0xffffff"})
+            QTest::newRow(colour) << QString::fromLatin1(colour);
+    }
+
+    void iconIsVisibleOnThePanel()
+    {
+        QFETCH(const QString, colour);
+        const Desktop desktop(Desktop::Tray::Present, colour);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        const int wanted = QColor(QLatin1Char('#') + colour.mid(2)).lightness();
+        int visible = 0;
+        const auto look = [&] {
+            const QImage picture = desktop.screen().copy(976, 0, 24, 24);
+            const QRgb panel = picture.pixel(1, 1);
+            visible = 0;
+            for (int y = 0; y < picture.height(); ++y) {
+                for (int x = 0; x < picture.width(); ++x)
+                    visible += contrast(picture.pixel(x, y), panel) >= 2;
+            }
+            return std::abs(QColor(panel).lightness() - wanted) < 8 && visible >= 100;
+        };
+        QVERIFY2(QTest::qWaitFor(look, 10000), qPrintable(QString::number(visible)));
+    }
+
+    void installedIconIsNamedForThePanel()
+    {
+        Desktop desktop(Desktop::Tray::None);
+        const QString theme
+            = QString::fromStdString(desktop.home()) + QStringLiteral("/share/icons/hicolor");
+        QVERIFY(QDir().mkpath(theme + QStringLiteral("/symbolic/apps")));
+        const QString name = QStringLiteral("app.korvane.KorvaneSync-symbolic");
+        QVERIFY(QFile::copy(
+            QStringLiteral(ICON_FOLDER) + QLatin1Char('/') + name + QStringLiteral(".svg"),
+            theme + QStringLiteral("/symbolic/apps/") + name + QStringLiteral(".svg")));
+        QFile index(theme + QStringLiteral("/index.theme"));
+        QVERIFY(index.open(QIODevice::WriteOnly));
+        index.write("[Icon Theme]\nName=Hicolor\nDirectories=symbolic/apps\n"
+                    "[symbolic/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\n");
+        index.close();
+        desktop.setVariable(QStringLiteral("XDG_DATA_DIRS"),
+            QString::fromStdString(desktop.home()) + QStringLiteral("/share"));
+        QCOMPARE(propertyOnDBus(desktop, QStringLiteral("IconName")).toString(), name);
+    }
+
+    void iconThatIsNotInstalledHasNoName()
+    {
+        Desktop desktop(Desktop::Tray::None);
+        desktop.setVariable(
+            QStringLiteral("XDG_DATA_DIRS"), QString::fromStdString(desktop.home()));
+        QCOMPARE(propertyOnDBus(desktop, QStringLiteral("IconName")).toString(), QString());
+    }
+
+    void panelThatLooksUpNoNameGetsPicturesFrom16To48()
+    {
+        Desktop desktop(Desktop::Tray::None);
+        const auto pictures
+            = propertyOnDBus(desktop, QStringLiteral("IconPixmap")).value<QDBusArgument>();
+        std::set<int> sides;
+        pictures.beginArray();
+        while (!pictures.atEnd()) {
+            int width = 0;
+            int height = 0;
+            QByteArray pixels;
+            pictures.beginStructure();
+            pictures >> width >> height >> pixels;
+            pictures.endStructure();
+            QCOMPARE(height, width);
+            QCOMPARE(pixels.size(), qsizetype(4) * width * height);
+            QVERIFY(pixels.count('\0') < pixels.size() * 9 / 10); // it is not transparent
+            sides.insert(width);
+        }
+        pictures.endArray();
+        for (const int side : {16, 22, 24, 32, 48})
+            QVERIFY2(sides.contains(side), qPrintable(QString::number(side)));
+    }
+
+    void trayThatAppearsLaterGetsTheIcon()
+    {
+        bool hasTray = false;
+        for (int attempt = 0; attempt < 3 && !hasTray; ++attempt) {
+            Desktop desktop(Desktop::Tray::None);
+            const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+            QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
+            hasTray = desktop.startTray();
+            if (!hasTray)
+                continue;
+            desktop.clickTrayIcon(); // once it is there
+            becomesAPopup(desktop, *program);
+        }
+        QVERIFY(hasTray);
+    }
+
+    void trayOverDBusThatAppearsLaterGetsTheIcon()
+    {
+        Desktop desktop(Desktop::Tray::None);
+        Watcher watcher(desktop);
+        desktop.setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), watcher.address);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
+        QVERIFY(watcher.appear());
+        QTRY_VERIFY_WITH_TIMEOUT(!watcher.item.isEmpty(), 15000);
+        QVERIFY(desktop.shows(title())); // it may be in use
+        watcher.activate();
+        becomesAPopup(desktop, *program);
+    }
+
+    void ordinaryWindowDoesNotQuitOnceThereIsATray()
+    {
+        Desktop desktop(Desktop::Tray::None);
+        Watcher watcher(desktop);
+        desktop.setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), watcher.address);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
+        QVERIFY(watcher.appear());
+        QTRY_VERIFY_WITH_TIMEOUT(!watcher.item.isEmpty(), 15000);
+        for (int attempt = 0; attempt < 20 && desktop.shows(title()); ++attempt) {
+            desktop.press(QStringLiteral("alt+F4"));
+            QTest::qWait(1000);
+        }
+        QVERIFY(!desktop.shows(title()));
+        QVERIFY(!program->waitForFinished(500));
+        watcher.activate();
+        QTRY_VERIFY(desktop.shows(title()));
+    }
+
+private:
+    static QString title() { return QStringLiteral("Korvane Sync"); }
+
+    /// Escape closes a popup, and only that.
+    static void becomesAPopup(const Desktop& desktop, const QProcess& program)
+    {
+        bool isClosed = false; // the window manager may take a while to give it the keyboard
+        for (int attempt = 0; attempt < 20 && !isClosed; ++attempt) {
+            QTest::qWait(300);
+            desktop.press(QStringLiteral("Escape"));
+            isClosed = !desktop.shows(title());
+        }
+        QVERIFY(isClosed);
+        QCOMPARE(program.state(), QProcess::Running);
+    }
+
+    /// Starts the program beside a panel over D-Bus and asks for a property of its icon.
+    static QVariant propertyOnDBus(Desktop& desktop, const QString& name)
+    {
+        Watcher watcher(desktop);
+        if (!watcher.appear())
+            return {};
+        desktop.setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), watcher.address);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        if (!QTest::qWaitFor([&] { return !watcher.item.isEmpty(); }, 15000))
+            return {};
+        return watcher.property(name);
+    }
+};
+
+QTEST_GUILESS_MAIN(TrayTest)
+#include "TrayTest.moc"
