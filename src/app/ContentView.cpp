@@ -5,9 +5,13 @@
 #include "app/Header.h"
 #include "app/Look.h"
 
+#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QScreen>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace korvane {
 
@@ -18,6 +22,7 @@ constexpr int spacing = 14;
 constexpr int windowWidth = 400;
 constexpr int usualHeight = 600;
 constexpr int heightWithCode = 660;
+constexpr int leastHeight = 240; ///< on the lowest screen
 
 QPalette darkColours()
 {
@@ -30,26 +35,36 @@ QPalette darkColours()
     return colours;
 }
 
+/// Without it the window would be to a screen reader what any part of it is.
+QAccessibleInterface* accessibleWindow(const QString& /*className*/, QObject* object)
+{
+    auto* window = qobject_cast<ContentView*>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Window) : nullptr;
+}
+
 } // namespace
 
 ContentView::ContentView(AppState& state, QWidget* parent)
     : QWidget(parent)
     , m_state(state)
+    , m_middle(new Middle)
     , m_accessCard(new AccessCard(state))
     , m_transferCard(new TransferCard(state))
     , m_chatPane(new ChatPane(state))
     , m_focus(*this)
 {
     setPalette(darkColours());
+    setAccessibleName(tr("Korvane Sync"));
+    QAccessible::installFactory(accessibleWindow); // once, however often it is called
     auto* footer = new Footer(state);
+    m_middle->add(m_accessCard);
+    m_middle->add(m_transferCard);
+    m_middle->add(m_chatPane, 1);
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(padding, padding, padding, padding);
     rows->setSpacing(spacing);
     rows->addWidget(new Header(state));
-    rows->addWidget(m_accessCard);
-    rows->addWidget(m_transferCard);
-    rows->addWidget(m_chatPane, 1);
-    rows->addStretch();
+    rows->addWidget(m_middle, 1);
     rows->addWidget(footer);
 
     connect(footer, &Footer::quitRequested, this, &ContentView::quitRequested);
@@ -62,12 +77,26 @@ void ContentView::showWhatIsCalledFor()
 {
     const bool access = m_state.needsAccess();
     const bool transfer = !access && m_state.transferQR().has_value();
-    m_accessCard->setVisible(access);
-    m_transferCard->setVisible(transfer);
-    m_chatPane->setVisible(!access && !transfer);
-    setFixedSize(windowWidth, transfer ? heightWithCode : usualHeight);
+    if (access)
+        m_middle->showOnly(m_accessCard);
+    else
+        m_middle->showOnly(transfer ? static_cast<QWidget*>(m_transferCard) : m_chatPane);
+    fitToScreen();
     if (isVisible())
         takeFocus(); // what had the keyboard may be out of sight
+}
+
+/// On a screen that is lower than the window, the window is as high as the screen.
+void ContentView::fitToScreen()
+{
+    const bool transfer = !m_state.needsAccess() && m_state.transferQR().has_value();
+    int height = transfer ? heightWithCode : usualHeight;
+    if (isVisible()) { // a picture of the window has no screen
+        const int frame = frameGeometry().height() - this->height();
+        const int room = screen()->availableGeometry().height() - frame;
+        height = std::clamp(room, leastHeight, height);
+    }
+    setFixedSize(windowWidth, height);
 }
 
 void ContentView::takeFocus()
@@ -82,12 +111,26 @@ void ContentView::takeFocus()
 
 void ContentView::paintEvent(QPaintEvent* event)
 {
-    QPainter(this).fillRect(event->rect(), Look::canvas);
+    QPainter painter(this);
+    painter.fillRect(event->rect(), Look::canvas);
+    if (!windowFlags().testFlag(Qt::FramelessWindowHint))
+        return; // the desktop draws the edge
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Look::hairline, 1));
+    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
+}
+
+/// To another screen, or into the frame that a window manager puts around it.
+void ContentView::moveEvent(QMoveEvent* event)
+{
+    QWidget::moveEvent(event);
+    fitToScreen();
 }
 
 void ContentView::showEvent(QShowEvent* event)
 {
     m_focus.hide();
+    fitToScreen();
     QWidget::showEvent(event);
 }
 

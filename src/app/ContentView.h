@@ -2,6 +2,7 @@
 
 #include "app/ChatPane.h"
 #include "app/FocusRing.h"
+#include "app/Middle.h"
 #include "app/TransferCard.h"
 #include "state/AppState.h"
 
@@ -29,12 +30,15 @@ signals:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
 private:
     void showWhatIsCalledFor();
+    void fitToScreen();
 
     const AppState& m_state;
+    Middle* m_middle;
     QWidget* m_accessCard;
     TransferCard* m_transferCard;
     ChatPane* m_chatPane;

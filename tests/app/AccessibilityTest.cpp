@@ -133,6 +133,17 @@ private slots:
         QVERIFY(list.child(1)->state().checked);
     }
 
+    void windowHasARoleAndAName()
+    {
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        window.show();
+        QAccessibleInterface& told = interfaceOf(window);
+        QCOMPARE(told.role(), QAccessible::Window);
+        QCOMPARE(told.text(QAccessible::Name), u"Korvane Sync"_s);
+        QVERIFY(told.childCount() >= 3);
+    }
+
     void switchSaysWhetherItIsOn()
     {
         AppState state(PreviewStates::list());

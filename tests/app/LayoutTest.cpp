@@ -31,6 +31,19 @@ private slots:
         QCOMPARE(window.maximumSize(), wanted);
     }
 
+    void windowWithoutAFrameHasAnEdgeOfItsOwn()
+    {
+        AppState state(PreviewStates::list());
+        ContentView window(state);
+        QCOMPARE(countOf(edgeOf(window), Look::canvas), 400 + 400);
+        window.setWindowFlag(Qt::FramelessWindowHint);
+        const QImage edge = edgeOf(window);
+        for (int x = 0; x < edge.width(); ++x) { // cream at an opacity of 0.12
+            QVERIFY(std::abs(edge.pixelColor(x, 0).red() - 29) <= 2);
+            QVERIFY(std::abs(edge.pixelColor(x, 1).red() - 29) <= 2);
+        }
+    }
+
     void windowGrowsAndShrinksWithTheCode()
     {
         AppState state(PreviewStates::qr());
@@ -288,6 +301,18 @@ private:
         std::sort(pieces.begin(), pieces.end(),
             [](const QWidget* one, const QWidget* other) { return one->y() < other->y(); });
         return pieces;
+    }
+
+    /// The topmost and the lowest line of pixels.
+    static QImage edgeOf(ContentView& window)
+    {
+        const QImage picture = pictureOf(window);
+        QImage edge(picture.width(), 2, picture.format());
+        for (int x = 0; x < picture.width(); ++x) {
+            edge.setPixelColor(x, 0, picture.pixelColor(x, 0));
+            edge.setPixelColor(x, 1, picture.pixelColor(x, picture.height() - 1));
+        }
+        return edge;
     }
 
     /// Where a row's title and its symbol are, right of the mark.

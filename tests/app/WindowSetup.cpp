@@ -2,6 +2,10 @@
 
 #include "state/SettingsStore.h"
 
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QPainter>
 #include <QSettings>
 #include <QtTest/QTest>
@@ -19,6 +23,20 @@ void WindowTest::initMain()
     qputenv("KORVANE_SYNC_HOME", folder("/support"));
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    useScreen(home.path() + QLatin1String("/screens.json"), 2000, 2000); // room at any scale
+}
+
+void WindowTest::useScreen(const QString& file, int width, int height)
+{
+    if (!qgetenv("QT_QPA_PLATFORM").startsWith("offscreen"))
+        return;
+    const QJsonObject screen{{QStringLiteral("name"), QStringLiteral("screen")},
+        {QStringLiteral("width"), width}, {QStringLiteral("height"), height}};
+    const QJsonObject settings{{QStringLiteral("screens"), QJsonArray{screen}}};
+    QFile out(file);
+    if (!out.open(QIODevice::WriteOnly) || out.write(QJsonDocument(settings).toJson()) < 0)
+        qFatal("cannot write %s", qPrintable(file));
+    qputenv("QT_QPA_PLATFORM", (QLatin1String("offscreen:configfile=") + file).toUtf8());
 }
 
 WindowSetup::WindowSetup()

@@ -20,6 +20,11 @@ class WindowTest : public QObject {
 public:
     /// Called before there is an application object, which reads some of it.
     static void initMain();
+
+protected:
+    /// Makes the offscreen display one of this size, by a file of settings that this writes. Does
+    /// nothing on any other display.
+    static void useScreen(const QString& file, int width, int height);
 };
 
 /// The application over a real database, with what the window would reach the world through.
