@@ -3,6 +3,7 @@
 #include "app/ChatSubtitle.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace korvane {
 
@@ -29,7 +30,7 @@ QVariant ChatListModel::data(const QModelIndex& index, int role) const
     case Qt::DisplayRole:
         return row.title;
     case Qt::CheckStateRole:
-        return m_state.selected().contains(row.guid) ? Qt::Checked : Qt::Unchecked;
+        return row.isChecked ? Qt::Checked : Qt::Unchecked;
     case Qt::AccessibleTextRole:
         return QString(row.title + (row.isGroup ? tr(", group, ") : tr(", ")) + row.subtitle);
     case SubtitleRole:
@@ -65,7 +66,8 @@ ChatListModel::Row ChatListModel::rowFor(const ChatInfo& chat) const
     const auto known = m_state.titles().find(chat.id);
     const QString title
         = known == m_state.titles().end() ? QString() : QString::fromStdString(known->second);
-    return {chat.guid, title, title.toLower(), chatSubtitle(chat), chat.isGroup};
+    return {chat.guid, title, title.toLower(), chatSubtitle(chat), chat.isGroup,
+        m_state.selected().contains(chat.guid)};
 }
 
 void ChatListModel::reload()
@@ -88,8 +90,12 @@ void ChatListModel::reload()
 
 void ChatListModel::onSelectedChanged()
 {
-    if (!m_rows.empty())
-        emit dataChanged(index(0), index(rowCount() - 1), {Qt::CheckStateRole});
+    for (int row = 0; row < rowCount(); ++row) {
+        Row& each = m_rows[static_cast<std::size_t>(row)];
+        const bool isChecked = m_state.selected().contains(each.guid);
+        if (std::exchange(each.isChecked, isChecked) != isChecked)
+            emit dataChanged(index(row), index(row), {Qt::CheckStateRole});
+    }
 }
 
 } // namespace korvane

@@ -39,6 +39,7 @@ private:
         QString searched;
         QString subtitle;
         bool isGroup = false;
+        bool isChecked = false;
     };
 
     Row rowFor(const ChatInfo& chat) const;

@@ -4,6 +4,7 @@
 #include "app/ChatRowDelegate.h"
 #include "app/Look.h"
 
+#include <QAccessible>
 #include <QHoverEvent>
 #include <QScrollBar>
 
@@ -127,6 +128,22 @@ void ChatListView::restoreScroll()
 void ChatListView::mouseDoubleClickEvent(QMouseEvent* event)
 {
     mousePressEvent(event);
+}
+
+/// Qt tells a screen reader that something has changed, but not that a row was checked.
+void ChatListView::dataChanged(
+    const QModelIndex& first, const QModelIndex& last, const QList<int>& roles)
+{
+    QListView::dataChanged(first, last, roles);
+    if (!roles.contains(Qt::CheckStateRole))
+        return;
+    QAccessible::State checks;
+    checks.checked = true; // that they have changed, not what to
+    for (int row = first.row(); row <= last.row(); ++row) {
+        QAccessibleStateChangeEvent event(this, checks);
+        event.setChild(row);
+        QAccessible::updateAccessibility(&event);
+    }
 }
 
 void ChatListView::resizeEvent(QResizeEvent* event)

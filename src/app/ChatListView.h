@@ -23,6 +23,8 @@ public:
 
 protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void dataChanged(const QModelIndex& first, const QModelIndex& last,
+        const QList<int>& roles = QList<int>()) override;
     void resizeEvent(QResizeEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
     bool viewportEvent(QEvent* event) override;

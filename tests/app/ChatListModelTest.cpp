@@ -105,6 +105,8 @@ private slots:
         QVERIFY(model.setData(model.index(1), Qt::Checked, Qt::CheckStateRole));
         QCOMPARE(state.selected(), std::set<std::string>{"guid-2"});
         QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed[0][0].value<QModelIndex>().row(), 1); // this row alone
+        QCOMPARE(changed[0][1].value<QModelIndex>().row(), 1);
         QCOMPARE(changed[0][2].value<QList<int>>(), QList<int>{Qt::CheckStateRole});
         QVERIFY(model.setData(model.index(1), Qt::Unchecked, Qt::CheckStateRole));
         QVERIFY(state.selected().empty());
