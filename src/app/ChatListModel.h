@@ -15,7 +15,7 @@ class ChatListModel : public QAbstractListModel {
     Q_OBJECT
 
 public:
-    /// Besides Qt::DisplayRole (the title), Qt::CheckStateRole and Qt::AccessibleTextRole.
+    /// Besides Qt::DisplayRole (the title), Qt::CheckStateRole and the accessible roles.
     enum Role {
         SubtitleRole = Qt::UserRole,
         IsGroupRole,

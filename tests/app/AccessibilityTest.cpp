@@ -103,6 +103,7 @@ private slots:
             QCOMPARE(row.role(), QAccessible::ListItem);
             QVERIFY(row.state().checkable);
             QCOMPARE(bool(row.state().checked), i == 0);
+            QCOMPARE(row.text(QAccessible::Description), i == 0 ? QString() : u"not selected"_s);
             const auto& chat = state.chats()[static_cast<std::size_t>(i)];
             const QString text = row.text(QAccessible::Name);
             QVERIFY(text.startsWith(QString::fromStdString(state.titles().at(chat.id)) + u", "_s));
