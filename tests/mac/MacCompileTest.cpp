@@ -86,8 +86,12 @@ private slots:
     {
         QCOMPARE(complaint("#include <sys/event.h>\nint queue() { return kqueue(); }\n"),
             std::optional<QString>());
-        QVERIFY(complaint("#include <sys/epoll.h>\n")->contains(u"'sys/epoll.h' file not found"_s));
-        QVERIFY(complaint("#include <features.h>\n")->contains(u"'features.h' file not found"_s));
+        QVERIFY(complaint("#include <sys/epoll.h>\n")
+                    .value_or(QString())
+                    .contains(u"'sys/epoll.h' file not found"_s));
+        QVERIFY(complaint("#include <features.h>\n")
+                    .value_or(QString())
+                    .contains(u"'features.h' file not found"_s));
     }
 
     void everySourceFileOfTheMacCompiles()
