@@ -16,6 +16,8 @@ void setVariable(const char* name, const fs::path& folder)
     qputenv(name, QByteArray::fromStdString(folder.native()));
 }
 
+constexpr int patience = 60'000; ///< milliseconds, for a machine that is busy with other tests
+
 QLocale american()
 {
     return {QLocale::English, QLocale::UnitedStates};
@@ -72,7 +74,7 @@ AppState& StateSetup::open()
 {
     create();
     m_state->setOutputFolder(files.folder());
-    if (!QTest::qWaitFor([this] { return m_state->status() != "Loading chats…"; }))
+    if (!QTest::qWaitFor([this] { return m_state->status() != "Loading chats…"; }, patience))
         throw std::runtime_error("The chats were not read.");
     return *m_state;
 }
@@ -102,19 +104,22 @@ std::string StateSetup::timeText(QTime time)
 
 bool StateSetup::waitForExport()
 {
-    return QTest::qWaitFor([this] { return !m_state->isSyncing(); });
+    return QTest::qWaitFor([this] { return !m_state->isSyncing(); }, patience);
 }
 
 bool StateSetup::sync()
 {
     const Recorder recorder(*m_state);
     m_state->syncNow();
-    return QTest::qWaitFor([&recorder] {
-        const std::string changes = recorder.changes();
-        const std::size_t end = changes.find("isSyncing: false\n"); // before: another reload
-        return end != std::string::npos && changes.find("\nstatus: ", end) != std::string::npos
-            && (changes.ends_with(" selected\n") || changes.ends_with("Needs Full Disk Access\n"));
-    });
+    return QTest::qWaitFor(
+        [&recorder] {
+            const std::string changes = recorder.changes();
+            const std::size_t end = changes.find("isSyncing: false\n"); // before: another reload
+            return end != std::string::npos && changes.find("\nstatus: ", end) != std::string::npos
+                && (changes.ends_with(" selected\n")
+                    || changes.ends_with("Needs Full Disk Access\n"));
+        },
+        patience);
 }
 
 void StateSetup::settle()
