@@ -53,9 +53,10 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     , m_chatPane(new ChatPane(state))
     , m_focus(*this)
 {
+    // Once, however often it is called; first, for what follows may tell a reader of the window.
+    QAccessible::installFactory(accessibleWindow);
     setPalette(darkColours());
     setAccessibleName(tr("Korvane Sync"));
-    QAccessible::installFactory(accessibleWindow); // once, however often it is called
     auto* footer = new Footer(state);
     m_middle->add(m_accessCard);
     m_middle->add(m_transferCard);
