@@ -8,5 +8,7 @@ set(CMAKE_CXX_CREATE_STATIC_LIBRARY "${CMAKE_COMMAND} -E touch <TARGET>")
 set(CMAKE_OBJCXX_CREATE_STATIC_LIBRARY "${CMAKE_COMMAND} -E touch <TARGET>")
 set(CMAKE_CXX_LINK_EXECUTABLE "${CMAKE_COMMAND} -E touch <TARGET>")
 set(CMAKE_OBJCXX_LINK_EXECUTABLE "${CMAKE_COMMAND} -E touch <TARGET>")
+# moc need not ask the compiler for its macros; newer versions of CMake ask without its first argument.
+set(CMAKE_AUTOMOC_COMPILER_PREDEFINES OFF)
 set(CMAKE_CROSSCOMPILING_EMULATOR true)
 file(TOUCH ${CMAKE_BINARY_DIR}/KorvaneSync.icns) # which a program of the build would have made
