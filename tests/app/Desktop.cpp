@@ -63,7 +63,14 @@ void Desktop::startDisplay()
             QStringLiteral("0"), QStringLiteral("1000x800x24"), QStringLiteral("-nolisten"),
             QStringLiteral("tcp")}));
     m_environment.insert(QStringLiteral("DISPLAY"), QLatin1Char(':') + lineOf(*m_parts.front()));
-    m_parts.push_back(start(QStringLiteral("openbox")));
+    m_parts.push_back(start(
+        QStringLiteral("openbox"), {QStringLiteral("--startup"), QStringLiteral("echo ready")}));
+    // A window that is mapped while the window manager starts may stay hidden.
+    QString line;
+    do {
+        line = lineOf(*m_parts.back()); // it may begin with messages of its own
+    } while (!line.isEmpty() && line != QStringLiteral("ready"));
+    QCOMPARE(line, QStringLiteral("ready"));
 }
 
 bool Desktop::startTray(const QString& panelColour)
