@@ -21,17 +21,17 @@ namespace {
 std::optional<ManifestItem> itemFor(
     const fs::path& folder, const std::string& guid, const ChatState& record)
 {
-    const auto file = FileReader::open(folder.native() + '/' + record.fileName);
+    const auto file = RegularFile::at(folder.native() + '/' + record.fileName);
     if (!file)
         return std::nullopt;
     return ManifestItem{
         .id = guid,
         .title = record.title.value_or(record.fileName),
         .file = record.fileName,
-        .size = file->size(),
+        .size = file->size,
         .messages = record.messages.value_or(0),
         .epoch = record.epoch.value_or("0"),
-        .updated = DateText::wholeSeconds(file->modified()),
+        .updated = DateText::wholeSeconds(file->modified),
     };
 }
 

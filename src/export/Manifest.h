@@ -33,7 +33,7 @@ namespace Exporter {
 
 /// The export files in `folder` that exist for the chats in `guids`, sorted by title as the user's
 /// locale sorts (LC_ALL, LC_COLLATE or LANG), without regard to case. Never fails: what
-/// FileReader::open() does not open is left out.
+/// is no regular file is left out.
 /// May run while a sync runs on another thread.
 std::vector<ManifestItem> manifest(
     const std::filesystem::path& folder, const std::set<std::string>& guids);

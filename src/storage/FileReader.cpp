@@ -7,10 +7,26 @@
 
 namespace korvane {
 
-FileReader::FileReader(Descriptor descriptor, std::int64_t size, std::chrono::sys_seconds modified)
+namespace {
+
+std::optional<RegularFile> regularFile(const struct stat& info)
+{
+    if (!S_ISREG(info.st_mode))
+        return std::nullopt;
+    return RegularFile{info.st_size, std::chrono::sys_seconds(std::chrono::seconds(info.st_mtime))};
+}
+
+} // namespace
+
+std::optional<RegularFile> RegularFile::at(const std::filesystem::path& file)
+{
+    struct stat info { };
+    return ::lstat(file.c_str(), &info) == 0 ? regularFile(info) : std::nullopt;
+}
+
+FileReader::FileReader(Descriptor descriptor, std::int64_t size)
     : m_descriptor(std::move(descriptor))
     , m_size(size)
-    , m_modified(modified)
 {
 }
 
@@ -19,10 +35,10 @@ std::optional<FileReader> FileReader::open(const std::filesystem::path& file)
     // O_NONBLOCK: a pipe in the file's place would otherwise wait for a writer.
     Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat info { };
-    if (!descriptor || ::fstat(descriptor.get(), &info) != 0 || !S_ISREG(info.st_mode))
+    if (!descriptor || ::fstat(descriptor.get(), &info) != 0)
         return std::nullopt;
-    const std::chrono::sys_seconds modified{std::chrono::seconds(info.st_mtime)};
-    return FileReader(std::move(descriptor), info.st_size, modified);
+    const auto regular = regularFile(info);
+    return regular ? std::optional(FileReader(std::move(descriptor), regular->size)) : std::nullopt;
 }
 
 std::optional<std::size_t> FileReader::readAt(std::int64_t offset, std::span<char> to) const

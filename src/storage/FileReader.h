@@ -10,9 +10,18 @@
 
 namespace korvane {
 
-/// A regular file, open for reading. Its open() is the one rule for which files count as exported:
-/// the manifest lists what it opens, and the server serves that. What it reads is that file to the
-/// end, whatever takes its name meanwhile. Used by one thread at a time.
+/// What the file system says of a regular file. Links, pipes and folders are none: the manifest
+/// does not list them, and FileReader does not open them.
+struct RegularFile {
+    std::int64_t size = 0; ///< bytes
+    std::chrono::sys_seconds modified; ///< the fraction of the second is dropped
+
+    /// Nothing where `file` is no regular file. Does not follow a link that stands in its place.
+    static std::optional<RegularFile> at(const std::filesystem::path& file);
+};
+
+/// A regular file, open for reading. It keeps reading that file, whatever takes its name meanwhile.
+/// Used by one thread at a time.
 class FileReader {
 public:
     /// Nothing where `file` is no regular file or may not be read. Does not follow a link that
@@ -22,19 +31,15 @@ public:
     /// The file's size, in bytes, when it was opened.
     std::int64_t size() const { return m_size; }
 
-    /// When the file was last changed, as it was opened; the fraction of the second is dropped.
-    std::chrono::sys_seconds modified() const { return m_modified; }
-
     /// Reads from `offset` on until `to` is full or the file ends; returns how many bytes there
     /// were, or nothing where reading fails.
     std::optional<std::size_t> readAt(std::int64_t offset, std::span<char> to) const;
 
 private:
-    FileReader(Descriptor descriptor, std::int64_t size, std::chrono::sys_seconds modified);
+    FileReader(Descriptor descriptor, std::int64_t size);
 
     Descriptor m_descriptor;
     std::int64_t m_size;
-    std::chrono::sys_seconds m_modified;
 };
 
 } // namespace korvane

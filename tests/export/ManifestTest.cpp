@@ -246,8 +246,6 @@ void ManifestTest::whatTheServerWouldNotOpenIsLeftOut_data()
         fs::remove(file);
         QCOMPARE(::mkfifo(file.c_str(), 0600), 0);
     });
-    QTest::newRow("a file without permission")
-        << Obstacle([](const fs::path& file) { fs::permissions(file, fs::perms::none); });
 }
 
 void ManifestTest::whatTheServerWouldNotOpenIsLeftOut()
@@ -268,7 +266,7 @@ void ManifestTest::whatTheServerWouldNotOpenIsLeftOut()
         return files;
     });
     QCOMPARE(listed, "b.txt"s);
-    QVERIFY(!FileReader::open(setup.folder() / "a.txt") || ::geteuid() == 0);
+    QVERIFY(!FileReader::open(setup.folder() / "a.txt"));
 }
 
 void ManifestTest::theTimeZoneDoesNotMatter()

@@ -135,7 +135,8 @@ void ChangedFileTest::anUnreadableFileIsNotServed()
     fs::permissions(m_offer->chat.setup.stateFile(), fs::perms(0644));
     QCOMPARE(inUnprivilegedChild([this] { return outcomes(); }), "200 OK / 200 OK");
     fs::permissions(m_file, fs::perms(0));
-    QCOMPARE(inUnprivilegedChild([this] { return outcomes(); }), "404 Not Found / 404 Not Found");
+    QCOMPARE(
+        inUnprivilegedChild([this] { return outcomes(); }), "404 Not Found / 500 Transfer Failed");
 }
 
 bool ChangedFileTest::offerSystemFile(const char* name, std::size_t size) const

@@ -187,15 +187,15 @@ private slots:
         QCOMPARE(offered.status(), 404);
     }
 
-    void whatIsNoFileFails()
+    void folderInPlaceOfTheFileIsNotFound()
     {
         const Offered offered("hello");
         const auto file = offered.chat.setup.file(1);
         std::filesystem::remove(file);
         std::filesystem::create_directory(file);
         const Response response = offered.fetch();
-        QCOMPARE(response.status, 500);
-        QVERIFY(response.head.startsWith("HTTP/1.1 500 Transfer Failed\r\nContent-Length: 0\r\n"));
+        QCOMPARE(response.status, 404);
+        QVERIFY(response.head.startsWith("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n"));
         QCOMPARE(response.body, QByteArray());
     }
 
