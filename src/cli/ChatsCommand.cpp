@@ -3,7 +3,7 @@
 #include "cli/Table.h"
 #include "export/DateText.h"
 #include "export/Exporter.h"
-#include "export/Json.h"
+#include "text/Json.h"
 
 #include <QDateTime>
 

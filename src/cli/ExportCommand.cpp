@@ -2,10 +2,10 @@
 
 #include "cli/DatabaseHelp.h"
 #include "cli/SyncWithProgress.h"
-#include "export/Json.h"
-#include "messages/Utf8.h"
 #include "process/Interruption.h"
 #include "storage/SupportLock.h"
+#include "text/Json.h"
+#include "text/Utf8.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,7 +1,8 @@
 #include "cli/HttpAnswer.h"
 
+#include "text/Ascii.h"
+
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <limits>
 #include <utility>
@@ -11,24 +12,8 @@ namespace korvane {
 namespace {
 
 constexpr int ok = 200;
+constexpr std::string_view blanks = " \t";
 constexpr std::size_t largestHead = 65'536; ///< interim answers included
-
-std::string lowerCase(std::string_view text)
-{
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-        [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return lower;
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t";
-    const std::size_t begin = text.find_first_not_of(blanks);
-    if (begin == text.npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
-}
 
 /// All of `digits` as a number that is not negative.
 std::optional<std::int64_t> number(std::string_view digits, int base)
@@ -107,8 +92,8 @@ void HttpAnswer::takeHeadLine(const std::string& line)
     const std::size_t colon = line.find(':');
     if (colon == line.npos)
         return;
-    const std::string value(trimmed(std::string_view(line).substr(colon + 1)));
-    m_headers.insert_or_assign(lowerCase(std::string_view(line).substr(0, colon)), value);
+    const std::string value(trimmed(std::string_view(line).substr(colon + 1), blanks));
+    m_headers.insert_or_assign(lowered(std::string_view(line).substr(0, colon)), value);
 }
 
 /// "HTTP/1.1 200 OK", of which the reason may be missing.
@@ -127,7 +112,7 @@ bool HttpAnswer::takeStatusLine(const std::string& line)
     if (!status || *status < lowest)
         return false;
     m_status = static_cast<int>(*status);
-    m_reason = trimmed(std::string_view(line).substr(statusEnd));
+    m_reason = trimmed(std::string_view(line).substr(statusEnd), blanks);
     return true;
 }
 
@@ -146,7 +131,7 @@ void HttpAnswer::endHead()
 void HttpAnswer::beginBody()
 {
     m_state = State::Body;
-    if (lowerCase(m_headers["transfer-encoding"]) == "chunked") {
+    if (lowered(std::string_view(m_headers["transfer-encoding"])) == "chunked") {
         m_chunk = Chunk::Size;
         return;
     }
@@ -209,7 +194,7 @@ void HttpAnswer::takeChunkLine(const std::string& line)
     }
     constexpr int hexadecimal = 16;
     const auto size
-        = number(trimmed(std::string_view(line).substr(0, line.find(';'))), hexadecimal);
+        = number(trimmed(std::string_view(line).substr(0, line.find(';')), blanks), hexadecimal);
     if (!size)
         m_state = State::Malformed;
     m_chunkLeft = size.value_or(0);

@@ -1,7 +1,8 @@
 #include "cli/Table.h"
 
+#include "text/Utf8.h"
+
 #include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
 #include <algorithm>
 
@@ -10,19 +11,6 @@ namespace korvane {
 namespace {
 
 constexpr UChar32 zeroWidthJoiner = 0x200D;
-
-/// Hands each code point and its bytes to `take`; false from `take` ends the walk.
-template <typename Take>
-void forEachCharacter(std::string_view text, Take take)
-{
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t start = i;
-        UChar32 character = 0;
-        U8_NEXT_OR_FFFD(text.data(), i, text.size(), character);
-        if (!take(character, text.substr(start, i - start)))
-            return;
-    }
-}
 
 bool isUnsafe(UChar32 character)
 {
@@ -48,12 +36,12 @@ std::string_view beginning(std::string_view text, int width)
 {
     std::size_t length = 0;
     int used = 0;
-    forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
+    for (const auto [character, bytes] : CodePoints(text)) {
         used += widthOf(character);
-        if (used <= width)
-            length += bytes.size();
-        return used <= width;
-    });
+        if (used > width)
+            break;
+        length += bytes.size();
+    }
     return text.substr(0, length);
 }
 
@@ -74,10 +62,8 @@ std::string padded(const std::string& cell, int width, Table::Align align)
 std::string printable(std::string_view text)
 {
     std::string safe;
-    forEachCharacter(text, [&safe](UChar32 character, std::string_view bytes) {
-        safe += isUnsafe(character) ? "\xEF\xBF\xBD" : bytes;
-        return true;
-    });
+    for (const auto [character, bytes] : CodePoints(text))
+        safe += isUnsafe(character) ? replacementCharacter : bytes;
     return safe;
 }
 
@@ -85,11 +71,10 @@ int displayWidth(std::string_view text)
 {
     int width = 0;
     bool joined = false;
-    forEachCharacter(text, [&](UChar32 character, std::string_view) {
+    for (const auto [character, bytes] : CodePoints(text)) {
         width += joined ? 0 : widthOf(character);
         joined = character == zeroWidthJoiner;
-        return true;
-    });
+    }
     return width;
 }
 

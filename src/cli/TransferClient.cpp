@@ -1,8 +1,8 @@
 #include "cli/TransferClient.h"
 
 #include "cli/HttpAnswer.h"
-#include "messages/Utf8.h"
 #include "server/ServerState.h"
+#include "text/Utf8.h"
 
 #include <QEventLoop>
 #include <QNetworkProxy>

@@ -6,12 +6,12 @@
 #include "cli/SyncWithProgress.h"
 #include "cli/Table.h"
 #include "export/Exporter.h"
-#include "messages/Utf8.h"
 #include "pairing/QR.h"
 #include "process/Interruption.h"
 #include "server/SyncServer.h"
 #include "server/Transfer.h"
 #include "storage/SupportLock.h"
+#include "text/Utf8.h"
 
 #include <QDateTime>
 

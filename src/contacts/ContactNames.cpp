@@ -1,16 +1,14 @@
 #include "contacts/ContactNames.h"
 
-#include "contacts/Ascii.h"
+#include "text/Ascii.h"
+#include "text/Utf8.h"
 
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
-#include <algorithm>
 #include <array>
 #include <exception>
-#include <iterator>
 #include <utility>
 
 namespace korvane {
@@ -20,18 +18,11 @@ namespace {
 /// Digits that tell one subscriber from another; a country code stands before them.
 constexpr std::size_t significantDigits = 10;
 
-bool isAscii(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(), [](char each) { return U8_IS_SINGLE(each); });
-}
-
 std::string lowerCased(std::string_view text)
 {
+    if (isAscii(text))
+        return lowered(text);
     std::string result;
-    if (isAscii(text)) {
-        std::transform(text.begin(), text.end(), std::back_inserter(result), lowered);
-        return result;
-    }
     icu::StringByteSink<std::string> sink(&result);
     UErrorCode status = U_ZERO_ERROR;
     icu::CaseMap::utf8ToLower("", 0,
@@ -41,7 +32,7 @@ std::string lowerCased(std::string_view text)
 
 bool isNumeric(UChar32 character)
 {
-    if (character < 0x80) // below 0 it is ill-formed
+    if (character < 0x80) // negative if ill-formed
         return character >= '0' && character <= '9';
     return u_getIntPropertyValue(character, UCHAR_NUMERIC_TYPE) != U_NT_NONE;
 }
@@ -50,12 +41,9 @@ std::string lastDigits(std::string_view text)
 {
     std::array<std::string_view, significantDigits> last; // a ring
     std::size_t count = 0;
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t start = i;
-        UChar32 character = 0;
-        U8_NEXT(text.data(), i, text.size(), character);
+    for (const auto [character, bytes] : CodePoints(text)) {
         if (isNumeric(character))
-            last[count++ % last.size()] = text.substr(start, i - start);
+            last[count++ % last.size()] = bytes;
     }
     std::string key;
     for (std::size_t i = count > last.size() ? count - last.size() : 0; i < count; ++i)

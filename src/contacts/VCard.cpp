@@ -1,10 +1,10 @@
 #include "contacts/VCard.h"
 
-#include "contacts/Ascii.h"
 #include "contacts/VCardContact.h"
 #include "contacts/VCardEncoding.h"
 #include "contacts/VCardFolds.h"
 #include "contacts/VCardLines.h"
+#include "text/Ascii.h"
 
 namespace korvane {
 
@@ -20,7 +20,7 @@ void joinSoftBreaks(VCardLines& lines, VCardProperty& property)
 
 bool isCard(const VCardProperty& beginOrEnd)
 {
-    return equalIgnoringCase(trimmed(beginOrEnd.value), "VCARD");
+    return equalIgnoringCase(withoutBlanks(beginOrEnd.value), "VCARD");
 }
 
 /// Gathers properties into cards, and visits the contact of each card that ends.
@@ -91,7 +91,7 @@ void CardGatherer::add(const VCardProperty& property)
 
     m_agentFollows = false;
     if (property.field == VCardField::Agent)
-        awaitAgent(trimmed(property.value));
+        awaitAgent(withoutBlanks(property.value));
 }
 
 } // namespace

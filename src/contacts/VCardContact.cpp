@@ -1,7 +1,8 @@
 #include "contacts/VCardContact.h"
 
-#include "contacts/Ascii.h"
+#include "contacts/VCardFolds.h"
 #include "contacts/VCardValue.h"
+#include "text/Ascii.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,7 +14,7 @@ namespace {
 bool hasProperty(const std::vector<VCardProperty>& card, VCardField field, std::string_view value)
 {
     return std::any_of(card.begin(), card.end(), [&](const VCardProperty& property) {
-        return property.field == field && equalIgnoringCase(trimmed(property.value), value);
+        return property.field == field && equalIgnoringCase(withoutBlanks(property.value), value);
     });
 }
 

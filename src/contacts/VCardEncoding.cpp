@@ -1,12 +1,12 @@
 #include "contacts/VCardEncoding.h"
 
-#include "contacts/Ascii.h"
+#include "text/Ascii.h"
+#include "text/Utf8.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
-#include <unicode/utf8.h>
 
 namespace korvane {
 
@@ -22,19 +22,6 @@ int hexValue(char character)
         return character - '0';
     const char letter = lowered(character);
     return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
-}
-
-bool isValidUtf8(std::string_view bytes)
-{
-    const char* const text = bytes.data();
-    const std::size_t size = bytes.size();
-    for (std::size_t i = 0; i < size;) {
-        UChar32 character = 0;
-        U8_NEXT(text, i, size, character);
-        if (character < 0)
-            return false;
-    }
-    return true;
 }
 
 std::string converted(std::string_view bytes, const char* charset)

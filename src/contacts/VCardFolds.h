@@ -1,5 +1,7 @@
 #pragma once
 
+#include "text/Ascii.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -7,6 +9,12 @@
 /// How one line of a card file is spread over several. A break is CRLF, LF or CR, also with more
 /// CRs, as careless conversions leave them.
 namespace korvane {
+
+/// `text` without the white space around it. NULs count as white space: they pad damaged files.
+constexpr std::string_view withoutBlanks(std::string_view text)
+{
+    return trimmed(text, std::string_view(" \t\r\n\0", 5));
+}
 
 /// Where the text goes on that breaks at `position`.
 std::size_t pastLineBreak(std::string_view text, std::size_t position);

@@ -1,7 +1,7 @@
 #include "contacts/VCardLines.h"
 
-#include "contacts/Ascii.h"
 #include "contacts/VCardFolds.h"
+#include "text/Ascii.h"
 
 #include <algorithm>
 
@@ -11,7 +11,7 @@ namespace {
 
 bool beginsOrEndsCard(std::string_view line)
 {
-    const std::string_view text = trimmed(line);
+    const std::string_view text = withoutBlanks(line);
     return equalIgnoringCase(text, "BEGIN:VCARD") || equalIgnoringCase(text, "END:VCARD");
 }
 

@@ -1,7 +1,7 @@
 #include "contacts/VCardProperty.h"
 
-#include "contacts/Ascii.h"
 #include "contacts/VCardFolds.h"
+#include "text/Ascii.h"
 
 #include <algorithm>
 #include <utility>
@@ -78,8 +78,9 @@ Parameter takeParameter(std::string_view& rest)
     rest.remove_prefix(std::min(text.size() + 1, rest.size()));
     const std::size_t equals = text.find('=');
     if (equals == std::string_view::npos)
-        return {"ENCODING", trimmed(text)};
-    return {trimmed(text.substr(0, equals)), unquoted(trimmed(text.substr(equals + 1)))};
+        return {"ENCODING", withoutBlanks(text)};
+    return {
+        withoutBlanks(text.substr(0, equals)), unquoted(withoutBlanks(text.substr(equals + 1)))};
 }
 
 /// Where a name ends that has neither folds nor quotes, as nearly all have none.
@@ -110,7 +111,8 @@ std::optional<VCardProperty> parseVCardProperty(std::string_view line)
     line = withoutByteOrderMark(line);
     const std::size_t plainEnd = plainNameEnd(line);
     if (plainEnd < line.size() && line[plainEnd] == ':') {
-        return VCardProperty{.field = fieldNamed(withoutGroup(trimmed(line.substr(0, plainEnd)))),
+        return VCardProperty{
+            .field = fieldNamed(withoutGroup(withoutBlanks(line.substr(0, plainEnd)))),
             .parameters = {},
             .value = line.substr(plainEnd + 1)};
     }
@@ -120,7 +122,7 @@ std::optional<VCardProperty> parseVCardProperty(std::string_view line)
     const std::string_view header = line.substr(0, colon);
     const std::size_t nameEnd = std::min(header.find(';'), header.size());
     std::string buffer;
-    const std::string_view name = trimmed(unfolded(header.substr(0, nameEnd), buffer));
+    const std::string_view name = withoutBlanks(unfolded(header.substr(0, nameEnd), buffer));
     return VCardProperty{.field = fieldNamed(withoutGroup(name)),
         .parameters = header.substr(nameEnd),
         .value = line.substr(colon + 1)};

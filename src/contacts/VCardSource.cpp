@@ -1,7 +1,7 @@
 #include "contacts/VCardSource.h"
 
-#include "contacts/Ascii.h"
 #include "contacts/VCard.h"
+#include "text/Ascii.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,8 +1,8 @@
 #include "contacts/VCardValue.h"
 
-#include "contacts/Ascii.h"
 #include "contacts/VCardEncoding.h"
 #include "contacts/VCardFolds.h"
+#include "text/Ascii.h"
 
 #include <algorithm>
 
@@ -66,7 +66,7 @@ std::string decodedValue(const VCardProperty& property, VCardVersion version)
 
 std::string wholeText(std::string_view value, VCardVersion version)
 {
-    return unescaped(trimmed(value), version);
+    return unescaped(withoutBlanks(value), version);
 }
 
 std::string componentText(std::string_view value, std::size_t component, VCardVersion version)
@@ -86,7 +86,7 @@ std::string withoutScheme(std::string text, std::string_view scheme, char parame
         return text;
     named.remove_prefix(scheme.size());
     const std::string bytes = hexDecoded(named.substr(0, named.find(parameterMark)), '%');
-    return std::string(trimmed(toUtf8(bytes, {}, "UTF-8")));
+    return std::string(withoutBlanks(toUtf8(bytes, {}, "UTF-8")));
 }
 
 } // namespace korvane

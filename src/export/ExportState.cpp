@@ -1,9 +1,9 @@
 #include "export/ExportState.h"
 
-#include "export/Json.h"
-#include "export/JsonReader.h"
 #include "storage/Files.h"
 #include "storage/Paths.h"
+#include "text/Json.h"
+#include "text/JsonReader.h"
 
 #include <system_error>
 

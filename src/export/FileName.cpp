@@ -1,9 +1,10 @@
 #include "export/Exporter.h"
 
+#include "text/Utf8.h"
+
 #include <unicode/brkiter.h>
 #include <unicode/uchar.h>
 #include <unicode/utext.h>
-#include <unicode/utf8.h>
 
 #include <memory>
 #include <stdexcept>
@@ -24,30 +25,23 @@ bool isForbidden(UChar32 character)
 std::string withoutForbidden(std::string_view text)
 {
     std::string clean;
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t start = i;
-        UChar32 character = 0;
-        U8_NEXT_OR_FFFD(text.data(), i, text.size(), character);
-        clean += isForbidden(character) ? "_" : text.substr(start, i - start);
-    }
+    for (const auto [character, bytes] : CodePoints(text))
+        clean += isForbidden(character) ? "_" : bytes;
     return clean;
 }
 
 /// Blanks of any script and tabs, but no line breaks.
-std::string_view trimmed(std::string_view text)
+std::string_view withoutBlanks(std::string_view text)
 {
-    std::size_t start = text.size();
-    std::size_t end = 0;
-    for (std::size_t i = 0; i < text.size();) {
-        const std::size_t at = i;
-        UChar32 character = 0;
-        U8_NEXT_OR_FFFD(text.data(), i, text.size(), character);
+    const char* first = nullptr;
+    const char* last = nullptr;
+    for (const auto [character, bytes] : CodePoints(text)) {
         if (u_isblank(character))
             continue;
-        start = std::min(start, at);
-        end = i;
+        first = first ? first : bytes.data();
+        last = bytes.data() + bytes.size();
     }
-    return start < end ? text.substr(start, end - start) : std::string_view();
+    return {first, static_cast<std::size_t>(last - first)};
 }
 
 struct CloseText {
@@ -114,7 +108,7 @@ std::string Exporter::safeFileName(std::string_view title)
 {
     constexpr int mostCharacters = 100;
     const std::string clean = withoutForbidden(title);
-    return std::string(Characters(trimmed(clean)).first(mostCharacters));
+    return std::string(Characters(withoutBlanks(clean)).first(mostCharacters));
 }
 
 std::string Exporter::exportFileName(std::string_view title, std::int64_t chatID)

@@ -2,9 +2,9 @@
 
 #include "export/DateText.h"
 #include "export/ExportState.h"
-#include "export/Json.h"
-#include "export/JsonReader.h"
 #include "storage/FileReader.h"
+#include "text/Json.h"
+#include "text/JsonReader.h"
 
 #include <unicode/coll.h>
 

@@ -1,9 +1,9 @@
 #include "export/RecordWriter.h"
 
-#include "export/Json.h"
+#include "text/Json.h"
+#include "text/Utf8.h"
 
 #include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
 #include <charconv>
 #include <cstring>
@@ -51,9 +51,7 @@ private:
 /// True where `text` is empty or nothing but white space and line breaks.
 bool isBlank(std::string_view text)
 {
-    for (std::size_t i = 0; i < text.size();) {
-        UChar32 character = 0;
-        U8_NEXT(text.data(), i, text.size(), character);
+    for (const auto [character, bytes] : CodePoints(text)) {
         if (!u_isUWhiteSpace(character))
             return false;
     }

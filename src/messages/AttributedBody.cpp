@@ -1,5 +1,5 @@
 #include "messages/MessagesDB.h"
-#include "messages/Utf8.h"
+#include "text/Utf8.h"
 
 // An attributed body is an archive of objects in the platform's own stream format. It is not
 // parsed here: the text stands behind the first class name "NSString" and five bytes of type

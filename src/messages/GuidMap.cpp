@@ -1,6 +1,6 @@
 #include "messages/GuidMap.h"
 
-#include "messages/Utf8.h"
+#include "text/Utf8.h"
 
 #include <cstring>
 #include <utility>

@@ -3,7 +3,7 @@
 #include "messages/DatabaseFault.h"
 #include "messages/GuidMap.h"
 #include "messages/RowReader.h"
-#include "messages/Utf8.h"
+#include "text/Utf8.h"
 
 #include <QDir>
 

@@ -2,7 +2,7 @@
 
 #include "messages/MessageQuery.h"
 #include "messages/MessagesDB.h"
-#include "messages/Utf8.h"
+#include "text/Utf8.h"
 
 #include <array>
 

@@ -1,8 +1,8 @@
 #include "pairing/Pairing.h"
 
-#include "pairing/Base64Url.h"
 #include "storage/Files.h"
 #include "storage/Paths.h"
+#include "text/Base64Url.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,6 +1,6 @@
 #include "pairing/TransferLink.h"
 
-#include "pairing/Base64Url.h"
+#include "text/Base64Url.h"
 
 #include <QUrl>
 #include <QUrlQuery>

@@ -1,9 +1,7 @@
 #include "server/HttpRequest.h"
 
-#include "contacts/Ascii.h"
-#include "messages/Utf8.h"
-
-#include <algorithm>
+#include "text/Ascii.h"
+#include "text/Utf8.h"
 
 namespace korvane {
 
@@ -29,28 +27,11 @@ std::string_view takeWord(std::string_view& rest)
     return word;
 }
 
-std::string loweredName(std::string_view name)
-{
-    std::string lower(name);
-    std::transform(
-        lower.begin(), lower.end(), lower.begin(), [](char letter) { return lowered(letter); });
-    return lower;
-}
-
-std::string_view trimmedValue(std::string_view value)
-{
-    constexpr std::string_view blanks = " \t";
-    const std::size_t first = value.find_first_not_of(blanks);
-    if (first == value.npos)
-        return {};
-    return value.substr(first, value.find_last_not_of(blanks) + 1 - first);
-}
-
 void addHeader(std::string_view line, std::map<std::string, std::string>& headers)
 {
     const std::size_t colon = line.find(':');
     if (colon != line.npos)
-        headers[loweredName(line.substr(0, colon))] = trimmedValue(line.substr(colon + 1));
+        headers[lowered(line.substr(0, colon))] = trimmed(line.substr(colon + 1), " \t");
 }
 
 } // namespace

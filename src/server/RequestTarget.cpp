@@ -1,6 +1,7 @@
 #include "server/RequestTarget.h"
 
-#include "messages/Utf8.h"
+#include "text/Ascii.h"
+#include "text/Utf8.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,11 +11,6 @@ namespace korvane {
 namespace {
 
 constexpr std::size_t escapeSize = 3; // "%2F"
-
-bool isDigit(char character)
-{
-    return character >= '0' && character <= '9';
-}
 
 bool isUnreserved(char character)
 {

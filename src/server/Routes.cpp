@@ -1,9 +1,9 @@
 #include "server/Routes.h"
 
-#include "export/Json.h"
 #include "pairing/TransferLink.h"
 #include "server/RequestTarget.h"
 #include "storage/FileReader.h"
+#include "text/Json.h"
 
 #include <algorithm>
 

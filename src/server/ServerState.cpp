@@ -1,7 +1,7 @@
 #include "server/ServerState.h"
 
-#include "pairing/Base64Url.h"
 #include "server/Routes.h"
+#include "text/Base64Url.h"
 
 namespace korvane {
 

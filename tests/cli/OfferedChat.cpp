@@ -1,6 +1,6 @@
 #include "OfferedChat.h"
 
-#include "pairing/Base64Url.h"
+#include "text/Base64Url.h"
 
 #include <algorithm>
 

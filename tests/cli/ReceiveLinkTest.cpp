@@ -1,8 +1,8 @@
 #include "CannedServer.h"
 #include "OfferedChat.h"
 
-#include "pairing/Base64Url.h"
 #include "support/Printing.h"
+#include "text/Base64Url.h"
 
 #include <QProcess>
 #include <QSemaphore>

@@ -1,5 +1,5 @@
 #include "messages/MessagesDB.h"
-#include "messages/Utf8.h"
+#include "text/Utf8.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include "export/ExportState.h"
-#include "messages/Utf8.h"
 #include "server/RequestTarget.h"
 #include "server/Routes.h"
+#include "text/Utf8.h"
 
 #include <QTemporaryDir>
 

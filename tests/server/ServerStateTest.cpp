@@ -1,5 +1,5 @@
-#include "pairing/Base64Url.h"
 #include "server/Offer.h"
+#include "text/Base64Url.h"
 
 #include "support/Printing.h"
 

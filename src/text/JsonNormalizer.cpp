@@ -1,4 +1,6 @@
-#include "export/JsonNormalizer.h"
+#include "text/JsonNormalizer.h"
+
+#include "text/Ascii.h"
 
 #include <algorithm>
 #include <charconv>
@@ -14,11 +16,6 @@ namespace {
 /// Half of a surrogate pair in the form of UTF-8. It is not valid UTF-8, so JsonReader::text()
 /// refuses it.
 constexpr std::string_view halfOfAPair = "\xED\xA0\x80";
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
 
 std::size_t digitsEnd(std::string_view json, std::size_t at)
 {

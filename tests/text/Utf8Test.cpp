@@ -1,4 +1,4 @@
-#include "messages/Utf8.h"
+#include "text/Utf8.h"
 #include "messages/Rows.h"
 
 namespace korvane {
@@ -16,6 +16,8 @@ private slots:
     void repairedTextIsWellFormed_data() { repairsIllFormedText_data(); }
     void repairedTextIsWellFormed();
     void tellsAscii();
+    void codePointsComeWithTheirBytes();
+    void illFormedBytesAreOneNegativeCodePoint();
 };
 
 void Utf8Test::acceptsWellFormedText_data()
@@ -99,6 +101,30 @@ void Utf8Test::tellsAscii()
         text[at] = '\x80';
         QVERIFY(!isAscii(text));
     }
+}
+
+void Utf8Test::codePointsComeWithTheirBytes()
+{
+    std::string values;
+    std::string joined;
+    for (const auto [value, bytes] : CodePoints("aé€😀")) {
+        values += std::to_string(value) + ' ';
+        joined += std::string(bytes) + ' ';
+    }
+    QCOMPARE(values, std::string("97 233 8364 128512 "));
+    QCOMPARE(joined, std::string("a é € 😀 "));
+    QVERIFY(CodePoints("").begin() == CodePoints::end());
+}
+
+void Utf8Test::illFormedBytesAreOneNegativeCodePoint()
+{
+    auto next = CodePoints("\xE1\x80z").begin();
+    QVERIFY((*next).value < 0);
+    QCOMPARE((*next).bytes, std::string_view("\xE1\x80"));
+    ++next;
+    QCOMPARE((*next).value, std::int32_t('z'));
+    ++next;
+    QVERIFY(next == CodePoints::end());
 }
 
 } // namespace korvane

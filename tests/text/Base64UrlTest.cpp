@@ -1,4 +1,4 @@
-#include "pairing/Base64Url.h"
+#include "text/Base64Url.h"
 
 #include "support/Printing.h"
 

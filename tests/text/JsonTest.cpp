@@ -1,6 +1,6 @@
-#include "export/Json.h"
-#include "export/JsonReader.h"
+#include "text/Json.h"
 #include "support/Printing.h"
+#include "text/JsonReader.h"
 
 #include <array>
 #include <limits>

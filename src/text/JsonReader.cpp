@@ -1,7 +1,7 @@
-#include "export/JsonReader.h"
+#include "text/JsonReader.h"
 
-#include "export/JsonNormalizer.h"
-#include "messages/Utf8.h"
+#include "text/JsonNormalizer.h"
+#include "text/Utf8.h"
 
 namespace korvane {
 

@@ -1,4 +1,4 @@
-#include "export/Json.h"
+#include "text/Json.h"
 
 #include <algorithm>
 
