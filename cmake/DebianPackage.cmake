@@ -21,7 +21,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "hicolor-icon-theme, libssl3") # which is loaded, not linked
+set(CPACK_DEBIAN_PACKAGE_DEPENDS hicolor-icon-theme)
 # The window is drawn with these where they are; there is always some other font.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-inter, fonts-quicksand, fonts-noto-color-emoji")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "evolution-data-server, qt6-wayland")

@@ -1,6 +1,8 @@
 #include "pairing/Crypto.h"
 
-#include "pairing/OpenSsl.h"
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/rand.h>
 
 #include <algorithm>
 #include <limits>
@@ -12,7 +14,10 @@ namespace {
 
 constexpr qsizetype overhead = Envelope::nonceSize + Envelope::tagSize;
 
-using Context = std::unique_ptr<EVP_CIPHER_CTX, decltype(OpenSsl::freeContext)>;
+struct FreeContext {
+    void operator()(EVP_CIPHER_CTX* context) const { ::EVP_CIPHER_CTX_free(context); }
+};
+using Context = std::unique_ptr<EVP_CIPHER_CTX, FreeContext>;
 
 enum class Direction { Open = 0, Seal = 1 };
 
@@ -28,43 +33,31 @@ const unsigned char* raw(const char* bytes)
 
 bool drawRandom(unsigned char* to, qsizetype count)
 {
-    const OpenSsl* library = OpenSsl::load();
-    return library && count <= std::numeric_limits<int>::max()
-        && library->randomBytes(to, static_cast<int>(count)) == 1;
+    return count <= std::numeric_limits<int>::max()
+        && ::RAND_bytes(to, static_cast<int>(count)) == 1;
 }
 
-/// Looks at every byte, wherever the first difference is.
+/// In constant time: compares every byte, wherever the first difference is.
 bool areSame(QByteArrayView first, QByteArrayView second)
 {
-    volatile unsigned char difference = 0; // no compiler may leave early
-    for (qsizetype i = 0; i < first.size(); ++i)
-        difference = difference | static_cast<unsigned char>(first[i] ^ second[i]);
-    return difference == 0;
+    return first.size() == second.size()
+        && ::CRYPTO_memcmp(first.data(), second.data(), static_cast<std::size_t>(first.size()))
+        == 0;
 }
 
-/// Not left out by the compiler, though nobody reads what it writes.
-void wipe(std::span<unsigned char> bytes)
-{
-    volatile unsigned char* const to = bytes.data();
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        to[i] = 0;
-}
-
-/// The library counts in ints.
+/// OpenSSL takes sizes as int.
 bool fits(std::size_t size)
 {
     return size <= static_cast<std::size_t>(std::numeric_limits<int>::max());
 }
 
-/// Work on one body.
+/// AES-256-GCM over one body.
 class Cipher {
 public:
-    /// With key, nonce and authenticated data set. Tells whether that worked.
+    /// Sets key, nonce and authenticated data. Converts to false if that failed.
     Cipher(Direction direction, const unsigned char* key, const unsigned char* nonce,
         std::string_view authenticated)
-        : m_library(OpenSsl::load())
-        , m_context(m_library ? m_library->newContext() : nullptr,
-              m_library ? m_library->freeContext : nullptr)
+        : m_context(::EVP_CIPHER_CTX_new())
         , m_isGood(m_context && fits(authenticated.size()) && begin(direction, key, nonce)
               && update(raw(authenticated.data()), authenticated.size(), nullptr))
     {
@@ -78,7 +71,7 @@ public:
             && control(EVP_CTRL_GCM_GET_TAG, tag);
     }
 
-    /// Without the tag's proof that nobody has altered it.
+    /// Does not verify the text: isGenuine() does.
     bool decrypt(QByteArrayView ciphertext, char* text)
     {
         return update(
@@ -95,7 +88,7 @@ public:
 private:
     bool begin(Direction direction, const unsigned char* key, const unsigned char* nonce)
     {
-        return m_library->init(m_context.get(), m_library->aes256Gcm(), nullptr, key, nonce,
+        return ::EVP_CipherInit_ex(m_context.get(), ::EVP_aes_256_gcm(), nullptr, key, nonce,
                    static_cast<int>(direction))
             == 1;
     }
@@ -103,22 +96,23 @@ private:
     bool update(const unsigned char* from, std::size_t count, unsigned char* to)
     {
         int written = 0;
-        return m_library->update(m_context.get(), to, &written, from, static_cast<int>(count)) == 1;
+        return ::EVP_CipherUpdate(m_context.get(), to, &written, from, static_cast<int>(count))
+            == 1;
     }
 
     bool finish()
     {
-        std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> none{}; // a stream leaves nothing over
+        // GCM is a stream cipher: nothing is left over.
+        std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> none{};
         int written = 0;
-        return m_library->final(m_context.get(), none.data(), &written) == 1;
+        return ::EVP_CipherFinal_ex(m_context.get(), none.data(), &written) == 1;
     }
 
     bool control(int command, char* tag)
     {
-        return m_library->control(m_context.get(), command, Envelope::tagSize, tag) == 1;
+        return ::EVP_CIPHER_CTX_ctrl(m_context.get(), command, Envelope::tagSize, tag) == 1;
     }
 
-    const OpenSsl* const m_library;
     const Context m_context;
     const bool m_isGood;
 };
@@ -159,7 +153,7 @@ std::optional<SymmetricKey> SymmetricKey::fromBytes(QByteArrayView bytes)
 
 SymmetricKey::~SymmetricKey()
 {
-    wipe(m_bytes);
+    ::OPENSSL_cleanse(m_bytes.data(), m_bytes.size());
 }
 
 QByteArray SymmetricKey::bytes() const
@@ -212,8 +206,7 @@ bool SymmetricKey::operator==(const SymmetricKey& other) const
 
 void endCryptoOnThread()
 {
-    if (const OpenSsl* library = OpenSsl::loaded())
-        library->endThread();
+    ::OPENSSL_thread_stop();
 }
 
 std::optional<QByteArray> randomBytes(qsizetype count)
@@ -224,7 +217,7 @@ std::optional<QByteArray> randomBytes(qsizetype count)
 
 bool isSameSecret(std::string_view claimed, std::string_view secret)
 {
-    return claimed.size() == secret.size() && areSame(claimed, secret);
+    return areSame(claimed, secret);
 }
 
 } // namespace korvane

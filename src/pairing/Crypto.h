@@ -7,13 +7,12 @@
 #include <span>
 #include <string_view>
 
-/// Everything that needs a cryptographic library. Stateless but for the values handed about; may
-/// be called from any thread.
+/// The only header behind which OpenSSL is called. Stateless; may be called from any thread.
 namespace korvane {
 
-/// A body on its way to being sealed in place: the text, with room around it for what sealing
-/// adds. A sealed body is 12 bytes of nonce, the ciphertext, as long as the text, and 16 bytes of
-/// tag (AES-GCM as of NIST SP 800-38D, with a 96-bit nonce and a 128-bit tag).
+/// A buffer in which a body is sealed in place: the text, with room before and after it. A sealed
+/// body is 12 bytes of nonce, the ciphertext, as long as the text, and 16 bytes of tag (AES-GCM,
+/// NIST SP 800-38D, with a 96-bit nonce and a 128-bit tag).
 class Envelope {
 public:
     static constexpr qsizetype nonceSize = 12;
@@ -34,8 +33,8 @@ private:
     QByteArray m_bytes;
 };
 
-/// A 256-bit key for AES-GCM. Every copy is wiped from memory when it goes, and comparing two takes
-/// as long wherever they differ.
+/// A 256-bit key for AES-GCM. The destructor wipes the key from memory. Comparison takes constant
+/// time.
 class SymmetricKey {
 public:
     static constexpr std::size_t size = 32;
@@ -73,14 +72,14 @@ private:
     std::array<unsigned char, size> m_bytes;
 };
 
-/// Gives back what the library keeps for the calling thread, which ends next: left to the thread's
-/// own end, that could still be going on when the process ends.
+/// Frees what OpenSSL keeps for the calling thread. Call it last on a thread that used it: OpenSSL's
+/// own thread-exit cleanup can race with process exit.
 void endCryptoOnThread();
 
 /// `count` bytes from the system's cryptographic random source; nothing where that fails.
 std::optional<QByteArray> randomBytes(qsizetype count);
 
-/// Compares a secret with what somebody claims it to be; takes as long wherever they differ.
+/// Compares a secret with what a client sent, in constant time for texts of the same length.
 bool isSameSecret(std::string_view claimed, std::string_view secret);
 
 } // namespace korvane
