@@ -5,47 +5,44 @@
 
 #include <unicode/uchar.h>
 
+#include <array>
 #include <charconv>
-#include <cstring>
+#include <limits>
 
 namespace korvane {
 
 namespace {
 
-/// Writes JSON pieces one after the other into reserved room.
+/// Appends pieces of JSON to a text.
 class Pen {
 public:
-    explicit Pen(char* at) : m_at(at) { }
+    explicit Pen(std::string& out) : m_out(out) { }
 
     Pen& raw(std::string_view text)
     {
-        std::memcpy(m_at, text.data(), text.size());
-        m_at += text.size();
+        m_out += text;
         return *this;
     }
     Pen& escaped(std::string_view text)
     {
-        m_at = Json::writeEscaped(m_at, text);
+        Json::appendEscaped(m_out, text);
         return *this;
     }
     Pen& number(std::int64_t number)
     {
-        m_at = std::to_chars(m_at, m_at + longestNumber, number).ptr;
-        return *this;
+        std::array<char, std::numeric_limits<std::int64_t>::digits10 + 2> digits; // and the sign
+        const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+        return raw({digits.data(), static_cast<std::size_t>(end - digits.begin())});
     }
-    /// The rest of a record's identifier, and the quotation mark behind it.
+    /// The rest of a record's identifier, and the quotation mark that closes it.
     Pen& id(std::string_view prefix, std::int64_t rowID)
     {
         return raw(prefix).number(rowID).raw("\"");
     }
     Pen& boolean(bool value) { return raw(value ? "true" : "false"); }
 
-    const char* position() const { return m_at; }
-
-    static constexpr std::size_t longestNumber = 20;
-
 private:
-    char* m_at;
+    std::string& m_out;
 };
 
 /// True where `text` is empty or nothing but white space and line breaks.
@@ -85,14 +82,9 @@ RecordWriter::RecordWriter(const ChatInfo& chat, std::string_view title, const C
 {
 }
 
-void RecordWriter::append(const MessageRowView& row, RecordBuffer& batch)
+void RecordWriter::append(const MessageRowView& row, std::string& out)
 {
-    // The keys with their punctuation, date, numbers and constant texts stay well below this.
-    constexpr std::size_t fixedParts = 512;
-    const std::string& sender = senderMembers(row);
-    Pen pen(batch.reserve(fixedParts + m_conversation.size() + 3 * m_idPrefix.size() + sender.size()
-        + Json::largestEscaped(row.text.size())));
-
+    Pen pen(out);
     pen.raw(R"({"attachmentCount":)").number(row.attachmentCount);
     pen.raw(R"(,"body":")").escaped(row.text);
     pen.raw(m_conversation).raw(m_dates.withMilliseconds(row.date));
@@ -108,9 +100,8 @@ void RecordWriter::append(const MessageRowView& row, RecordBuffer& batch)
         pen.raw(R"(,"recordKind":")").raw(*row.recordKind).raw("\"");
     if (row.replyToRowID)
         pen.raw(R"(,"replyToID":")").id(m_idPrefix, *row.replyToRowID);
-    pen.raw(sender);
+    pen.raw(senderMembers(row));
     pen.raw(R"(,"textUnavailable":)").boolean(isBlank(row.text)).raw("}\n");
-    batch.commit(pen.position());
 }
 
 const std::string& RecordWriter::senderMembers(const MessageRowView& row)

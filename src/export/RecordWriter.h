@@ -2,7 +2,6 @@
 
 #include "contacts/ContactNames.h"
 #include "export/DateText.h"
-#include "export/RecordBuffer.h"
 #include "messages/ChatInfo.h"
 #include "messages/MessageRow.h"
 
@@ -40,7 +39,8 @@ class RecordWriter {
 public:
     RecordWriter(const ChatInfo& chat, std::string_view title, const ContactNames& names);
 
-    void append(const MessageRowView& row, RecordBuffer& batch);
+    /// Appends the record of `row`, with its line feed, to `out`.
+    void append(const MessageRowView& row, std::string& out);
 
 private:
     struct TextHash : std::hash<std::string_view> {

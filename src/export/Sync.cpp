@@ -177,7 +177,7 @@ private:
         Batch batch{.highestRowID = afterRowID};
         RecordWriter writer(chat, title, m_names);
         m_db.forEachMessage(chat.id, afterRowID, [&](const MessageRowView& row) {
-            writer.append(row, batch.records);
+            writer.append(row, batch.records.block());
             batch.highestRowID = std::max(batch.highestRowID, row.rowID);
             ++batch.count;
         });

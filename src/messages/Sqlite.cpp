@@ -109,36 +109,14 @@ Sqlite Sqlite::openForWriting(const std::string& path)
     return {path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE};
 }
 
-namespace {
-
-sqlite3_pcache_methods2 usualCache; ///< SQLite's own; set before the first connection only
-
-/// Each read of a database is one walk through it, and the system keeps the file's pages anyway: a
-/// cache of the usual 2 MB is no faster than one that holds the way down to the leaves.
-void keepFewPages(sqlite3_pcache* cache, int /*wanted*/)
-{
-    constexpr int pages = 32;
-    usualCache.xCachesize(cache, pages);
-}
-
-int installSmallCache()
-{
-    const int failure = sqlite3_config(SQLITE_CONFIG_GETPCACHE2, &usualCache);
-    sqlite3_pcache_methods2 smallCache = usualCache;
-    smallCache.xCachesize = keepFewPages;
-    return failure | sqlite3_config(SQLITE_CONFIG_PCACHE2, &smallCache);
-}
-
-} // namespace
-
 void Sqlite::configureProcess()
 {
     constexpr int pagesSortedInMemory = 65536; // of 4 KiB each
     const int failures = sqlite3_config(SQLITE_CONFIG_MULTITHREAD)
         | sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0)
-        | sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory) | installSmallCache();
+        | sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory);
     if (failures != SQLITE_OK)
-        throw std::logic_error("SQLite is in use already.");
+        throw std::logic_error("sqlite3_config() failed: a connection was opened before");
 }
 
 void Sqlite::execute(const std::string& sql)

@@ -46,9 +46,8 @@ public:
 
     /// Prepares the whole process for reading large databases; call it in main(), before the
     /// first connection. Drops SQLite's mutexes and memory accounting, which one connection per
-    /// thread does not need, keeps few pages of a file in memory, and lets a sort of up to 256 MiB
-    /// stay there instead of spilling messages into temporary files on disk. Throws
-    /// std::logic_error after a connection.
+    /// thread does not need, and lets a sort of up to 256 MiB stay in memory instead of spilling
+    /// messages into temporary files on disk. Throws std::logic_error after a connection.
     static void configureProcess();
 
     /// Runs `sql` (one or more statements), ignoring any rows.

@@ -72,8 +72,8 @@ private:
     std::array<unsigned char, size> m_bytes;
 };
 
-/// Frees what OpenSSL keeps for the calling thread. Call it last on a thread that used it: OpenSSL's
-/// own thread-exit cleanup can race with process exit.
+/// Frees what OpenSSL keeps for the calling thread. Call it last on a thread that used it:
+/// OpenSSL's own thread-exit cleanup can race with process exit.
 void endCryptoOnThread();
 
 /// `count` bytes from the system's cryptographic random source; nothing where that fails.

@@ -1,7 +1,5 @@
 #include "text/Json.h"
 
-#include <algorithm>
-
 namespace korvane {
 
 namespace {
@@ -11,7 +9,7 @@ constexpr bool mustBeEscaped(unsigned char c)
     return (c < 0x20) | (c == '"') | (c == '\\');
 }
 
-/// No early exit: this is one vector loop, and nearly all texts are plain.
+/// Has no early exit, so that it compiles to one vector loop. Nearly all texts are plain.
 bool isPlain(std::string_view text)
 {
     bool escapes = false;
@@ -20,39 +18,38 @@ bool isPlain(std::string_view text)
     return !escapes;
 }
 
-char* copy(char* out, std::string_view text)
-{
-    return std::copy(text.begin(), text.end(), out);
-}
-
-char* writeUnicodeEscape(char* out, unsigned char c)
+void appendUnicodeEscape(std::string& out, unsigned char c)
 {
     constexpr std::string_view digits = "0123456789abcdef";
-    out = copy(out, "\\u00");
-    *out++ = digits[c >> 4U];
-    *out++ = digits[c & 15U];
-    return out;
+    out.append("\\u00").append(1, digits[c >> 4U]).append(1, digits[c & 15U]);
 }
 
-char* writeEscape(char* out, char c)
+void appendEscape(std::string& out, char c)
 {
     switch (c) {
     case '"':
-        return copy(out, "\\\"");
+        out += "\\\"";
+        break;
     case '\\':
-        return copy(out, "\\\\");
+        out += "\\\\";
+        break;
     case '\b':
-        return copy(out, "\\b");
+        out += "\\b";
+        break;
     case '\f':
-        return copy(out, "\\f");
+        out += "\\f";
+        break;
     case '\n':
-        return copy(out, "\\n");
+        out += "\\n";
+        break;
     case '\r':
-        return copy(out, "\\r");
+        out += "\\r";
+        break;
     case '\t':
-        return copy(out, "\\t");
+        out += "\\t";
+        break;
     default:
-        return writeUnicodeEscape(out, static_cast<unsigned char>(c));
+        appendUnicodeEscape(out, static_cast<unsigned char>(c));
     }
 }
 
@@ -70,23 +67,24 @@ std::string withEscapedSlashes(std::string_view text)
 
 } // namespace
 
-char* Json::writeEscaped(char* out, std::string_view text)
+void Json::appendEscaped(std::string& out, std::string_view text)
 {
-    if (isPlain(text))
-        return copy(out, text);
+    if (isPlain(text)) {
+        out += text;
+        return;
+    }
     for (const char c : text) {
         if (mustBeEscaped(static_cast<unsigned char>(c)))
-            out = writeEscape(out, c);
+            appendEscape(out, c);
         else
-            *out++ = c;
+            out += c;
     }
-    return out;
 }
 
 std::string Json::escaped(std::string_view text, Slash slash)
 {
-    std::string result(largestEscaped(text.size()), '\0');
-    result.resize(static_cast<std::size_t>(writeEscaped(result.data(), text) - result.data()));
+    std::string result;
+    appendEscaped(result, text);
     return slash == Slash::Escaped ? withEscapedSlashes(result) : result;
 }
 

@@ -12,14 +12,8 @@ namespace Json {
 
 enum class Slash { Plain, Escaped };
 
-/// The bytes that `size` bytes of text can take at the most, written by writeEscaped().
-constexpr std::size_t largestEscaped(std::size_t size)
-{
-    return 6 * size;
-}
-
-/// Writes `text` without quotation marks to `out`, which has room for it; returns the end.
-char* writeEscaped(char* out, std::string_view text);
+/// Appends `text`, escaped and without quotation marks, to `out`.
+void appendEscaped(std::string& out, std::string_view text);
 
 /// `text` without quotation marks, escaped.
 std::string escaped(std::string_view text, Slash slash = Slash::Plain);

@@ -1,3 +1,4 @@
+#include "export/RecordBuffer.h"
 #include "export/RecordWriter.h"
 #include "support/Printing.h"
 
@@ -32,13 +33,10 @@ const ChatInfo chat{.id = 1, .guid = "g", .identifier = "+1 555 000 0009"};
 std::string linesOf(const std::vector<MessageRowView>& rows, const ContactNames& names = {},
     const ChatInfo& where = chat, std::string_view title = "T")
 {
-    RecordBuffer buffer;
     RecordWriter writer(where, title, names);
-    for (const MessageRowView& row : rows)
-        writer.append(row, buffer);
     std::string lines;
-    for (const std::string_view piece : buffer.pieces())
-        lines += piece;
+    for (const MessageRowView& row : rows)
+        writer.append(row, lines);
     return lines;
 }
 
@@ -251,7 +249,7 @@ void RecordTest::writesLongTextsWhole()
     std::string expected;
     for (const int size : {1, 170'000, 3, 1'100'000, 0, 180'000, 5}) {
         const std::string text = times(size, piece);
-        writer.append({.text = text}, buffer);
+        writer.append({.text = text}, buffer.block());
         expected += R"({"attachmentCount":0,"body":")" + times(size, json);
         expected += R"(","conversationID":"g","conversationName":"T",)"
                     R"("date":"2001-01-01T00:00:00.000Z","id":"mac:g:0","isOutgoing":false,)"
