@@ -19,7 +19,7 @@ private slots:
     void writesTexts();
     void escapesEveryControlCharacter();
     void leavesAllOtherAsciiAsItIs();
-    void escapesNeverOutgrowTheirRoom();
+    void escapedControlCharactersTakeSixBytes();
     void escapesSlashesWhereAsked_data();
     void escapesSlashesWhereAsked();
     void escapesAMillionSlashesInNoTime();
@@ -116,7 +116,7 @@ void JsonTest::leavesAllOtherAsciiAsItIs()
     }
 }
 
-void JsonTest::escapesNeverOutgrowTheirRoom()
+void JsonTest::escapedControlCharactersTakeSixBytes()
 {
     const std::string worst(1000, '\x01');
     QCOMPARE(Json::escaped(worst).size(), 6 * worst.size());
