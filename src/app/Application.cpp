@@ -70,7 +70,6 @@ int runUntilQuit(const Interruption& interruption, AppState& state)
 
 int runWindow(int& argc, char** argv)
 {
-    const std::future<void> fonts = readFontsAhead(); // while the display is being connected
     const QApplication application(argc, argv);
     nameApplication();
     using Place = SingleInstance::Place;
@@ -82,8 +81,6 @@ int runWindow(int& argc, char** argv)
             "Another window works on " + Paths::support().string() + " and does not answer.");
     const Interruption interruption; // outlives the state, which may take a while to end
     AppState state(realEnvironment());
-    if (fonts.valid())
-        fonts.wait(); // or the list would be read twice
     ContentView window(state);
     MenuBarExtra extra(window);
     QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);

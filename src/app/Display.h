@@ -3,8 +3,6 @@
 #include <QIcon>
 #include <QUrl>
 
-#include <future>
-
 /// What systems do differently about the screen and the desktop.
 namespace korvane {
 
@@ -25,9 +23,5 @@ bool openUrl(const QUrl& url);
 /// From now on ExitHook::run() is also called where Qt ends the process without calling exit(),
 /// because the display is lost.
 void runExitHookOnLostDisplay();
-
-/// Begins to read the list of the system's fonts, which takes long and which the first text to be
-/// laid out waits for, while the caller goes on. Ended by the time the future is gone.
-[[nodiscard]] std::future<void> readFontsAhead();
 
 } // namespace korvane

@@ -12,14 +12,12 @@
 #include <QProcess>
 #include <QString>
 
-#include <fontconfig/fontconfig.h>
 #include <xcb/xcb.h>
 
 #include <array>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
-#include <system_error>
 
 namespace korvane {
 
@@ -143,18 +141,6 @@ void runExitHookOnLostDisplay()
 {
     if (!isSet("QT_WAYLAND_RECONNECT"))
         defaultHandler = qInstallMessageHandler(handleMessage);
-}
-
-std::future<void> readFontsAhead()
-{
-    if (std::getenv("DESKTOP_STARTUP_ID"))
-        return {}; // Qt takes it out of the environment, which must not change under FcInit()
-    try {
-        return std::async(
-            std::launch::async, [] { FcInit(); }); // which Qt calls for its first font
-    } catch (const std::system_error&) {
-        return {}; // no thread to spare: then it is read when it is needed
-    }
 }
 
 } // namespace korvane

@@ -31,9 +31,4 @@ void runExitHookOnLostDisplay()
     // There is no display server that could go away.
 }
 
-std::future<void> readFontsAhead()
-{
-    return {}; // the system has it at hand
-}
-
 } // namespace korvane
