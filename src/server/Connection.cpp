@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t readSize = 16'384;
 constexpr std::string_view blankLine = "\r\n\r\n";
 
-/// How long the peer may take over a whole answer.
+/// The time limit for a whole answer: a fixed part plus a share for the size of the body.
 ServerLimits::Duration answerTime(const ServerLimits& limits, qsizetype bodySize)
 {
     constexpr qsizetype piece = 65'536;
@@ -59,7 +59,7 @@ void Connection::take(std::string_view bytes)
 {
     const std::size_t searched = m_received.size();
     m_received += bytes;
-    // The blank line may have begun among the bytes before.
+    // The blank line may be split over two reads.
     const std::size_t from = searched - std::min(searched, blankLine.size() - 1);
     const std::size_t end = m_received.find(blankLine, from);
     if (end != m_received.npos)
@@ -72,7 +72,7 @@ void Connection::respondTo(std::string_view head)
 {
     Answer answer = m_respond(head);
     m_received = {};
-    m_readable.setEnabled(false); // until closing: what follows a head is not asked for
+    m_readable.setEnabled(false); // stop reading after the head; shutdown() resumes, to drain
     m_head = answer.response.head();
     m_body = std::move(answer.response.body);
     m_answerSize = static_cast<std::int64_t>(m_head.size()) + m_body.size();
@@ -100,7 +100,7 @@ void Connection::sendMore()
         m_writable.setEnabled(true);
 }
 
-/// Forgets that much of what is left to send.
+/// Records that the kernel took `sent` more bytes of the answer, the head first.
 void Connection::consume(std::size_t sent)
 {
     const std::size_t ofHead = std::min(sent, m_head.size());
@@ -108,8 +108,8 @@ void Connection::consume(std::size_t sent)
     m_bodySent += static_cast<qsizetype>(sent - ofHead);
 }
 
-/// Shuts down the sending side and drains the receiving side. To close a socket with unread input
-/// resets the connection, and the peer may then lose the end of its answer.
+/// Half-closes the connection and drains its input. Closing a socket with unread input resets the
+/// connection (RFC 1122, section 4.2.2.13), and the peer may then lose the end of its answer.
 void Connection::shutdown()
 {
     m_stage = Stage::Closing;
@@ -124,17 +124,17 @@ void Connection::drain()
 {
     std::array<char, readSize> ignored;
     const auto [status, count] = m_socket.read(ignored);
-    if (status == Socket::Status::Failed) // reset, perhaps after everything was taken
+    if (status == Socket::Status::Failed) // reset, perhaps after the peer received everything
         finish(SocketPlatform::hadAllAtReset(m_socket.descriptor(), m_answerSize));
     else if (status == Socket::Status::Ended && (isOver() || m_kind == Answer::Kind::Refusal))
-        close(); // what is left of a refusal needs no supervision: the system sends it
+        close(); // the kernel sends the rest of a refusal; no need to wait for it
     else if (status == Socket::Status::Ended)
-        m_readable.setEnabled(false); // half-closed: it may still be taking its answer
+        m_readable.setEnabled(false); // half-closed: the peer may still be receiving its answer
 }
 
 bool Connection::hasTakenAll() const
 {
-    constexpr std::int64_t ownEnd = 1; // that we send no more counts as a byte, too
+    constexpr std::int64_t ownEnd = 1; // our FIN takes one sequence number
     return m_stage == Stage::Closing && m_socket.unacknowledged() <= ownEnd;
 }
 
@@ -163,8 +163,8 @@ ServerLimits::Duration Connection::timeout() const
     return hasTakenAll() ? m_limits.lingerTimeout : m_limits.writeTimeout;
 }
 
-/// The system takes bytes in large pieces and tells late that a slow peer took some, so it is
-/// asked how many are still outstanding.
+/// Compares the number of outstanding bytes. Writability is too coarse a measure: the kernel
+/// buffers large pieces and reports a writable socket long after a slow peer acknowledged some.
 void Connection::watchProgress(Clock::time_point now)
 {
     const std::int64_t outstanding = static_cast<std::int64_t>(m_head.size())
@@ -183,7 +183,7 @@ void Connection::evict()
         close();
 }
 
-/// Resets the connection, so that nothing of the answer stays with the system.
+/// Resets the connection, so that the kernel does not keep the rest of the answer.
 void Connection::abort()
 {
     m_socket.discardOnClose();

@@ -15,8 +15,8 @@
 
 namespace korvane {
 
-/// One connection: reads one request head, sends one answer, closes. Lives on the server's thread;
-/// emits closed() once, and is of no use afterwards.
+/// One connection: reads one request head, sends one answer, closes. Used on the server's thread
+/// only. Emits closed() at most once, when it ends; it does nothing afterwards.
 class Connection : public QObject {
     Q_OBJECT
 
@@ -34,39 +34,42 @@ public:
     Stage stage() const { return m_stage; }
     Answer::Kind kind() const { return m_kind; }
 
-    /// Where it comes from.
+    /// The network that the peer is in, see networkOf().
     PeerNetwork network() const { return m_network; }
 
     /// The peer's numeric address.
     const std::string& peer() const { return m_peer; }
 
-    /// True where the peer has acknowledged its whole answer.
+    /// True if the peer has acknowledged its whole answer.
     bool hasTakenAll() const;
 
-    /// True once it only has to be closed: the peer has acknowledged its whole answer, or is gone.
+    /// True if the whole answer was handed to the kernel and nothing is left but to close: the peer
+    /// has acknowledged all of it, or is gone.
     bool isOver() const;
 
-    /// Bytes of its answer that are kept for it here.
+    /// Bytes of the answer's body that are in memory here.
     std::int64_t heldBytes() const { return m_body.size(); }
 
-    /// When the peer was last seen to take something, or when it was accepted.
+    /// When the connection last made progress: when it was accepted, when its answer was ready, or
+    /// when watchProgress() last saw that the peer had acknowledged something.
     Clock::time_point lastProgress() const { return m_lastProgress; }
 
-    /// Closes it where one of its timeouts has expired.
+    /// Ends the connection if one of its timeouts has expired, or if the peer has half-closed it
+    /// and isOver(). Resets it if the peer has not acknowledged its whole answer.
     void enforceLimits(Clock::time_point now);
 
-    /// Notes whether the peer has taken something since the last time.
+    /// Updates lastProgress() if the peer has acknowledged something since the last call.
     void watchProgress(Clock::time_point now);
 
-    /// Makes room for another connection: closes it, unless its request has arrived and was not
-    /// read yet. That is answered first.
+    /// Makes room for another connection: closes this one. If a complete request has arrived that
+    /// was not read yet, answers it instead and stays open.
     void evict();
 
 signals:
-    /// Its request has been answered; the answer is on its way.
+    /// The answer is ready; sending it begins now.
     void answered();
 
-    /// `delivered` where the peer is known to have taken a whole answer.
+    /// `delivered` is true if the peer is known to have received its whole answer.
     void closed(bool delivered);
 
 private:
@@ -94,15 +97,15 @@ private:
 
     Stage m_stage = Stage::Reading;
     Answer::Kind m_kind = Answer::Kind::Refusal;
-    std::string m_received; ///< while reading
-    std::string m_head; ///< of the answer, what is left of it
-    QByteArray m_body; ///< whole until all of it is handed over
-    qsizetype m_bodySent = 0;
-    std::int64_t m_answerSize = 0; ///< of head and body, in bytes
+    std::string m_received; ///< bytes of the request so far, while reading
+    std::string m_head; ///< unsent rest of the answer's head
+    QByteArray m_body; ///< whole body of the answer, until the kernel has taken all of it
+    qsizetype m_bodySent = 0; ///< bytes of `m_body` that the kernel has taken
+    std::int64_t m_answerSize = 0; ///< head and body, in bytes
 
     Clock::time_point m_lastProgress = Clock::now();
     Clock::time_point m_deadline; ///< for the head, then for the whole answer
-    std::int64_t m_outstanding = 0; ///< bytes that the peer had not taken when last looked at
+    std::int64_t m_outstanding = 0; ///< bytes not acknowledged at the last watchProgress()
 };
 
 } // namespace korvane

@@ -13,7 +13,8 @@ namespace {
 
 using Stage = Connection::Stage;
 
-/// Often enough that no limit is overrun by more than a quarter, or a second.
+/// How often the timeouts are checked: often enough that each expires at most a quarter of its
+/// length late, and at most one second.
 std::chrono::milliseconds watchInterval(const ServerLimits& limits)
 {
     const auto shortest = std::min(
@@ -22,7 +23,8 @@ std::chrono::milliseconds watchInterval(const ServerLimits& limits)
         shortest / 4, std::chrono::milliseconds(1), std::chrono::seconds(1));
 }
 
-/// Keeps some of the process's descriptors for the database, the files and the window.
+/// Lowers the limit on connections so that the process has descriptors left for the database, the
+/// files and the window.
 ServerLimits withinDescriptors(ServerLimits limits)
 {
     constexpr std::size_t reserve = 64;
@@ -59,7 +61,7 @@ void ConnectionPool::add(int descriptor, const sockaddr_storage& peer)
 
 bool ConnectionPool::freeDescriptors()
 {
-    constexpr std::size_t spare = 16; // for the files of the next answers
+    constexpr std::size_t spare = 16; // for the files that the next answers open
     const std::size_t before = m_connections.size();
     bool evicted = true;
     while (evicted && m_connections.size() + spare > before)
@@ -70,7 +72,8 @@ bool ConnectionPool::freeDescriptors()
     return true;
 }
 
-/// Closes one connection; false where all of them have been given something and are taking it.
+/// Closes one connection. Returns false if there is none to evict: all of them are being sent a
+/// manifest or a file.
 bool ConnectionPool::evict()
 {
     const std::size_t before = m_connections.size();
@@ -78,15 +81,15 @@ bool ConnectionPool::evict()
         Connection* connection = evictable();
         if (!connection)
             return false;
-        connection->evict(); // or answers it; the next one to evict may then be another
+        connection->evict(); // may answer it instead; then choose again
     }
     return true;
 }
 
-/// First a connection that is over, then one that is only being refused, then one that has not sent
-/// its request. Of the refused and of the waiting ones, it is the oldest of the network that has
-/// the most, so that a host that floods the server evicts its own. There is no fixed limit for an
-/// address, because the hosts behind a NAT share one.
+/// Chooses the connection to evict: first one that is over, then one that is being refused, then
+/// one whose request is incomplete. Among the refused and among the incomplete ones, chooses the
+/// oldest of the network that has most of them, so that a host that floods the server evicts its
+/// own connections. There is no fixed limit per address, because hosts behind a NAT share one.
 Connection* ConnectionPool::evictable() const
 {
     const auto isOver = [](const Connection& each) { return each.isOver(); };
@@ -101,7 +104,8 @@ Connection* ConnectionPool::evictable() const
     return oldestOfBusiestNetwork(isWaiting);
 }
 
-/// Moves it to the end: of those that are being answered, the newest answer is the last.
+/// Moves the connection to the end, so that the list is in the order in which connections were
+/// accepted or, once answered, in which they were answered.
 void ConnectionPool::onAnswered(Connections::iterator place)
 {
     const Connection& connection = **place;
@@ -113,7 +117,7 @@ void ConnectionPool::onAnswered(Connections::iterator place)
 
 void ConnectionPool::onClosed(Connections::iterator place, bool delivered)
 {
-    Connection* connection = place->release(); // it is in the middle of emitting
+    Connection* connection = place->release(); // still emitting closed(), so delete it later
     m_connections.erase(place);
     connection->deleteLater();
     if (m_connections.empty()) {
@@ -124,8 +128,8 @@ void ConnectionPool::onClosed(Connections::iterator place, bool delivered)
         emit transferEnded(connection->peer(), delivered);
 }
 
-/// Peers that stop taking their answers must not fill the memory: the one that has taken nothing
-/// for the longest time is cut off, except for the newest answer.
+/// Bounds the memory that peers can occupy by not receiving their answers. Evicts the connection
+/// that has made no progress for the longest time, but never the one with the newest answer.
 void ConnectionPool::boundHeldBytes()
 {
     while (heldBytes() > m_limits.heldBytes) {
@@ -138,10 +142,10 @@ void ConnectionPool::boundHeldBytes()
 
 void ConnectionPool::enforceLimits()
 {
-    m_capacity = m_limits.connections; // perhaps there are descriptors again
+    m_capacity = m_limits.connections; // descriptors may be available again
     const auto now = Connection::Clock::now();
     for (auto place = m_connections.begin(); place != m_connections.end();) {
-        Connection& connection = **place++; // it may go
+        Connection& connection = **place++; // enforceLimits() may remove it from the list
         connection.enforceLimits(now);
     }
 }
@@ -174,7 +178,7 @@ Connection* ConnectionPool::longestStalled() const
     for (const auto& connection : m_connections) {
         if (connection->stage() != Stage::Sending)
             continue;
-        connection->watchProgress(now); // it may have taken something since the last round
+        connection->watchProgress(now); // the last check may be up to a second old
         sending.push_back(connection.get());
     }
     if (sending.size() < 2)

@@ -12,7 +12,7 @@
 
 namespace korvane {
 
-/// All open connections, within their limits. Lives on the server's thread.
+/// Owns all open connections and enforces the limits on them. Used on the server's thread only.
 class ConnectionPool : public QObject {
     Q_OBJECT
 
@@ -20,24 +20,24 @@ public:
     ConnectionPool(const ServerLimits& limits, Connection::Respond respond);
     ~ConnectionPool() override;
 
-    /// Takes over the descriptor of a connected socket, and the address of its peer. Where the pool
-    /// is full, another connection is evicted; this one is closed where all others have been given
-    /// something and are taking it.
+    /// Takes ownership of a connected socket's descriptor. `peer` is the address of its peer. If
+    /// the pool is full, another connection is evicted; if none can be evicted, because all are
+    /// being sent a manifest or a file, the new one is closed.
     void add(int descriptor, const sockaddr_storage& peer);
 
-    /// Evicts some connections, so that the process has descriptors again, and for a short time
-    /// adds one only in the place of another. False where there was none to evict.
+    /// Evicts up to 16 connections, so that the process has descriptors again. The pool does not
+    /// grow until the limits are next checked. Returns false if there was none to evict.
     bool freeDescriptors();
 
 signals:
-    /// A ticket's file is on its way to a peer.
+    /// Sending a ticket's file to a peer begins.
     void transferStarted(const std::string& peer);
 
-    /// `delivered` where the peer is known to have taken all of it.
+    /// `delivered` is true if the peer is known to have received all of it.
     void transferEnded(const std::string& peer, bool delivered);
 
 private:
-    using Connections = std::list<std::unique_ptr<Connection>>; ///< see onAnswered()
+    using Connections = std::list<std::unique_ptr<Connection>>; ///< for the order see onAnswered()
 
     bool evict();
     Connection* evictable() const;
@@ -54,7 +54,7 @@ private:
 
     const ServerLimits m_limits;
     const Connection::Respond m_respond;
-    std::size_t m_capacity = m_limits.connections; ///< lower where descriptors ran out
+    std::size_t m_capacity = m_limits.connections; ///< lower after descriptors ran out
     Connections m_connections;
     QTimer m_watch; ///< runs while there are connections
 };

@@ -9,7 +9,8 @@ namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
 
-/// Takes the text before the next `separator`, and the separator, from the front of `rest`.
+/// Removes the text up to and including the next `separator` from `rest`. Returns it without the
+/// separator.
 std::string_view takeUntil(std::string_view separator, std::string_view& rest)
 {
     const std::size_t end = rest.find(separator);
@@ -18,7 +19,7 @@ std::string_view takeUntil(std::string_view separator, std::string_view& rest)
     return taken;
 }
 
-/// The next piece between blanks that is not empty; empty at the end.
+/// Removes and returns the next word of `rest`, which is separated by spaces; empty at the end.
 std::string_view takeWord(std::string_view& rest)
 {
     std::string_view word;

@@ -7,15 +7,15 @@
 
 namespace korvane {
 
-/// The head of an HTTP/1.1 request (RFC 9112), as far as this server looks at it. A plain value.
+/// The parts of an HTTP/1.1 request head (RFC 9112) that this server uses. A plain value.
 struct HttpRequest {
-    std::string target; ///< as sent: percent-escapes and query included
-    std::map<std::string, std::string> headers; ///< by name in lower case; the last one counts
+    std::string target; ///< as sent: with percent-escapes and query
+    std::map<std::string, std::string> headers; ///< by lower-case name; the last of a name wins
 
     bool operator==(const HttpRequest&) const = default;
 
-    /// `head` is what stands before the first blank line; bytes that are no UTF-8 count as U+FFFD.
-    /// Nothing where its first line does not ask to GET some target.
+    /// `head` is everything before the first blank line. Invalid UTF-8 is read as U+FFFD. Returns
+    /// nothing unless the method is GET and there is a target.
     static std::optional<HttpRequest> fromHead(std::string_view head);
 };
 

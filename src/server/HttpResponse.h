@@ -8,16 +8,16 @@
 
 namespace korvane {
 
-/// An answer: after it the connection is closed. A plain value.
+/// An HTTP response, after which the connection is closed. A plain value.
 struct HttpResponse {
     int status = 0;
     std::string reason;
-    std::vector<std::pair<std::string, std::string>> headers; ///< besides those that all have
+    std::vector<std::pair<std::string, std::string>> headers; ///< besides those of every response
     QByteArray body;
 
     bool operator==(const HttpResponse&) const = default;
 
-    /// Everything before the body, the blank line included.
+    /// Everything before the body, including the blank line.
     std::string head() const;
 
     static HttpResponse ok(

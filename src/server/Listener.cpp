@@ -42,7 +42,7 @@ bool bindAndListen(const Descriptor& socket, const addrinfo& address)
         && ::listen(socket.get(), backlog) == 0;
 }
 
-/// Where there is none, `errno` says why.
+/// If the result is empty, `errno` says why.
 Descriptor listeningSocket(const std::string& host, std::uint16_t port)
 {
     const Addresses address = numericAddress(host, port);
@@ -55,20 +55,22 @@ Descriptor listeningSocket(const std::string& host, std::uint16_t port)
         return Descriptor();
     ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
     ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
-    set(socket, SOL_SOCKET, SO_REUSEADDR, 1); // what lingers of earlier connections is no hindrance
+    set(socket, SOL_SOCKET, SO_REUSEADDR, 1); // old connections in TIME_WAIT do not block the port
     if (address->ai_family == AF_INET6)
         set(socket, IPPROTO_IPV6, IPV6_V6ONLY, 0);
     return bindAndListen(socket, *address) ? std::move(socket) : Descriptor();
 }
 
-/// For connections over IPv6 and IPv4, or over IPv4 alone where the system has no IPv6.
+/// A dual-stack socket. If that fails, as on a system without IPv6, a socket for IPv4 only, unless
+/// the port is in use.
 Descriptor socketForAll(std::uint16_t port)
 {
     Descriptor both = listeningSocket("::", port);
     return both || errno == EADDRINUSE ? std::move(both) : listeningSocket("0.0.0.0", port);
 }
 
-/// The one connection failed, and accept() can be tried again at once.
+/// True if accept() can be called again at once: it was interrupted, or only the one connection
+/// failed.
 bool concernsOneConnection(int code)
 {
     return code == EINTR || code == ECONNABORTED || code == EPROTO;
@@ -108,7 +110,8 @@ Listener::Listener(Descriptor socket, Accept accept, FreeDescriptors free)
     connect(&m_retry, &QTimer::timeout, this, [this] { m_waiting.setEnabled(true); });
 }
 
-/// The notifier fires again for what is left in the backlog, after the other sockets' turn.
+/// Accepts a few connections of the backlog. The notifier fires again for the rest, after the
+/// thread's other sockets have had their turn.
 void Listener::acceptSome()
 {
     constexpr int most = 16;
@@ -118,7 +121,7 @@ void Listener::acceptSome()
     }
 }
 
-/// False where there is nothing more to do for now.
+/// Returns false if no more connections can be accepted for now.
 bool Listener::acceptOne()
 {
     sockaddr_storage peer{};
@@ -136,7 +139,8 @@ bool Listener::acceptOne()
     return false;
 }
 
-/// The notifier would wake the thread again at once.
+/// Disables the notifier for a short time. The backlog is not empty, so that the notifier would
+/// wake the thread again at once.
 void Listener::pause()
 {
     m_waiting.setEnabled(false);

@@ -15,25 +15,25 @@
 
 namespace korvane {
 
-/// Accepts TCP connections and hands their descriptors on, with the peer's address: a few at a
-/// time, so that a flood of them does not keep the thread from the others. Lives on the server's
-/// thread.
+/// Accepts TCP connections and passes on their descriptors and peer addresses. It accepts a few at
+/// a time, so that a flood of connections does not starve the other sockets. Used on the server's
+/// thread only.
 class Listener : public QObject {
     Q_OBJECT
 
 public:
     using Accept = std::function<void(int descriptor, const sockaddr_storage& peer)>;
 
-    /// Closes some connections where the process or the system has no more descriptors. False where
-    /// there was none to close; the listener then tries again a little later.
+    /// Called when the process or the system is out of descriptors; should close some connections.
+    /// If it returns false, the listener tries again 100 ms later.
     using FreeDescriptors = std::function<bool()>;
 
-    /// Listens on a numeric address, or on all that this machine has where that is empty; port 0
-    /// is one that the system chooses. Nothing where it cannot be had.
+    /// Listens on a numeric address, or on all addresses of this machine if `address` is empty.
+    /// Port 0 lets the system choose. Returns nothing if it cannot listen there.
     static std::unique_ptr<Listener> on(
         const std::string& address, std::uint16_t port, Accept accept, FreeDescriptors free);
 
-    /// The port that it listens on.
+    /// The port that it listens on; 0 if the system does not tell.
     std::uint16_t port() const;
 
 private:

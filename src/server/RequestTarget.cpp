@@ -18,7 +18,7 @@ bool isUnreserved(char character)
         || isDigit(character) || std::string_view("-._~").find(character) != std::string_view::npos;
 }
 
-/// The byte that the escape at the front of `text` stands for.
+/// Decodes the percent-escape at the start of `text`. Nothing if there is none.
 std::optional<char> escapedByte(std::string_view text)
 {
     if (text.size() < escapeSize || text.front() != '%')
@@ -30,8 +30,8 @@ std::optional<char> escapedByte(std::string_view text)
     return stop == end ? std::optional(static_cast<char>(byte)) : std::nullopt;
 }
 
-/// True where `text` has only what may stand in a URL: unreserved characters, `delimiters`, and
-/// whole escapes.
+/// True if `text` contains only unreserved characters, `delimiters` and complete percent-escapes
+/// (RFC 3986, section 2).
 bool consistsOf(std::string_view text, std::string_view delimiters)
 {
     while (!text.empty()) {
@@ -44,7 +44,8 @@ bool consistsOf(std::string_view text, std::string_view delimiters)
     return true;
 }
 
-/// What a target puts behind the host "h": more of its name, or a user, another host, a port.
+/// True if "h" + `text` is the authority of a URL (RFC 3986, section 3.2). `text` may continue the
+/// host name, or add user information, another host and a port. Hosts in brackets are refused.
 bool isAuthority(std::string_view text)
 {
     const std::size_t user = text.find('@');
@@ -56,7 +57,7 @@ bool isAuthority(std::string_view text)
         && std::all_of(port.begin(), port.end(), isDigit);
 }
 
-/// The pieces of "http://h" + target, delimiters left out.
+/// The components of "http://h" + target (RFC 3986, section 3), without "h", "?" and "#".
 struct Pieces {
     explicit Pieces(std::string_view target)
     {

@@ -7,27 +7,27 @@
 
 namespace korvane {
 
-/// A request target taken apart as the rest of a URL, "http://h" in front of it (RFC 3986). A
-/// target with which that is no URL is all path. A plain value.
+/// A request target, parsed as what follows "http://h" in a URL (RFC 3986). If the two together are
+/// not a valid URL, all of the target is the path. A plain value.
 struct RequestTarget {
-    std::string path; ///< percent-escapes as sent
-    std::optional<std::string> query; ///< what follows "?"; absent without
+    std::string path; ///< percent-escapes not decoded
+    std::optional<std::string> query; ///< what follows "?", not decoded; absent if there is no "?"
 
     bool operator==(const RequestTarget&) const = default;
 
     static RequestTarget fromText(std::string_view target);
 
-    /// The value, unescaped, of the first parameter of the query named `name`; nothing where there
-    /// is none, or it has no "=" or no value in UTF-8.
+    /// The decoded value of the query's first parameter named `name`. Nothing if there is none, or
+    /// if it has no "=", a malformed escape, or a value that is not valid UTF-8.
     std::optional<std::string> parameter(std::string_view name) const;
 };
 
-/// `text` with its percent-escapes resolved; nothing where one is malformed or the outcome is no
+/// Decodes the percent-escapes of `text`. Nothing if one is malformed or the result is not valid
 /// UTF-8.
 std::optional<std::string> percentDecoded(std::string_view text);
 
-/// A signed decimal number, as a whole: ASCII digits, perhaps after a sign. Nothing where it is
-/// none or does not fit.
+/// Parses all of `text` as a decimal integer: ASCII digits, optionally after a sign. Nothing if it
+/// is not one or does not fit into 64 bits.
 std::optional<std::int64_t> decimal(std::string_view text);
 
 } // namespace korvane

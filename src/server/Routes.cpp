@@ -25,7 +25,7 @@ bool isAuthorized(const HttpRequest& request, const Pairing& pairing)
         && isSameSecret(header->second, "Bearer " + pairing.token);
 }
 
-/// The first export file on offer for which `wanted` holds.
+/// The first export file on offer that satisfies `wanted`.
 template <typename Condition>
 std::optional<ManifestItem> itemWhere(const ServerState& state, Condition wanted)
 {
@@ -55,7 +55,7 @@ Answer manifest(const HttpRequest& request, const ServerState& state)
     return {HttpResponse::ok({anyBytes}, *body), Kind::Manifest};
 }
 
-/// Up to maxChunk bytes from `offset` on; none where reading fails.
+/// Up to maxChunk bytes from `offset` on; none if reading fails.
 Envelope chunkOf(const FileReader& file, std::int64_t offset)
 {
     Envelope chunk(std::clamp<std::int64_t>(file.size() - offset, 0, maxChunk));
@@ -97,7 +97,7 @@ Answer file(const HttpRequest& request, const RequestTarget& target, const Serve
     return fileFrom(request, state, *item, offset);
 }
 
-/// The whole of a file; nothing where it cannot be read or is too large.
+/// The whole file. Nothing if it cannot be read or is too large.
 std::optional<Envelope> contentsOf(const std::filesystem::path& path)
 {
     const auto file = FileReader::open(path);

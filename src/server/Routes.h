@@ -14,7 +14,7 @@ namespace korvane {
 /// The largest piece of a file in one answer to the paired phone, in bytes.
 inline constexpr std::int64_t maxChunk = 4'194'304;
 
-/// An answer, and what it hands out.
+/// A response, and the kind of data that it carries.
 struct Answer {
     enum class Kind { Refusal, Manifest, File, Transfer };
 
@@ -24,18 +24,19 @@ struct Answer {
     bool operator==(const Answer&) const = default;
 };
 
-/// The answer to a request with this head. Reads the export folder; everything else it needs comes
-/// with `state`. Every body of a 200 is sealed, bound to the request's target:
+/// The answer to a request with this head. Reads the export folder; all other input is in the
+/// arguments. The body of every 200 is sealed, with the request's target as authenticated data:
 ///
 ///     /v1/transfer/<ticket>          the ticket's file, with the ticket's key
 ///     /v1/manifest                   {"chats":[…]}, with the pairing's key
 ///     /v1/files/<name>?offset=<n>    at most maxChunk bytes of a file, with the pairing's key
 ///
-/// All but the first want the pairing's token, before anything else is looked at.
+/// All but the first require the pairing's token. Without it, every other path gets a 401, whether
+/// it exists or not.
 Answer answer(
     std::string_view head, const ServerState& state, TransferTicket::Clock::time_point now);
 
-/// The export file `fileName` where the state offers it and a ticket may be had for it.
+/// The export file `fileName`, if the state offers it and it is not too large for a ticket.
 std::optional<ManifestItem> transferItem(const ServerState& state, const std::string& fileName);
 
 } // namespace korvane

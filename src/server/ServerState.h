@@ -12,13 +12,13 @@
 
 namespace korvane {
 
-/// The permission to fetch one file for a while, without being paired. A plain value.
+/// Permission to fetch one file for a limited time without being paired. A plain value.
 struct TransferTicket {
     using Clock = std::chrono::system_clock;
 
     std::string fileName; ///< inside the export folder
     SymmetricKey key; ///< seals the answers to this ticket
-    Clock::time_point expiresAt; ///< the first moment at which it is not valid any more
+    Clock::time_point expiresAt; ///< first moment at which the ticket is no longer valid
 
     bool operator==(const TransferTicket&) const = default;
 
@@ -26,7 +26,7 @@ struct TransferTicket {
     static constexpr std::int64_t largestFile = 67'108'864; ///< 64 MiB
 };
 
-/// A new ticket, for the link that carries it to the phone.
+/// A new ticket and its key, for the link that carries them to the phone.
 struct IssuedTransfer {
     std::string ticket; ///< 32 random bytes in base64url: 43 characters
     SymmetricKey key;
@@ -34,18 +34,19 @@ struct IssuedTransfer {
     bool operator==(const IssuedTransfer&) const = default;
 };
 
-/// All that requests are answered from. A plain value; each request works on a copy of its own.
+/// Everything that an answer depends on, besides the export folder's contents and the time. A plain
+/// value; each request works on its own copy.
 struct ServerState {
     Pairing pairing;
-    std::set<std::string> guids; ///< the chats whose files may be fetched
-    std::filesystem::path folder = "/"; ///< the export folder
+    std::set<std::string> guids; ///< chats whose files may be fetched
+    std::filesystem::path folder = "/"; ///< export folder
     std::map<std::string, TransferTicket> transferTickets; ///< by ticket
 
     bool operator==(const ServerState&) const = default;
 
-    /// A ticket for the export file `fileName`, valid from `now` on; drops those that are not valid
-    /// any more. Nothing where not exactly one chat may be fetched, the file is not that chat's or
-    /// is too large, or the system has no random bytes.
+    /// Makes a ticket for the export file `fileName`, valid for TransferTicket::lifetime from `now`
+    /// on, and drops expired ones. Nothing unless exactly one chat may be fetched and the file is
+    /// that chat's; nothing if the file is too large or the random generator fails.
     std::optional<IssuedTransfer> issueTransfer(
         const std::string& fileName, TransferTicket::Clock::time_point now);
 };

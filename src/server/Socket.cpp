@@ -18,7 +18,7 @@ namespace {
 
 iovec asVector(std::string_view bytes)
 {
-    return {const_cast<char*>(bytes.data()), bytes.size()}; // sending only reads
+    return {const_cast<char*>(bytes.data()), bytes.size()}; // sendmsg() only reads it
 }
 
 Socket::Transferred outcomeOf(ssize_t count)
@@ -109,7 +109,7 @@ std::string numericHost(const sockaddr_storage& address)
     if (::getnameinfo(plain, size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST) != 0)
         return "";
     const std::string_view host = text.data();
-    constexpr std::string_view mapped = "::ffff:"; // IPv4 on a socket for both
+    constexpr std::string_view mapped = "::ffff:"; // IPv4 on a dual-stack socket
     return std::string(host.starts_with(mapped) ? host.substr(mapped.size()) : host);
 }
 

@@ -12,58 +12,61 @@
 
 namespace korvane {
 
-/// Identifies the IPv4 address, or the /64 network of the IPv6 address, that a connection comes
-/// from: a host can have any number of addresses in its /64. An IPv4 address, mapped into IPv6 or
-/// not, is a number in the reserved network ::/8.
+/// Identifies where a connection comes from: the IPv4 address, or the /64 prefix of the IPv6
+/// address, because a host can use any number of addresses in its /64. An IPv4 address, IPv4-mapped
+/// or not, becomes a number in the reserved prefix ::/8 and so equals no host's /64.
 using PeerNetwork = std::uint64_t;
 
 PeerNetwork networkOf(const sockaddr_storage& address);
 
-/// The accepted end of a TCP connection; nothing here ever blocks. (Qt's own sockets close as soon
-/// as the peer has closed its side, and so could not answer a client that sends its request and
-/// says that this was all.) Used by one thread at a time.
+/// The accepted end of a TCP connection, non-blocking. Used by one thread at a time. Qt's own
+/// sockets do not fit: they close as soon as the peer half-closes, so that a client that does so
+/// after its request would get no answer.
 class Socket {
 public:
-    /// Takes over the descriptor of a connected stream socket.
+    /// Takes ownership of the descriptor of a connected stream socket.
     explicit Socket(int descriptor);
 
     int descriptor() const { return m_descriptor.get(); }
 
-    /// What came of an attempt to read or to send.
+    /// The outcome of read() or send(). NotNow: try again once the socket is ready.
     enum class Status { Done, NotNow, Ended, Failed };
 
     struct Transferred {
         Status status = Status::Failed;
-        std::size_t count = 0; ///< bytes, where Done
+        std::size_t count = 0; ///< bytes, if Done
     };
 
-    /// Reads some bytes; Ended where the peer sends no more.
+    /// Reads at most `to.size()` bytes. Ended if the peer has shut down its sending side.
     Transferred read(std::span<char> to) const;
 
-    /// Sends as much of the two pieces, one after the other, as the system takes.
+    /// Sends `first` and then `second`, as much of them as fits into the kernel's send queue.
     Transferred send(std::string_view first, std::string_view second) const;
 
-    /// Tells the peer that nothing more will be sent. Receiving goes on.
+    /// Half-closes: sends a FIN. Receiving goes on.
     void finishSending() const;
 
-    /// Closes the descriptor. The system goes on sending what was written, unless input is unread.
+    /// Closes the descriptor. The kernel still sends what was written, unless there is unread
+    /// input: then it resets the connection.
     void close() { m_descriptor = Descriptor(); }
 
-    /// Has close() reset the connection and discard what the peer has not acknowledged.
+    /// Makes close() reset the connection and discard what the peer has not acknowledged.
     void discardOnClose() const;
 
-    /// False once the peer has reset the connection, or both sides have closed it. (After a FIN and
-    /// a reset, reading only reports the end of the input.)
+    /// False once the peer has reset the connection, or both sides have closed it. Reading cannot
+    /// tell: if the peer sent a FIN before its reset, read() reports the end of the input only.
     bool isConnected() const;
 
-    /// Bytes that were sent and that the peer has not acknowledged yet.
+    /// Bytes that were sent and that the peer has not acknowledged yet. On Linux, an unacknowledged
+    /// FIN counts as one.
     std::int64_t unacknowledged() const;
 
 private:
     Descriptor m_descriptor;
 };
 
-/// An IPv4 or IPv6 address as text; empty for anything else.
+/// An IPv4 or IPv6 address as text, without the prefix "::ffff:" of an IPv4-mapped one. Empty for
+/// anything else.
 std::string numericHost(const sockaddr_storage& address);
 
 } // namespace korvane

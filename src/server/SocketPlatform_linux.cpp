@@ -31,7 +31,7 @@ bool SocketPlatform::hadAllAtReset(int descriptor, std::int64_t size)
     int segment = 0;
     socklen_t length = sizeof segment;
     ::getsockopt(descriptor, IPPROTO_TCP, TCP_MAXSEG, &segment, &length);
-    constexpr std::int64_t ownEnd = 1; // the FIN counts as a byte
+    constexpr std::int64_t ownEnd = 1; // our FIN takes one sequence number
     const std::int64_t missing = unacknowledged(descriptor) - ownEnd;
     return missing <= 0 || (missing < size && missing <= 2 * std::int64_t{segment});
 }

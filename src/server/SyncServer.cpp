@@ -30,11 +30,12 @@ SyncServer::~SyncServer()
 
 void SyncServer::start(std::uint16_t preferredPort)
 {
-    m_queue.start(); // the first time: a window that hands nothing over needs no thread for it
+    m_queue.start(); // only here: a window that never transfers anything needs no thread for it
     post([this, preferredPort] { launch(preferredPort); });
 }
 
-/// Queued even from the thread itself: the caller may be a callback of the listener that goes.
+/// Queues the task even if called on the server's thread: the caller may be a callback of the
+/// listener that the task destroys.
 void SyncServer::post(Task task)
 {
     {

@@ -21,7 +21,7 @@ namespace korvane {
 
 class Listener;
 
-/// Wakes the server's thread: what is connected to it there runs there.
+/// Wakes the server's thread: lives there, so that queued connections to posted() run there.
 class WakeUp : public QObject {
     Q_OBJECT
 
@@ -29,60 +29,61 @@ signals:
     void posted();
 };
 
-/// What becomes of one ticket's file on its way to one peer. A plain value.
+/// A step in sending one ticket's file to one peer. A plain value.
 struct TransferEvent {
     enum class Kind { Started, Delivered, BrokenOff };
 
     Kind kind = Kind::Started;
-    std::string peer; ///< numeric address
+    std::string peer; ///< the peer's numeric address
 
     bool operator==(const TransferEvent&) const = default;
 };
 
-/// What tests may want otherwise.
+/// Settings that only tests change.
 struct ServerOptions {
     std::function<TransferTicket::Clock::time_point()> now = TransferTicket::Clock::now;
     ServerLimits limits;
-    std::string address; ///< numeric, where it listens; on all where empty
+    std::string address; ///< numeric address to listen on; empty for all addresses
 };
 
-/// The local HTTP server from which phones fetch exported chats. Its operations may be called from
-/// any thread; listening, connections and callbacks run on a thread of its own, which the first
-/// start() begins, so a callback must move to its receiver's thread itself. It listens from start()
-/// until it is destroyed, and reports no failure to anyone but the peer concerned.
+/// The local HTTP server from which phones fetch exported chats. Its functions may be called from
+/// any thread. Listening, connections and callbacks run on the server's own thread, which the first
+/// start() starts; a callback must switch to its receiver's thread itself. The server listens from
+/// start() until it is destroyed. It reports failures only to the peer concerned: if it cannot
+/// listen at all, onReady is not called.
 class SyncServer {
 public:
     /// Reads the pairing, or makes a new one (see Pairing). Does not listen yet.
     explicit SyncServer(ServerOptions options = {});
 
-    /// Ends the thread and everything on it. No callback runs after that.
+    /// Closes all connections and stops the thread. No callback runs after that.
     ~SyncServer();
 
     SyncServer(const SyncServer&) = delete;
     SyncServer& operator=(const SyncServer&) = delete;
 
-    /// Told the port, once for each listener. This and the others: to be set before start().
+    /// Called with the port, once for each listener. Set all callbacks before start().
     std::function<void(std::uint16_t port)> onReady;
 
-    /// Told the time whenever the paired phone was given the manifest.
+    /// Called with the time whenever the manifest is sent to the paired phone.
     std::function<void(TransferTicket::Clock::time_point)> onPhoneSync;
 
     std::function<void(const TransferEvent&)> onTransfer;
 
-    /// Listens on the port, or, where that cannot be had, on one that the system chooses; 0 leaves
-    /// it to the system at once. Returns at once. A listener of an earlier call is closed first;
-    /// connections that it accepted go on.
+    /// Listens on `preferredPort`; if that is 0 or not available, on one that the system chooses.
+    /// Returns at once. The listener of an earlier call is closed first; the connections that it
+    /// accepted go on.
     void start(std::uint16_t preferredPort);
 
-    /// From now on these chats' files in this folder may be fetched, and no others.
+    /// Allows fetching the files of these chats in this folder from now on, and no others.
     void offer(std::set<std::string> guids, std::filesystem::path folder);
 
-    /// A ticket for one export file, valid for TransferTicket::lifetime. Nothing where not exactly
-    /// one chat is on offer, the file is not that chat's, or is over TransferTicket::largestFile,
-    /// or there are no random bytes. Reads the export folder.
+    /// Makes a ticket for one export file, valid for TransferTicket::lifetime. Nothing unless
+    /// exactly one chat is on offer and the file is that chat's; nothing if the file is larger than
+    /// TransferTicket::largestFile or the random generator fails. Reads the export folder.
     std::optional<IssuedTransfer> issueTransfer(const std::string& fileName);
 
-    /// What is on offer at this moment.
+    /// A copy of the current state.
     ServerState state() const;
 
 private:
@@ -100,14 +101,14 @@ private:
 
     mutable std::mutex m_lock;
     ServerState m_state; ///< guarded by `m_lock`
-    std::deque<Task> m_tasks; ///< for the thread, in order; guarded by `m_lock`
+    std::deque<Task> m_tasks; ///< to run on the server's thread, in order; guarded by `m_lock`
 
-    // Used on the thread alone, and gone before it ends.
+    // Used on the server's thread only, and destroyed before it ends.
     std::unique_ptr<ConnectionPool> m_pool;
     std::unique_ptr<Listener> m_listener;
 
     QThread m_queue;
-    WakeUp m_wakeUp; ///< lives on the thread
+    WakeUp m_wakeUp; ///< lives on the server's thread
 };
 
 } // namespace korvane

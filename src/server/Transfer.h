@@ -12,17 +12,17 @@ namespace korvane {
 
 class SyncServer;
 
-/// What keeps a chat from being handed over, as the user is told it.
+/// A chat cannot be transferred; the text tells the user why.
 class TransferError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The steps that hand one exported chat over, up to the link. Each throws TransferError where it
-/// can go no further. They read the export folder; the thread is the caller's.
+/// The steps of a transfer from an exported chat to its link. Each throws TransferError if it
+/// fails, and reads the export folder on the caller's thread.
 namespace Transfer {
 
-/// The texts of those failures.
+/// The texts of TransferError.
 namespace Text {
 inline constexpr auto noExport = "The Korvane text export could not be found";
 inline constexpr auto tooLarge
@@ -31,11 +31,12 @@ inline constexpr auto noLink = "Could not create a transfer link. Check Wi-Fi an
 inline constexpr auto noPicture = "Could not draw the transfer QR code";
 } // namespace Text
 
-/// The name of the chat's export file in `folder`, which is small enough to be handed over.
+/// The name of the chat's export file in `folder`. Throws if there is none, or if it is larger than
+/// TransferTicket::largestFile.
 std::string exportedFile(const std::filesystem::path& folder, const std::string& guid);
 
-/// A link to `fileName`, which the server has on offer at `port`, with a ticket made for it. `host`
-/// is this machine's address as a phone sees it, where there is one.
+/// A link to `fileName` with a new ticket. The server must have the file on offer at `port`. `host`
+/// is the address at which a phone reaches this machine. Throws if there is none, or no ticket.
 TransferLink createLink(SyncServer& server, const std::string& fileName, std::uint16_t port,
     const std::optional<std::string>& host);
 
