@@ -32,7 +32,7 @@ FileReader::FileReader(Descriptor descriptor, std::int64_t size)
 
 std::optional<FileReader> FileReader::open(const std::filesystem::path& file)
 {
-    // O_NONBLOCK: a pipe in the file's place would otherwise wait for a writer.
+    // O_NONBLOCK: otherwise, opening a pipe would block until it has a writer.
     Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat info { };
     if (!descriptor || ::fstat(descriptor.get(), &info) != 0)

@@ -52,7 +52,8 @@ std::size_t readSome(const Descriptor& from, char* to, std::size_t size)
     return static_cast<std::size_t>(count);
 }
 
-/// The size of a regular file. A device may have no end, and a pipe waits for its writer.
+/// The size of a regular file. Throws for anything else: a device may have no end, and reading a
+/// pipe blocks until its writer closes it.
 std::size_t expectedSize(const Descriptor& file)
 {
     struct stat info { };
@@ -65,7 +66,7 @@ std::size_t expectedSize(const Descriptor& file)
 
 std::string readAll(const Descriptor& from)
 {
-    std::string bytes(expectedSize(from) + 1, '\0'); // one more byte shows the end at once
+    std::string bytes(expectedSize(from) + 1, '\0'); // room for read() to find the end
     std::size_t size = 0;
     while (const std::size_t count = readSome(from, bytes.data() + size, bytes.size() - size)) {
         size += count;
@@ -76,8 +77,8 @@ std::string readAll(const Descriptor& from)
     return bytes;
 }
 
-/// Some file systems have no fsync(). With these codes it says so; the bytes are written all the
-/// same. Any other code (EIO, ENOSPC, EDQUOT) means that they may be lost.
+/// Some file systems do not support fsync(), which then fails with one of these codes; the bytes
+/// are written all the same. Any other code (EIO, ENOSPC, EDQUOT) means that they may be lost.
 bool isFlushUnsupported(int error)
 {
     return error == EINVAL || error == ENOTSUP || error == EOPNOTSUPP || error == ENOSYS
@@ -92,18 +93,20 @@ void flushToDisk(const Descriptor& file)
 
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
-/// A new file for writing; an old one of that name goes, for it might have other permissions.
+/// Opens an empty file for writing. For OwnerOnly, an existing file is unlinked instead of
+/// truncated, because it may have other permissions.
 Descriptor created(const fs::path& file, Files::Access access)
 {
     if (access == Files::Access::AsUsual)
         return opened(file, O_WRONLY | O_CREAT | O_TRUNC);
     ::unlink(file.c_str());
     Descriptor descriptor = opened(file, O_WRONLY | O_CREAT | O_EXCL, ownerOnly);
-    ::fchmod(descriptor.get(), ownerOnly); // whatever the umask took away
+    ::fchmod(descriptor.get(), ownerOnly); // the umask may have removed bits
     return descriptor;
 }
 
-/// A file beside `file` with a name that nothing had; gone again unless it was given its place.
+/// A temporary file beside `file`, with a unique name and mode 0600. The destructor removes the
+/// temporary name; the contents stay only if giveName() succeeded.
 class Draft {
 public:
     explicit Draft(const fs::path& file)
@@ -123,7 +126,8 @@ public:
     {
         if (existing == Files::Existing::Keep && ::link(m_name.c_str(), file.c_str()) == 0)
             return;
-        // Some file systems know no links; there a name taken in this very moment is not noticed.
+        // link() fails if the name is taken, but also on file systems without hard links. There, a
+        // file that is created between this check and rename() is replaced.
         if (existing == Files::Existing::Keep && fs::exists(fs::symlink_status(file)))
             throw std::system_error(std::make_error_code(std::errc::file_exists));
         if (::rename(m_name.c_str(), file.c_str()) != 0)
@@ -140,7 +144,7 @@ private:
 std::optional<std::string> Files::read(const fs::path& file)
 {
     try {
-        // Asked before it is opened, for to open a pipe is to wait for its writer.
+        // Checked before opening, because opening a pipe blocks until it has a writer.
         if (!fs::is_regular_file(file))
             return std::nullopt;
         return readAll(opened(file, O_RDONLY));

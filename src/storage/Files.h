@@ -8,35 +8,36 @@
 
 namespace korvane {
 
-/// Whole-file reads and writes over POSIX calls. Stateless. Failures are thrown as
-/// std::system_error whose code carries the system's own text. "On disk" means after fsync(); on a
-/// file system that does not support fsync(), the bytes are written but may still be in its cache.
+/// Whole-file reads and writes over POSIX calls. Stateless. Writing throws std::system_error with
+/// the system's error code. "On disk" means after fsync(); on a file system that does not support
+/// fsync(), the bytes are written but may still be in its cache.
 namespace Files {
 
-/// The bytes of a regular file; nothing where it cannot be read. Follows links, and does not wait
-/// for a pipe that stands in the file's place.
+/// The bytes of a regular file. Nothing if it cannot be read or is not a regular file; does not
+/// block if it is a pipe. Follows symbolic links.
 std::optional<std::string> read(const std::filesystem::path& file);
 
-/// Writes `pieces` one after the other behind the end of `file`, which is created where it
-/// does not exist. They are on disk before it returns, so that what is written afterwards may
-/// take them for granted. On failure some of the bytes may have been written.
+/// Appends `pieces`, in order, to `file`, which is created if it does not exist. They are on disk
+/// when it returns, so that later writes can rely on them. On failure, some of the bytes may have
+/// been written.
 void append(const std::filesystem::path& file, std::span<const std::string_view> pieces);
 
-/// Who may read and write a new file: what the user's umask leaves, or the owner alone.
+/// Permissions of a new file: 0666 less the user's umask, or 0600.
 enum class Access { AsUsual, OwnerOnly };
 
-/// Makes `bytes` the contents of `file` in one step, on disk before it returns: readers and a
-/// machine that stops see the old contents or the new ones. At no time does a file that is for
-/// its owner alone stand open to others.
+/// Replaces the contents of `file` in one step: writes "<file>.new", flushes it to disk and renames
+/// it. Readers see the old contents or the new ones, and so does the next start after a crash; the
+/// folder is not flushed, so a power cut can undo the rename. An OwnerOnly file is never accessible
+/// to others, not even while it is being written.
 void writeAtomically(
     const std::filesystem::path& file, std::string_view bytes, Access access = Access::AsUsual);
 
-/// What becomes of a file that has the name already.
+/// What to do with a file that already has the name.
 enum class Existing { Replace, Keep };
 
-/// Makes a new file of `bytes` for the user, readable by him alone, whole or not at all; until then
-/// it has a name of its own beside `file`. Where `file` exists and is to be kept, the failure is
-/// std::errc::file_exists.
+/// Writes `bytes` to a new file with mode 0600, whole or not at all: the file has a temporary name
+/// beside `file` until it is complete. With Existing::Keep, throws std::errc::file_exists if `file`
+/// exists.
 void writeWhole(const std::filesystem::path& file, std::string_view bytes, Existing existing);
 
 } // namespace Files

@@ -11,8 +11,8 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-// Failures are ignored throughout, on purpose: whoever reads or writes a file in the support
-// folder meets them there, and says so.
+// This file ignores errors on purpose: the code that later reads or writes a file in the support
+// folder fails as well, and reports it.
 
 namespace {
 
@@ -25,7 +25,7 @@ fs::path absoluteFolder(const std::string& path)
 {
     std::error_code failure;
     const fs::path here = fs::current_path(failure);
-    return path.empty() ? here : here / path; // an absolute path replaces what it is joined to
+    return path.empty() ? here : here / path; // operator/ returns an absolute `path` unchanged
 }
 
 fs::path applicationSupport()
@@ -59,7 +59,7 @@ void Paths::migrateLegacyFolder(const fs::path& from, const fs::path& to)
     std::error_code listing;
     for (fs::directory_iterator item(from, listing), end; !listing && item != end;
          item.increment(listing)) {
-        std::error_code copying; // one item that cannot be copied does not keep the others back
+        std::error_code copying; // an item that cannot be copied is skipped
         fs::copy(item->path(), to / item->path().filename(),
             fs::copy_options::recursive | fs::copy_options::copy_symlinks, copying);
     }

@@ -4,22 +4,22 @@
 
 namespace korvane {
 
-/// Where the program keeps its own files and, unless told otherwise, its exports. Stateless; may
-/// be called from any thread.
+/// The folders of the program's own files and, by default, of its exports. Stateless; may be called
+/// from any thread.
 namespace Paths {
 
-/// The program's support folder, made where it does not exist yet; failing to make it is not
-/// reported here. It is the folder that the environment variable KORVANE_SYNC_HOME names,
-/// whatever its value; without the variable "KorvaneSync" in the user's folder for
-/// application data ($XDG_DATA_HOME on Linux, Application Support on a Mac).
+/// The program's support folder. Creates it if it does not exist, but does not report a failure to
+/// do so. If the environment variable KORVANE_SYNC_HOME is set, it names the folder; an empty value
+/// is the current folder. Otherwise it is "KorvaneSync" in the user's folder for application data
+/// ($XDG_DATA_HOME on Linux, Application Support on a Mac), after migrateLegacyFolder().
 std::filesystem::path support();
 
-/// Copies what an earlier version kept in `from` into `to`, once: only while nothing exists
-/// at `to`. Never moves, never deletes, reports nothing.
+/// Copies the files of an earlier version from `from` to `to`, if `to` does not exist yet. Never
+/// moves or deletes anything, and reports no errors.
 void migrateLegacyFolder(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/// The export folder of a user who has chosen none: "Quorvish" in the cloud documents where
-/// the user has them, otherwise in the documents. Not created here.
+/// The default export folder: "Quorvish" in the user's cloud documents if that folder exists,
+/// otherwise in "Documents". Not created here.
 std::filesystem::path defaultFolder();
 
 } // namespace Paths

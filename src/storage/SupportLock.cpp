@@ -9,8 +9,8 @@ namespace korvane {
 
 namespace {
 
-/// A lock file that names nobody for so long was left by a machine that stopped before the
-/// name was on disk; a younger one is just being written.
+/// A lock file without a holder's name that is older than this is stale: the machine crashed before
+/// the name was on disk. In a younger one, the holder may be just about to write its name.
 constexpr int millisecondsToWriteName = 10'000;
 
 QString lockPath()
@@ -39,7 +39,7 @@ std::string reason(const QLockFile& file)
 
 SupportLock::SupportLock() : m_file(lockPath())
 {
-    m_file.setStaleLockTime(0); // however old: only the holder's death frees it
+    m_file.setStaleLockTime(0); // a lock never expires by age, only if its holder is dead
     if (m_file.tryLock(0))
         return;
     if (!holder(m_file)) {

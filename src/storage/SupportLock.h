@@ -6,11 +6,12 @@
 
 namespace korvane {
 
-/// Keeps other processes from exporting with the same support folder while it lives: two exports
-/// at a time would append the same messages twice. The lock of a process that died does not count.
+/// While it lives, other processes cannot export with the same support folder: two exports at a
+/// time would append the same messages twice. The lock of a process that has died is ignored.
 class SupportLock {
 public:
-    /// Throws std::runtime_error, whose text says who holds the lock or why there can be none.
+    /// Throws std::runtime_error if it cannot get the lock. The text names the holder, or says that
+    /// the support folder is not writable.
     SupportLock();
 
 private:
