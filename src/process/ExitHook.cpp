@@ -7,14 +7,15 @@ namespace korvane {
 
 namespace {
 
-std::function<void()> hook; // std::atexit() takes a plain function
+std::function<void()> hook; // a global, because std::atexit() takes a plain function
 
 } // namespace
 
 ExitHook::ExitHook(std::function<void()> beforeExit)
 {
     hook = std::move(beforeExit);
-    // Handlers run in the reverse order of their registration: before what was set up until now.
+    // atexit() handlers and static destructors run in reverse order of registration, so this one
+    // runs before all that were registered until now.
     [[maybe_unused]] static const int registered = std::atexit(ExitHook::run);
 }
 

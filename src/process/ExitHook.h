@@ -4,9 +4,10 @@
 
 namespace korvane {
 
-/// While it lives, exit() first calls a function, with all other threads still running and nothing
-/// torn down. This is for libraries that call exit() themselves: Qt does so when it loses its
-/// display. The function runs on the thread that called exit(). At most one object at a time.
+/// While it lives, exit() calls `beforeExit` on the thread that called exit(). At that point, all
+/// other threads still run, and no static object that was constructed before the process's first
+/// ExitHook has been destroyed. For libraries that call exit() themselves, as Qt does when it loses
+/// its display. At most one object at a time.
 class ExitHook {
 public:
     explicit ExitHook(std::function<void()> beforeExit);
@@ -14,7 +15,7 @@ public:
     ExitHook(const ExitHook&) = delete;
     ExitHook& operator=(const ExitHook&) = delete;
 
-    /// Calls the function, as exit() would. Does nothing while there is no ExitHook.
+    /// Calls `beforeExit`, as exit() would. Does nothing while there is no ExitHook.
     static void run();
 };
 

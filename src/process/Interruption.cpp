@@ -47,7 +47,7 @@ void handleSignals()
 {
     struct sigaction action { };
     action.sa_handler = onSignal;
-    action.sa_flags = SA_RESTART; // system calls that write go on
+    action.sa_flags = SA_RESTART; // interrupted reads and writes go on, without EINTR
     for (std::size_t i = 0; i < signals.size(); ++i) {
         ::sigaction(signals[i], nullptr, &previousActions[i]);
         if (previousActions[i].sa_handler != SIG_IGN)
