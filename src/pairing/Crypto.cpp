@@ -102,7 +102,7 @@ private:
 
     bool finish()
     {
-        // GCM is a stream cipher: nothing is left over.
+        // GCM has no padding, so this writes nothing.
         std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> none{};
         int written = 0;
         return ::EVP_CipherFinal_ex(m_context.get(), none.data(), &written) == 1;

@@ -7,12 +7,12 @@
 #include <span>
 #include <string_view>
 
-/// The only header behind which OpenSSL is called. Stateless; may be called from any thread.
+/// All calls of OpenSSL are behind this header. The functions may be called from any thread.
 namespace korvane {
 
-/// A buffer in which a body is sealed in place: the text, with room before and after it. A sealed
-/// body is 12 bytes of nonce, the ciphertext, as long as the text, and 16 bytes of tag (AES-GCM,
-/// NIST SP 800-38D, with a 96-bit nonce and a 128-bit tag).
+/// A buffer in which a text is sealed in place: it has room for the nonce before the text and for
+/// the tag after it. A sealed body is the 12-byte nonce, the ciphertext, which is as long as the
+/// text, and the 16-byte tag (AES-GCM, NIST SP 800-38D, with a 96-bit nonce and a 128-bit tag).
 class Envelope {
 public:
     static constexpr qsizetype nonceSize = 12;
@@ -39,29 +39,29 @@ class SymmetricKey {
 public:
     static constexpr std::size_t size = 32;
 
-    /// A new key from the system's cryptographic random source; nothing where that fails.
+    /// A new key from OpenSSL's cryptographic random generator. Nothing if that fails.
     static std::optional<SymmetricKey> make();
 
-    /// Nothing where `bytes` are not as many as a key has.
+    /// Nothing unless there are exactly `size` bytes.
     static std::optional<SymmetricKey> fromBytes(QByteArrayView bytes);
 
     SymmetricKey(const SymmetricKey&) = default;
     SymmetricKey& operator=(const SymmetricKey&) = default;
     ~SymmetricKey();
 
-    /// The key itself. The caller sees to it that it goes nowhere else.
+    /// A copy of the key itself. It is not wiped, and the caller must keep it secret.
     QByteArray bytes() const;
 
-    /// Seals the text with a new random nonce, bound to `context`, which is authenticated but not
-    /// contained. Nothing where the library or the random source fails.
+    /// Encrypts the text with a new random nonce. `context` is authenticated, but not part of the
+    /// result. Nothing if OpenSSL fails or the text has 2 GiB or more.
     std::optional<QByteArray> seal(Envelope envelope, std::string_view context) const;
 
-    /// The text of a sealed body; nothing where key, context or a bit of the body is not the one
-    /// that it was sealed with.
+    /// Decrypts a sealed body. Nothing if the key or the context is not the one that it was sealed
+    /// with, or if the body was altered.
     std::optional<QByteArray> open(QByteArrayView sealed, std::string_view context) const;
 
-    /// At most the first `most` bytes of the text of a sealed body, whoever may have altered them:
-    /// to tell a wrong key from a damaged body, and for nothing else.
+    /// Decrypts at most the first `most` bytes of the text without checking the tag, so they may be
+    /// forged. Use it only to tell a wrong key from a damaged body.
     QByteArray decryptUnverified(QByteArrayView sealed, qsizetype most) const;
 
     bool operator==(const SymmetricKey& other) const;
@@ -76,7 +76,7 @@ private:
 /// OpenSSL's own thread-exit cleanup can race with process exit.
 void endCryptoOnThread();
 
-/// `count` bytes from the system's cryptographic random source; nothing where that fails.
+/// `count` bytes from OpenSSL's cryptographic random generator. Nothing if that fails.
 std::optional<QByteArray> randomBytes(qsizetype count);
 
 /// Compares a secret with what a client sent, in constant time for texts of the same length.

@@ -30,8 +30,8 @@ std::optional<SymmetricKey> keyFrom(const QString& base64)
     return bytes ? SymmetricKey::fromBytes(*bytes) : std::nullopt;
 }
 
-/// A file that was restored from a backup, say, may have other permissions than it was made with.
-/// Failures change nothing.
+/// Sets the mode to 0600 if others have access, as they may after a restore from a backup. Ignores
+/// errors.
 void closeToOthers(const fs::path& file)
 {
     std::error_code ignored;

@@ -10,39 +10,39 @@
 
 namespace korvane {
 
-/// One address of one network interface, as the system lists them.
+/// One address of one network interface, as in an entry of getifaddrs().
 struct InterfaceAddress {
-    std::string name; ///< of the interface, "en0"
+    std::string name; ///< of the interface, such as "en0"
     bool isUp = false;
     std::optional<std::string> ipv4; ///< dotted decimal; absent for addresses of other families
 
     bool operator==(const InterfaceAddress&) const = default;
 };
 
-/// What it takes to hand a link to a phone: where this machine is, and the link as a picture.
-/// Stateless; may be called from any thread.
+/// What a link for a phone needs: this machine's address, and the link as a QR code. Stateless; may
+/// be called from any thread.
 namespace QR {
 
-/// The IPv4 address at which a phone on the same Wi-Fi finds this machine, or nothing: that of
-/// "en0" where it is up, otherwise of the first interface that is up and whose name begins with
-/// "en", where a Mac has its Wi-Fi and Ethernet. Linux calls its wireless interfaces "wl…" and
-/// may call a wired one "eth…": there, where the rule finds nothing, it is tried with those.
+/// The IPv4 address at which a phone on the same Wi-Fi reaches this machine, or nothing. Among the
+/// interfaces that are up and have an IPv4 address, chooses "en0", otherwise the first whose name
+/// begins with "en": a Mac's Wi-Fi and Ethernet. On Linux, tries the same with "wl" (wireless) and
+/// then "eth" (wired) if there is none.
 std::optional<std::string> localIPv4();
 
-/// The same choice from a list of addresses, for one prefix after the other.
+/// The same choice from a list of addresses, with each prefix in turn in place of "en".
 std::optional<std::string> preferredIPv4(
     const std::vector<InterfaceAddress>& addresses, std::span<const std::string_view> prefixes);
 
-/// The addresses that the system lists, in its order; none where it does not tell.
+/// The entries of getifaddrs(), in its order; none if it fails.
 std::vector<InterfaceAddress> systemAddresses();
 
-/// The beginnings of interface names that this platform looks for, the best first.
+/// The prefixes of interface names to try on this platform, in order of preference.
 std::span<const std::string_view> interfacePrefixes();
 
-/// `text` as a QR code, dark on white, `size` points wide and high, its quiet zone included. Each
-/// module takes the same whole number of pixels; what is left over widens the white border. On a
-/// screen with more than one pixel a point, `pixelsPerPoint` makes it as sharp as the screen.
-/// Nothing where the text is too long for a code or no image of such a size can be had.
+/// `text` as a QR code, black on white, `size` points wide and high, including the quiet zone. Each
+/// module has the same whole number of pixels; the remainder widens the white border.
+/// `pixelsPerPoint` is the screen's device pixel ratio. Nothing if the text is too long for a QR
+/// code, or if the size is not positive, is over 16,384 pixels, or needs too much memory.
 std::optional<QImage> image(const std::string& text, double size, double pixelsPerPoint = 1);
 
 } // namespace QR

@@ -8,7 +8,7 @@ namespace korvane {
 
 namespace {
 
-constexpr int largestSide = 16'384; ///< in pixels; a picture of 256 MB
+constexpr int largestSide = 16'384; ///< in pixels; 256 MiB at one byte a pixel
 
 void drawModule(QImage& image, int left, int top, int side)
 {
@@ -18,7 +18,7 @@ void drawModule(QImage& image, int left, int top, int side)
     }
 }
 
-/// Centred, each module `pixels` wide.
+/// Draws the code in the centre of the image, each module `pixels` wide and high.
 void draw(QImage& image, const QrCode& code, int pixels)
 {
     const int margin = (image.width() - code.side() * pixels) / 2;
@@ -38,7 +38,7 @@ std::optional<QImage> QR::image(const std::string& text, double size, double pix
     const auto code = QrCode::encode(text);
     if (!code || !(size > 0) || !(wanted > 0) || wanted > largestSide)
         return std::nullopt;
-    // Below one pixel a module the picture keeps its size in points and gets more pixels.
+    // At least one pixel a module: a smaller image gets more pixels, but keeps its size in points.
     const int side = std::max(static_cast<int>(std::lround(wanted)), code->side());
     QImage image(side, side, QImage::Format_Grayscale8);
     if (image.isNull())

@@ -13,14 +13,14 @@ public:
     /// The light border that a reader needs around the code, in modules.
     static constexpr int quietZone = 4;
 
-    /// Encodes the UTF-8 bytes of `text` in byte mode at error-correction level M. Nothing where
-    /// they are more than the largest code holds (2,331).
+    /// Encodes the UTF-8 bytes of `text` in byte mode at error-correction level M. Nothing if there
+    /// are more than the largest code holds (2,331).
     static std::optional<QrCode> encode(const std::string& text);
 
-    /// Modules from border to border, both quiet zones included.
+    /// Width and height in modules, including the quiet zone on both sides.
     int side() const { return m_side; }
 
-    /// Modules count from the top left corner; whatever is outside is light.
+    /// Coordinates count from the top left corner of the quiet zone. Everything outside is light.
     bool isDark(int column, int row) const;
 
 private:

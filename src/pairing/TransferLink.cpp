@@ -21,7 +21,8 @@ std::string encoded(const std::string& value)
     return QUrl::toPercentEncoding(QString::fromStdString(value), "!$'()*,:@/?").toStdString();
 }
 
-/// What the items of a link say, each where it can be used.
+/// The query items of a link, decoded. Each function returns nothing if its item is missing or
+/// invalid.
 struct Items {
     explicit Items(const QUrlQuery& query) : m_query(query) { }
 
@@ -46,7 +47,8 @@ struct Items {
         return good ? std::optional(port) : std::nullopt;
     }
 
-    /// As it was sent, for it is part of what the answer is bound to.
+    /// Returned as text, not as bytes: it is part of the request target, which the seal of the
+    /// answer authenticates.
     std::optional<std::string> ticket() const
     {
         constexpr qsizetype ticketBytes = 32;

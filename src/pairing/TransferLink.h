@@ -13,30 +13,31 @@ namespace korvane {
 ///
 ///     korvane://mac-import?host=192.168.1.20&port=49152&ticket=<43 characters>&key=<43 characters>
 ///
-/// The query has just these four items, in this order; ticket and key are 32 bytes each in
+/// The query has exactly these four items, in this order. Ticket and key are 32 bytes each, in
 /// base64url without padding.
 struct TransferLink {
-    std::string host; ///< an address, as a phone can reach it
+    std::string host; ///< address at which a phone reaches the server
     std::uint16_t port = 0;
     std::string ticket;
     SymmetricKey key;
 
     bool operator==(const TransferLink&) const = default;
 
-    /// Contains the key.
+    /// The link as text. It contains the key, so treat it as a secret.
     std::string toString() const;
 
-    /// What to ask the server for; the answer's seal is bound to it.
+    /// The request target of the transfer; the answer is sealed with it as authenticated data.
     std::string target() const { return std::string(path) + ticket; }
 
-    /// True for a name or an address; nothing that would make another request of it.
+    /// True if `text` is not empty and has only characters of host names and addresses, so that it
+    /// cannot change the rest of a request.
     static bool isHost(std::string_view text);
 
-    /// What the targets of all tickets begin with.
+    /// The prefix of every ticket's request target.
     static constexpr std::string_view path = "/v1/transfer/";
 
-    /// Nothing where `text`, but for white space around it, is no such link. Takes the items in
-    /// any order and ignores others.
+    /// Parses a link, ignoring white space around it. Accepts the items in any order and ignores
+    /// others. Nothing if `text` is not a valid link.
     static std::optional<TransferLink> fromString(std::string_view text);
 };
 
