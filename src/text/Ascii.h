@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// What text formats ask of ASCII characters. The locale plays no part.
+/// Functions over ASCII characters, independent of the locale.
 namespace korvane {
 
 constexpr bool isDigit(char character)
@@ -31,7 +31,7 @@ constexpr bool equalIgnoringCase(std::string_view one, std::string_view other)
         [](char left, char right) { return lowered(left) == lowered(right); });
 }
 
-/// `text` without those of `characters` that it begins and ends with.
+/// `text` without any of `characters` at its beginning and end.
 constexpr std::string_view trimmed(std::string_view text, std::string_view characters)
 {
     const std::size_t first = std::min(text.find_first_not_of(characters), text.size());

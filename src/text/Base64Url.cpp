@@ -6,7 +6,8 @@ namespace {
 
 constexpr auto urlForm = QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals;
 
-/// Stricter than the decoder: padding, unused bits and all must be as an encoder writes them.
+/// Stricter than Qt's decoder: the text, including padding and unused bits, must be exactly what
+/// the encoder writes.
 std::optional<QByteArray> decoded(const QByteArray& text, QByteArray::Base64Options form)
 {
     QByteArray bytes = QByteArray::fromBase64(text, form);

@@ -9,7 +9,8 @@ constexpr bool mustBeEscaped(unsigned char c)
     return (c < 0x20) | (c == '"') | (c == '\\');
 }
 
-/// Has no early exit, so that it compiles to one vector loop. Nearly all texts are plain.
+/// True if no character of `text` must be escaped, as in nearly all texts. Has no early exit, so
+/// that the compiler can vectorise the loop.
 bool isPlain(std::string_view text)
 {
     bool escapes = false;

@@ -6,16 +6,17 @@
 
 namespace korvane {
 
-/// Writing JSON (RFC 8259), compact and in UTF-8. Texts must be valid UTF-8; quotation mark,
-/// backslash and the control characters below U+0020 are escaped, all others stand as they are.
+/// Writes JSON (RFC 8259), compact and in UTF-8. Texts must be valid UTF-8. Quotation marks,
+/// backslashes and the control characters below U+0020 are escaped, and with Slash::Escaped also
+/// "/"; all other characters are written as they are.
 namespace Json {
 
 enum class Slash { Plain, Escaped };
 
-/// Appends `text`, escaped and without quotation marks, to `out`.
+/// Appends `text` to `out`, escaped, without quotation marks.
 void appendEscaped(std::string& out, std::string_view text);
 
-/// `text` without quotation marks, escaped.
+/// `text`, escaped, without quotation marks.
 std::string escaped(std::string_view text, Slash slash = Slash::Plain);
 
 /// `text` as a JSON string.
@@ -40,7 +41,7 @@ private:
     std::string m_members = "{";
 };
 
-/// `[` the values `]`, each of them already JSON.
+/// A JSON array of `items`, each converted to a JSON value by `toJson`.
 template <typename Range, typename Write>
 std::string array(const Range& items, Write toJson)
 {

@@ -13,8 +13,8 @@ namespace korvane {
 
 namespace {
 
-/// Half of a surrogate pair in the form of UTF-8. It is not valid UTF-8, so JsonReader::text()
-/// refuses it.
+/// A lone surrogate (U+D800), encoded like UTF-8. That is not valid UTF-8, so JsonReader::text()
+/// rejects it.
 constexpr std::string_view halfOfAPair = "\xED\xA0\x80";
 
 std::size_t digitsEnd(std::string_view json, std::size_t at)
@@ -24,7 +24,7 @@ std::size_t digitsEnd(std::string_view json, std::size_t at)
     return at;
 }
 
-/// Whether a number of JSON's grammar, and nothing else, is all of `token`.
+/// True if all of `token` is a JSON number (RFC 8259, section 6).
 bool isNumber(std::string_view token)
 {
     std::size_t at = token.starts_with('-') ? 1 : 0;
@@ -49,7 +49,7 @@ bool isNumber(std::string_view token)
     return valid && at == token.size();
 }
 
-/// The power of ten of a JSON number; a very large one for what does not fit.
+/// The exponent of a JSON number, 0 if it has none. Clamped to ±2^60.
 std::int64_t exponentOf(std::string_view number)
 {
     constexpr std::int64_t large = std::int64_t{1} << 60U;
@@ -65,8 +65,8 @@ std::int64_t exponentOf(std::string_view number)
     return negative ? -exponent : exponent;
 }
 
-/// The integer that a JSON number stands for, exactly and in whatever form: 100, 100.0, 1e2.
-/// Nothing for fractions and what 64 bits do not hold.
+/// The exact value of a JSON number that is an integer, in any form: 100, 100.0, 1e2. Nothing for
+/// fractions and for integers that do not fit into 64 bits.
 std::optional<std::int64_t> integerFrom(std::string_view number)
 {
     constexpr std::size_t mostDigits = 19;
@@ -93,7 +93,7 @@ std::optional<std::int64_t> integerFrom(std::string_view number)
     return result.ec == std::errc() ? std::optional(value) : std::nullopt;
 }
 
-/// Goes through a text once and copies what it does not rewrite.
+/// Copies a JSON text in one pass and rewrites numbers and escapes of lone surrogates.
 class Normalizer {
 public:
     explicit Normalizer(std::string_view json) : m_json(json) { m_text.reserve(json.size() + 1); }
@@ -142,7 +142,7 @@ private:
         }
     }
 
-    /// The code unit of the escape at `at`; 0 where there is none.
+    /// The UTF-16 code unit of the "\uXXXX" escape at `at`; 0 if there is none.
     unsigned codeUnit(std::size_t at) const
     {
         constexpr std::size_t digits = 4;
@@ -169,7 +169,7 @@ private:
         m_at = end;
     }
 
-    /// Copies up to `begin`, and then `text` in place of what reaches to `end`.
+    /// Copies the input up to `begin`, then appends `text` in place of the input up to `end`.
     void replace(std::size_t begin, std::size_t end, std::string_view text)
     {
         m_text.append(m_json.substr(m_copied, begin - m_copied)).append(text);
@@ -178,8 +178,8 @@ private:
 
     const std::string_view m_json;
     std::string m_text;
-    std::size_t m_at = 0; ///< what is before it was looked at
-    std::size_t m_copied = 0; ///< what is before it is in m_text
+    std::size_t m_at = 0; ///< position of the scan in `m_json`
+    std::size_t m_copied = 0; ///< everything before it is in `m_text` already
 };
 
 } // namespace

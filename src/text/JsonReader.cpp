@@ -10,11 +10,11 @@ rapidjson::Document JsonReader::parsed(std::string_view json)
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (json.starts_with(byteOrderMark))
         json.remove_prefix(byteOrderMark.size());
-    // The parser takes a zero byte for the end.
+    // RapidJSON would take a zero byte for the end of the text.
     if (!isValidUtf8(json) || json.find('\0') != std::string_view::npos)
         throw Malformed();
-    // Iterative: a file of a million brackets must not exhaust the stack. From a string that ends
-    // in a zero byte it reads much faster than from one with a length.
+    // The iterative parser does not recurse, so a million nested brackets cannot exhaust the stack.
+    // RapidJSON parses a zero-terminated string much faster than one with a length.
     const std::string text = normalizedJson(json);
     rapidjson::Document document;
     if (document.Parse<rapidjson::kParseIterativeFlag>(text.c_str()).HasParseError())
@@ -41,7 +41,7 @@ std::string JsonReader::text(const Value& value)
     if (!value.IsString())
         throw Malformed();
     std::string text(value.GetString(), value.GetStringLength());
-    if (!isValidUtf8(text)) // half of a surrogate pair
+    if (!isValidUtf8(text)) // a lone surrogate, see normalizedJson()
         throw Malformed();
     return text;
 }

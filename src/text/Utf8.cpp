@@ -10,7 +10,7 @@ bool isAscii(std::string_view text)
 {
     unsigned char seen = 0;
     for (const char c : text)
-        seen |= static_cast<unsigned char>(c); // no early exit: this is one vector loop
+        seen |= static_cast<unsigned char>(c); // no early exit: vectorisable
     return seen < 0x80;
 }
 

@@ -41,7 +41,7 @@ public:
 
     private:
         std::string_view m_rest; ///< what follows the current code point
-        CodePoint m_current; ///< without bytes at the end
+        CodePoint m_current; ///< `bytes` is empty at the end
     };
 
     explicit CodePoints(std::string_view text) : m_text(text) { }
