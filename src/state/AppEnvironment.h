@@ -16,12 +16,13 @@
 
 namespace korvane {
 
-/// What the application reaches the world through. The defaults are the real things; tests give it
-/// their own database and contacts, and do not wait for half a minute.
+/// Everything outside the process that AppState depends on. The defaults are for real use, except
+/// that the two callbacks at the end are empty: then what they are for does nothing. Tests pass
+/// their own database and contacts, and a shorter interval.
 struct AppEnvironment {
     std::string database = MessagesDB::path();
 
-    /// Called off the main thread.
+    /// Called on AppState's worker thread.
     std::function<ContactNames()> loadNames = [] { return ContactNames::load(); };
 
     std::chrono::milliseconds autoSyncInterval = std::chrono::seconds(30);
@@ -29,10 +30,10 @@ struct AppEnvironment {
     std::function<std::optional<std::string>()> localAddress = QR::localIPv4;
     ServerOptions server;
 
-    /// Lets the user pick a folder, beginning in the one given; nothing where he cancels.
+    /// Lets the user pick a folder, starting in the given one. Returns nothing if the user cancels.
     std::function<std::optional<std::filesystem::path>(const std::filesystem::path&)> pickFolder;
 
-    /// Has the system open a URL; false if it has nothing to open it with.
+    /// Opens a URL with the system's handler. Returns false if there is none.
     std::function<bool(const QUrl&)> openUrl;
 };
 

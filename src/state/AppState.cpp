@@ -7,7 +7,7 @@
 
 namespace korvane {
 
-/// What reading the list of chats came to: a list, or nothing where the database cannot be read.
+/// The result of reading the list of chats: nothing if the database cannot be read.
 struct AppState::ChatList {
     std::optional<std::vector<ChatInfo>> chats;
 };
@@ -102,7 +102,7 @@ void AppState::reloadChats(const Done& done)
     const auto read = [database = m_environment.database]() -> ChatList {
         try {
             return {MessagesDB(database).chats()};
-        } catch (const std::exception&) { // whatever it is, the user is sent to the settings
+        } catch (const std::exception&) { // any failure is shown as missing access
             return {};
         }
     };

@@ -24,22 +24,25 @@
 
 namespace korvane {
 
-/// All that the window shows and all that it can ask for: the chats, what is selected, the
-/// settings, the status line, the export and the hand-over of one chat. Lives on the main thread,
-/// and so do all its fields; what takes long runs on a worker thread that gets copies and returns
-/// values. It may be destroyed at any moment; that waits for the chat that is being exported.
+/// The model behind the window: the chats, the selection, the settings, the status line, the export
+/// and the transfer of one chat. Lives on the main thread; except for stop(), only that thread may
+/// use it. Slow work runs on a worker thread, on copies, and returns its result by value. The
+/// object may be destroyed at any time; the destructor waits until the chat being exported is
+/// complete.
 class AppState : public QObject {
     Q_OBJECT
 
 public:
-    using Titles = std::map<std::int64_t, std::string>; ///< by the chat's row id
+    using Titles = std::map<std::int64_t, std::string>; ///< keyed by the chat's row id
 
-    /// Reads the settings; names, chats and the export every 30 seconds follow by themselves.
+    /// Reads the settings. Once the event loop runs, it loads names and chats, and then exports the
+    /// selected chats again and again while auto-sync is on, with a pause of
+    /// AppEnvironment::autoSyncInterval before each export.
     explicit AppState(AppEnvironment environment);
     ~AppState() override;
 
-    /// A state for pictures of the window: filled in by the caller, it reads and stores nothing,
-    /// and does nothing by itself.
+    /// A fixed state for snapshots of the window, filled in by the caller. An AppState made from it
+    /// reads and stores nothing, and starts nothing on its own.
     struct Preview {
         std::vector<ChatInfo> chats;
         Titles titles;
@@ -52,70 +55,79 @@ public:
     };
     explicit AppState(Preview preview);
 
-    const std::vector<ChatInfo>& chats() const { return m_chats; } ///< newest first
+    const std::vector<ChatInfo>& chats() const { return m_chats; } ///< newest message first
     const Titles& titles() const { return m_titles; }
     const std::set<std::string>& selected() const { return m_selected; } ///< guids
-    bool hasReadChats() const { return m_hasReadChats; } ///< false while they are first being read
+    bool hasReadChats() const { return m_hasReadChats; } ///< false until a first read succeeds
     bool autoSync() const { return m_autoSync; }
     const std::filesystem::path& outputFolder() const { return m_outputFolder; }
     const std::string& status() const { return m_status; }
-    bool needsAccess() const { return m_needsAccess; } ///< the database cannot be read
+    bool needsAccess() const { return m_needsAccess; } ///< the last read of the database failed
+
+    /// True during an export, including one for a transfer. Required by the interface; only tests
+    /// call it.
     bool isSyncing() const { return m_isSyncing; }
+
     const std::optional<QImage>& transferQR() const { return m_transferQR; }
     const std::optional<std::string>& transferChatTitle() const { return m_transferChatTitle; }
 
-    /// The next three are stored at once.
+    /// This setter and the next two store the new value in the settings immediately.
     void setSelected(std::set<std::string> guids);
     void setAutoSync(bool on);
     void setOutputFolder(std::filesystem::path folder);
 
-    /// Selects the chat, or takes it out of the selection.
+    /// Adds the chat to the selection, or removes it from there.
     void toggle(const std::string& guid);
 
-    /// Ends a running export after the chat at hand, with its progress saved, and waits for that.
-    /// The next export continues there.
+    /// Ends a running export after the current chat, saves its progress, and blocks until that is
+    /// done. The next export continues where this one ended.
     void interruptExport();
 
-    /// The same, but nothing follows: after that, this object can only be destroyed. May be called
-    /// from any thread, also in the middle of any other operation.
+    /// Like interruptExport(), but for good: no job starts afterwards, and this object can only be
+    /// destroyed. May be called from any thread except the worker's, also from within another
+    /// operation: exit handlers call it.
     void stop();
 
-    /// The export folder of a user who has chosen none.
+    /// The export folder until the user chooses one.
     static std::filesystem::path defaultFolder();
 
-    /// Reads the list of chats anew.
+    /// Starts to read the list of chats again.
     void reloadChats();
 
-    /// Exports the selected chats, then reads the list of chats anew. Does nothing while an export
-    /// is running.
+    /// Starts to export the selected chats, and then to read the list of chats again. Does nothing
+    /// while an export is running.
     void syncNow();
 
-    /// Exports the one selected chat and puts a QR code up with which a phone fetches it.
+    /// Starts to export the one selected chat, and then shows a QR code with which a phone fetches
+    /// it. The status line reports failures. Does nothing while an export is running.
     void prepareTransfer();
 
-    /// Makes the code, once the file and the server's port are known.
+    /// Makes the QR code. Needs the exported file's name and the server's port; without them, or
+    /// if the code cannot be made, the status line says why.
     void makeTransferQR();
 
-    /// Takes the code down. Its link stays valid until it expires.
+    /// Hides the QR code. This does not revoke its link, which expires after
+    /// TransferTicket::lifetime.
     void endTransfer();
 
     void chooseFolder();
 
-    /// Shows the user where to grant access to the database.
+    /// Opens the page of System Settings on which the user grants access to the database. If the
+    /// page cannot be opened, the status line says so.
     void openAccessSettings();
 
 signals:
-    void chatsChanged(); ///< titles() are those of the new chats already
+    void chatsChanged(); ///< emitted when titles() is updated, too
     void selectedChanged();
     void autoSyncChanged();
     void outputFolderChanged();
     void statusChanged();
     void needsAccessChanged();
-    void isSyncingChanged();
+    void isSyncingChanged(); ///< required by the interface; only tests connect to it
     void transferQRChanged();
     void transferChatTitleChanged();
 
-    /// From the server's thread.
+    /// Emitted on the server's thread; handled on the main thread by a queued connection.
     void serverReady(quint16 port);
 
 private:
@@ -156,19 +168,21 @@ private:
     std::optional<QImage> m_transferQR;
     std::optional<std::string> m_transferChatTitle;
     ContactNames m_names;
-    std::unique_ptr<SyncServer> m_server; ///< none in a preview
+    std::unique_ptr<SyncServer> m_server; ///< null in a preview
     std::optional<std::uint16_t> m_serverPort;
     std::optional<std::string> m_transferFileName;
 
-    std::optional<Settings> m_settings; ///< none in a preview
+    std::optional<Settings> m_settings; ///< empty in a preview
     std::set<std::string> m_selected;
     bool m_autoSync = true;
     std::filesystem::path m_outputFolder;
 
-    std::optional<SupportLock> m_lock; ///< from the first export on: others are to keep off
+    std::optional<SupportLock> m_lock; ///< held from the first export on
     QTimer m_passTimer;
     std::shared_ptr<std::atomic<bool>> m_stopping = std::make_shared<std::atomic<bool>>(false);
-    Worker m_worker; ///< last, so that it goes first: what it delivers finds everything in place
+
+    /// Declared last, so that it is destroyed first: no delivery can run on destroyed members.
+    Worker m_worker;
 };
 
 } // namespace korvane

@@ -9,7 +9,7 @@ namespace korvane {
 
 namespace {
 
-/// What an export works with: all its own.
+/// An export as a job for the worker thread, with copies of everything that it needs.
 struct ExportJob {
     std::vector<ChatInfo> chats;
     ContactNames names;
@@ -78,7 +78,8 @@ std::string AppState::summary(const SyncResult& result) const
     return "Added " + std::to_string(result.added) + " messages · " + time;
 }
 
-/// A job that exports the chats into the output folder as it is now.
+/// A job that exports the chats into the current output folder. If another process holds the
+/// support lock, the job only returns that failure.
 std::function<SyncResult()> AppState::exportOf(std::vector<ChatInfo> chats)
 {
     std::string reason;
@@ -87,8 +88,9 @@ std::function<SyncResult()> AppState::exportOf(std::vector<ChatInfo> chats)
     return ExportJob{std::move(chats), m_names, m_outputFolder, m_environment.database, m_stopping};
 }
 
-/// Once it has exported, this program keeps others from exporting until it ends: they would write
-/// the same messages once more.
+/// Takes the support lock at the first export and keeps it until the program ends. Without it, an
+/// export by another process could append the same messages a second time. Returns false, and sets
+/// `reason`, if the lock cannot be taken.
 bool AppState::holdsLock(std::string& reason)
 {
     try {

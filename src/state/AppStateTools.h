@@ -4,11 +4,11 @@
 
 #include <utility>
 
-/// The two templates behind AppState's operations, for its own sources only.
+/// AppState's private member templates. Only AppState's own source files include this.
 namespace korvane {
 
-/// `job` runs on the worker thread, owns all that it needs and throws nothing; `then` gets what it
-/// returns, later on the main thread, unless this object is gone by then.
+/// Calls `job` on the worker thread, and later `then` with its result on the main thread, unless
+/// this object has been destroyed by then. `job` must own all data that it uses and must not throw.
 template <typename Job, typename Then>
 void AppState::runInBackground(Job job, Then then)
 {
@@ -17,7 +17,7 @@ void AppState::runInBackground(Job job, Then then)
     });
 }
 
-/// Sets a field and tells about it where it is another value.
+/// Assigns `value` and emits `changed`, unless the field has that value already.
 template <typename T>
 void AppState::update(T& field, T value, void (AppState::*changed)())
 {

@@ -6,12 +6,12 @@
 
 namespace korvane {
 
-/// The exported file that is to be handed over, or why there is none.
+/// The exported file to transfer, or the reason why there is none.
 struct AppState::TransferFile {
     std::string guid;
     std::filesystem::path folder;
     std::string name;
-    std::string failure; ///< "" where there is one
+    std::string failure; ///< message for the user; empty on success
 };
 
 void AppState::prepareTransfer()
@@ -94,7 +94,7 @@ void AppState::drawTransferQR()
     const TransferLink link
         = Transfer::createLink(*m_server, *m_transferFileName, *m_serverPort, host);
     constexpr double side = 320; // points
-    constexpr double pixelsPerPoint = 3; // enough for any screen, at whole pixels a module
+    constexpr double pixelsPerPoint = 3; // sharp on displays with up to 3 pixels per point
     auto picture = QR::image(link.toString(), side, pixelsPerPoint);
     if (!picture)
         throw TransferError(Transfer::Text::noPicture);

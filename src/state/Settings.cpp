@@ -12,7 +12,8 @@ const QString selectedKey = QStringLiteral("selected");
 const QString autoSyncKey = QStringLiteral("autoSync");
 const QString folderKey = QStringLiteral("folder");
 
-/// A boolean of the store, which an INI file holds as a word; nothing where it is none.
+/// Reads a stored boolean, which QSettings returns from an INI file as a string. Returns nothing if
+/// the value is not a boolean; QVariant::toBool() would read any other non-empty string as true.
 std::optional<bool> asBoolean(const QVariant& value)
 {
     const QString word = value.toString();

@@ -9,9 +9,8 @@
 
 namespace korvane {
 
-/// What the user has chosen and finds again at the next start, in the platform's own store for
-/// such: the user defaults of a Mac, an INI file under $XDG_CONFIG_HOME elsewhere. Lives on the
-/// main thread.
+/// The user's settings, kept in the platform's own store: the user defaults on a Mac, an INI file
+/// under $XDG_CONFIG_HOME elsewhere. Main thread only.
 ///
 /// | key        | value                                                            |
 /// |------------|------------------------------------------------------------------|
@@ -22,14 +21,15 @@ class Settings {
 public:
     Settings();
 
-    /// Empty where there are none.
+    /// Empty if nothing is stored.
     std::set<std::string> selected() const;
     void setSelected(const std::set<std::string>& guids);
 
-    /// True where nothing, or no boolean, is stored.
+    /// True if nothing, or something other than a boolean, is stored.
     bool autoSync() const;
     void setAutoSync(bool on);
 
+    /// Nothing if no folder, or an empty path, is stored.
     std::optional<std::filesystem::path> folder() const;
     void setFolder(const std::filesystem::path& folder);
 

@@ -3,7 +3,7 @@
 #include <QSettings>
 #include <QString>
 
-/// Where this platform keeps the settings of a program.
+/// The QSettings constructor arguments that select this platform's store.
 namespace korvane::SettingsStore {
 
 QSettings::Format format();

@@ -2,7 +2,7 @@
 
 namespace korvane {
 
-// $XDG_CONFIG_HOME/KorvaneSync/KorvaneSync.ini
+// The three values make QSettings use $XDG_CONFIG_HOME/KorvaneSync/KorvaneSync.ini.
 QSettings::Format SettingsStore::format()
 {
     return QSettings::IniFormat;

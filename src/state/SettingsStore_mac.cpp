@@ -2,8 +2,8 @@
 
 namespace korvane {
 
-// The defaults domain "app.korvane.KorvaneSync", which is the identifier of the bundle: Qt turns
-// the domain round and puts the name behind it.
+// The three values make QSettings use the defaults domain "app.korvane.KorvaneSync", which is the
+// bundle's identifier: Qt reverses the organization's domain and appends the application's name.
 QSettings::Format SettingsStore::format()
 {
     return QSettings::NativeFormat;

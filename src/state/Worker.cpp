@@ -53,7 +53,7 @@ void Worker::work()
     }
 }
 
-/// Waits for one; none at the end.
+/// Blocks until there is a job. Returns an empty function once stop() was called.
 Worker::Job Worker::nextJob()
 {
     std::unique_lock lock(m_lock);

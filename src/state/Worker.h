@@ -10,31 +10,34 @@
 
 namespace korvane {
 
-/// Runs jobs one after the other on a thread of its own. Lives on the thread of its owner, where
-/// what a job leads to runs. Destroying it waits for the job at hand and drops all others, and
-/// what is still to be delivered.
+/// Runs jobs one at a time, in order, on its own thread. The object lives on its owner's thread,
+/// whose event loop delivers the results. The destructor waits for the running job, and drops
+/// queued jobs and undelivered results.
 class Worker : public QObject {
     Q_OBJECT
 
 public:
-    /// What is left to do on the owner's thread.
+    /// Handles a job's result. Runs on the owner's thread.
     using Delivery = std::function<void()>;
+
+    /// Runs on the worker thread. Must own all data that it uses, and must not throw.
     using Job = std::function<Delivery()>;
 
     Worker();
     ~Worker() override;
 
-    /// `job` owns all that it needs and throws nothing.
+    /// Queues a job. It never runs if stop() is called before its turn.
     void run(Job job);
 
-    /// Waits for the job at hand, if there is one. May be called from any thread but the worker's.
+    /// Blocks until no job is running; its result may still be undelivered then. May be called from
+    /// any thread except the worker's.
     void waitForJob();
 
-    /// The same, and begins no other job after it.
+    /// Like waitForJob(), and no further job starts.
     void stop();
 
 signals:
-    /// From the worker's thread.
+    /// Emitted on the worker's thread; deliver() runs on the owner's by a queued connection.
     void jobDone();
 
 private:
@@ -46,9 +49,9 @@ private:
     std::condition_variable m_changed;
     std::deque<Job> m_jobs; ///< guarded by `m_lock`
     std::deque<Delivery> m_deliveries; ///< guarded by `m_lock`
-    bool m_working = false; ///< a job is at hand; guarded by `m_lock`
-    bool m_ending = false; ///< guarded by `m_lock`
-    std::thread m_thread; ///< last: it begins with everything else in place
+    bool m_working = false; ///< a job is running; guarded by `m_lock`
+    bool m_ending = false; ///< stop() was called; guarded by `m_lock`
+    std::thread m_thread; ///< started in the constructor, joined in the destructor
 };
 
 } // namespace korvane
