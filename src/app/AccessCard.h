@@ -5,7 +5,7 @@
 
 namespace korvane {
 
-/// Says why no chats are shown and how to change that. Lives on the main thread.
+/// Shown while the database cannot be read: says why, and how to grant access. Main thread only.
 class AccessCard : public Card {
     Q_OBJECT
 

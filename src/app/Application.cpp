@@ -40,7 +40,7 @@ void nameApplication()
     QApplication::setWindowIcon(Look::image(Look::Drawing::Guide, 64, 1));
 }
 
-/// Without a desktop there is no font of the desktop's; this one is made for screens.
+/// The offscreen platform has no desktop's font setting. Inter is designed for screens.
 void preferScreenFont()
 {
     QFont font = QApplication::font();
@@ -54,15 +54,15 @@ int complain(const std::string& text)
     return EXIT_FAILURE;
 }
 
-/// Runs until the user quits, a signal asks for it, or the session ends. A lost display calls
-/// exit() instead.
+/// Runs until the user quits, a signal arrives, or the session ends. If the display is lost, Qt
+/// ends the process instead; ExitHook stops the state then.
 int runUntilQuit(const Interruption& interruption, AppState& state)
 {
     const ExitHook hook([&state] { state.stop(); });
     runExitHookOnLostDisplay();
     const QSocketNotifier signal(interruption.descriptor(), QSocketNotifier::Read);
     QObject::connect(&signal, &QSocketNotifier::activated, &QApplication::quit);
-    // The session manager waits for this, but not for what happens after it.
+    // The session manager waits until this slot returns, but not until the process has ended.
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, &state, &AppState::interruptExport,
         Qt::DirectConnection);
     return QApplication::exec();
@@ -79,14 +79,14 @@ int runWindow(int& argc, char** argv)
     if (instance.place() == Place::None)
         return complain(
             "Another window works on " + Paths::support().string() + " and does not answer.");
-    const Interruption interruption; // outlives the state, which may take a while to end
+    const Interruption interruption; // outlives `state`, whose destructor may wait for an export
     AppState state(realEnvironment());
     ContentView window(state);
     MenuBarExtra extra(window);
     QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);
     QObject::connect(&window, &ContentView::quitRequested, &QApplication::quit);
     const int code = runUntilQuit(interruption, state);
-    instance.retire(); // what is under way may take a while to end
+    instance.retire(); // before ~AppState, which may wait for an export
     return code;
 }
 
@@ -115,7 +115,7 @@ int Application::run(int& argc, char** argv)
         return complain("There is no display to open a window on. korvane-sync works without one.");
     try {
         return runWindow(argc, argv);
-    } catch (const std::exception& error) { // of the start: later ones are said in the window
+    } catch (const std::exception& error) { // at startup; later errors go to the status line
         return complain(error.what());
     }
 }

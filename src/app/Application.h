@@ -6,16 +6,18 @@
 
 namespace korvane {
 
-/// What the window program is started for.
+/// The two modes of the window program. Called by main() only, on the main thread.
 namespace Application {
 
-/// The folder behind "--snapshot", where there is one; without it the program starts as usual.
+/// The argument after "--snapshot". Nothing if there is none; the program then opens its window.
 std::optional<std::string> snapshotFolder(const std::vector<std::string>& arguments);
 
-/// Writes the pictures and returns what the process ends with.
+/// Writes the pictures of Snapshot::write() into `folder`. Returns the process's exit code.
 int writeSnapshots(const std::string& folder, int& argc, char** argv);
 
-/// Runs until the user quits; returns what the process ends with.
+/// Opens the window and runs until the user quits, a signal arrives or the session ends. If another
+/// process is the first instance, only asks that one to show its window. Returns the process's exit
+/// code. Startup failures go to stderr.
 int run(int& argc, char** argv);
 
 } // namespace Application

@@ -55,7 +55,8 @@ void Pill::paintEvent(QPaintEvent* /*event*/)
     constexpr double pressed = 0.85;
     QPainter painter(this);
     painter.setOpacity(!isEnabled() ? disabled : isDown() ? pressed : 1.0);
-    painter.drawPixmap(0, 0, picture(painter.deviceTransform().m11())); // faint as a whole
+    // Opacity must apply to the finished picture: parts drawn one by one would blend.
+    painter.drawPixmap(0, 0, picture(painter.deviceTransform().m11()));
 }
 
 QPixmap Pill::picture(double pixelsPerPoint) const

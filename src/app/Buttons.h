@@ -2,10 +2,10 @@
 
 #include <QAbstractButton>
 
-/// The buttons of the window. All live on the main thread.
+/// The window's buttons. Main thread only.
 namespace korvane {
 
-/// The button that matters: black on coral, as wide as there is room.
+/// The primary button: black text on a coral background, as wide as its layout allows.
 class Pill : public QAbstractButton {
     Q_OBJECT
 
@@ -22,7 +22,7 @@ private:
     QPixmap picture(double pixelsPerPoint) const;
 };
 
-/// A button that is a mere word.
+/// A button that consists of its text only.
 class Word : public QAbstractButton {
     Q_OBJECT
 
@@ -31,7 +31,7 @@ public:
 
     QSize sizeHint() const override;
 
-    /// Return is then not for the button but the window's default action.
+    /// Makes the button ignore Return, which then triggers the window's default action.
     void leaveReturnToWindow();
 
 protected:
@@ -42,15 +42,15 @@ private:
     bool m_leavesReturn = false;
 };
 
-/// Gives a button what all of them have: text, font, a place in the tab order, a pointing hand.
+/// Sets what all buttons share: the given text and font, keyboard focus, a pointing-hand cursor.
 void prepareButton(QAbstractButton& button, const QString& text, const QFont& font);
 
-/// Whether the key is Return or Enter.
+/// True for both Return and the keypad's Enter.
 bool isReturn(const QKeyEvent& event);
 
-/// Presses a button if the key is Return, once however long it is held: what the first press does
-/// may bring up another button. Returns whether it is Return. Desktops differ in whether Qt does
-/// so.
+/// If the key is Return or Enter, clicks the button and returns true. Auto-repeat does not click
+/// again: the first click may have moved focus to another button. Not left to QAbstractButton,
+/// because the desktop's theme decides whether it reacts to Return.
 bool pressByReturn(QAbstractButton& button, const QKeyEvent& event);
 
 } // namespace korvane

@@ -11,7 +11,7 @@ bool isBlank(QChar character)
     return character == QLatin1Char('\t') || character.category() == QChar::Separator_Space;
 }
 
-/// Line breaks stay.
+/// Unlike QString::trimmed(), keeps line breaks.
 QString withoutBlanksAround(QStringView text)
 {
     while (!text.isEmpty() && isBlank(text.front()))

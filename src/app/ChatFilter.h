@@ -4,18 +4,18 @@
 
 namespace korvane {
 
-/// The chats that the user searches for. Lives on the main thread.
+/// Filters the list of chats by the text in the search field. Main thread only.
 class ChatFilter : public QSortFilterProxyModel {
     Q_OBJECT
 
 public:
     using QSortFilterProxyModel::QSortFilterProxyModel;
 
-    /// Lets through the chats whose title has the query in it, in any case and without the spaces
-    /// and tabs around it; all of them where nothing is left.
+    /// Accepts the chats whose title contains `query`, ignoring case and any spaces and tabs around
+    /// the query. An empty query accepts all chats.
     void setQuery(const QString& query);
 
-    /// The query as it was typed, without what is around it.
+    /// The query in its original case, without the spaces and tabs around it.
     const QString& typed() const { return m_typed; }
 
 protected:

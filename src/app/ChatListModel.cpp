@@ -33,7 +33,8 @@ QVariant ChatListModel::data(const QModelIndex& index, int role) const
         return row.isChecked ? Qt::Checked : Qt::Unchecked;
     case Qt::AccessibleTextRole:
         return QString(row.title + (row.isGroup ? tr(", group, ") : tr(", ")) + row.subtitle);
-    case Qt::AccessibleDescriptionRole: // AT-SPI is not told by Qt that a row can be checked
+    // Qt does not tell AT-SPI that a row is checkable, so an unchecked row says so in words.
+    case Qt::AccessibleDescriptionRole:
         return row.isChecked ? QString() : tr("not selected");
     case SubtitleRole:
         return row.subtitle;

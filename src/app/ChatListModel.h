@@ -8,19 +8,19 @@
 
 namespace korvane {
 
-/// The chats of an AppState as rows, newest first, checked where they are selected. Lives on the
-/// main thread. A list with the same chats in the same order changes in place; any other one
-/// resets the model.
+/// AppState's chats as rows, in AppState's order; selected chats are checked. Main thread only. If
+/// the new list has the same chats in the same order, rows are updated in place (dataChanged). Any
+/// other list, and an empty one, resets the model.
 class ChatListModel : public QAbstractListModel {
     Q_OBJECT
 
 public:
-    /// Besides Qt::DisplayRole (the title), Qt::CheckStateRole and the accessible roles.
+    /// In addition to Qt::DisplayRole (the title), Qt::CheckStateRole and the accessible roles.
     enum Role {
         SubtitleRole = Qt::UserRole,
         IsGroupRole,
         GuidRole,
-        SearchRole, ///< the title in lower case; empty where the chat has none
+        SearchRole, ///< the title in lower case; empty if the chat has none
     };
 
     explicit ChatListModel(AppState& state, QObject* parent = nullptr);
@@ -29,7 +29,8 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
-    /// Qt::CheckStateRole selects the chat or takes it out of the selection.
+    /// For Qt::CheckStateRole, toggles whether the chat is selected. Returns false for other roles
+    /// and if `value` is the current state.
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
 
 private:

@@ -14,8 +14,8 @@ namespace korvane {
 
 namespace {
 
-/// How much of a list's height shows so little of its last row that only the row's upper edge is
-/// there to be seen.
+/// The visible height of the last row, in points, in a list of this height that is scrolled to its
+/// top. 0 if more than the row's upper edge is visible.
 int sliver(int height)
 {
     constexpr int leastToSee = 14;
@@ -35,7 +35,7 @@ ChatListView::ChatListView(QWidget* parent) : QListView(parent)
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    constexpr int linesOfANotch = 3; // a notch of the wheel is a row
+    constexpr int linesOfANotch = 3; // Qt's default; makes one wheel notch scroll one row
     verticalScrollBar()->setSingleStep(ChatRowDelegate::pitch / linesOfANotch);
     viewport()->setAttribute(Qt::WA_Hover);
     setAccessibleName(tr("Chats"));
@@ -104,7 +104,8 @@ void ChatListView::restoreCurrent()
     selectionModel()->setCurrentIndex(model()->index(row, 0), QItemSelectionModel::NoUpdate);
 }
 
-/// Most of the rows that were seen are seen where they were: one of them may have moved away.
+/// Keeps most of the visible rows where they were. Each of them asks for the scroll position that
+/// would keep it in place; the median is not affected by a few rows that have moved in the list.
 void ChatListView::restoreScroll()
 {
     if (m_wasAtTop)
@@ -124,13 +125,14 @@ void ChatListView::restoreScroll()
     verticalScrollBar()->setValue(*middle);
 }
 
-/// To the list the second of two fast clicks is a click like the first.
+/// Handles the second press of a double click like the first, so that two fast clicks toggle a row
+/// twice. The base class would not pass the second release to the delegate.
 void ChatListView::mouseDoubleClickEvent(QMouseEvent* event)
 {
     mousePressEvent(event);
 }
 
-/// Qt tells a screen reader that something has changed, but not that a row was checked.
+/// Tells screen readers that a row was checked or unchecked, which the base class does not.
 void ChatListView::dataChanged(
     const QModelIndex& first, const QModelIndex& last, const QList<int>& roles)
 {
@@ -138,7 +140,7 @@ void ChatListView::dataChanged(
     if (!roles.contains(Qt::CheckStateRole))
         return;
     QAccessible::State checks;
-    checks.checked = true; // that they have changed, not what to
+    checks.checked = true; // in this event, true means "has changed"
     for (int row = first.row(); row <= last.row(); ++row) {
         QAccessibleStateChangeEvent event(this, checks);
         event.setChild(row);
@@ -146,6 +148,7 @@ void ChatListView::dataChanged(
     }
 }
 
+/// Keeps a sliver of the last row out of view by a margin below the viewport.
 void ChatListView::resizeEvent(QResizeEvent* event)
 {
     const QMargins margins(0, 0, 0, sliver(contentsRect().height()));
@@ -154,7 +157,7 @@ void ChatListView::resizeEvent(QResizeEvent* event)
     QListView::resizeEvent(event);
 }
 
-/// The pointer stands still, and another row comes below it.
+/// Scrolling brings another row under a resting pointer, so the highlighted row must be updated.
 void ChatListView::scrollContentsBy(int dx, int dy)
 {
     QListView::scrollContentsBy(dx, dy);
@@ -162,8 +165,8 @@ void ChatListView::scrollContentsBy(int dx, int dy)
         hover(*m_pointer);
 }
 
-/// To the base class the gap below a row belongs to it; a click there does nothing, and so the
-/// pointer there is over no row.
+/// The base class counts the gap below a row as part of the row. A click in the gap does nothing,
+/// so hovering there must not highlight the row.
 bool ChatListView::viewportEvent(QEvent* event)
 {
     if (event->type() == QEvent::HoverEnter || event->type() == QEvent::HoverMove)

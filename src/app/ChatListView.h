@@ -7,9 +7,9 @@
 
 namespace korvane {
 
-/// The list of chats. When the chats are read anew it goes on showing the rows it showed, or its
-/// top where it was there, and stays on the chat that the keyboard was on, or at its place where
-/// that chat is gone. Lives on the main thread.
+/// The list of chats. Restores scroll position and current row after a model reset: a list at its
+/// top stays there, otherwise most visible rows stay where they were. If the current chat is gone,
+/// the row that is now in its place becomes current. Main thread only.
 class ChatListView : public QListView {
     Q_OBJECT
 
@@ -18,7 +18,8 @@ public:
 
     void setModel(QAbstractItemModel* model) override;
 
-    /// Puts the keyboard on the topmost row that is wholly in view. Does nothing without rows.
+    /// Takes keyboard focus and makes the topmost fully visible row current. Does nothing if there
+    /// are no rows.
     void focusTopmostRow();
 
 protected:
@@ -30,10 +31,10 @@ protected:
     bool viewportEvent(QEvent* event) override;
 
 private:
-    /// A row by what it shows, not by where it stands.
+    /// Where a chat's row is on screen. Unlike a QModelIndex, it survives a model reset.
     struct Place {
         QString guid;
-        int top = 0; ///< of the row, in points below that of the list
+        int top = 0; ///< the row's upper edge, in points below the viewport's
     };
 
     Place placeOf(const QModelIndex& index) const;
@@ -48,7 +49,7 @@ private:
     std::vector<Place> m_visible;
     QString m_current;
     int m_currentRow = -1;
-    std::optional<QPointF> m_pointer; ///< while the mouse is over the list
+    std::optional<QPointF> m_pointer; ///< mouse position; empty while it is not over the list
 };
 
 } // namespace korvane

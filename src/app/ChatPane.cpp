@@ -34,11 +34,11 @@ Text* placeholder()
     text->setObjectName(QStringLiteral("nothing"));
     text->setAlignment(Qt::AlignCenter);
     text->setWordWrap(true);
-    text->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored); // it has the list's room
+    text->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored); // fills the list's area
     return text;
 }
 
-/// What was searched for, as far as it is needed to recognise it.
+/// The query for display, cut to 60 UTF-16 code units.
 QString quoted(const QString& query)
 {
     constexpr int longest = 60;
@@ -100,7 +100,7 @@ QWidget* ChatPane::searchRow()
     return row;
 }
 
-/// The arrow down leads from the search to what it has found.
+/// The down key in the search field moves focus to the list.
 bool ChatPane::eventFilter(QObject* watched, QEvent* event)
 {
     const bool isDown = watched == m_search && event->type() == QEvent::KeyPress
@@ -131,7 +131,7 @@ void ChatPane::updateList()
         m_nothing->setText(tr("No chat matches “%1”.").arg(quoted(m_filter.typed())));
     const bool isEmpty = m_state.hasReadChats() && m_filter.rowCount() == 0;
     if (isEmpty)
-        m_list->doItemsLayout(); // once hidden, it would keep the range of its former rows
+        m_list->doItemsLayout(); // a hidden list would keep its former scroll range
     m_place->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_nothing) : m_list);
 }
 

@@ -12,18 +12,18 @@
 
 namespace korvane {
 
-/// The chats to choose from: a search field, the list or the reason why it has no rows, and the
-/// button that hands a chat over. Lives on the main thread.
+/// The pane for choosing a chat: a search field, the list or a text that says why it is empty, and
+/// the button that starts the transfer. Main thread only.
 class ChatPane : public QWidget {
     Q_OBJECT
 
 public:
     explicit ChatPane(AppState& state, QWidget* parent = nullptr);
 
-    /// Where typing goes when the window opens.
+    /// Gives keyboard focus to the search field.
     void focusSearch();
 
-    /// What the Return key does in the window.
+    /// Clicks the transfer button: the window's default action for Return.
     void pressButton();
 
 private:
@@ -37,7 +37,7 @@ private:
     ChatFilter m_filter;
     QLineEdit* m_search;
     ChatListView* m_list;
-    Text* m_nothing; ///< in the list's place where it has no rows
+    Text* m_nothing; ///< shown instead of the list if it has no rows
     QStackedLayout* m_place;
     Pill* m_button;
 };

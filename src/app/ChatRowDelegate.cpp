@@ -34,7 +34,7 @@ bool isToggle(const QEvent& event, const QRect& area)
     return key == Qt::Key_Space || key == Qt::Key_Select;
 }
 
-/// What a row leaves for its texts, below each other.
+/// The area for title and subtitle: the row without the check mark and the padding.
 QRect textAreaOf(const QRect& row)
 {
     return row.adjusted(2 * padding + markSize - 1, 0, -padding, 0);
@@ -49,7 +49,7 @@ QPixmap symbolOf(const QModelIndex& index, double pixelsPerPoint)
 
 void paintGround(QPainter* painter, const QRectF& area, bool isSelected, bool isUnderPointer)
 {
-    constexpr double half = 0.5; // a stroke of 1 point inside
+    constexpr double half = 0.5; // keeps the 1-point outline inside `area`
     const QColor ground = isUnderPointer ? Look::raised : Look::card;
     painter->setPen(QPen(isSelected ? Look::faded(Look::coral, 0.7) : ground, 1));
     painter->setBrush(ground);
@@ -88,7 +88,7 @@ QSize ChatRowDelegate::sizeHint(
 void ChatRowDelegate::paint(
     QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
-    constexpr int inset = 3; // of the focus, which leaves the outline to be seen
+    constexpr int inset = 3; // keeps the focus ring off the row's outline
     const bool isSelected = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
     const QRect row = option.rect.adjusted(0, 0, 0, -gap);
     painter->save();
@@ -123,7 +123,7 @@ void ChatRowDelegate::paintTitle(
         symbolOf(index, painter->deviceTransform().m11()));
 }
 
-/// The title as far as there is room for it and, of a group, the symbol behind it.
+/// The title, elided to fit `width` points, for a group together with the symbol after it.
 QString ChatRowDelegate::shownTitle(const QModelIndex& index, int width) const
 {
     const QPixmap symbol = symbolOf(index, 1);

@@ -5,14 +5,13 @@
 namespace korvane {
 
 /// Draws a row of the chat list: check mark, title, subtitle. A click anywhere on the row, or the
-/// space bar, toggles it; a tooltip shows the whole of a title that is cut. Lives on the main
-/// thread.
+/// space bar, toggles the check mark. A tooltip shows an elided title in full. Main thread only.
 class ChatRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
 public:
-    static constexpr int gap = 6; ///< below each row
-    static constexpr int pitch = 60; ///< from the top of a row to that of the next one
+    static constexpr int gap = 6; ///< below each row, in points
+    static constexpr int pitch = 60; ///< points from the top of one row to the top of the next
 
     explicit ChatRowDelegate(QObject* parent = nullptr);
 

@@ -12,7 +12,7 @@ bool isSeparator(QChar character)
     return character.isSpace() || character == u',' || character == u'،';
 }
 
-/// Takes the day of the week out of a form, and what sets it apart.
+/// Removes "dddd" from a date format, and the spaces and commas around it.
 QString withoutDayOfWeek(QString form)
 {
     const QLatin1String day("dddd");
@@ -27,8 +27,8 @@ QString withoutDayOfWeek(QString form)
     return form.remove(begin, end - begin);
 }
 
-/// The locale's long form without the day of the week, the month abbreviated: "MMM d, yyyy". Qt has
-/// no such form of its own.
+/// The locale's long date format without the day of the week and with an abbreviated month, such as
+/// "MMM d, yyyy". QLocale has no such format.
 QString abbreviatedForm(const QLocale& locale)
 {
     return withoutDayOfWeek(locale.dateFormat(QLocale::LongFormat))

@@ -6,8 +6,8 @@
 
 namespace korvane {
 
-/// What stands below a chat's title: "1,234 messages, last Nov 21, 2026", number and date as the
-/// user's locale writes them, the date in its abbreviated form; without a date where there is none.
+/// The line below a chat's title: "1,234 messages, last Nov 21, 2026". The user's locale formats
+/// the number and the date, which has an abbreviated month. Without the date if the chat has none.
 QString chatSubtitle(const ChatInfo& chat);
 
 } // namespace korvane

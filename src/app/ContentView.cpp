@@ -22,7 +22,7 @@ constexpr int spacing = 14;
 constexpr int windowWidth = 400;
 constexpr int usualHeight = 600;
 constexpr int heightWithCode = 660;
-constexpr int leastHeight = 240; ///< on the lowest screen
+constexpr int leastHeight = 240; ///< even if the screen has less room
 
 QPalette darkColours()
 {
@@ -35,7 +35,7 @@ QPalette darkColours()
     return colours;
 }
 
-/// Without it the window would be to a screen reader what any part of it is.
+/// Gives the window the accessible role Window. Qt's default for a QWidget is Client.
 QAccessibleInterface* accessibleWindow(const QString& /*className*/, QObject* object)
 {
     auto* window = qobject_cast<ContentView*>(object);
@@ -53,7 +53,8 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     , m_chatPane(new ChatPane(state))
     , m_focus(*this)
 {
-    // Once, however often it is called; first, for what follows may tell a reader of the window.
+    // Installing the same factory again has no effect. Must come first: the calls below may make
+    // Qt create the accessible interface of this window.
     QAccessible::installFactory(accessibleWindow);
     setPalette(darkColours());
     setAccessibleName(tr("Korvane Sync"));
@@ -84,15 +85,15 @@ void ContentView::showWhatIsCalledFor()
         m_middle->showOnly(transfer ? static_cast<QWidget*>(m_transferCard) : m_chatPane);
     fitToScreen();
     if (isVisible())
-        takeFocus(); // what had the keyboard may be out of sight
+        takeFocus(); // the widget that had focus may be hidden now
 }
 
-/// On a screen that is lower than the window, the window is as high as the screen.
+/// Sets the window's fixed size: its usual height, or the screen's if that is lower.
 void ContentView::fitToScreen()
 {
     const bool transfer = !m_state.needsAccess() && m_state.transferQR().has_value();
     int height = transfer ? heightWithCode : usualHeight;
-    if (isVisible()) { // a picture of the window has no screen
+    if (isVisible()) { // a snapshot is not shown on any screen
         const int frame = frameGeometry().height() - this->height();
         const int room = screen()->availableGeometry().height() - frame;
         height = std::clamp(room, leastHeight, height);
@@ -115,13 +116,14 @@ void ContentView::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     painter.fillRect(event->rect(), Look::canvas);
     if (!windowFlags().testFlag(Qt::FramelessWindowHint))
-        return; // the desktop draws the edge
+        return; // the window manager draws the frame
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(Look::hairline, 1));
     painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
 }
 
-/// To another screen, or into the frame that a window manager puts around it.
+/// A move can be to another screen, or show that the window manager added its frame. Either
+/// changes the available height.
 void ContentView::moveEvent(QMoveEvent* event)
 {
     QWidget::moveEvent(event);

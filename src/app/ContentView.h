@@ -10,21 +10,22 @@
 
 namespace korvane {
 
-/// The whole content of the window: what AppState says, and what can be asked of it. Lives on the
-/// main thread.
+/// The content of the window: header, footer and, between them, the access card, the transfer card
+/// or the chat pane, depending on AppState. Main thread only.
 class ContentView : public QWidget {
     Q_OBJECT
 
 public:
     explicit ContentView(AppState& state, QWidget* parent = nullptr);
 
-    /// Puts the keyboard where it is wanted when the window opens.
+    /// Gives keyboard focus to the search field or to the transfer card's button, if visible, or
+    /// else to the window itself.
     void takeFocus();
 
 signals:
     void quitRequested();
 
-    /// The user wants the window out of the way.
+    /// The user pressed Escape.
     void closeRequested();
 
 protected:

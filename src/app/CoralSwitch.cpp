@@ -17,7 +17,7 @@ constexpr double knobMargin = 3;
 constexpr double trackWidth = 46;
 constexpr double trackHeight = knobSize + 2 * knobMargin;
 
-/// A curve that starts at full speed and comes to rest.
+/// CSS "ease-out", cubic-bezier(0, 0, 0.58, 1): starts fast, slows to a stop.
 QEasingCurve easeOut()
 {
     QEasingCurve curve(QEasingCurve::BezierSpline);
@@ -64,7 +64,8 @@ QSize CoralSwitch::sizeHint() const
         static_cast<int>(trackHeight)};
 }
 
-/// Return is the window's default action, on every desktop.
+/// Leaves Return to the window's default action. With some desktops' themes, QAbstractButton would
+/// take it as a click.
 void CoralSwitch::keyPressEvent(QKeyEvent* event)
 {
     if (isReturn(*event))

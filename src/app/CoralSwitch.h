@@ -5,15 +5,14 @@
 
 namespace korvane {
 
-/// A label with a switch behind it, whose knob slides when it is flipped. Lives on the
-/// main thread.
+/// A labelled on/off switch, whose knob slides when it is toggled. Main thread only.
 class CoralSwitch : public QAbstractButton {
     Q_OBJECT
 
 public:
     explicit CoralSwitch(const QString& text, QWidget* parent = nullptr);
 
-    /// Sets it at once, without the slide; for the state in which it first appears.
+    /// Sets the state without the animation. For the initial state.
     void setCheckedAtOnce(bool on);
 
     QSize sizeHint() const override;
@@ -26,7 +25,7 @@ private:
     void slide(bool on);
 
     QVariantAnimation m_slide;
-    double m_position = 0; ///< of the knob: 0 = off, 1 = on
+    double m_position = 0; ///< the knob's: 0 = off, 1 = on
 };
 
 } // namespace korvane

@@ -3,25 +3,26 @@
 #include <QIcon>
 #include <QUrl>
 
-/// What systems do differently about the screen and the desktop.
+/// Functions on the display and the desktop that differ between platforms. Main thread only.
 namespace korvane {
 
-/// True where windows can be opened; Qt ends the process where they cannot.
+/// False if there is no display to open windows on. Ask before creating a QApplication, which
+/// aborts the process without a display.
 bool hasDisplay();
 
-/// True while there is a menu bar or tray for icons. Qt remembers for the life of the process
-/// whether there was a StatusNotifierItem tray when it first looked: ask this before any
-/// QSystemTrayIcon, and make one only where this is true.
+/// True while the desktop has a menu bar or tray for icons. Create a QSystemTrayIcon only if this
+/// returned true: Qt looks for a StatusNotifierItem tray once and keeps the result for the life of
+/// the process.
 bool hasTray();
 
 /// The icon for the menu bar or tray.
 QIcon trayIcon();
 
-/// Opens a URL with the program for its scheme; false if there is none.
+/// Opens a URL with the program for its scheme. Returns false if there is none.
 bool openUrl(const QUrl& url);
 
-/// From now on ExitHook::run() is also called where Qt ends the process without calling exit(),
-/// because the display is lost.
+/// From now on, ExitHook::run() is also called if Qt ends the process without calling exit()
+/// because the display was lost.
 void runExitHookOnLostDisplay();
 
 } // namespace korvane

@@ -32,7 +32,7 @@ bool isSet(const char* variable)
 template <typename T>
 using Allocated = std::unique_ptr<T, decltype(&std::free)>;
 
-/// Of the protocol that trays over D-Bus speak.
+/// Looks for a tray that uses StatusNotifierItem, the protocol over D-Bus.
 bool hasStatusNotifierTray()
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
@@ -40,7 +40,7 @@ bool hasStatusNotifierTray()
         && bus.interface()->isServiceRegistered(QStringLiteral("org.kde.StatusNotifierWatcher"));
 }
 
-/// Of the older protocol for X servers.
+/// Looks for a tray that uses XEmbed, the older protocol for X servers, on screen 0.
 bool hasXEmbedTray()
 {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -61,8 +61,8 @@ bool hasXEmbedTray()
     return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
-/// Has the name of the installed symbolic icon, which panels over D-Bus look up and recolour, and
-/// the pixels of a picture that is visible on any panel, for all others.
+/// An icon with a theme name and pixels. Panels that use D-Bus look up the installed symbolic icon
+/// by its name and recolour it. All others get pixels, which are visible on light and dark panels.
 class TrayIconEngine : public QIconEngine {
 public:
     QString iconName() override
@@ -105,6 +105,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 
 } // namespace
 
+/// Looks at the environment only; does not try to connect.
 bool hasDisplay()
 {
     return isSet("QT_QPA_PLATFORM") || isSet("WAYLAND_DISPLAY") || isSet("DISPLAY");
@@ -115,8 +116,8 @@ bool hasTray()
     return hasStatusNotifierTray() || hasXEmbedTray();
 }
 
-/// QDesktopServices::openUrl() starts xdg-open and does not wait for it, so it succeeds even where
-/// no program takes the scheme. xdg-mime tells which one does.
+/// QDesktopServices::openUrl() starts xdg-open and does not wait for it, so it succeeds even if no
+/// program handles the scheme. So ask xdg-mime first, which prints the handler's name.
 bool openUrl(const QUrl& url)
 {
     constexpr int patience = 5000; // milliseconds
@@ -135,8 +136,9 @@ QIcon trayIcon()
     return QIcon(new TrayIconEngine);
 }
 
-/// Qt's Wayland client calls _exit(), which runs no exit handlers. It prints a warning before, and
-/// gives no other notice. If it is to reconnect instead, it does not exit.
+/// When the Wayland compositor goes away, Qt calls _exit(), which runs no exit handlers. The only
+/// notice is a warning that Qt prints first, so run the hook from a message handler. With
+/// QT_WAYLAND_RECONNECT set, Qt reconnects instead of exiting.
 void runExitHookOnLostDisplay()
 {
     if (!isSet("QT_WAYLAND_RECONNECT"))

@@ -28,7 +28,7 @@ bool openUrl(const QUrl& url)
 
 void runExitHookOnLostDisplay()
 {
-    // There is no display server that could go away.
+    // macOS has no display server to which the connection could be lost.
 }
 
 } // namespace korvane

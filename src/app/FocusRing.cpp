@@ -13,7 +13,8 @@ namespace korvane {
 
 namespace {
 
-/// Letters go to the search, and modifiers alone to the desktop.
+/// True for keys that move focus or activate something. Letters are typed into the search field,
+/// and a modifier alone may belong to a shortcut of the desktop.
 bool movesOrActs(const QEvent& event)
 {
     constexpr std::array keys{Qt::Key_Tab, Qt::Key_Backtab, Qt::Key_Up, Qt::Key_Down, Qt::Key_Left,
@@ -41,7 +42,7 @@ void drawFocus(QPainter& painter, const QRectF& around, double radius)
 
 FocusVisibility::FocusVisibility(QWidget& window) : m_window(window)
 {
-    QCoreApplication::instance()->installEventFilter(this); // before any widget handles the event
+    QCoreApplication::instance()->installEventFilter(this); // runs before widgets' handlers
 }
 
 void FocusVisibility::hide()

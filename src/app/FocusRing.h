@@ -4,24 +4,25 @@
 #include <QPainter>
 #include <QWidget>
 
-/// What shows where the keyboard is. All live on the main thread.
+/// The ring that marks the widget with keyboard focus. Main thread only.
 namespace korvane {
 
-/// Whether a widget is to show that it has the keyboard: it has, and the user moves by keyboard.
+/// True if the widget must draw the ring: it has focus, and the user navigates by keyboard.
 bool showsFocus(const QWidget& widget);
 
-/// Draws the ring, just inside of `around`.
+/// Draws the ring just inside `around`, with rounded corners.
 void drawFocus(QPainter& painter, const QRectF& around, double radius);
 
-/// Tells by Qt::WA_KeyboardFocusChange of a window whether the user moves by keyboard: from a key
-/// that moves or acts until the mouse is pressed. Qt itself sets the attribute and never clears it.
+/// Keeps Qt::WA_KeyboardFocusChange set on a window while the user navigates by keyboard: from a
+/// key that moves focus or activates something until a mouse button is pressed. Qt itself sets the
+/// attribute, but never clears it.
 class FocusVisibility : public QObject {
     Q_OBJECT
 
 public:
     explicit FocusVisibility(QWidget& window);
 
-    /// For a window that opens: nobody has moved in it yet.
+    /// Hides the ring until the next such key. Called when the window opens.
     void hide();
 
 private:

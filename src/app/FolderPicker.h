@@ -5,7 +5,8 @@
 
 namespace korvane {
 
-/// Asks the user for a folder, beginning in `start`; he may make one. Nothing where he cancels.
+/// Shows a modal dialog for choosing or creating a folder, starting in `start`. Blocks until it is
+/// closed. Returns nothing if the user cancels. Main thread only.
 std::optional<std::filesystem::path> pickFolder(const std::filesystem::path& start);
 
 } // namespace korvane

@@ -94,7 +94,7 @@ void Footer::updateStatus()
     m_status->setText(QString::fromStdString(m_state.status()));
 }
 
-/// The list makes room for a long status; the card with the code has little to give.
+/// Allows fewer lines beside the QR code: the list can shrink for a long status, the card hardly.
 void Footer::limitStatus()
 {
     constexpr int linesBesideCode = 2;

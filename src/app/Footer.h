@@ -9,7 +9,8 @@
 
 namespace korvane {
 
-/// Where the export goes, whether it is kept fresh, and how it is going. Lives on the main thread.
+/// The export folder, the switch for automatic exports, and the status line, with the buttons that
+/// belong to them. Main thread only.
 class Footer : public QWidget {
     Q_OBJECT
 

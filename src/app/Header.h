@@ -7,7 +7,7 @@
 
 namespace korvane {
 
-/// The guide, the program's name, and what to do next. Lives on the main thread.
+/// The program's drawing and name, and a line that says what to do next. Main thread only.
 class Header : public QWidget {
     Q_OBJECT
 

@@ -67,7 +67,7 @@ QFont Look::roundedFont(double points, QFont::Weight weight)
     rounded.setFamilies(QStringList{QStringLiteral(".AppleSystemUIFontRounded"),
                             QStringLiteral("SF Pro Rounded"), QStringLiteral("Quicksand")}
         + rounded.families());
-    rounded.setStyleStrategy(QFont::NoFontMerging); // no others to fill gaps in its letters
+    rounded.setStyleStrategy(QFont::NoFontMerging); // no fallback fonts for missing glyphs
     return rounded;
 }
 
@@ -95,7 +95,7 @@ QPixmap Look::symbol(Drawing drawing, double height, double pixelsPerPoint, cons
                             .arg(pixelsPerPoint)
                             .arg(colour.rgba());
     QPixmap pixels;
-    if (QPixmapCache::find(key, &pixels)) // rows of a list ask again and again
+    if (QPixmapCache::find(key, &pixels)) // rows of the list ask on every paint
         return pixels;
     pixels = image(drawing, height, pixelsPerPoint);
     QPainter painter(&pixels);

@@ -13,9 +13,9 @@ namespace korvane {
 
 namespace {
 
-constexpr int gap = 6; ///< between icon and window
+constexpr int gap = 6; ///< points between icon and popup
 
-/// Where the window hangs: the icon, or what is known in its place.
+/// The icon's rectangle on the screen or, if the tray does not report it, the mouse position.
 QRect anchor(const QSystemTrayIcon& icon)
 {
     const QRect place = icon.geometry();
@@ -30,7 +30,7 @@ MenuBarExtra::MenuBarExtra(ContentView& window, std::chrono::milliseconds trayIn
     m_window.setWindowTitle(tr("Korvane Sync"));
     m_window.installEventFilter(this);
     connect(&m_window, &ContentView::closeRequested, this, [this] {
-        if (m_isPopup) // Escape, meant for the search, is not to close an ordinary window
+        if (m_isPopup) // Escape must not close an ordinary window: it is meant for the search
             close();
     });
     connect(&m_trayTimer, &QTimer::timeout, this, &MenuBarExtra::lookForTray);
@@ -84,9 +84,9 @@ void MenuBarExtra::close()
     m_sinceClosed.start();
 }
 
-/// The click that the open window is closed by, for it turns away from it, is the one that the icon
-/// reports a moment later: it is not to open the window again. Nor is the second half of a double
-/// click to close what the first has opened.
+/// Clicking the icon first deactivates the popup, which closes it, and only then reports the click.
+/// Ignore that click, or it would reopen the popup. Also ignore the second click of a double click,
+/// or it would close the popup that the first one opened.
 void MenuBarExtra::toggle()
 {
     constexpr qint64 sameClick = 250; // milliseconds
@@ -106,14 +106,15 @@ void MenuBarExtra::toggle()
 bool MenuBarExtra::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Resize && m_isPopup && m_window.isVisible())
-        m_window.move(place()); // it grows away from the icon
+        m_window.move(place()); // keeps it attached to the icon
     const bool turnedAway = event->type() == QEvent::WindowDeactivate && m_isPopup;
     if (turnedAway && !QApplication::activeModalWidget())
         close();
     return QObject::eventFilter(watched, event);
 }
 
-/// Below the icon, or above it where the tray is at the bottom, and within the screen.
+/// The popup's top left corner: below the icon, or above it if the icon is in the lower half of the
+/// screen; moved as needed to keep the popup on the screen.
 QPoint MenuBarExtra::place() const
 {
     const QRect icon = anchor(*m_icon);

@@ -11,15 +11,17 @@
 
 namespace korvane {
 
-/// The icon in the menu bar or tray, and the window below it. A click on the icon opens the window
-/// or closes it; it closes, too, when the user turns to another one. As long as the desktop has no
-/// tray, the window is an ordinary one, and closing it quits. When a tray appears, the window stays
-/// as it is until it is closed. Lives on the main thread.
+/// The icon in the menu bar or tray, and the popup window attached to it. A click on the icon opens
+/// or closes the popup, which also closes when it is deactivated, except by a modal dialog. While
+/// the desktop has no tray, the window is an ordinary one, and closing it quits the program. If a
+/// tray appears later, an open window stays ordinary until it is closed or the icon is clicked.
+/// Main thread only.
 class MenuBarExtra : public QObject {
     Q_OBJECT
 
 public:
-    /// Shows the icon or, without a tray, the window. Looks for a tray as often as given.
+    /// Shows the icon or, without a tray, the window. Until there is a tray, looks for one every
+    /// `trayInterval`.
     explicit MenuBarExtra(
         ContentView& window, std::chrono::milliseconds trayInterval = std::chrono::seconds(5));
 
@@ -37,8 +39,8 @@ private:
 
     ContentView& m_window;
     bool m_isPopup = false;
-    std::optional<QSystemTrayIcon> m_icon; ///< none without a tray
-    QTimer m_trayTimer; ///< runs while there is no tray
+    std::optional<QSystemTrayIcon> m_icon; ///< empty until there is a tray
+    QTimer m_trayTimer; ///< runs until there is a tray
     QElapsedTimer m_sinceOpened;
     QElapsedTimer m_sinceClosed;
 };

@@ -52,8 +52,8 @@ void Middle::resizeEvent(QResizeEvent* event)
     QScrollArea::resizeEvent(event);
 }
 
-/// QScrollArea would keep a piece at the height that it likes best; here it gives way, down to what
-/// it needs, before it scrolls.
+/// Sizes the content here, because QScrollArea would scroll a piece that has less than its
+/// preferred height. Here it shrinks to its minimum height first, and scrolls only below that.
 void Middle::arrange()
 {
     if (m_shown)

@@ -5,18 +5,19 @@
 
 namespace korvane {
 
-/// What stands between header and footer: one of several pieces at a time. The piece scrolls where
-/// it needs more height than there is, which is so on a low screen. Lives on the main thread.
+/// The area between header and footer, which shows one of several pieces at a time. A piece that
+/// needs more height than there is, as on a low screen, scrolls. Main thread only.
 class Middle : public QScrollArea {
     Q_OBJECT
 
 public:
     explicit Middle(QWidget* parent = nullptr);
 
-    /// Adds a piece, which has a layout. One with a stretch takes all the height there is.
+    /// Adds a piece, hides it, and takes ownership of it. It must have a layout. With a stretch
+    /// above 0 it fills the available height.
     void add(QWidget* piece, int stretch = 0);
 
-    /// Shows a piece, from its top, and hides the others.
+    /// Shows a piece, scrolled to its top, and hides the others.
     void showOnly(QWidget* piece);
 
 protected:

@@ -10,7 +10,8 @@ namespace korvane {
 
 namespace {
 
-/// An invisible sign with the direction of the last letter; none after a text without letters.
+/// U+200E or U+200F, the invisible mark with the direction of the text's last letter; empty if the
+/// text has no letters.
 QString directionMark(QStringView text)
 {
     constexpr char16_t leftToRight = 0x200E;
@@ -40,7 +41,7 @@ QString elided(const QString& text, const QFontMetrics& metrics, Qt::TextElideMo
     const QString shown = metrics.elidedText(text, cut, width);
     if (cut != Qt::ElideRight || shown == text)
         return shown;
-    return shown + directionMark(shown); // or the ellipsis would go to the end of the line
+    return shown + directionMark(shown); // else the ellipsis takes the paragraph's direction
 }
 
 Text::Text(const QString& text, const QFont& font, const QColor& colour, QWidget* parent)
@@ -132,7 +133,7 @@ QStringList Paragraph::lines(int width) const
     QStringList lines;
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(width);
-        if (lines.size() == m_maximumLines) { // one too many
+        if (lines.size() == m_maximumLines) { // beyond the maximum
             lines.last() = fontMetrics().elidedText(
                 lines.last() + text().mid(line.textStart()), Qt::ElideRight, width);
             break;
@@ -209,7 +210,7 @@ Picture::Picture(const QSize& size, Paint paint, QWidget* parent)
 void Picture::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
-    const QPixmap picture = m_paint(painter.deviceTransform().m11()); // of a picture of it, too
+    const QPixmap picture = m_paint(painter.deviceTransform().m11()); // also correct in render()
     const QSizeF size = picture.deviceIndependentSize();
     painter.drawPixmap(
         QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), picture);

@@ -4,10 +4,10 @@
 
 #include <functional>
 
-/// The pieces of the window that only show something. All live on the main thread.
+/// The window's widgets that only display something. Main thread only. Sizes are in points.
 namespace korvane {
 
-/// A text, never markup, in one font and colour. It wraps where it is allowed to.
+/// Plain text, never read as markup, in one font and colour. Wraps if setWordWrap() allows it.
 class Text : public QLabel {
     Q_OBJECT
 
@@ -15,8 +15,8 @@ public:
     Text(const QString& text, const QFont& font, const QColor& colour, QWidget* parent = nullptr);
 };
 
-/// A text on one line, cut with an ellipsis where there is no room; the whole of it is the tool tip
-/// then, and always what a screen reader reads.
+/// One line of plain text, elided if it is too wide. The tooltip then shows the full text. A screen
+/// reader always reads the full text.
 class OneLine : public QLabel {
     Q_OBJECT
 
@@ -24,7 +24,7 @@ public:
     OneLine(const QFont& font, const QColor& colour, Qt::TextElideMode cut,
         Qt::Alignment alignment = Qt::AlignLeft, QWidget* parent = nullptr);
 
-    /// Instead of the base class's.
+    /// Hides QLabel::setText(), which is not virtual. Also updates the tooltip.
     void setText(const QString& text);
 
     QSize minimumSizeHint() const override;
@@ -41,20 +41,21 @@ private:
     const Qt::TextElideMode m_cut;
 };
 
-/// `text`, cut to a width with an ellipsis that stands next to the last character kept, also where
-/// that belongs to a run in the other direction than the text begins with.
+/// Elides `text` to `width`. With Qt::ElideRight, the ellipsis stays next to the last character
+/// that is kept, even if that is in a run of the opposite direction (left-to-right or
+/// right-to-left).
 QString elided(const QString& text, const QFontMetrics& metrics, Qt::TextElideMode cut, int width);
 
-/// A text that wraps, also within a word that is longer than a line. What exceeds the maximum of
-/// lines is cut with an ellipsis; the whole of it is the tool tip then, and always what a screen
-/// reader reads.
+/// Plain text that wraps, even within a word that is longer than a line, and is elided after a
+/// maximum number of lines (1 by default). The tooltip then shows the full text. A screen reader
+/// always reads the full text.
 class Paragraph : public QLabel {
     Q_OBJECT
 
 public:
     Paragraph(const QFont& font, const QColor& colour, QWidget* parent = nullptr);
 
-    /// Instead of the base class's.
+    /// Hides QLabel::setText(), which is not virtual. Also updates the tooltip.
     void setText(const QString& text);
 
     void setMaximumLines(int count);
@@ -69,7 +70,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    /// The text as it is broken into lines of this width.
+    /// The lines to draw at this width: at most `m_maximumLines`, the last of them possibly elided.
     QStringList lines(int width) const;
     void updateToolTip();
 
@@ -92,7 +93,7 @@ private:
     const QColor m_colour;
 };
 
-/// A drawing, as sharp as the screen.
+/// A picture of fixed size, rendered at the resolution of the device that it is painted on.
 class Picture : public QWidget {
     Q_OBJECT
 

@@ -20,7 +20,7 @@ constexpr std::chrono::year_month_day day(int year, unsigned month, unsigned day
     return {std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
 }
 
-/// Noon, so that it is the same day nearly everywhere.
+/// Noon UTC, which falls on the same day in nearly all time zones.
 ReferenceTime noonOf(std::chrono::year_month_day date)
 {
     const auto sinceEpoch = std::chrono::sys_days(date).time_since_epoch() + std::chrono::hours(12);

@@ -4,8 +4,8 @@
 
 namespace korvane::PreviewStates {
 
-/// The window's three states with invented chats, for pictures of it: choosing, handing over, and
-/// without access to the database.
+/// Three states of the window, with invented chats, for snapshots: choosing a chat, transferring
+/// it, and without access to the database.
 AppState::Preview list();
 AppState::Preview qr();
 AppState::Preview access();

@@ -21,7 +21,8 @@ std::filesystem::path pipePath()
     return Paths::support() / "window.pipe";
 }
 
-/// Nothing where there is no pipe, or, for writing, nobody who reads from it.
+/// Opens the named pipe. Returns an empty Descriptor if there is none or, with O_WRONLY, if no
+/// process has it open for reading (ENXIO).
 Descriptor openedPipe(int mode)
 {
     Descriptor opened(::open(pipePath().c_str(), mode | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));

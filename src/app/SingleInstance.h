@@ -10,31 +10,37 @@
 
 namespace korvane {
 
-/// Sees to it that one program at a time works on a support folder: a second one asks the first to
-/// show itself, and leaves. The first holds a lock on "window.lock" there, which the system takes
-/// back when it ends, however that happens, and reads requests from the named pipe "window.pipe":
-/// a byte each, written by programs of the same user. Lives on the main thread.
+/// Ensures that only one window program at a time uses a support folder. The first process holds an
+/// flock() on "window.lock" in that folder, which the kernel releases however the process ends, and
+/// reads the named pipe "window.pipe". A second process writes one byte to the pipe, which asks the
+/// first to show its window, and then exits. Only the file owner may write to the pipe. Main thread
+/// only.
 class SingleInstance : public QObject {
     Q_OBJECT
 
 public:
     enum class Place {
         First,
-        Second, ///< another program was there before and has been asked to show itself
-        None, ///< another one is there and does not listen: it hangs, or is on another machine
+        Second, ///< another process is the first and was asked to show its window
+
+        /// Another process holds the lock but does not read the pipe: it is taking long to start or
+        /// to end, could not make the pipe, or runs on another machine.
+        None,
     };
 
-    /// For the support folder of this process. Where that can have no lock, each program is the
-    /// first. Waits so long for one that is ending, or only just beginning.
+    /// Uses Paths::support(). If the lock file cannot be opened or locked, every process is the
+    /// first. Blocks for up to `patience` while another process holds the lock but does not read
+    /// the pipe, as while it starts or ends.
     explicit SingleInstance(std::chrono::milliseconds patience = std::chrono::seconds(5));
 
     Place place() const { return m_place; }
 
-    /// Takes no more requests, for this program is ending: the next one waits for its place.
+    /// Closes the pipe. Called when this process is about to end: a new process then waits for the
+    /// lock instead of asking this one to show its window.
     void retire();
 
 signals:
-    /// Another program was started and has left.
+    /// A second process was started and asks to show this one's window.
     void showRequested();
 
 private:
@@ -44,7 +50,9 @@ private:
 
     const Descriptor m_lock;
     const Place m_place;
-    Descriptor m_requests; ///< both ends, so that it is never at an end
+
+    /// Open for reading and writing: with a writer left, read() never returns end-of-file.
+    Descriptor m_requests;
     std::unique_ptr<QSocketNotifier> m_waiting;
 };
 

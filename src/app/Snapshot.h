@@ -7,15 +7,15 @@ namespace korvane {
 
 class AppState;
 
-/// Pictures of the window, for documentation: no database, network, setting or support folder is
-/// touched. For the main thread; wants a QApplication, but no display.
+/// Pictures of the window for documentation, made without touching any database, network, setting
+/// or support folder. Main thread only. Needs a QApplication, but no display.
 namespace Snapshot {
 
 /// Writes "dropdown-list.png", "dropdown-qr.png" and "dropdown-access.png", 800 pixels wide, into
-/// `folder`, which is made where it does not exist. What cannot be written is left out, silently.
+/// `folder`, which is created if it does not exist. Failures to write are ignored.
 void write(const std::filesystem::path& folder);
 
-/// Writes "dropdown-<name>.png": the window over `state`, at two pixels a point.
+/// Writes "dropdown-<name>.png": the window with `state`, at two pixels per point.
 void write(const std::filesystem::path& folder, const std::string& name, AppState& state);
 
 } // namespace Snapshot

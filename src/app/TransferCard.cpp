@@ -12,8 +12,8 @@ namespace {
 constexpr int codeSide = 240;
 constexpr int codePadding = 12;
 
-/// The code at whole pixels of the screen, without interpolation: only so is each of its modules
-/// as sharp as a reader wants it.
+/// Draws the code without interpolation, so that each pixel is either dark or white and modules
+/// have sharp edges.
 class CodeView : public QLabel {
 public:
     explicit CodeView(const AppState& state) : m_state(state)
@@ -21,7 +21,7 @@ public:
         setFixedSize(codeSide, codeSide);
         setObjectName(QStringLiteral("code"));
         setAccessibleName(TransferCard::tr("QR code with the link to this chat"));
-        setPixmap(QPixmap(1, 1)); // makes it a picture to a screen reader; painted is the code
+        setPixmap(QPixmap(1, 1)); // gives the label the accessible role Graphic
     }
 
 protected:
@@ -35,7 +35,7 @@ private:
     const AppState& m_state;
 };
 
-/// Gives way where a font's lines are so high that something has to: the code must not.
+/// A gap that shrinks if a font's line height leaves too little room, so that the code does not.
 QSpacerItem* gap()
 {
     return new QSpacerItem(0, 12, QSizePolicy::Minimum, QSizePolicy::Maximum);

@@ -6,14 +6,14 @@
 
 namespace korvane {
 
-/// The code that a phone scans for one chat. Lives on the main thread.
+/// Shows the QR code that a phone scans to fetch one chat. Main thread only.
 class TransferCard : public Card {
     Q_OBJECT
 
 public:
     explicit TransferCard(AppState& state, QWidget* parent = nullptr);
 
-    /// Puts the keyboard on the button that ends it.
+    /// Gives keyboard focus to the button that ends the transfer.
     void takeFocus();
 
 private:

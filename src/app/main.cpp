@@ -13,6 +13,6 @@ int main(int argc, char* argv[])
         return Application::writeSnapshots(*folder, argc, argv);
     raiseDescriptorLimit();
     Sqlite::configureProcess();
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes fails one chat, not the process
+    std::signal(SIGXFSZ, SIG_IGN); // write() past RLIMIT_FSIZE then fails instead of killing us
     return Application::run(argc, argv);
 }
