@@ -1,14 +1,15 @@
 #include "messages/MessagesDB.h"
 #include "text/Utf8.h"
 
-// An attributed body is an archive of objects in the platform's own stream format. It is not
-// parsed here: the text stands behind the first class name "NSString" and five bytes of type
-// information, with its length before it:
+// An attributed body is an object archive in the platform's own stream format. This code does not
+// parse the archive. It looks for the first class name "NSString", skips five bytes of type
+// information and reads a length-prefixed text:
 //
 //     "NSString"  5 bytes  length              text
 //     "NSString"  5 bytes  0x81 low high       text        (length = low + 256 × high)
 //
-// Any other first byte than 0x81 is the length itself.
+// If the length byte is 0x81, a 16-bit little-endian length follows. Any other value is the
+// length itself, in bytes.
 
 namespace korvane {
 

@@ -10,24 +10,24 @@
 
 namespace korvane {
 
-/// One chat of the Messages database. `guid` is its stable key; `id` is the row id and holds for
-/// the current database file only.
+/// One chat of the Messages database. `guid` is its stable key. `id` is the row id, which is valid
+/// only within the current database file.
 struct ChatInfo {
     std::int64_t id = 0;
     std::string guid;
-    std::string displayName; ///< what the user called the group; "" without
-    std::string identifier; ///< phone number, e-mail address or the system's name of a group
+    std::string displayName; ///< the user's own name for the group; "" if none
+    std::string identifier; ///< phone number, e-mail address, or the system's name for a group
     bool isGroup = false;
     std::optional<ReferenceTime> lastDate; ///< date of the newest message
     std::int64_t messageCount = 0;
-    std::vector<std::string> members; ///< handles, as the database holds them
+    std::vector<std::string> members; ///< handles as stored, not normalised
 
     bool operator==(const ChatInfo&) const = default;
 };
 
 } // namespace korvane
 
-/// Over all fields, in their order.
+/// Combines all fields in declaration order. Required by the interface; only tests use it.
 template <>
 struct std::hash<korvane::ChatInfo> {
     std::size_t operator()(const korvane::ChatInfo& chat) const noexcept;

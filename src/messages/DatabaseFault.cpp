@@ -28,7 +28,8 @@ std::string kindOf(fs::file_type type)
     }
 }
 
-/// SQLite resolves symbolic links and keeps its other files beside the target.
+/// Looks beside the target of `path`: SQLite resolves symbolic links and keeps its log, index and
+/// journal next to the real file.
 std::optional<DatabaseFault> pipeBeside(const std::string& path)
 {
     std::error_code failure;

@@ -5,36 +5,37 @@
 
 namespace korvane {
 
-/// Why a Messages database cannot be opened or read. DBError has one fixed text for all of these;
-/// this is for a program that can say more than that.
+/// The reason why a Messages database cannot be opened or read. MessagesDB reports only one of two
+/// fixed texts; this gives a program the details.
 struct DatabaseFault {
     enum class Cause {
         Missing, ///< there is no such file
         NotAFile, ///< a folder, named pipe, socket or device
-        PipeBeside, ///< a named pipe in the place of a file that SQLite keeps beside the database
+        PipeBeside, ///< a named pipe where SQLite expects its log, index or journal
         Empty, ///< a file of 0 bytes
-        Denied, ///< no permission to read it
-        LogUnusable, ///< its write-ahead log cannot be read or set up in this folder
+        Denied, ///< this process may not read it
+        LogUnusable, ///< the write-ahead log cannot be read or created in this folder
         Locked, ///< another connection holds a lock
-        NotADatabase, ///< encrypted, or something else
+        NotADatabase, ///< encrypted, or another kind of file
         Damaged,
-        NotMessages, ///< a database without the table of messages
-        Gone, ///< it can be read now
+        NotMessages, ///< an SQLite database without the message table
+        Gone, ///< the fault is gone: the database can be read now
         Other,
     };
 
     bool operator==(const DatabaseFault&) const = default;
 
     Cause cause = Cause::Other;
-    std::string reason; ///< SQLite's or the system's words; of PipeBeside, the name of that file
+    std::string reason; ///< text from SQLite or the system; for PipeBeside, the pipe's path
 };
 
-/// What can be told from the kinds and sizes of the files. Opening these with SQLite would block
-/// (a named pipe), or would do harm (with an empty database, SQLite removes the log beside it).
-/// Absent for all other files, also where there are none.
+/// Finds the faults that file types and sizes reveal, without opening anything. Call this before
+/// SQLite opens the file: opening a named pipe blocks, and for an empty database SQLite deletes the
+/// log beside it. Absent if there is no such fault, including when the file does not exist.
 std::optional<DatabaseFault> faultOfFiles(const std::string& path);
 
-/// Tries to read the database, as MessagesDB does, and says what keeps it from that.
+/// Tries to read the database as MessagesDB does and returns the cause of the failure, or
+/// Cause::Gone if the read succeeds.
 DatabaseFault findDatabaseFault(const std::string& path);
 
 } // namespace korvane

@@ -16,7 +16,8 @@ std::string_view copied(std::string_view text, std::pmr::memory_resource& memory
     return {copy, text.size()};
 }
 
-/// What follows the first slash of "p:N/GUID", or stands before it where nothing follows.
+/// The text after the first slash of "p:N/GUID". If nothing follows the slash, the text before it;
+/// if there is no slash, the whole text.
 std::string_view withoutPart(std::string_view guid)
 {
     const std::size_t slash = guid.find('/');

@@ -22,8 +22,8 @@ const char* const chatQuery
 
 namespace {
 
-/// NULL where the number of images cannot be told: an attachment without a usable MIME type,
-/// or one that the message claims and no row backs.
+/// The number of image attachments. NULL if it is unknown: an attachment has no usable MIME type,
+/// or the message claims attachments but has no row in the join table.
 constexpr std::string_view photoExpression
     = "CASE WHEN EXISTS (SELECT 1 FROM message_attachment_join ma LEFT JOIN attachment a ON "
       "a.ROWID = ma.attachment_id\n"

@@ -9,7 +9,7 @@
 
 namespace korvane {
 
-/// The column names of one table: a few dozen, so looking through them beats a tree.
+/// The column names of one table. With a few dozen names, linear search is faster than a tree.
 class ColumnSet {
 public:
     ColumnSet() = default;
@@ -26,16 +26,16 @@ private:
     std::vector<std::string> m_names;
 };
 
-/// The columns that this system's release of the Messages database really has.
+/// The columns present in this database. They differ between releases of the operating system.
 struct MessageColumns {
     ColumnSet message;
     ColumnSet attachment;
     ColumnSet attachmentJoin;
 };
 
-/// The query for the messages of chat ?1 with a row id over ?2, ordered by date and row id. A
-/// column that the database lacks is replaced by NULL, so that the result always has the columns
-/// of MessageColumn.
+/// The query for the messages of chat ?1 with a row id greater than ?2, ordered by date and row id.
+/// A column missing from the database is selected as NULL, so the result always has the columns of
+/// MessageColumn.
 std::string messageQuery(const MessageColumns& columns);
 
 /// The query for guid and row id of every message of chat ?1.

@@ -9,22 +9,22 @@
 
 namespace korvane {
 
-/// One message. `Text` is std::string for a row to keep, std::string_view for a row that lives
-/// until the reader goes on to the next one.
+/// One message. With `Text` = std::string the row owns its texts. With std::string_view it refers
+/// to the reader's memory and is valid until the reader moves to the next row.
 template <typename Text>
 struct BasicMessageRow {
     std::int64_t rowID = 0;
     ReferenceTime date{};
     bool fromMe = false;
-    std::optional<Text> handle; ///< the other side's number or address, as stored
-    Text text{}; ///< valid UTF-8, may be ""
-    int attachmentCount = 0; ///< a flag: 1 when the message claims attachments
-    std::optional<Text> senderID; ///< "messages:self" or "messages:handle:" and the handle
-    std::optional<int> photoCount; ///< absent where it cannot be told
-    std::optional<std::string_view> recordKind; ///< a constant: "message", "reaction", …
-    std::optional<std::string_view> reactionKind; ///< a constant: "love", "like", …
-    std::optional<std::int64_t> reactionTargetRowID; ///< for reactions, within the same chat
-    std::optional<std::int64_t> replyToRowID; ///< for the others, within the same chat
+    std::optional<Text> handle; ///< the other party's phone number or address, as stored
+    Text text{}; ///< valid UTF-8, possibly empty
+    int attachmentCount = 0; ///< a flag, not a count: 1 if the message claims attachments
+    std::optional<Text> senderID; ///< "messages:self", or "messages:handle:" + the handle
+    std::optional<int> photoCount; ///< absent if unknown
+    std::optional<std::string_view> recordKind; ///< a literal: "message", "reaction", …
+    std::optional<std::string_view> reactionKind; ///< a literal: "love", "like", …
+    std::optional<std::int64_t> reactionTargetRowID; ///< reactions only; in the same chat
+    std::optional<std::int64_t> replyToRowID; ///< other records only; in the same chat
 
     bool operator==(const BasicMessageRow&) const = default;
 };

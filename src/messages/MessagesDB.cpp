@@ -143,8 +143,8 @@ void MessagesDB::forEachMessage(
         visit(reader.read());
 }
 
-/// Asks once: a connection serves one run, and asking again for each of its chats takes longer than
-/// a chat without news does.
+/// Reads a table's columns once per connection. Reading them again for each chat would take longer
+/// than the query for a chat without new messages.
 void MessagesDB::learnColumns(ColumnSet& columns, const std::string& table)
 {
     if (!columns.isEmpty())

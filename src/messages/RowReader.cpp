@@ -10,7 +10,8 @@ namespace korvane {
 
 namespace {
 
-/// Reaction names by associated type modulo 1000; the same for additions and removals.
+/// Reaction names, indexed by associated type modulo 1000. Types 2000 to 2999 add a reaction, 3000
+/// to 3999 remove one.
 constexpr std::array<std::string_view, 6> reactionNames
     = {"love", "like", "dislike", "laugh", "emphasize", "question"};
 
@@ -19,7 +20,7 @@ constexpr bool isReaction(int associatedType)
     return associatedType >= 2000 && associatedType <= 3999;
 }
 
-/// Stands in a text where an attachment sits inline (U+FFFC).
+/// U+FFFC OBJECT REPLACEMENT CHARACTER: marks the place of an inline attachment in a text.
 constexpr std::string_view attachmentPlaceholder = "\xEF\xBF\xBC";
 
 std::string without(std::string_view what, std::string_view text)
@@ -34,7 +35,7 @@ std::string without(std::string_view what, std::string_view text)
     return rest += text.substr(start);
 }
 
-/// `raw` as valid UTF-8: as it stands, or repaired in `scratch`.
+/// `raw` as valid UTF-8: unchanged if it is valid, otherwise repaired in `scratch`.
 std::string_view valid(std::string_view raw, std::string& scratch)
 {
     if (isValidUtf8(raw))

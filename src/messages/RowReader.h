@@ -9,14 +9,17 @@
 
 namespace korvane {
 
-/// Turns the current row of a message query into a MessageRowView. Its views point into SQLite's
-/// row or into this object, and live until the next call. Used by one thread at a time.
+/// Turns the current row of a message query into a MessageRowView. The row's views point into
+/// SQLite's memory or into this object and are valid until the statement steps or read() is called
+/// again. Used by one thread at a time.
 class RowReader {
 public:
-    /// `hasAssociatedType` tells whether the database has that column: only then can a message be
-    /// told from a reaction, and rows have a record kind.
+    /// `row` and `guids` must outlive this object. `hasAssociatedType` says whether the message
+    /// table has the column associated_message_type. Without it, reactions look like messages, so
+    /// rows have no record kind.
     RowReader(const Sqlite::Statement& row, GuidMap& guids, bool hasAssociatedType);
 
+    /// Reads the current row. Throws DBError, and std::overflow_error (see referenceTime()).
     const MessageRowView& read();
 
 private:

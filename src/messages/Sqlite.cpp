@@ -18,7 +18,8 @@ void Sqlite::Closer::operator()(sqlite3* db) const
 
 namespace {
 
-/// A library built with SQLITE_USE_URI takes "file:…" for a URI; here it is only ever a path.
+/// Keeps SQLite from reading a path that starts with "file:" as a URI, as a library built with
+/// SQLITE_USE_URI does.
 std::string plainPath(const std::string& path)
 {
     return path.starts_with("file:") ? "./" + path : path;
@@ -51,8 +52,8 @@ Kind kindOfOpening(int systemError)
     return systemError == ENOENT || systemError == ENOTDIR ? Kind::Missing : Kind::Other;
 }
 
-/// A file that opened may be refused at the first read: then EPERM concerns the database itself,
-/// and EACCES the files beside it.
+/// The system may let SQLite open the database and refuse the first read. If SQLite then cannot
+/// open a file, EPERM concerns the database itself, and EACCES a file beside it.
 Kind kindOfReading(int code, int systemError)
 {
     switch (code & 0xff) { // the primary result code
@@ -68,7 +69,7 @@ Kind kindOfReading(int code, int systemError)
         return Kind::Damaged;
     case SQLITE_CANTOPEN:
         return systemError == EPERM ? Kind::Denied : Kind::LogUnusable;
-    case SQLITE_READONLY: // an interrupted change cannot be undone by a reader, whatever the folder
+    case SQLITE_READONLY: // a read-only connection cannot roll back a hot journal in any folder
         return code == SQLITE_READONLY_ROLLBACK ? Kind::Other : Kind::LogUnusable;
     case SQLITE_IOERR:
         return systemError == EPERM || systemError == EACCES ? Kind::Denied : Kind::Other;
@@ -111,7 +112,7 @@ Sqlite Sqlite::openForWriting(const std::string& path)
 
 void Sqlite::configureProcess()
 {
-    constexpr int pagesSortedInMemory = 65536; // of 4 KiB each
+    constexpr int pagesSortedInMemory = 65536; // 256 MiB with pages of 4 KiB
     const int failures = sqlite3_config(SQLITE_CONFIG_MULTITHREAD)
         | sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0)
         | sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory);

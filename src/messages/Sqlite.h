@@ -11,21 +11,21 @@ struct sqlite3_stmt;
 
 namespace korvane {
 
-/// One connection to an SQLite file; the only class that calls SQLite. Every failure is thrown as
-/// a DBError with SQLite's own message. Used by one thread at a time.
+/// One connection to an SQLite file; the only class that calls SQLite. Unless stated otherwise,
+/// failures throw DBError with SQLite's own message. Used by one thread at a time.
 class Sqlite {
 public:
     class Statement;
 
-    /// Opens an existing file and never writes to it: no pragma, no busy timeout, no creation.
+    /// Opens an existing file read-only. Sets no pragma and no busy timeout.
     static Sqlite openReadOnly(const std::string& path);
 
-    /// What keeps SQLite from reading a file.
+    /// The reason why SQLite cannot read a file.
     struct Failure {
         enum class Kind {
-            Missing, ///< there is no such file
-            Denied, ///< the system refuses to let this process read it
-            LogUnusable, ///< a log beside it cannot be read, or not be set up where it has to be
+            Missing, ///< the file does not exist
+            Denied, ///< the system denies this process read access
+            LogUnusable, ///< the log beside it cannot be read, or not be created when needed
             Locked,
             NotADatabase,
             Damaged,
@@ -34,23 +34,23 @@ public:
         };
 
         Kind kind = Kind::Other;
-        std::string message; ///< SQLite's, with the system's in brackets where it has one
+        std::string message; ///< SQLite's message, followed by the system's in parentheses if any
     };
 
-    /// Opens the file as openReadOnly() does, runs `sql`, and says how that fails; absent where it
-    /// succeeds.
+    /// Opens the file as openReadOnly() does and runs `sql`. Returns the failure instead of
+    /// throwing it; absent on success.
     static std::optional<Failure> failureToRead(const std::string& path, const std::string& sql);
 
-    /// Opens a file for writing, made anew where there is none.
+    /// Opens a file for reading and writing; creates it if it does not exist.
     static Sqlite openForWriting(const std::string& path);
 
-    /// Prepares the whole process for reading large databases; call it in main(), before the
-    /// first connection. Drops SQLite's mutexes and memory accounting, which one connection per
-    /// thread does not need, and lets a sort of up to 256 MiB stay in memory instead of spilling
-    /// messages into temporary files on disk. Throws std::logic_error after a connection.
+    /// Configures SQLite for the whole process. Call it in main(), before the first connection;
+    /// afterwards it throws std::logic_error. Turns off the mutexes of connections, which are not
+    /// needed because no two threads share one, and memory accounting. Lets a sort of up to 256 MiB
+    /// stay in memory instead of spilling messages into temporary files.
     static void configureProcess();
 
-    /// Runs `sql` (one or more statements), ignoring any rows.
+    /// Runs one or more statements and ignores any result rows.
     void execute(const std::string& sql);
 
 private:
@@ -64,24 +64,26 @@ private:
     std::unique_ptr<sqlite3, Closer> m_db;
 };
 
-/// One prepared statement, finalised on destruction; must not outlive its connection.
+/// One prepared statement. RAII: the destructor finalises it. Must not outlive its connection.
 class Sqlite::Statement {
 public:
     Statement(Sqlite& connection, const std::string& sql);
 
-    /// Parameters count from 1. Texts and blobs must stay alive until the statement is stepped.
+    /// Parameters are numbered from 1. Texts and blobs are not copied: they must outlive every
+    /// step() that uses them.
     void bind(int parameter, std::int64_t value);
     void bindText(int parameter, std::string_view text);
     void bindBlob(int parameter, std::string_view bytes);
     void bindNull(int parameter);
 
-    /// Goes to the next row; false at the end.
+    /// Moves to the next row; false at the end.
     bool step();
 
-    /// Makes the statement ready to run again; parameters keep their values.
+    /// Makes the statement ready to run again. Parameters keep their values.
     void reset();
 
-    /// Columns count from 0. Views live until the next step; absent means NULL.
+    /// Columns are numbered from 0. Views are valid until the next step() or reset(). Absent means
+    /// NULL.
     std::int64_t integer(int column) const;
     int integer32(int column) const;
     bool isNull(int column) const;
