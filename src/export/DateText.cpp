@@ -41,7 +41,8 @@ std::string dayText(std::chrono::sys_days day)
     return text;
 }
 
-/// The whole second and the fraction are rounded apart, so that none of the double is lost.
+/// Rounds the fraction separately from the whole seconds: multiplying the full time by 1000 would
+/// lose precision.
 Milliseconds nearestMillisecond(ReferenceTime time)
 {
     const double second = std::floor(time.count());

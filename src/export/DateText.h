@@ -9,16 +9,16 @@
 
 namespace korvane {
 
-/// Writes points in time as internet date-times (RFC 3339) in UTC. Keeps the day it wrote last,
-/// for messages come by the day; one object serves one batch and one thread.
+/// Formats times as internet date-times (RFC 3339) in UTC. Caches the text of the last day, because
+/// successive messages often share it. Used for one batch, by one thread.
 class DateText {
 public:
-    /// "2023-12-31T23:00:00.500Z", rounded to the nearest millisecond. The view lives until the
-    /// next call. Years before 0 are written with a sign (ISO 8601), e.g. "-0001".
+    /// "2023-12-31T23:00:00.500Z", rounded to the nearest millisecond. The view is valid until the
+    /// next call. Years before 0 have a sign (ISO 8601), e.g. "-0001".
     std::string_view withMilliseconds(ReferenceTime time);
 
-    /// "2024-05-06T07:08:09Z". Nothing where the year does not have four digits (RFC 3339): files
-    /// can have any time of 64 bits.
+    /// "2024-05-06T07:08:09Z". Absent for years outside 0 to 9999, which RFC 3339 cannot express: a
+    /// file's modification time can be any 64-bit value.
     static std::optional<std::string> wholeSeconds(std::chrono::sys_seconds time);
 
 private:

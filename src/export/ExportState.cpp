@@ -49,7 +49,7 @@ ExportState stateFrom(const JsonReader::Value& root)
     using namespace JsonReader;
     ExportState state;
     for (const auto& chat : object(required(object(root), "chats")).GetObject())
-        state.chats.emplace(text(chat.name), chatFrom(object(chat.value))); // the first counts
+        state.chats.emplace(text(chat.name), chatFrom(object(chat.value))); // the first wins
     return state;
 }
 

@@ -8,35 +8,35 @@
 
 namespace korvane {
 
-/// The version of the record format that this program writes. A chat recorded with another one,
-/// or with none, is exported anew.
+/// The version of the record format that this program writes. A chat whose state has another
+/// version, or none, is exported from the beginning.
 inline constexpr std::int64_t currentFormatVersion = 4;
 
-/// What the exporter remembers of one chat.
+/// The export state of one chat.
 struct ChatState {
-    std::int64_t lastRowID = 0; ///< highest row id written to the file; 0 = nothing yet
-    std::string fileName; ///< inside the export folder; fixed once the file exists
-    std::optional<std::string> title; ///< under which the file's contents were written
-    std::optional<std::int64_t> messages; ///< records written since the epoch began
+    std::int64_t lastRowID = 0; ///< highest row id written to the file; 0 = none yet
+    std::string fileName; ///< inside the export folder; does not change once the file exists
+    std::optional<std::string> title; ///< the title written into the file's records
+    std::optional<std::int64_t> messages; ///< records written in this epoch
     std::optional<std::string> epoch; ///< a UUID, new each time the file is started from scratch
     std::optional<std::int64_t> formatVersion;
 
     bool operator==(const ChatState&) const = default;
 };
 
-/// What the exporter remembers between its runs: the file "state.json" in the support folder.
+/// The exporter's state between runs: the file "state.json" in the support folder.
 ///
 /// The file is one compact JSON object in UTF-8, without a line feed at its end:
 ///
 ///     {"chats":{"<chat guid>":{"lastRowID":…,"fileName":…,"title":…,"messages":…,"epoch":…,
 ///      "formatVersion":…},…}}
 ///
-/// A value that is absent is left out, never null. "/" in texts is written as "\/"; reading takes
-/// both. Reading takes the keys in any order, ignores those it does not know, whatever their
-/// values, and is all or nothing: a file in which any record is malformed counts as empty, for a
-/// half-read memory would pass for a whole one. Integers count in any form, as 100, 100.0 or 1e2.
+/// The writer omits absent values and writes "/" in strings as "\/". The reader accepts both "/"
+/// and "\/", keys in any order, null for an absent value, and integers written as 100, 100.0 or
+/// 1e2. It ignores unknown keys and their values. If any record is malformed, the whole file counts
+/// as empty: a partial state could not be told from a complete one.
 ///
-/// The file holds titles, numbers and addresses, so only its owner may read or write it (0600).
+/// The file contains titles, phone numbers and addresses, so its mode is 0600.
 struct ExportState {
     std::map<std::string, ChatState> chats; ///< by chat guid
 
@@ -44,17 +44,17 @@ struct ExportState {
 
     std::string toJson() const;
 
-    /// Nothing where `json` is not of the form above.
+    /// Absent if `json` does not have the form above.
     static std::optional<ExportState> fromJson(std::string_view json);
 
-    /// The state on disk; an empty one where the file is missing or unreadable.
+    /// The state on disk. Empty if the file is missing, unreadable or malformed.
     static ExportState load();
 };
 
 namespace Exporter {
 
-/// Replaces the state on disk in one step, by a file for its owner alone. A failure is not
-/// reported: the old state stays, and the next run starts from there.
+/// Atomically replaces the state on disk by a file with mode 0600. A failure is not reported: the
+/// old state stays, and the next run continues from it.
 void saveState(const ExportState& state);
 
 } // namespace Exporter

@@ -30,7 +30,7 @@ std::string withoutForbidden(std::string_view text)
     return clean;
 }
 
-/// Blanks of any script and tabs, but no line breaks.
+/// Removes leading and trailing Unicode space separators and tabs, but no line breaks.
 std::string_view withoutBlanks(std::string_view text)
 {
     const char* first = nullptr;
@@ -51,10 +51,10 @@ struct CloseText {
 void require(UErrorCode status)
 {
     if (U_FAILURE(status))
-        throw std::runtime_error(u_errorName(status)); // ICU's data is missing or broken
+        throw std::runtime_error(u_errorName(status)); // ICU's data files are missing or broken
 }
 
-/// A text as grapheme clusters (Unicode Standard Annex 29).
+/// Splits a text into grapheme clusters (Unicode Standard Annex 29). The text must outlive it.
 class Characters {
 public:
     explicit Characters(std::string_view text) : m_text(text)
@@ -68,6 +68,7 @@ public:
         require(status);
     }
 
+    /// The first `count` clusters; the whole text if it has fewer.
     std::string_view first(int count)
     {
         m_breaks->first();
@@ -75,7 +76,7 @@ public:
         return end == icu::BreakIterator::DONE ? m_text : upTo(end);
     }
 
-    /// As many of the first ones as take at most `size` bytes.
+    /// As many leading clusters as fit into `size` bytes.
     std::string_view fitting(std::size_t size)
     {
         int32_t end = m_breaks->first();

@@ -35,8 +35,8 @@ std::optional<ManifestItem> itemFor(
     };
 }
 
-/// The locale by whose order the user sorts, without charset and modifier: POSIX has the first of
-/// these variables decide that is not empty. ICU's default would follow LC_MESSAGES.
+/// The user's collation locale, without charset and modifier. As in POSIX, the first of these
+/// variables that is not empty decides. ICU's default locale would follow LC_MESSAGES instead.
 std::string collationLocale()
 {
     for (const char* variable : {"LC_ALL", "LC_COLLATE", "LANG"}) {
@@ -47,8 +47,8 @@ std::string collationLocale()
     return "C";
 }
 
-/// Compares as that locale does, without regard to case. The "C" locale sorts by character code,
-/// capitals first, so there the order common to all languages stands in.
+/// A case-insensitive collator for that locale. The "C" and "POSIX" locales sort by character code,
+/// capitals first, so ICU's root collation is used for them. Null if ICU cannot create a collator.
 std::unique_ptr<icu::Collator> titleCollator()
 {
     const std::string name = collationLocale();
@@ -65,7 +65,7 @@ std::unique_ptr<icu::Collator> titleCollator()
 std::string sortKey(const icu::Collator& collator, const std::string& title)
 {
     const auto text = icu::UnicodeString::fromUTF8(title);
-    std::string key(8 * title.size() + 64, '\0'); // enough for nearly every title
+    std::string key(8 * title.size() + 64, '\0'); // long enough for nearly every key
     const auto writeKey = [&] {
         return static_cast<std::size_t>(collator.getSortKey(
             text, reinterpret_cast<uint8_t*>(key.data()), static_cast<int32_t>(key.size())));

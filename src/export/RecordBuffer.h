@@ -6,14 +6,15 @@
 
 namespace korvane {
 
-/// The bytes of one batch of records, in blocks, so that a large batch grows without being copied.
-/// Used by one thread at a time.
+/// The bytes of one batch of records. They are kept in blocks of about 1 MiB, so a growing batch is
+/// not reallocated and copied as a whole. Used by one thread at a time.
 class RecordBuffer {
 public:
-    /// Where the next record is to be appended. Ask again for each record.
+    /// The block to append the next record to. Call it again for each record: it starts a new block
+    /// when the last one is full.
     std::string& block();
 
-    /// All bytes in order. The views live until the buffer is changed.
+    /// All bytes in order. The views are valid until the buffer changes.
     std::vector<std::string_view> pieces() const { return {m_blocks.begin(), m_blocks.end()}; }
 
 private:

@@ -13,7 +13,7 @@ namespace korvane {
 
 namespace {
 
-/// Appends pieces of JSON to a text.
+/// Appends JSON fragments to a string.
 class Pen {
 public:
     explicit Pen(std::string& out) : m_out(out) { }
@@ -30,11 +30,12 @@ public:
     }
     Pen& number(std::int64_t number)
     {
-        std::array<char, std::numeric_limits<std::int64_t>::digits10 + 2> digits; // and the sign
+        // digits10 is 18, but a number has up to 19 digits, and a sign.
+        std::array<char, std::numeric_limits<std::int64_t>::digits10 + 2> digits;
         const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
         return raw({digits.data(), static_cast<std::size_t>(end - digits.begin())});
     }
-    /// The rest of a record's identifier, and the quotation mark that closes it.
+    /// The value of an "id" whose opening quotation mark is already written, and the closing one.
     Pen& id(std::string_view prefix, std::int64_t rowID)
     {
         return raw(prefix).number(rowID).raw("\"");
@@ -45,7 +46,7 @@ private:
     std::string& m_out;
 };
 
-/// True where `text` is empty or nothing but white space and line breaks.
+/// True if `text` is empty or consists of white space and line breaks only.
 bool isBlank(std::string_view text)
 {
     for (const auto [character, bytes] : CodePoints(text)) {

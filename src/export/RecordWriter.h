@@ -11,35 +11,37 @@
 
 namespace korvane {
 
-/// Writes the messages of one chat as records, the format of an export file:
+/// Writes the messages of one chat as records in the format of an export file:
 ///
-/// One JSON object (RFC 8259) a line, in UTF-8, compact, the keys in the order of their character
-/// codes, "/" not escaped, each line ended by one line feed. The keys, of which those marked with
-/// ? are left out where the row has no value:
+/// Each line is one compact JSON object (RFC 8259) in UTF-8, followed by one line feed. The keys
+/// are ordered by character code; "/" is not escaped. Keys marked with ? are omitted if the row has
+/// no value:
 ///
-///     attachmentCount   1 where the message claims attachments, otherwise 0
-///     body              the text as it was read, "" without
+///     attachmentCount   1 if the message claims attachments, otherwise 0
+///     body              the text as read, "" if none
 ///     conversationID    the chat's guid
 ///     conversationName  the chat's title
 ///     date              UTC, "2023-12-31T23:00:00.500Z"
-///     id                "mac:" guid of the chat ":" row id of the message
+///     id                "mac:" + guid of the chat + ":" + row id of the message
 ///     isOutgoing        whether the user wrote it
-///     photoCount?       the images among its attachments
+///     photoCount?       the number of images among its attachments
 ///     reactionKind?     love, like, dislike, laugh, emphasize or question
-///     reactionTargetID? the id of the record that is reacted to
+///     reactionTargetID? the id of the record that the reaction refers to
 ///     recordKind?       message, reaction, reaction-removal or system
 ///     replyToID?        the id of the record that began the thread
-///     sender            "Me", a contact's name, or the bare handle
-///     senderID?         "messages:self" or "messages:handle:" and the handle
-///     textUnavailable   whether the text is empty but for white space
+///     sender            "Me", a contact's name, or the handle
+///     senderID?         "messages:self", or "messages:handle:" + the handle
+///     textUnavailable   whether the text is empty or only white space
 ///
-/// A reader finds a reaction's or reply's target by comparing ids as they stand. What is the same
-/// for the whole chat or for one sender is escaped once. Used by one thread at a time.
+/// A reader finds the target of a reaction or reply by comparing ids as strings. Text that is the
+/// same for the whole chat or for one sender is escaped once and then copied. Used by one thread at
+/// a time.
 class RecordWriter {
 public:
+    /// `names` must outlive this object.
     RecordWriter(const ChatInfo& chat, std::string_view title, const ContactNames& names);
 
-    /// Appends the record of `row`, with its line feed, to `out`.
+    /// Appends the record of `row`, including its line feed, to `out`.
     void append(const MessageRowView& row, std::string& out);
 
 private:
@@ -47,7 +49,7 @@ private:
         using is_transparent = void;
     };
 
-    /// `,"sender":…` and where there is one `,"senderID":…`, ready to be copied.
+    /// The escaped members `,"sender":…` and, if the row has a sender ID, `,"senderID":…`.
     const std::string& senderMembers(const MessageRowView& row);
     const std::string& knownHandle(std::string_view handle, std::string_view senderID);
 

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The records of one chat that are not in its file yet.
+/// The records of one chat that its file does not contain yet.
 struct Batch {
     RecordBuffer records;
     std::int64_t count = 0;
@@ -42,7 +42,7 @@ ChatState newRecord(const ChatInfo& chat, const std::string& title)
     };
 }
 
-/// A count from the state may be anything; a sum beyond 64 bits stays at the largest number.
+/// Saturating addition: a count read from the state file may be any 64-bit value.
 std::int64_t sum(std::int64_t recorded, std::int64_t added)
 {
     const std::int64_t room = std::numeric_limits<std::int64_t>::max() - added;
@@ -58,7 +58,7 @@ void restart(ChatState& record, const fs::path& file)
     record.epoch = newEpoch();
 }
 
-/// One run over the chats of one open database.
+/// One sync over the chats of one open database.
 class Run {
 public:
     Run(const std::string& database, const ContactNames& names, const fs::path& folder)
@@ -76,7 +76,7 @@ public:
         try {
             exportEach(chats, beforeChat);
         } catch (...) {
-            Exporter::saveState(m_state); // what was written must not be written again
+            Exporter::saveState(m_state); // or the next sync would append these messages again
             throw;
         }
         Exporter::saveState(m_state);
@@ -99,7 +99,7 @@ private:
         try {
             exportChat(chat, title);
         } catch (const std::overflow_error&) {
-            throw; // no failure of this chat alone: see referenceTime()
+            throw; // fails the whole run: see referenceTime()
         } catch (const std::system_error& error) {
             m_result.errors.push_back(title + ": " + error.code().message());
         } catch (const std::exception& error) {
@@ -132,7 +132,7 @@ private:
         return m_folder.native() + '/' + record.fileName;
     }
 
-    /// The record on which an earlier run left the chat; null where it has to begin anew.
+    /// The chat's record from an earlier run. Null if there is none in the current format version.
     const ChatState* knownRecord(const ChatInfo& chat) const
     {
         const auto known = m_state.chats.find(chat.guid);
@@ -147,7 +147,8 @@ private:
         return known ? *known : newRecord(chat, title);
     }
 
-    /// Where the file system refuses the file's name as too long, the file gets a shorter one.
+    /// Appends to the chat's file. If the file system rejects the name as too long, switches the
+    /// record to the shortened name.
     void append(ChatState& record, const ChatInfo& chat, const Batch& batch) const
     {
         try {
@@ -161,8 +162,9 @@ private:
         }
     }
 
-    /// A known record was restarted, for the longer name cannot exist: its file begins afresh, as
-    /// after any restart. A new one goes on behind what an earlier state left, as under any name.
+    /// A known record was restarted, because a file with the long name cannot exist. So delete an
+    /// old file with the short name, as restart() does. A new record, such as after the state was
+    /// lost, appends to an existing file, as it does under any name.
     void appendUnderShorterName(
         const ChatState& record, const ChatInfo& chat, const Batch& batch) const
     {
