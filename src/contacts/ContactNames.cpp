@@ -15,7 +15,7 @@ namespace korvane {
 
 namespace {
 
-/// Digits that tell one subscriber from another; a country code stands before them.
+/// Phone numbers are compared by their last ten digits, so that a country code makes no difference.
 constexpr std::size_t significantDigits = 10;
 
 std::string lowerCased(std::string_view text)
@@ -32,14 +32,14 @@ std::string lowerCased(std::string_view text)
 
 bool isNumeric(UChar32 character)
 {
-    if (character < 0x80) // negative if ill-formed
+    if (character < 0x80) // or negative: ill-formed UTF-8
         return character >= '0' && character <= '9';
     return u_getIntPropertyValue(character, UCHAR_NUMERIC_TYPE) != U_NT_NONE;
 }
 
 std::string lastDigits(std::string_view text)
 {
-    std::array<std::string_view, significantDigits> last; // a ring
+    std::array<std::string_view, significantDigits> last; // a ring buffer
     std::size_t count = 0;
     for (const auto [character, bytes] : CodePoints(text)) {
         if (isNumeric(character))
@@ -71,7 +71,8 @@ void enter(const Contact& contact, ContactNames& names)
         names.map[ContactNames::normalize(address)] = name;
 }
 
-/// Enters the contacts of a source until it ends or fails; returns how many there were.
+/// Enters the contacts of a source until it ends or fails. Returns the number of contacts visited,
+/// including those without a name.
 std::size_t enterAll(const ContactSource& source, ContactNames& names)
 {
     std::size_t count = 0;
@@ -81,7 +82,7 @@ std::size_t enterAll(const ContactSource& source, ContactNames& names)
             ++count;
         });
     } catch (const std::exception&) {
-        return count; // what was entered until then stays
+        return count; // keep what was entered so far
     }
     return count;
 }

@@ -13,41 +13,42 @@ namespace korvane {
 
 using ContactSources = std::vector<std::unique_ptr<ContactSource>>;
 
-/// The names that the user's contacts give to phone numbers and e-mail addresses. A plain value,
-/// built once by load() and not changed afterwards.
+/// Maps phone numbers and e-mail addresses to the names of the user's contacts. A plain value,
+/// built once by load() or loadChosen() and not changed afterwards.
 struct ContactNames {
-    /// From normalised handle to display name; empty where no contacts are to be had.
+    /// From normalised handle to display name. Empty if no contacts are available.
     std::unordered_map<std::string, std::string> map;
 
-    /// Reads all `sources`, in their order; a later contact takes a key over from an earlier one.
-    /// Never throws: a source that fails half-way counts as far as it came. Blocks while it
-    /// reads, so it is called off the main thread.
+    /// Reads all `sources` in order. A later contact replaces an earlier one with the same key.
+    /// Does not throw when a source fails: the contacts read until then are kept. Blocks while it
+    /// reads, so the window calls it on a worker thread.
     static ContactNames load(const ContactSources& sources);
 
-    /// The same for the places where this system keeps contacts.
+    /// The same with platformContactSources().
     static ContactNames load();
 
-    /// Reads one source that the user named. Nothing where it has not a single contact: its path is
-    /// wrong then, or closed to this user, and no chat must lose its name for that.
+    /// Reads one source that the user named. Absent if it yields no contact at all: then its path
+    /// is probably wrong or unreadable, and an export without names would rename every chat.
     static std::optional<ContactNames> loadChosen(const ContactSource& source);
 
-    /// The name for `handle`, or the handle itself.
+    /// The name for `handle`, or the handle itself if there is none.
     std::string name(std::string_view handle) const;
 
-    /// The name for `handle`, or nothing. The pointer lives as long as the map.
+    /// The name for `handle`, or null. The pointer is valid as long as the map is unchanged.
     const std::string* find(std::string_view handle) const;
 
-    /// The key of a handle: an e-mail address (whatever holds an "@") in lower case; otherwise
-    /// its last ten numeric characters of any script, so that +1 (555) 123-4567 and 555-123-4567
-    /// meet.
+    /// The key of a handle. A handle with an "@" counts as an e-mail address and is converted to
+    /// lower case. Any other is reduced to its last ten numeric characters, of any script, so that
+    /// +1 (555) 123-4567 and 555-123-4567 have the same key.
     static std::string normalize(std::string_view handle);
 
     bool operator==(const ContactNames&) const = default;
 };
 
-/// Where this system keeps contacts, in the order in which they are read: the user's own store,
-/// then folders of card files. The store is given up where it does not answer, in less than three
-/// seconds from the beginning of the reading; files are read for as long as that takes.
+/// The places where this system keeps contacts, in reading order: the user's own store, then, on
+/// Linux, folders of card files. A store that does not answer times out, see
+/// EvolutionSource::patience (for the whole store) and ContactsFrameworkSource (for each silence).
+/// Reading files has no timeout.
 ContactSources platformContactSources();
 
 } // namespace korvane

@@ -6,8 +6,8 @@
 
 namespace korvane {
 
-/// What an address book knows of one person or organisation, as far as naming a chat needs it.
-/// All texts are UTF-8, numbers and addresses as the user typed them, in the book's own order.
+/// One person or organisation from an address book, reduced to what naming a chat needs. All texts
+/// are UTF-8. Phone numbers and e-mail addresses are not normalised and keep the book's order.
 struct Contact {
     std::string givenName;
     std::string familyName;
@@ -18,16 +18,16 @@ struct Contact {
     bool operator==(const Contact&) const = default;
 };
 
-/// One place where contacts are kept: a folder of card files, a desktop's store.
-/// Used by one thread at a time.
+/// One place where contacts are kept, such as a folder of card files or the desktop's store. Used
+/// by one thread at a time.
 class ContactSource {
 public:
     using Visitor = std::function<void(const Contact&)>;
 
     virtual ~ContactSource() = default;
 
-    /// Hands every contact to `visit`, in the store's order. May throw half-way: what was
-    /// visited until then counts, the rest is lost.
+    /// Passes every contact to `visit`, in the store's order. May throw after some contacts were
+    /// visited; those remain valid.
     virtual void forEachContact(const Visitor& visit) const = 0;
 };
 

@@ -16,8 +16,8 @@ std::unique_ptr<ContactSource> folder(const QString& path)
 
 } // namespace
 
-/// The desktop's store, then the folders in which address-book tools keep one card file per
-/// contact or book.
+/// The desktop's store, then the folders in which address-book tools keep one card file for each
+/// contact or address book.
 ContactSources platformContactSources()
 {
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);

@@ -3,7 +3,7 @@
 
 namespace korvane {
 
-/// The user's own contacts, in the store of the system.
+/// The user's contacts in the system's own store.
 ContactSources platformContactSources()
 {
     ContactSources sources;

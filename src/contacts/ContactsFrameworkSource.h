@@ -6,21 +6,22 @@
 
 namespace korvane {
 
-/// The contacts of a Mac's user, as the Contacts framework hands them out. Used by one thread at a
-/// time. The framework is asked on another thread, so that a store which does not answer holds up
-/// nobody.
+/// The user's contacts on a Mac, read through the Contacts framework. Used by one thread at a time.
+/// Queries the framework on a detached thread, so a store that never answers cannot block the
+/// caller beyond the timeout.
 ///
-/// Each call asks once for access. The first time on a Mac the system then asks the user, who may
-/// take longer to answer than the chats should wait for their names: that call gives nothing, the
-/// late answer is passed over, and the next call finds access given.
+/// Each call requests access once. On the first request the system asks the user, who may take
+/// longer to answer than the timeout. Then that call visits no contact and ignores the late answer;
+/// the next call finds the access granted.
 class ContactsFrameworkSource : public ContactSource {
 public:
-    /// A store that has been silent for `patience` is given up: from the call to the first contact,
-    /// and from one contact to the next.
+    /// `patience` is the timeout between the call and the first contact, and between one contact
+    /// and the next. It does not limit the total time.
     explicit ContactsFrameworkSource(std::chrono::milliseconds patience = std::chrono::seconds(3));
 
-    /// Visits nothing where access is denied or cannot be asked for. Where the store fails, throws
-    /// or falls silent half-way, what came until then is visited. Visits on the calling thread.
+    /// Visits no contact if access is denied or cannot be requested. If the store fails, throws or
+    /// times out half-way, visits the contacts received until then. Calls `visit` on the calling
+    /// thread.
     void forEachContact(const Visitor& visit) const override;
 
 private:

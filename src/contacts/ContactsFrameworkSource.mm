@@ -15,24 +15,25 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// What the store has said so far. Shared by the thread that waits for it and by whatever the
-/// framework calls back on, for either may outlive the other.
+/// The contacts received so far. Shared by the waiting thread and the thread on which the framework
+/// calls back, either of which may outlive the other. All members are guarded by `m_mutex`.
 class Answer {
 public:
-    /// True as long as somebody waits for more.
+    /// True while the caller of await() still waits for contacts.
     bool isAwaited();
 
-    /// Takes one contact; false where nobody waits any longer, so that there need not be more.
+    /// Adds one contact. False if nobody waits any longer, so the enumeration can stop.
     bool add(Contact contact);
 
-    /// No more is to come.
+    /// Marks the end of the contacts and wakes await().
     void complete();
 
-    /// All contacts, or those that came until the store was silent for so long.
+    /// Waits for complete(), or until no contact has arrived for `patience`. Returns the contacts
+    /// received until then. Call it once.
     std::vector<Contact> await(std::chrono::milliseconds patience);
 
 private:
-    std::mutex m_mutex; // protects all below
+    std::mutex m_mutex;
     std::condition_variable m_completed;
     std::vector<Contact> m_contacts;
     Clock::time_point m_lastWord = Clock::now();
@@ -67,14 +68,15 @@ std::vector<Contact> Answer::await(std::chrono::milliseconds patience)
 {
     std::unique_lock lock(m_mutex);
     while (!m_isComplete && Clock::now() < m_lastWord + patience) {
-        const auto until = m_lastWord + patience; // a copy: it changes during the wait
+        const auto until = m_lastWord + patience; // a copy: add() changes m_lastWord
         m_completed.wait_until(lock, until);
     }
     m_isAwaited = false;
     return std::move(m_contacts);
 }
 
-/// Leaves a new object to the pool that is open. Automatic reference counting needs no telling.
+/// Leaves a new object to the current autorelease pool. Under automatic reference counting (ARC)
+/// the compiler releases it.
 template <typename Object>
 Object* pooled(Object* object)
 {
@@ -85,7 +87,7 @@ Object* pooled(Object* object)
 #endif
 }
 
-/// The text as UTF-8, whatever is in it: a half of a character becomes a mark of replacement.
+/// The text as valid UTF-8. The conversion is lossy: it replaces an unpaired surrogate.
 std::string utf8(NSString* text)
 {
     NSData* bytes = [text dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
@@ -107,7 +109,7 @@ Contact contactOf(CNContact* person)
     return contact;
 }
 
-/// Everything that naming a chat needs, in the store's own order.
+/// A request for all contacts, in the store's order, with the properties that naming a chat needs.
 CNContactFetchRequest* everyContact()
 {
     NSArray* keys = @[
@@ -117,7 +119,7 @@ CNContactFetchRequest* everyContact()
     return pooled([[CNContactFetchRequest alloc] initWithKeysToFetch:keys]);
 }
 
-/// Hands over one contact after the other; what comes before an error or an exception counts.
+/// Adds all contacts to `answer`. On an error or exception, the contacts added until then remain.
 void enumerate(CNContactStore* store, std::shared_ptr<Answer> answer)
 {
     @try {
@@ -132,7 +134,7 @@ void enumerate(CNContactStore* store, std::shared_ptr<Answer> answer)
     }
 }
 
-/// Asks the store for access and, if it is given while somebody waits for it, for the contacts.
+/// Requests access to the store. If it is granted while the caller still waits, adds the contacts.
 void ask(std::shared_ptr<Answer> answer)
 {
     @try {
@@ -157,7 +159,7 @@ ContactsFrameworkSource::ContactsFrameworkSource(std::chrono::milliseconds patie
 {
 }
 
-/// The thread is let go: a call that never comes back holds up nothing else.
+/// The thread is detached, not joined: a framework call that never returns blocks nothing else.
 void ContactsFrameworkSource::forEachContact(const Visitor& visit) const
 {
     const auto answer = std::make_shared<Answer>();

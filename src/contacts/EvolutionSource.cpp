@@ -11,7 +11,8 @@ namespace {
 
 using Cards = std::future<QStringList>;
 
-/// Starts to fetch the cards of all books.
+/// Starts fetching the cards of all books, each on a thread of its own. `store` must outlive the
+/// result.
 std::vector<Cards> fetchBooks(const EvolutionStore& store)
 {
     std::vector<Cards> books;
@@ -22,7 +23,7 @@ std::vector<Cards> fetchBooks(const EvolutionStore& store)
     return books;
 }
 
-/// Waits for the cards of a book; none where it cannot be read.
+/// Waits for the cards of a book. Empty if the book cannot be read.
 QStringList cardsOf(Cards& book)
 {
     try {

@@ -6,19 +6,19 @@
 
 namespace korvane {
 
-/// The contacts of the desktop's own store, Evolution Data Server: those that GNOME's and other
-/// programs show, from all address books that are switched on there. Distribution lists are left
-/// out.
+/// The contacts of the desktop's own store, Evolution Data Server, which GNOME's and other programs
+/// use. Reads all enabled address books and skips distribution lists.
 ///
-/// Blocks the calling thread, which needs no event loop, for at most `patience` and the time to
-/// read what came until then. All books are asked at once: one that is slow, as those of a server
-/// far away can be, costs the others nothing, and one that fails is passed over.
+/// Blocks the calling thread, which needs no event loop, for at most `patience` plus the time to
+/// parse the cards received. Queries all books in parallel, so a slow one, such as a book on a
+/// remote server, does not delay the others. Skips a book that fails.
 class EvolutionSource : public ContactSource {
 public:
-    /// How long a store may take to answer, with something left of three seconds for the rest.
+    /// The deadline for all calls to the store together. Leaves half a second of three seconds for
+    /// the rest of the work.
     static constexpr std::chrono::milliseconds patience{2500};
 
-    /// Throws SessionBusError where there is no store, or none that answers.
+    /// Throws SessionBusError if there is no store or it does not answer.
     void forEachContact(const Visitor& visit) const override;
 };
 

@@ -11,20 +11,20 @@ namespace korvane {
 
 namespace {
 
-/// From object to interface to property, as GetManagedObjects answers.
+/// The reply of GetManagedObjects: object path to interface name to properties.
 using ManagedObjects = QMap<QDBusObjectPath, QMap<QString, QVariantMap>>;
 
-/// The query that all kinds of books understand; not all do so for a shorter one.
+/// A query for all contacts. Some address-book backends reject shorter forms of it.
 constexpr char everyContact[] = "(contains \"x-evolution-any-field\" \"\")";
 
-/// A data source as far as it counts here.
+/// The settings of a data source that matter here.
 struct DataSource {
     bool isBook = false;
     bool isEnabled = true;
     QString parent;
 };
 
-using DataSources = QMap<QString, DataSource>; // by identifier
+using DataSources = QMap<QString, DataSource>; // by UID
 
 QString qualified(const QString& name)
 {
@@ -36,7 +36,7 @@ QStringList namesOn(const SessionBus& bus, const QString& list)
     return bus.call(SessionBus::method(list), QStringLiteral("as")).constFirst().toStringList();
 }
 
-/// The one among `names` that is `prefix` and the highest number; empty without any.
+/// The name that consists of `prefix` and the highest number. Empty if there is none.
 QString highestNumbered(const QStringList& names, const QString& prefix)
 {
     std::pair<int, QString> highest;
@@ -49,7 +49,7 @@ QString highestNumbered(const QStringList& names, const QString& prefix)
     return highest.second;
 }
 
-/// Reads a key file: groups in brackets, under them lines of key and value.
+/// Parses a key file: `[group]` lines, each followed by `key=value` lines.
 DataSource parsedSource(const QString& keyFile)
 {
     DataSource source;
@@ -77,7 +77,8 @@ DataSources dataSources(const QVariant& objects)
     return sources;
 }
 
-/// A source is off where the account that it belongs to is off. Parents in a circle end somewhere.
+/// Whether a source and all its parents, such as its account, are enabled. The depth limit ends the
+/// loop if the parents form a cycle.
 bool isSwitchedOn(const DataSources& sources, QString identifier)
 {
     constexpr int deepest = 16;

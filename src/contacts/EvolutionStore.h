@@ -7,24 +7,25 @@
 
 namespace korvane {
 
-/// Evolution Data Server, as it shows itself on the session bus: a service that knows the user's
-/// data sources, and one that opens the address books among them. Its methods throw
-/// SessionBusError; `cards` may be used by several threads.
+/// A client of Evolution Data Server on the session bus. One service lists the user's data sources,
+/// another opens the address books among them. All methods throw SessionBusError. `cards` may be
+/// called by several threads at once.
 ///
-/// The names of both services end in a number that rises with their interfaces, as in
-/// "org.gnome.evolution.dataserver.Sources5". The highest that is running or can be started counts.
+/// The names of both services end in the version of their interface, as in
+/// "org.gnome.evolution.dataserver.Sources5". This class uses the highest version that is running
+/// or can be activated.
 class EvolutionStore {
 public:
-    /// Finds the services. `bus` must outlive this object.
+    /// Looks up the two services. `bus` must outlive this object.
     explicit EvolutionStore(const SessionBus& bus);
 
-    /// The identifiers of the address books that are switched on, in an order that stays.
+    /// The UIDs of the enabled address books, in ascending order.
     QStringList books() const;
 
-    /// The cards of one book, each a text of its own; distribution lists are among them.
+    /// The cards of one book as vCard texts, including distribution lists.
     ///
-    /// A book is not closed: the store drops what a connection has opened when the connection
-    /// goes, and `Close` waits for others who use the book.
+    /// Does not close the book: the store closes a connection's books when the connection ends, and
+    /// `Close` would wait for other users of the book.
     QStringList cards(const QString& book) const;
 
 private:

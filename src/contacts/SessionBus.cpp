@@ -7,7 +7,8 @@ namespace korvane {
 
 namespace {
 
-/// Where the bus listens, by the rules of D-Bus; without the one that would start a bus.
+/// The address of the session bus: $DBUS_SESSION_BUS_ADDRESS, otherwise $XDG_RUNTIME_DIR/bus. Omits
+/// autolaunch, D-Bus's last fallback, because that would start a bus.
 QString busAddress()
 {
     const QString standard
@@ -19,8 +20,8 @@ QString busAddress()
 
 } // namespace
 
-/// As to a bus, Qt would connect with a greeting of its own, for whose answer it waits 25 seconds
-/// and then ends the process. So this connects as to a peer, and greets the bus itself.
+/// Connects as to a peer and calls Hello itself. QDBusConnection::connectToBus() would call Hello
+/// with a timeout of 25 seconds and then end the process.
 SessionBus::SessionBus(QDeadlineTimer deadline)
     : m_deadline(deadline)
     , m_connection(QDBusConnection::connectToPeer(busAddress(), QUuid::createUuid().toString()))

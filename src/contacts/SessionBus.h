@@ -9,13 +9,13 @@
 
 namespace korvane {
 
-/// No bus, no such service, or no answer in time.
+/// A failed D-Bus call: no bus, no such service, an error or unexpected reply, or a timeout.
 class SessionBusError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A method of an object that a program offers on the bus.
+/// The full address of a D-Bus method.
 struct SessionBusMethod {
     QString service;
     QString path;
@@ -23,12 +23,12 @@ struct SessionBusMethod {
     QString name;
 };
 
-/// A connection of its own to the message bus of the user's session, closed with this object, on
-/// which everything must be over by a deadline. It needs no event loop and starts no bus; services
-/// are started by the bus where they are not running. `call` may be used by several threads.
+/// A private connection to the user's session bus. RAII: the destructor closes it. All calls on it
+/// share one deadline. It needs no event loop and starts no bus, but the bus starts a service that
+/// is not running. `call` may be used by several threads at once.
 class SessionBus {
 public:
-    /// Throws SessionBusError where there is no bus, or one that does not answer.
+    /// Throws SessionBusError if there is no bus or it does not answer before the deadline.
     explicit SessionBus(QDeadlineTimer deadline);
     ~SessionBus();
     SessionBus(const SessionBus&) = delete;
@@ -37,8 +37,9 @@ public:
     /// A method of the bus itself.
     static SessionBusMethod method(const QString& name);
 
-    /// What the method answers. Throws SessionBusError for an error, an answer that does not begin
-    /// with the D-Bus types `signature`, and when the deadline has passed.
+    /// Calls the method, blocks until the reply and returns its arguments. Throws SessionBusError
+    /// on an error, when the deadline passes, or if the reply's D-Bus signature does not start with
+    /// `signature`.
     QVariantList call(const SessionBusMethod& method, const QString& signature,
         const QVariantList& arguments = {}) const;
 

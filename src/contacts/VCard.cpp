@@ -10,7 +10,7 @@ namespace korvane {
 
 namespace {
 
-/// Lengthens a value that goes on in the lines after it.
+/// Extends a quoted-printable value by the lines that follow its soft line breaks.
 void joinSoftBreaks(VCardLines& lines, VCardProperty& property)
 {
     if (!endsInSoftBreak(property.value) || !encodingOf(property).quotedPrintable)
@@ -23,7 +23,7 @@ bool isCard(const VCardProperty& beginOrEnd)
     return equalIgnoringCase(withoutBlanks(beginOrEnd.value), "VCARD");
 }
 
-/// Gathers properties into cards, and visits the contact of each card that ends.
+/// Collects properties into cards and visits the contact of each finished card.
 class CardGatherer {
 public:
     explicit CardGatherer(const ContactSource::Visitor& visit) : m_visit(visit)
@@ -43,7 +43,7 @@ private:
 
     const ContactSource::Visitor& m_visit;
     std::vector<VCardProperty> m_card;
-    std::size_t m_depth = 0; ///< 1 inside a card, more inside the cards of agents.
+    std::size_t m_depth = 0; ///< 0 outside cards, 1 inside a card, more inside nested AGENT cards
     bool m_agentFollows = false;
 };
 
@@ -55,8 +55,7 @@ void CardGatherer::finishCard()
     m_depth = 0;
 }
 
-/// A card that begins inside another one, and is not its agent, shows that the other's end is
-/// missing.
+/// A BEGIN inside a card, unless it follows an AGENT, means that the card's END is missing.
 void CardGatherer::begin()
 {
     if (!m_agentFollows)
@@ -72,7 +71,7 @@ void CardGatherer::end()
         finishCard();
 }
 
-/// An agent's card begins on the same line or on the next one.
+/// The card of an AGENT begins on the same line or on the next one.
 void CardGatherer::awaitAgent(std::string_view value)
 {
     m_agentFollows = value.empty();

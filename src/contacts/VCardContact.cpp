@@ -37,7 +37,7 @@ void addUnlessEmpty(std::vector<std::string>& texts, std::string text)
         texts.push_back(std::move(text));
 }
 
-/// Collects what the properties of one card say.
+/// Builds a contact from the properties of one card.
 class ContactBuilder {
 public:
     explicit ContactBuilder(VCardVersion version) : m_version(version) { }
@@ -51,7 +51,7 @@ private:
     VCardVersion m_version;
     Contact m_contact;
     std::string m_formattedName;
-    bool m_hasName = false; ///< an N, though it may be empty
+    bool m_hasName = false; ///< the card has an N, possibly empty
 };
 
 void ContactBuilder::takeName(std::string_view value)
@@ -94,7 +94,7 @@ void ContactBuilder::add(const VCardProperty& property)
 Contact ContactBuilder::finished()
 {
     const bool unnamed = m_contact.familyName.empty() && m_contact.givenName.empty();
-    // An empty N beside an organisation is how address books write the card of a company.
+    // Address books write the card of a company with an ORG and an empty N.
     const bool company = m_contact.organizationName == m_formattedName
         || (m_hasName && !m_contact.organizationName.empty());
     if (unnamed && !company)

@@ -8,8 +8,8 @@
 
 namespace korvane {
 
-/// The contact that the properties of one card describe, by the rules of `readVCards`; absent
-/// when the card is a distribution list or names nothing at all.
+/// The contact that the properties of one card describe, by the rules of `readVCards`. Absent if
+/// the card is a distribution list or none of the properties read has a value.
 std::optional<Contact> contactOf(const std::vector<VCardProperty>& card);
 
 } // namespace korvane

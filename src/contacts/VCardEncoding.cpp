@@ -12,7 +12,8 @@ namespace korvane {
 
 namespace {
 
-/// ICU counts in 32 bits, and a unit of UTF-16 may take three bytes of UTF-8.
+/// The number of input bytes that are converted; the rest is cut off. ICU uses 32-bit lengths, and
+/// one UTF-16 code unit can take three bytes of UTF-8.
 constexpr std::size_t longestConversion = std::size_t(512) << 20;
 
 /// The value of a hexadecimal digit, negative for any other character.
@@ -28,14 +29,15 @@ std::string converted(std::string_view bytes, const char* charset)
 {
     const auto size = static_cast<std::int32_t>(std::min(bytes.size(), longestConversion));
     icu::UnicodeString text(bytes.data(), size, charset);
-    // What ICU puts for a broken single byte in some charsets.
+    // In some charsets ICU replaces an invalid byte by U+001A (SUB).
     text.findAndReplace(icu::UnicodeString(u'\x1A'), icu::UnicodeString(u'\uFFFD'));
     std::string result;
     text.toUTF8String(result);
     return result;
 }
 
-/// Asks ICU's own table, so that no name in a file makes it look for converters on disk.
+/// Looks the name up in ICU's alias table. Opening a converter instead would make ICU search the
+/// disk for an unknown name.
 bool isKnown(const std::string& charset)
 {
     UErrorCode status = U_ZERO_ERROR;

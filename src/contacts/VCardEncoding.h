@@ -5,17 +5,17 @@
 
 namespace korvane {
 
-/// Replaces every `marker` and two hexadecimal digits by the byte they name: `=` in
-/// quoted-printable, `%` in a URI. A marker without such digits stays.
+/// Replaces each `marker` followed by two hexadecimal digits by the byte that they encode. The
+/// marker is `=` in quoted-printable and `%` in a URI. A marker without two digits is kept.
 std::string hexDecoded(std::string_view text, char marker);
 
-/// Turns bytes of `charset` into UTF-8. Where no charset is named, or one that is not known, bytes
-/// that are UTF-8 stay as they are and others are taken as `otherwise`. The result is always
-/// valid, each maximal ill-formed part being one U+FFFD, and without NULs.
+/// Converts bytes in `charset` to UTF-8. If `charset` is empty or unknown, bytes that are valid
+/// UTF-8 are kept, and others are converted from the charset `otherwise`. The result is always
+/// valid UTF-8: each maximal ill-formed subsequence becomes one U+FFFD, and NULs are removed.
 std::string toUtf8(std::string_view bytes, const std::string& charset, const char* otherwise);
 
-/// The text of a whole file: `file` itself, or made UTF-8 in `buffer` where a byte-order mark says
-/// that it is UTF-16.
+/// The text of a whole file. If it starts with a UTF-16 byte-order mark, the text is converted to
+/// UTF-8 in `buffer`; otherwise it is `file` itself.
 std::string_view fileText(std::string_view file, std::string& buffer);
 
 } // namespace korvane

@@ -16,7 +16,7 @@ bool isFoldMark(char character)
     return character == ' ' || character == '\t';
 }
 
-/// Cuts the first line off `rest`, break included.
+/// Removes the first line and its line break from `rest`. Returns the line without the break.
 std::string_view takeLine(std::string_view& rest)
 {
     const auto end = std::find_if(rest.begin(), rest.end(), isLineBreak);

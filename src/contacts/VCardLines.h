@@ -6,25 +6,25 @@
 
 namespace korvane {
 
-/// Cuts the text of a card file into lines without copying it: every line is a view of the text,
-/// its folds still inside.
+/// Splits the text of a card file into lines without copying it. Each line is a view into the text
+/// and still contains its folds. The text must outlive this object and the lines.
 ///
-/// A line that holds nothing but BEGIN:VCARD or END:VCARD is never joined to the one before, so
-/// that one bad line cannot swallow the next card.
+/// A line that consists of BEGIN:VCARD or END:VCARD is never joined to the previous one, so one
+/// malformed line cannot swallow the next card.
 class VCardLines {
 public:
     explicit VCardLines(std::string_view text);
 
-    /// The next line with its folds; absent at the end of the text.
+    /// The next line, including its folds. Absent at the end of the text.
     std::optional<std::string_view> next();
 
-    /// Lengthens `tail`, which must end the line last read, by the line after it, as a soft line
-    /// break asks for. False, with nothing changed, where no line can be joined.
+    /// Extends `tail` by the next line, as a soft line break requires. `tail` must be a suffix of
+    /// the line last read. Returns false and changes nothing if there is no line to join.
     bool join(std::string_view& tail);
 
 private:
-    /// Where a byte is found next. Remembers the answer, so that a file without that byte is
-    /// searched once and not once a line.
+    /// Finds the next occurrence of one byte. Caches the result, so a file without that byte is
+    /// searched once, not once per line. Positions must not decrease.
     class ByteFinder {
     public:
         ByteFinder(std::string_view text, char byte);

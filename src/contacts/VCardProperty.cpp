@@ -33,7 +33,7 @@ VCardField fieldNamed(std::string_view name)
     return VCardField::Other;
 }
 
-/// Finds `sought` outside of double quotes.
+/// The position of the first `sought` outside double quotes, or npos.
 std::size_t findUnquoted(std::string_view text, char sought)
 {
     bool quoted = false;
@@ -46,8 +46,8 @@ std::size_t findUnquoted(std::string_view text, char sought)
     return std::string_view::npos;
 }
 
-/// The colon between parameters and value: the first one outside of quotes or, where a quote is
-/// never closed, the first one.
+/// The colon between parameters and value: the first one outside double quotes. If there is none,
+/// as when a quote is never closed, the first one of all.
 std::size_t findColon(std::string_view line)
 {
     const std::size_t first = line.find(':');
@@ -69,8 +69,8 @@ struct Parameter {
     std::string_view value;
 };
 
-/// Cuts the first parameter off `rest`, which is left empty after the last. One that is nothing
-/// but a value is an encoding or, of no interest here, a type.
+/// Removes the first parameter from `rest`, which is empty after the last one. A parameter without
+/// a name is returned as an ENCODING. It may also be a TYPE, which is not needed here.
 Parameter takeParameter(std::string_view& rest)
 {
     const std::size_t end = findUnquoted(rest, ';');
@@ -83,7 +83,8 @@ Parameter takeParameter(std::string_view& rest)
         withoutBlanks(text.substr(0, equals)), unquoted(withoutBlanks(text.substr(equals + 1)))};
 }
 
-/// Where a name ends that has neither folds nor quotes, as nearly all have none.
+/// The end of a property name without folds and quotes, as nearly all are: the position of the
+/// first colon, semicolon, quote or line break.
 std::size_t plainNameEnd(std::string_view line)
 {
     const auto end = std::find_if(line.begin(), line.end(), [](char each) {
@@ -107,7 +108,7 @@ std::string_view withoutGroup(std::string_view name)
 
 std::optional<VCardProperty> parseVCardProperty(std::string_view line)
 {
-    // Files put one behind the other leave byte-order marks in the middle.
+    // Concatenated files have byte-order marks in the middle.
     line = withoutByteOrderMark(line);
     const std::size_t plainEnd = plainNameEnd(line);
     if (plainEnd < line.size() && line[plainEnd] == ':') {

@@ -6,7 +6,7 @@
 
 namespace korvane {
 
-/// The properties of a card that count here; every other one is Other.
+/// The properties of a card that are used here. Any other property is Other.
 enum class VCardField {
     Other,
     Begin,
@@ -22,25 +22,26 @@ enum class VCardField {
     Email,
 };
 
-/// One property of a card, `[group.]name[;parameter…]:value`. Its views are of the line as it is
-/// written, folds included.
+/// One property of a card: `[group.]name[;parameter…]:value`. The views point into the line as
+/// written and include its folds.
 struct VCardProperty {
     VCardField field = VCardField::Other;
     std::string_view parameters;
     std::string_view value;
 };
 
-/// Reads a line as VCardLines gives it; absent when it has no colon, as lines of base64 have none.
-/// Names count in any case and group.
+/// Parses a line as returned by VCardLines. Absent if it has no colon, like a line of base64. Names
+/// are matched in any case and group.
 std::optional<VCardProperty> parseVCardProperty(std::string_view line);
 
-/// How the bytes of a value are to be read.
+/// The encoding of a property's value.
 struct VCardEncoding {
     bool quotedPrintable = false;
-    std::string charset; ///< Empty where none is named.
+    std::string charset; ///< empty if none is named
 };
 
-/// What the parameters ENCODING and CHARSET say. Version 2.1 may leave out the name of ENCODING.
+/// Reads the parameters ENCODING and CHARSET. Version 2.1 allows an encoding without the name
+/// ENCODING.
 VCardEncoding encodingOf(const VCardProperty& property);
 
 } // namespace korvane

@@ -35,7 +35,7 @@ bool isCardFile(const fs::path& path)
     return equalIgnoringCase(extension, ".vcf") || equalIgnoringCase(extension, ".vcard");
 }
 
-/// The entries of a folder in the order of their names; as many as can be read.
+/// The entries of a folder, sorted by name. On an error, those that were read until then.
 std::vector<fs::directory_entry> entriesOf(const fs::path& folder)
 {
     std::vector<fs::directory_entry> entries;
@@ -45,7 +45,8 @@ std::vector<fs::directory_entry> entriesOf(const fs::path& folder)
         entries.push_back(*next);
         next.increment(error);
     }
-    // Paths in one folder differ in their names alone; comparing them part by part is slow.
+    // Paths in one folder differ only in their names. Compare them as strings: operator< of paths
+    // compares component by component, which is slow.
     std::sort(entries.begin(), entries.end(), [](const auto& one, const auto& other) {
         return one.path().native() < other.path().native();
     });
@@ -57,7 +58,7 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-/// Reads files one after the other into the same memory.
+/// Reads card files. Reuses one buffer for all of them.
 class Reader {
 public:
     explicit Reader(const ContactSource::Visitor& visit) : m_visit(visit) { }
@@ -73,7 +74,7 @@ private:
     std::string m_bytes;
 };
 
-/// Opens nothing but regular files. Others have no size: to ask for that is an error.
+/// Opens regular files only: file_size() fails for any other kind.
 void Reader::readFile(const fs::path& path)
 {
     std::error_code error;
@@ -101,15 +102,15 @@ void Reader::readFolder(const fs::path& folder)
     }
 }
 
-/// Waits until a pipe has bytes or has lost its last writer; false where a signal came first.
+/// Waits until a pipe has bytes or its last writer has closed it. False if a signal interrupts.
 bool waitForBytes(int pipe)
 {
     pollfd readable{pipe, POLLIN, 0};
     return ::poll(&readable, 1, -1) > 0;
 }
 
-/// Reads until the last writer has closed the pipe; false where there is more than an address book
-/// can have, or reading fails.
+/// Reads until the last writer has closed the pipe. False if there are more than `largestFile`
+/// bytes, reading fails or a signal interrupts.
 bool Reader::readToEnd(int pipe)
 {
     constexpr std::size_t pieceSize = 65536;
@@ -127,7 +128,7 @@ bool Reader::readToEnd(int pipe)
     return false;
 }
 
-/// Without O_NONBLOCK, open() waits for a writer, and there may never be one.
+/// Uses O_NONBLOCK because open() would otherwise block until a writer opens the pipe.
 void Reader::readPipe(const fs::path& path)
 {
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);

@@ -7,16 +7,16 @@
 
 namespace korvane {
 
-/// The contacts of card files: of one file or pipe, whatever it is called, or of a folder and the
-/// folders in it, as tools keep an address book that write a file per contact.
+/// The contacts of card files: of one file or named pipe with any name, or of a folder and its
+/// subfolders, in which some tools keep one file per contact.
 ///
-/// In a folder, files named *.vcf or *.vcard count, in any case and in the order of their paths.
-/// Hidden ones and those of unfinished writes (`.…`, `~…`) do not, and links to folders are not
-/// followed. What is missing, unreadable, no regular file or larger than an address book can be is
-/// passed over in silence.
+/// In a folder, reads the files named *.vcf or *.vcard, in any case, sorted by name. Skips files
+/// and folders that are hidden or belong to unfinished writes (`.…`, `~…`), and does not follow
+/// links to folders. Silently skips files that are missing, unreadable, not regular or larger than
+/// 256 MiB.
 ///
-/// A pipe counts only where it is named itself. It is read until its last writer closes it, so it
-/// gives its contacts once; one that nobody has open for writing is empty.
+/// A pipe is read only if it is named itself, not inside a folder. It is read until its last writer
+/// closes it, so it yields its contacts once. A pipe without a writer yields none.
 class VCardSource : public ContactSource {
 public:
     explicit VCardSource(std::filesystem::path fileOrFolder);

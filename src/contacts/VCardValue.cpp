@@ -10,7 +10,7 @@ namespace korvane {
 
 namespace {
 
-/// Where the component ends that starts `value`: at a semicolon that no backslash protects.
+/// The end of the first component of `value`: the first semicolon not escaped by a backslash.
 std::size_t componentEnd(std::string_view value)
 {
     std::size_t i = 0;
@@ -19,7 +19,7 @@ std::size_t componentEnd(std::string_view value)
     return std::min(i, value.size());
 }
 
-/// What a backslash and `character` stand for together; NUL when for nothing but themselves.
+/// The character that a backslash followed by `character` encodes; NUL if this is not an escape.
 char escapedCharacter(char character, VCardVersion version)
 {
     switch (character) {
