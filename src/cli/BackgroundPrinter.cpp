@@ -15,14 +15,14 @@ namespace korvane {
 
 namespace {
 
-/// Writes all of it, unless the other end is closed for good.
+/// Writes all of `text`. Gives up on any error but EAGAIN and EINTR, for example a closed pipe.
 void writeAll(int to, std::string_view text)
 {
     while (!text.empty()) {
         const ssize_t count = ::write(to, text.data(), text.size());
         if (count >= 0) {
             text.remove_prefix(static_cast<std::size_t>(count));
-        } else if (errno == EAGAIN) { // whoever started the program made it non-blocking
+        } else if (errno == EAGAIN) { // inherited with O_NONBLOCK
             pollfd writable{to, POLLOUT, 0};
             ::poll(&writable, 1, -1);
         } else if (errno != EINTR) {
@@ -36,9 +36,9 @@ void writeAll(int to, std::string_view text)
 struct BackgroundPrinter::Queue {
     std::mutex lock;
     std::condition_variable changed;
-    std::string waiting; ///< this and the following: guarded by `lock`
-    std::size_t beingWritten = 0; ///< bytes
-    bool isClosed = false;
+    std::string waiting; ///< not taken by the thread yet; guarded by `lock`
+    std::size_t beingWritten = 0; ///< bytes; guarded by `lock`
+    bool isClosed = false; ///< guarded by `lock`
 };
 
 BackgroundPrinter::BackgroundPrinter(const Console& console)
@@ -81,7 +81,7 @@ bool BackgroundPrinter::isDoneWithin(std::chrono::milliseconds time) const
         lock, time, [this] { return m_queue->waiting.empty() && m_queue->beingWritten == 0; });
 }
 
-/// The descriptor is a duplicate, which a thread that is left behind may keep.
+/// Duplicates the descriptor, because a detached thread may use it after the console is gone.
 BackgroundPrinter::Write BackgroundPrinter::writerFor(const Console& console)
 {
     if (!console.outDescriptor)

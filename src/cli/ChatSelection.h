@@ -18,12 +18,12 @@ struct Sources {
     bool operator==(const Sources&) const = default;
 };
 
-/// The chats of the database. Throws DBError, its text preceded by the file's path; where the
-/// database cannot be opened, this is an UnreadableDatabase.
+/// The chats of the database. Throws DBError with the file's path in front of its text. If the
+/// database cannot be opened, the exception is an UnreadableDatabase.
 std::vector<ChatInfo> readChats(const Sources& sources);
 
-/// The names from the contacts. Throws std::runtime_error where a path was given that has no
-/// contact that can be read.
+/// The names from the contacts. Throws std::runtime_error if `sources` names a path and no contact
+/// can be read there.
 ContactNames readNames(const Sources& sources);
 
 /// The chats with the given guids, in the order of `all`, and the guids that no chat has.

@@ -26,7 +26,7 @@ using Command = std::function<int(const Console&)>;
 constexpr std::int64_t mostMessages = 100'000'000;
 constexpr std::int64_t mostChats = 1'000'000;
 
-/// Checks a number of seconds; what is not a finite number fails the comparisons.
+/// Validates a number of seconds. The comparisons also reject infinity and NaN.
 std::string duration(const std::string& text)
 {
     constexpr double longest = 1'000'000'000;
@@ -45,7 +45,8 @@ std::string guid(const std::string& text)
     return text.empty() ? "A guid is missing" : "";
 }
 
-/// The library takes numbers that are too large, and negative ones, for the largest.
+/// Validates a seed. CLI11 parses with strtoull(), which clamps a number that is too large and
+/// wraps a negative one round instead of rejecting them.
 std::string seed(const std::string& text)
 {
     std::uint64_t number = 0;
@@ -60,12 +61,12 @@ std::string hostOfALink(const std::string& text)
     return TransferLink::isHost(text) ? "" : "This is neither an address nor the name of a machine";
 }
 
-/// The command line of the program: what may be said, and what was.
+/// Declares the options of all commands and holds their parsed values.
 class Parser {
 public:
     Parser()
     {
-        m_app.require_subcommand(0, 1); // none at all is told apart from a misspelt one below
+        m_app.require_subcommand(0, 1); // parse() reports a missing command
         addVersion(m_app);
         addChats();
         addExport();
@@ -74,10 +75,11 @@ public:
         addSample();
     }
 
-    /// Throws CLI::ParseError. The parser must outlive the command.
+    /// Returns the command to run, which refers to this parser and must not outlive it. Throws
+    /// CLI::ParseError.
     Command parse(std::vector<std::string> arguments)
     {
-        std::reverse(arguments.begin(), arguments.end()); // the library takes them from the end
+        std::reverse(arguments.begin(), arguments.end()); // CLI11 takes them from the back
         m_app.parse(std::move(arguments));
         if (!m_command)
             throw CLI::RequiredError("A command");
@@ -215,14 +217,15 @@ private:
     Command m_command;
 };
 
-/// The library's messages may run over several lines; the first one says it.
+/// CLI11's messages can have several lines; the first one is enough.
 std::string firstLine(const std::string& text)
 {
     return text.substr(0, text.find('\n'));
 }
 
-/// What the library says quotes what it did not understand. A link among the words may be in two
-/// pieces, the second of which does not look like one, so then nothing is quoted.
+/// The error text. CLI11's messages quote the words that it did not understand. A link on the
+/// command line may be broken in two, and its second part, which can hold the key, does not look
+/// like a link. So if any word has a link, no word is quoted.
 std::string explanation(const CLI::ParseError& error, const std::vector<std::string>& arguments)
 {
     const bool hasLink = std::any_of(arguments.begin(), arguments.end(),

@@ -8,7 +8,7 @@
 namespace korvane {
 
 /// Runs `korvane-sync` with `arguments` (without the program's name) and returns its exit code.
-/// Bad usage is one line on `console.err` and ExitCode::badUsage.
+/// Bad usage prints one line on `console.err` and returns ExitCode::badUsage.
 int runCommandLine(const std::vector<std::string>& arguments, const Console& console);
 
 } // namespace korvane

@@ -9,7 +9,7 @@ namespace korvane {
 
 namespace {
 
-/// A link that landed where it is quoted keeps its key for itself.
+/// Replaces the value of each "key=": an error may quote a link, and its key must stay secret.
 std::string withoutKeys(std::string text)
 {
     constexpr std::string_view item = "key=";

@@ -6,29 +6,31 @@
 
 namespace korvane {
 
-/// Where a command writes its outcome, its errors and its progress, and what it may read from.
+/// The streams of a command: results go to `out`, errors and progress to `err`, input comes from
+/// `in`. A plain value that owns none of them.
 struct Console {
     std::ostream& out;
     std::ostream& err;
-    bool errIsTerminal = false; ///< a progress bar is drawn only where it can be redrawn
+    bool errIsTerminal = false; ///< a progress bar is drawn only on a terminal
     std::istream& in = std::cin;
-    std::optional<int> outDescriptor{}; ///< what `out` writes to, where that is a descriptor
+    std::optional<int> outDescriptor{}; ///< what `out` writes to, if it is a descriptor
 
-    /// One line on `err`, marked as this program's. The text may quote a chat's title, which
-    /// others choose: it is made harmless for a terminal. The key of a link in it is left out.
+    /// Prints one line on `err`, prefixed with the program's name. The text may quote a chat's
+    /// title, which other people choose, so it goes through printable(). Keys of links are left
+    /// out.
     void complain(std::string_view text) const;
 
-    /// Flushes `out`. Complains and returns false where something did not get there, for example
-    /// because a disk is full; what is written from then on is tried again.
+    /// Flushes `out`. If a write has failed, for example because the disk is full, complains,
+    /// clears the stream's error state, so that later writes are tried, and returns false.
     bool outputIsComplete() const;
 };
 
-/// What the program ends with.
+/// Exit codes of the program.
 namespace ExitCode {
 inline constexpr int success = 0;
-inline constexpr int failure = 1; ///< something that was asked for could not be done
-inline constexpr int badUsage = 2; ///< the command line makes no sense
-inline constexpr int interrupted = 130; ///< 128 + SIGINT, as shells count
+inline constexpr int failure = 1; ///< part of the request could not be done
+inline constexpr int badUsage = 2; ///< the command line is wrong
+inline constexpr int interrupted = 130; ///< 128 + SIGINT, as in shells
 } // namespace ExitCode
 
 } // namespace korvane

@@ -13,7 +13,7 @@ namespace {
 
 using Cause = DatabaseFault::Cause;
 
-/// "chat.db, chat.db-wal and chat.db-shm together"
+/// For example "chat.db, chat.db-wal and chat.db-shm together".
 std::string allFilesOf(const std::string& path)
 {
     const std::string name = std::filesystem::path(path).filename().string();
@@ -36,7 +36,8 @@ std::string reasonOf(const DatabaseFault& fault)
     }
 }
 
-/// A database that privacy settings hide may fail in several ways.
+/// True if the privacy settings of macOS probably hide the database; it then fails with one of
+/// several causes.
 bool isProbablyHidden(Cause cause, const DatabaseSituation& situation)
 {
     return situation.onAMac

@@ -7,8 +7,8 @@
 
 namespace korvane {
 
-/// A database that cannot be opened or read at all: the fixed text of that, and what the program
-/// can say about the cause, for people alone.
+/// Thrown if a database cannot be opened or read at all. `message` is the error text; `help`
+/// explains the cause to people and is never part of JSON output.
 struct UnreadableDatabase : DBError {
     UnreadableDatabase(std::string text, std::string helpText)
         : DBError(std::move(text))
@@ -19,17 +19,17 @@ struct UnreadableDatabase : DBError {
     std::string help;
 };
 
-/// What advice depends on, besides the cause.
+/// What the advice depends on besides the cause.
 struct DatabaseSituation {
     std::string path;
-    bool named = true; ///< the user has named the file; otherwise it is MessagesDB::path()
-    bool onAMac = false; ///< where privacy settings hide files from programs
+    bool named = true; ///< the user named the file; otherwise it is MessagesDB::path()
+    bool onAMac = false; ///< on macOS, whose privacy settings hide files from programs
 };
 
-/// One line: the cause in the words of SQLite or of the system, and what to do about it.
+/// One line: the cause as SQLite or the system reports it, and what to do about it.
 std::string databaseHelp(const DatabaseFault& fault, const DatabaseSituation& situation);
 
-/// The same for the database at `path`, which could not be opened a moment ago.
+/// The same for the database at `path`, which has just failed to open. Looks for the cause now.
 std::string databaseHelp(const std::string& path);
 
 } // namespace korvane

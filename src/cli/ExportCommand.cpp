@@ -22,7 +22,7 @@ ChatSelection chosenChats(const ExportOptions& options)
                        : selectChats(std::move(all), options.chats);
 }
 
-/// A pipe gives its contacts once, so later runs need those of the first.
+/// A pipe can be read only once, so later runs reuse the names of the first.
 bool contactsArePipe(const Sources& sources)
 {
     std::error_code ignored;
@@ -31,7 +31,7 @@ bool contactsArePipe(const Sources& sources)
 
 std::string asJson(const SyncResult& result)
 {
-    // An error may quote a path, and a path may be made of any bytes.
+    // An error may quote a path, and a path need not be valid UTF-8.
     const auto quoted = [](const std::string& error) { return Json::quoted(repairedUtf8(error)); };
     return Json::Object()
         .number("added", result.added)
@@ -53,14 +53,14 @@ std::string asText(const SyncResult& result, const std::string& folder, bool com
         + counted(result.chatsTouched, "chat") + " in " + folder;
 }
 
-/// True where the database could be opened for the list of chats, and no longer for the export.
+/// True if the export could not open or read the database, although listing the chats just did.
 bool isOpeningFailure(const SyncResult& result)
 {
     const std::string error = result.errors.size() == 1 ? result.errors.front() : "";
     return error == MessagesDB::cannotOpen || error == MessagesDB::cannotRead;
 }
 
-/// One run after the other, as the options ask.
+/// Runs the export, once or repeatedly. Handles signals while it lives (see Interruption).
 class Export {
 public:
     Export(const ExportOptions& options, const Console& console)
@@ -75,8 +75,8 @@ public:
         return m_interruption.requested() ? ExitCode::interrupted : code;
     }
 
-    /// An interruption is the usual end of this. A first run that cannot begin ends it too; later
-    /// ones are tried again.
+    /// Repeats the export until interrupted, which is the normal end. Stops after the first run if
+    /// that cannot begin; a later run that cannot begin is retried. Returns the last run's code.
     int runEvery(double seconds)
     {
         int code = run();
@@ -127,13 +127,13 @@ private:
         return result;
     }
 
-    /// False where the result could not be written, which keeps no later run from being tried.
+    /// Returns false if the result could not be written. Later runs are tried all the same.
     bool report(const SyncResult& result) const
     {
         const bool complete = result.errors.empty() && !m_interruption.requested();
         m_console.out << (m_options.json ? asJson(result)
                                          : asText(result, m_options.folder, complete))
-                      << std::endl; // seen at once, though the next run is minutes away
+                      << std::endl; // flushes: the next run may be minutes away
         for (const std::string& error : result.errors)
             m_console.complain(error);
         if (!m_help.empty())
@@ -145,7 +145,7 @@ private:
     const Console& m_console;
     const Interruption m_interruption;
     std::optional<ContactNames> m_names; ///< of the last run
-    std::string m_help; ///< on the errors of the last run; for people, so never in JSON
+    std::string m_help; ///< explains the last run's errors to people; never in JSON
     bool m_begun = false; ///< a run got past the lock, the database and the contacts
 };
 

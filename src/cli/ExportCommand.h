@@ -12,15 +12,16 @@ namespace korvane {
 struct ExportOptions {
     Sources sources;
     bool all = false;
-    std::vector<std::string> chats; ///< guids, where not all
+    std::vector<std::string> chats; ///< guids; unused if `all`
     std::string folder;
     std::optional<double> everySeconds; ///< absent: one run
     bool json = false;
 };
 
-/// Exports the chats, once or again and again until it is interrupted. The run at hand ends with
-/// the chat at hand, its progress saved. A run that cannot begin is reported like one that fails;
-/// where it is the first, it is also the last. Throws std::overflow_error (see referenceTime()).
+/// Exports the chats once, or repeatedly until interrupted. An interruption ends the current run
+/// after the current chat and saves its progress. A run that cannot begin is reported like one that
+/// fails; if it is the first run, no other follows. Throws std::overflow_error (see
+/// referenceTime()).
 int runExport(const ExportOptions& options, const Console& console);
 
 } // namespace korvane

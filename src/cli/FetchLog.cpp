@@ -30,7 +30,8 @@ std::string FetchLog::begin(const std::string& peer, Clock::time_point now)
     return peer + " is fetching it";
 }
 
-/// Several fetches of one peer are not told apart: the first to end counts as the listed one.
+/// Events carry no fetch id. If one peer has several fetches under way, the first to end is taken
+/// for the listed one.
 std::string FetchLog::end(const TransferEvent& event, Clock::time_point now)
 {
     --m_underWay;

@@ -8,34 +8,36 @@
 
 namespace korvane {
 
-/// Puts into words who fetches the chat. Anybody who has seen the link can begin thousands of
-/// fetches and break them off; so that this does not scroll the code off the terminal, only some
-/// fetches are listed, and the others are counted. Used by one thread at a time.
+/// Turns transfer events into lines for the user, at a limited rate. Anybody who has seen the link
+/// can start and abort thousands of fetches, and their lines would scroll the QR code off the
+/// terminal. So only some fetches get a line, and the others are counted. Not thread-safe.
 class FetchLog {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// So many fetches are listed at once, and one more per interval; the same number of those
-    /// that are not listed from their beginning is listed when the chat is delivered.
+    /// Capacity of the two token buckets, which gain one token per `interval`. One bucket limits
+    /// the lines about started fetches. The other limits the lines about deliveries whose start got
+    /// no line.
     static constexpr int listedAtOnce = 3;
     static constexpr std::chrono::minutes interval{2};
 
     explicit FetchLog(Clock::time_point now) : m_listings(now), m_deliveries(now) { }
 
-    /// What to print of this event; empty where it is only counted.
+    /// The line about this event; empty if the event is only counted.
     std::string add(const TransferEvent& event, Clock::time_point now);
 
-    /// What to print of the fetches that were only counted, once per interval; otherwise empty.
+    /// The line about the fetches that were only counted. Empty until `interval` after the first of
+    /// them ended.
     std::string summary(Clock::time_point now);
 
-    /// The same without waiting for the interval to end.
+    /// The same without waiting for the interval.
     std::string lastSummary();
 
     /// How many fetches are under way.
     int underWay() const { return m_underWay; }
 
 private:
-    /// How many lines may still be printed: a token bucket.
+    /// A token bucket: one token is one line.
     class Allowance {
     public:
         explicit Allowance(Clock::time_point now) : m_refilled(now) { }
@@ -51,7 +53,7 @@ private:
         int brokenOff = 0;
         int delivered = 0;
         std::string lastPeer;
-        Clock::time_point since; ///< the first of them
+        Clock::time_point since; ///< when the first of them ended
     };
 
     std::string begin(const std::string& peer, Clock::time_point now);

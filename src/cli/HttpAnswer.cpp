@@ -13,9 +13,9 @@ namespace {
 
 constexpr int ok = 200;
 constexpr std::string_view blanks = " \t";
-constexpr std::size_t largestHead = 65'536; ///< interim answers included
+constexpr std::size_t largestHead = 65'536; ///< bytes, interim heads included
 
-/// All of `digits` as a number that is not negative.
+/// `digits` as a non-negative number; nothing if it has any other character or is too large.
 std::optional<std::int64_t> number(std::string_view digits, int base)
 {
     std::int64_t value = 0;
@@ -25,7 +25,7 @@ std::optional<std::int64_t> number(std::string_view digits, int base)
     return good ? std::optional(value) : std::nullopt;
 }
 
-/// Such an answer is followed by another one.
+/// True for a status after which another answer follows: 1xx, except 101.
 bool isInterim(int status)
 {
     constexpr int first = 100;
@@ -53,7 +53,7 @@ HttpAnswer::State HttpAnswer::end()
     return m_state;
 }
 
-/// The next line without its end; nothing where it has not come as a whole.
+/// The next line without its line end; nothing until the whole line has arrived.
 std::optional<std::string> HttpAnswer::nextLine()
 {
     const std::size_t end = m_received.find('\n', m_taken);
@@ -96,7 +96,7 @@ void HttpAnswer::takeHeadLine(const std::string& line)
     m_headers.insert_or_assign(lowered(std::string_view(line).substr(0, colon)), value);
 }
 
-/// "HTTP/1.1 200 OK", of which the reason may be missing.
+/// Parses a line like "HTTP/1.1 200 OK", in which the reason is optional. False if it is malformed.
 bool HttpAnswer::takeStatusLine(const std::string& line)
 {
     constexpr std::string_view version = "HTTP/1.";
@@ -161,7 +161,7 @@ void HttpAnswer::takeBody()
         m_state = State::Complete;
 }
 
-/// False where more has to come first.
+/// Returns false if more bytes are needed.
 bool HttpAnswer::takeChunkPart()
 {
     if (m_chunk == Chunk::Data) {
@@ -178,7 +178,8 @@ bool HttpAnswer::takeChunkPart()
     return line.has_value();
 }
 
-/// A line between chunks: the size of the next one, the end of the last one, or a trailer.
+/// Parses a line between chunks: a chunk size, the line end after a chunk's data, or a trailer
+/// field (RFC 9112, section 7.1).
 void HttpAnswer::takeChunkLine(const std::string& line)
 {
     if (m_chunk == Chunk::Trailer) {
@@ -201,7 +202,7 @@ void HttpAnswer::takeChunkLine(const std::string& line)
     m_chunk = m_chunkLeft > 0 ? Chunk::Data : Chunk::Trailer;
 }
 
-/// How many bytes there were to move.
+/// Moves at most `most` received bytes to the body and returns how many.
 std::int64_t HttpAnswer::moveToBody(std::int64_t most)
 {
     const auto there = static_cast<std::int64_t>(m_received.size() - m_taken);

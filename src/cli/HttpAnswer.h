@@ -10,32 +10,33 @@
 
 namespace korvane {
 
-/// Takes the answer to an HTTP/1.1 request apart while it arrives (RFC 9112). Interim answers (1xx)
-/// are skipped, except 101, after which something other than HTTP would follow (RFC 9110, section
-/// 15.2). Only a 200 has a body here: with any other status the answer is complete with its head.
+/// An incremental parser for the answer to an HTTP/1.1 request (RFC 9112). Skips interim answers
+/// (1xx) except 101, after which the connection no longer speaks HTTP (RFC 9110, section 15.2).
+/// Reads the body of a 200 only: with any other status the answer is complete after its head.
 class HttpAnswer {
 public:
-    /// A body of more than `largestBody` bytes is not taken.
+    /// A body of more than `largestBody` bytes ends in State::TooLarge.
     explicit HttpAnswer(std::int64_t largestBody) : m_largestBody(largestBody) { }
 
     enum class State { Head, Body, Complete, Malformed, TooLarge };
 
-    /// Looks at the next bytes. Once the state is Complete or a failure, they are ignored.
+    /// Parses the next bytes and returns the new state. Ignores them once isOver().
     State take(std::string_view bytes);
 
-    /// To be called when the peer sends no more: complete now is a body without a stated size.
+    /// Call this when the peer has closed its side. It completes a body with neither Content-Length
+    /// nor chunked coding, which extends to the end of the connection (RFC 9112, section 6.3).
     State end();
 
     State state() const { return m_state; }
     bool isOver() const { return m_state != State::Head && m_state != State::Body; }
 
-    int status() const { return m_status; } ///< 0 where it is not known
+    int status() const { return m_status; } ///< 0 until it is known
     const std::string& reason() const { return m_reason; } ///< as sent
 
-    /// Bytes of body that there will be; -1 where that is not known.
+    /// Size of the whole body in bytes; -1 if it is not known.
     std::int64_t expectedBody() const { return m_expectedBody; }
 
-    QByteArray body; ///< what has come of it
+    QByteArray body; ///< the bytes received so far
 
 private:
     enum class Chunk { None, Size, Data, DataEnd, Trailer };
@@ -53,9 +54,9 @@ private:
 
     const std::int64_t m_largestBody;
     State m_state = State::Head;
-    std::string m_received; ///< of which the first `m_taken` bytes were looked at
+    std::string m_received; ///< of which the first `m_taken` bytes are parsed
     std::size_t m_taken = 0;
-    std::size_t m_headBytes = 0; ///< of all heads so far
+    std::size_t m_headBytes = 0; ///< of all heads so far, interim ones included
     int m_status = 0;
     std::string m_reason;
     std::map<std::string, std::string> m_headers; ///< names in lower case

@@ -8,20 +8,20 @@
 
 namespace korvane {
 
-/// A bar on a terminal for work that takes long. It shows up after a second, is redrawn a few
-/// times a second at most, and is wiped away when the object goes.
+/// A progress bar on a terminal. It appears after `patience`, is redrawn every 100 ms at most, and
+/// is erased by the destructor.
 class ProgressBar {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// `visible` false draws nothing at all. `total` counts whatever the work is measured in.
+    /// Draws nothing if `visible` is false. `total` is the amount of work, in any unit.
     ProgressBar(std::ostream& out, bool visible, std::int64_t total,
         Clock::duration patience = std::chrono::seconds(1));
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// `done` of the total is done, `doing` is what comes now.
+    /// `done` is the amount of work done so far, `doing` describes the current step.
     void show(std::int64_t done, std::string_view doing);
 
 private:

@@ -6,14 +6,14 @@ namespace korvane {
 
 namespace {
 
-// From the fixed part of the 256 colours (ECMA-48 SGR with ISO 8613-6 colours); the first sixteen
-// are the user's to change.
+// Black is colour 16 and white is colour 231 of the 256-colour palette (ECMA-48 SGR with ISO 8613-6
+// colours). Colours 0 to 15 are not used, because users can redefine them.
 constexpr std::string_view blackOnWhite = "\x1B[38;5;16;48;5;231m";
 constexpr std::string_view whiteOnBlack = "\x1B[38;5;231;48;5;16m";
 constexpr std::string_view asBefore = "\x1B[0m";
 
-/// One character and its colours. Only the lower half block is used, for it sits on the line in any
-/// font; upper half and full blocks often leave a gap to the line above.
+/// One character and its colours. Uses the lower half block only, because fonts align it with the
+/// bottom of the line; upper half and full blocks often leave a gap to the line above.
 struct Cell {
     Cell(bool upperIsDark, bool lowerIsDark)
         : colours(upperIsDark ? whiteOnBlack : blackOnWhite)
@@ -44,7 +44,7 @@ std::string line(const QrCode& code, int row)
 std::string terminalPicture(const QrCode& code)
 {
     std::string picture;
-    for (int row = 0; row < code.side(); row += 2) // the last line of an odd number has one row
+    for (int row = 0; row < code.side(); row += 2) // an odd side leaves one row for the last line
         picture += line(code, row);
     return picture;
 }

@@ -6,9 +6,9 @@
 
 namespace korvane {
 
-/// The code as lines for a terminal, two rows of modules in each line of half blocks. Black and
-/// white are painted as such, whatever colours the terminal uses: a code in light on dark is one
-/// that no phone reads.
+/// The code as lines for a terminal; each line of half blocks shows two rows of modules. Sets black
+/// and white explicitly, because with the colours of a dark terminal the code would be inverted,
+/// and phones may not read it.
 std::string terminalPicture(const QrCode& code);
 
 } // namespace korvane

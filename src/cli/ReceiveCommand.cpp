@@ -27,7 +27,7 @@ TransferLink givenLink(const ReceiveOptions& options, const Console& console)
     return std::move(*link);
 }
 
-/// Where the chat goes. A file that is there is only replaced where the user has named it.
+/// Where the chat goes. An existing file is replaced only if --output names it.
 struct Destination {
     fs::path file;
     Files::Existing existing;
@@ -42,18 +42,18 @@ struct Destination {
 Destination destination(const ReceiveOptions& options)
 {
     if (options.output) {
-        std::error_code ignored; // what else is wrong with it shows when it is written
+        std::error_code ignored; // other errors are reported by the write
         if (fs::is_other(*options.output, ignored))
             throw std::runtime_error(
                 *options.output + ": This is no file, but a device or a pipe.");
         return {*options.output, Files::Existing::Replace};
     }
     if (fs::exists(fs::symlink_status(usualName)))
-        throwExists(usualName); // before anything is fetched
+        throwExists(usualName); // fail before anything is fetched
     return {usualName, Files::Existing::Keep};
 }
 
-/// Draws a bar once it is known how much there is to come.
+/// Draws a progress bar once the size of the body is known.
 class ReceivingBar {
 public:
     explicit ReceivingBar(const Console& console) : m_console(console) { }

@@ -10,13 +10,13 @@ namespace korvane {
 
 struct ReceiveOptions {
     std::string link; ///< "" or "-": the first line of the console's input
-    std::optional<std::string> output; ///< absent: the name that a phone would give the file
+    std::optional<std::string> output; ///< absent: "Korvane-History.txt"
     TransferClient::Limits limits;
 };
 
-/// Fetches the chat that the link stands for, opens its seal and writes it into a file, whole or
-/// not at all. Throws std::runtime_error, whose text holds nothing secret. A file that is there
-/// is only replaced where the user has named it.
+/// Fetches the chat that the link stands for, decrypts it and writes it to a file, whole or not at
+/// all. Replaces an existing file only if `output` names it. Throws std::runtime_error, whose text
+/// holds nothing secret.
 int runReceive(const ReceiveOptions& options, const Console& console);
 
 } // namespace korvane

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Throws where `file` may not be written.
+/// Throws std::runtime_error if `file` may not be written.
 void check(const std::string& file, bool overwrite)
 {
     if (!fs::exists(fs::symlink_status(file)))
@@ -30,12 +30,12 @@ constexpr std::array filesOfADatabase = {"", "-wal", "-shm", "-journal"};
 
 bool isSameFile(const fs::path& one, const fs::path& other)
 {
-    std::error_code unknown; // nothing is there yet, most often
+    std::error_code unknown; // usually the files do not exist yet
     return fs::weakly_canonical(one, unknown) == fs::weakly_canonical(other, unknown)
         || fs::equivalent(one, other, unknown);
 }
 
-/// Throws where the people would overwrite the sample.
+/// Throws std::runtime_error if the contacts file is one of the database's files.
 void checkApart(const std::string& file, const std::string& contacts)
 {
     for (const char* suffix : filesOfADatabase) {
@@ -45,7 +45,7 @@ void checkApart(const std::string& file, const std::string& contacts)
     }
 }
 
-/// Removes a database together with what SQLite keeps beside it, which belongs to the old one.
+/// Removes a database and the log and journal files that SQLite keeps beside it.
 void clear(const std::string& file)
 {
     for (const char* suffix : filesOfADatabase)

@@ -9,8 +9,8 @@
 
 namespace korvane {
 
-/// Exporter::sync() with a progress bar where there is a terminal. An interruption ends it after
-/// the chat at hand.
+/// Exporter::sync() with a progress bar if `console.err` is a terminal. An interruption ends it
+/// after the current chat.
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const std::string& folder, const std::string& database, const Interruption& interruption,
     const Console& console);

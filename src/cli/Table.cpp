@@ -31,7 +31,7 @@ int widthOf(UChar32 character)
     return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
 }
 
-/// The longest beginning of `text` that is at most `width` columns wide.
+/// The longest prefix of `text` that is at most `width` columns wide.
 std::string_view beginning(std::string_view text, int width)
 {
     std::size_t length = 0;

@@ -6,17 +6,18 @@
 
 namespace korvane {
 
-/// `text` as a terminal may show it: control and format characters, which could move the cursor
-/// or turn the line round, become U+FFFD. (Joiners inside emoji are kept.)
+/// `text` made safe to print on a terminal: control and format characters and line separators,
+/// which could move the cursor or reverse the text direction, become U+FFFD. The zero-width joiner
+/// is kept, because emoji are composed with it.
 std::string printable(std::string_view text);
 
-/// The columns that `text` takes in a terminal: wide characters and emoji count two.
+/// The number of columns that `text` takes on a terminal: wide characters and emoji take two.
 int displayWidth(std::string_view text);
 
-/// `text`, cut with an ellipsis where it is over `widest` columns wide.
+/// `text`, truncated with an ellipsis if it is over `widest` columns wide.
 std::string fitted(const std::string& text, int widest);
 
-/// Lines a table up: columns are as wide as their widest cell, two blanks apart.
+/// Formats a table: columns are as wide as their widest cell and two blanks apart.
 class Table {
 public:
     enum class Align { Left, Right };
@@ -24,12 +25,12 @@ public:
     struct Column {
         std::string heading;
         Align align = Align::Left;
-        int widest = 0; ///< longer cells are cut with an ellipsis; 0 = never
+        int widest = 0; ///< in columns; longer cells are truncated; 0 = no limit
     };
 
     explicit Table(std::vector<Column> columns);
 
-    /// One cell a column; cells are made printable here.
+    /// Adds a row with one cell per column. Passes the cells through printable().
     void add(const std::vector<std::string>& cells);
 
     std::string text() const;

@@ -19,14 +19,15 @@ namespace {
 constexpr std::int64_t largestAnswer
     = TransferTicket::largestFile + Envelope::nonceSize + Envelope::tagSize;
 
-/// Without the brackets that an IPv6 address may have.
+/// The host without the brackets that an IPv6 address may have.
 std::string plainHost(const TransferLink& link)
 {
     const std::string& host = link.host;
     return host.starts_with('[') && host.ends_with(']') ? host.substr(1, host.size() - 2) : host;
 }
 
-/// As the Host header wants it: IPv6 in brackets, without the interface that this machine uses.
+/// The value of the Host header: an IPv6 address in brackets and without its zone id, which has a
+/// meaning on this machine only.
 std::string hostHeader(const TransferLink& link)
 {
     const std::string host = plainHost(link);
@@ -35,7 +36,7 @@ std::string hostHeader(const TransferLink& link)
         + std::to_string(link.port);
 }
 
-/// Tells nothing about this machine or its user.
+/// The request, whose headers say nothing about this machine or its user.
 QByteArray requestFor(const TransferLink& link)
 {
     return QByteArray::fromStdString("GET " + link.target()
@@ -71,7 +72,7 @@ std::string asText(std::chrono::milliseconds time)
         : std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
 }
 
-/// One request, from its beginning to its end.
+/// One request and its answer, over an event loop on the calling thread.
 class Fetch {
 public:
     Fetch(const TransferLink& link, const TransferClient::Progress& progress,
@@ -80,8 +81,8 @@ public:
         , m_progress(progress)
         , m_limits(limits)
     {
-        m_socket.setProxy(QNetworkProxy::NoProxy); // the other machine is a neighbour
-        m_socket.setReadBufferSize(1'048'576); // beyond which the peer has to wait
+        m_socket.setProxy(QNetworkProxy::NoProxy); // the peer is on the local network
+        m_socket.setReadBufferSize(1'048'576); // flow control bounds what is unread
         const auto watch = [this](QTimer& timer, std::chrono::milliseconds time, End end) {
             timer.setSingleShot(true);
             timer.setInterval(time);
@@ -129,7 +130,8 @@ private:
             m_progress(m_answer.body.size(), m_answer.expectedBody());
     }
 
-    /// An error, or simply the end of what the peer sends.
+    /// Qt reports as an error, too, that the peer has closed the connection, which may be the
+    /// regular end of the answer.
     void close()
     {
         if (m_socket.bytesAvailable() > 0)
@@ -170,7 +172,7 @@ private:
     const TransferClient::Progress& m_progress;
     const TransferClient::Limits m_limits;
     HttpAnswer m_answer{largestAnswer};
-    bool m_hasBytes = false; ///< the peer has sent something
+    bool m_hasBytes = false; ///< the peer has sent at least one byte
     End m_end = End::None;
     QEventLoop m_loop;
     QTimer m_idle;
@@ -178,8 +180,10 @@ private:
     QTcpSocket m_socket;
 };
 
-/// Whether text comes out with this key, be it damaged: of other bytes nearly half would have to
-/// be replaced. What is too short to be sealed counts as damaged.
+/// Tells why authentication has failed: true if the answer is damaged, false if the key is wrong.
+/// With the right key the start decrypts to text, which has few invalid UTF-8 sequences. A wrong
+/// key gives random bytes, of which nearly half are invalid. An answer too short to be sealed
+/// counts as damaged.
 bool opensToText(const TransferLink& link, const QByteArray& sealed)
 {
     if (sealed.size() < Envelope::nonceSize + Envelope::tagSize)

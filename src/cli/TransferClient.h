@@ -10,23 +10,24 @@
 
 namespace korvane {
 
-/// The phone's side of a transfer.
+/// The receiving side of a transfer, as a phone would do it.
 namespace TransferClient {
 
-/// Called now and then: bytes that have arrived, and that there will be (-1 = not known yet).
+/// Called as the body arrives: bytes received so far, and the size of the body (-1 = not known).
 using Progress = std::function<void(std::int64_t received, std::int64_t total)>;
 
-/// How long a fetch may take. Tests take less.
+/// Timeouts of a fetch. Tests set shorter ones.
 struct Limits {
-    std::chrono::milliseconds idle = std::chrono::seconds(60); ///< nothing comes, or gets through
+    std::chrono::milliseconds idle = std::chrono::seconds(60); ///< to connect, or to the next bytes
     std::chrono::milliseconds total = std::chrono::minutes(15);
 };
 
-/// The sealed answer to the link's request. Throws std::runtime_error, whose text says what went
-/// wrong and holds nothing secret. Runs an event loop on the calling thread meanwhile.
+/// Fetches the sealed answer to the link's request. Runs an event loop on the calling thread until
+/// it has arrived. Throws std::runtime_error, whose text says what went wrong and holds nothing
+/// secret.
 QByteArray fetch(const TransferLink& link, const Progress& progress, const Limits& limits = {});
 
-/// The text of a sealed answer. Throws std::runtime_error as above.
+/// Decrypts and authenticates a sealed answer. Throws std::runtime_error as above.
 QByteArray open(const TransferLink& link, const QByteArray& sealed);
 
 } // namespace TransferClient

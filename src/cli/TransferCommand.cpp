@@ -42,8 +42,8 @@ ChatInfo chosenChat(const TransferOptions& options)
     return std::move(selection.chats.front());
 }
 
-/// Tells the user what happens to the file. May be used from any thread; never waits for whoever
-/// reads the output.
+/// Prints what happens to the file. Thread-safe. A reader who has stopped does not block the caller
+/// (see BackgroundPrinter).
 class FetchReport {
 public:
     explicit FetchReport(const Console& console) : m_log(FetchLog::Clock::now()), m_printer(console)
@@ -58,7 +58,7 @@ public:
 
     void tell(const std::string& text) { m_printer.print(text + '\n'); }
 
-    /// From time to time: what was not worth a line of its own.
+    /// Prints a line about the fetches that got none, if it is due. Call this regularly.
     void summarize()
     {
         const std::lock_guard lock(m_lock);
@@ -72,7 +72,7 @@ public:
         tell(text);
     }
 
-    /// True while somebody is fetching it.
+    /// True while a fetch is under way.
     bool isBusy() const
     {
         const std::lock_guard lock(m_lock);
@@ -96,7 +96,7 @@ private:
     BackgroundPrinter m_printer;
 };
 
-/// One chat on its way from the database to a phone.
+/// Exports one chat and serves its file until the link expires. Used by one thread.
 class ChatTransfer {
 public:
     ChatTransfer(const TransferOptions& options, const Console& console)
@@ -142,14 +142,15 @@ private:
             throw TransferError("Error: " + result.errors.front());
     }
 
-    /// Starts the server and waits until it says where it listens.
+    /// Starts the server and returns the port that it listens on. Throws TransferError if it does
+    /// not listen within five seconds.
     std::uint16_t portOf(SyncServer& server) const
     {
         const auto ready = std::make_shared<std::promise<std::uint16_t>>();
         std::future<std::uint16_t> port = ready->get_future();
         server.onReady = [ready](std::uint16_t bound) { ready->set_value(bound); };
         server.start(m_options.port);
-        constexpr std::chrono::seconds patience{5}; // a server that cannot listen says nothing
+        constexpr std::chrono::seconds patience{5}; // a failure to listen is not reported
         if (port.wait_for(patience) != std::future_status::ready)
             throw TransferError(Transfer::Text::noLink);
         return port.get();
@@ -166,8 +167,8 @@ private:
             + timeOfDay(expiry) + ", for anybody who sees it. Ctrl-C ends it at once.");
     }
 
-    /// Whoever has begun to fetch by then may finish. The wall clock is asked again and again, for
-    /// it goes on while the machine sleeps.
+    /// Fetches under way at `expiry` may finish. Polls the wall clock, because a timeout until
+    /// `expiry` would not advance while the machine is suspended.
     void serveUntil(Moment expiry)
     {
         while (!m_interruption.requested() && (m_options.now() < expiry || m_report.isBusy())) {
@@ -176,14 +177,14 @@ private:
         }
     }
 
-    /// Waits for whoever reads the output, but not if the user has asked the program to end.
+    /// Waits until everything is printed, but only for `grace` after an interruption.
     void awaitPrinting() const
     {
         while (!m_interruption.requested()) {
             if (m_report.isPrintedWithin(std::chrono::milliseconds(100)))
                 return;
         }
-        constexpr std::chrono::seconds grace{1}; // for a reader who does read
+        constexpr std::chrono::seconds grace{1}; // enough for a reader who still reads
         m_report.isPrintedWithin(grace);
     }
 

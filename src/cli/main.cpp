@@ -16,9 +16,9 @@ int main(int argc, char* argv[])
     korvane::suppressLocaleWarning();
     korvane::raiseDescriptorLimit();
     const QCoreApplication application(argc, argv);
-    std::setlocale(LC_NUMERIC, "C"); // numbers on the command line are the same everywhere
+    std::setlocale(LC_NUMERIC, "C"); // same decimal point in every locale
     korvane::Sqlite::configureProcess();
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on file sizes fails one chat, not the process
+    std::signal(SIGXFSZ, SIG_IGN); // over RLIMIT_FSIZE, write() fails with EFBIG instead
     return korvane::runCommandLine({argv + 1, argv + argc},
         {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1, std::cin, STDOUT_FILENO});
 }
