@@ -5,7 +5,7 @@
 
 namespace korvane {
 
-/// The arguments of a benchmark: "--name", or "--name value". A plain value.
+/// The arguments of a benchmark, each "--name" or "--name value". A plain value.
 struct Arguments {
     std::vector<std::string> words;
 
@@ -13,7 +13,7 @@ struct Arguments {
 
     bool has(const std::string& name) const;
 
-    /// The word after `name`; `otherwise` without.
+    /// The word after `name`, or `otherwise` if there is none.
     std::string value(const std::string& name, const std::string& otherwise) const;
 };
 

@@ -6,20 +6,21 @@
 
 namespace korvane {
 
-/// The least that sealing can cost, by OpenSSL alone: a text that is read from a file and encrypted
-/// where it stands, a nonce before it and a tag behind it. Failures are std::runtime_error.
+/// Baseline for sealing: reads a text from a file and encrypts it in place with OpenSSL alone
+/// (AES-256-GCM), with the nonce before it and the tag after it. Failures throw std::runtime_error.
 class BareSeal {
 public:
     static constexpr std::size_t nonceSize = 12;
     static constexpr std::size_t tagSize = 16;
 
-    /// Room for a text of that many bytes; the memory is not touched yet.
+    /// Allocates a buffer for a text of `textSize` bytes and does not initialise it, so that its
+    /// pages are not resident yet.
     explicit BareSeal(std::size_t textSize);
 
     void read(int file, std::int64_t offset);
     void seal();
 
-    /// Nonce, text and tag.
+    /// Nonce, text and tag, in this order.
     std::string_view bytes() const { return {m_bytes.get(), m_textSize + nonceSize + tagSize}; }
 
 private:

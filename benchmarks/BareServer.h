@@ -11,8 +11,8 @@
 
 namespace korvane {
 
-/// Accepts one connection, reads what it asks, and does nothing but `answer` it: blocking, on a
-/// thread of its own, which the destructor waits for.
+/// Baseline for one connection: accepts it, reads the request and calls `answer`, with blocking
+/// calls on a thread of its own. The destructor waits for that thread.
 class BareServer {
 public:
     explicit BareServer(std::function<void(const Descriptor& connection)> answer);
@@ -24,8 +24,8 @@ private:
     const std::future<void> m_answering;
 };
 
-/// The least of a server made with Qt's own sockets, on an event loop in a thread of its own:
-/// answers each request with the same bytes as soon as it has the blank line, and disconnects.
+/// Baseline for small answers: a QTcpServer with an event loop on a thread of its own. It sends the
+/// same bytes as soon as a request's blank line has arrived, and disconnects.
 class BareQtServer {
 public:
     explicit BareQtServer(QByteArray answer);
@@ -42,7 +42,7 @@ private:
     const QByteArray m_answer;
     std::uint16_t m_port = 0;
     QThread m_thread;
-    QTcpServer m_server; ///< lives on the thread
+    QTcpServer m_server; ///< lives on `m_thread`
 };
 
 } // namespace korvane

@@ -1,5 +1,6 @@
-// The least that three pictures of the window can cost: painted without one, as rectangles and
-// texts, at two pixels a point, and saved. Argument: the folder, which has to exist.
+// Baseline for the window program's --snapshot: paints three pictures as rectangles and texts,
+// without a window, at two pixels per point, and saves them. Argument: the folder, which must
+// exist.
 
 #include <QGuiApplication>
 #include <QImage>

@@ -1,5 +1,5 @@
-// The least that a program with a window can be: an empty one of the real one's size. With --field
-// a text field has the keyboard in it, as the real one's does.
+// Baseline for the window program: an empty window of the same size. With --field it has a text
+// field with the keyboard focus, as the real window has.
 
 #include <QApplication>
 #include <QLineEdit>

@@ -22,7 +22,8 @@ Value median(std::vector<Value> values)
     return values[values.size() / 2];
 }
 
-/// What `work` throws is said here, and unwinds all that it has under way.
+/// Runs `work` in the child, writes the seconds to `pipe` and exits. Catches exceptions, so that
+/// the destructors run and end what `work` has started, such as other processes.
 [[noreturn]] void runAndTell(const std::function<double()>& work, int pipe)
 {
     bool told = false;
@@ -54,7 +55,7 @@ Cost inChild(const std::function<double()>& work)
     ::wait4(child, &status, 0, &usage);
     if (!told || status != 0)
         throw std::runtime_error("a measured process failed");
-    cost.peakBytes = usage.ru_maxrss * 1024; // Linux counts KiB
+    cost.peakBytes = usage.ru_maxrss * 1024; // Linux reports KiB
     return cost;
 }
 

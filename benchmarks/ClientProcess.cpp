@@ -71,7 +71,7 @@ ClientProcess::ClientProcess(const std::function<double(Client&)>& work)
 
 ClientProcess::~ClientProcess()
 {
-    m_channel = Descriptor(); // ends a client that was never invited
+    m_channel = Descriptor(); // EOF ends a client that was never invited
     ::waitpid(m_process, nullptr, 0);
 }
 

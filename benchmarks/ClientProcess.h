@@ -13,23 +13,23 @@
 
 namespace korvane {
 
-/// What a client needs to know of the server that it is to measure. A plain value.
+/// What a client needs to know about the server that it measures. A plain value.
 struct Invitation {
     std::uint16_t port = 0;
-    std::array<char, 64> secret{}; ///< a ticket or a token, ended by a zero
+    std::array<char, 64> secret{}; ///< a ticket or a token, NUL-terminated
 
     explicit Invitation(std::uint16_t server = 0, std::string_view ticketOrToken = "");
 };
 
-/// Fetches and forgets. Used by one thread.
+/// Sends requests and discards the answers. Used by one thread.
 class Client {
 public:
     explicit Client(const Invitation& invitation);
 
     std::string secret() const { return m_invitation.secret.data(); }
 
-    /// Sends `request` on a connection of its own, reads to its end, and returns how many bytes
-    /// there were.
+    /// Sends `request` on a new connection, reads until the peer closes it, and returns the number
+    /// of bytes read.
     std::int64_t fetch(std::string_view request);
 
 private:
@@ -37,19 +37,20 @@ private:
     std::vector<char> m_buffer;
 };
 
-/// A client in a process of its own, so that its memory does not count as the server's, and its
-/// time does not include the server's start. Made before the server's threads are.
+/// A client in a forked process, so that its memory does not count as the server's, and its time
+/// does not include the server's start. Create it before the server's threads, because fork()
+/// copies only the calling thread.
 class ClientProcess {
 public:
-    /// `work` returns the seconds that it took.
+    /// `work` runs in the child and returns the seconds that it took.
     explicit ClientProcess(const std::function<double(Client&)>& work);
     ~ClientProcess();
 
     ClientProcess(const ClientProcess&) = delete;
     ClientProcess& operator=(const ClientProcess&) = delete;
 
-    /// Has the client do its work with that server. Only once. Throws std::runtime_error where the
-    /// client failed.
+    /// Makes the client do its work with that server, and returns the seconds. May be called once.
+    /// Throws std::runtime_error if the client fails.
     double secondsWith(const Invitation& invitation);
 
 private:

@@ -1,9 +1,9 @@
-// What an export costs beside the least it can cost, as ratios taken in one run. Arguments:
-//   --quick        a sample small enough for any run
-//   --rounds N     how often each measurement is taken (the median counts)
-//   --folder DIR   where the samples are kept for the next run
-// All that touches SQLite runs in children, for its process-wide settings come before its first
-// use.
+// Measures an export relative to a baseline of bare SQLite calls in the same run. Arguments:
+//   --quick        a small sample; the limits are reported, but not enforced
+//   --rounds N     number of rounds, of which the median counts
+//   --folder DIR   keeps the samples there for the next run
+// All SQLite calls run in child processes, because sqlite3_config() must precede SQLite's first use
+// in a process.
 
 #include "Arguments.h"
 #include "Child.h"
@@ -29,7 +29,7 @@ struct Scene {
     std::string name;
     std::string database;
     std::string contacts;
-    std::string folder; ///< everything this scene writes
+    std::string folder; ///< for everything that the measurements write
 };
 
 std::int64_t bytesIn(const fs::path& folder)
@@ -96,7 +96,7 @@ double fullExport(const Scene& scene)
 
 bool measureFull(const Scene& scene, int rounds)
 {
-    inChild([&] { return fullExport(scene); }); // tells how many bytes there are, warms the cache
+    inChild([&] { return fullExport(scene); }); // for the file sizes; warms the page cache
     const std::int64_t bytes = bytesIn(scene.folder + "/export");
     const std::int64_t largestBatch = largestIn(scene.folder + "/export");
     const auto costs = medians(
@@ -172,5 +172,5 @@ int main(int argc, char* argv[])
     bool good = measureFull(many, rounds);
     good = measureFull(one, rounds) && good;
     good = measureNothingNew(many, rounds) && good;
-    return good || quick ? 0 : 1; // a small sample shows that it works, not how fast it is
+    return good || quick ? 0 : 1; // a small sample proves nothing about speed
 }

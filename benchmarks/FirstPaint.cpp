@@ -1,6 +1,6 @@
-// Loaded into a program that knows nothing of it (LD_PRELOAD): tells the channel that the
-// environment names when the first window, or the first list with rows, has been painted, and ends
-// the program there, so that its memory is what it took to come so far.
+// A library that LD_PRELOAD loads into an unmodified program. When the first window, or the first
+// list with rows, has been painted, it writes the time to the descriptor that the environment names
+// and exits, so that the process' peak memory is that of the start alone.
 
 #include "FirstPaint.h"
 #include "PaintWatch.h"

@@ -40,7 +40,8 @@ std::uint64_t readColumn(sqlite3_stmt* row, int column)
     }
 }
 
-/// Runs `sql` to its end; `ids` receives the first column where it is asked for.
+/// Runs `sql` and reads every column of every row. Appends the first column to `ids` if given.
+/// Returns a checksum of the values.
 std::uint64_t query(
     sqlite3* db, const std::string& sql, const Parameters& parameters, Parameters* ids = nullptr)
 {

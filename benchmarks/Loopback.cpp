@@ -17,7 +17,7 @@ void require(bool good, const char* what)
         throw std::runtime_error(what);
 }
 
-/// The same for connections and, where it bounds accepting, for what listens.
+/// Sets the send and receive timeouts. On a listening socket, the receive timeout bounds accept().
 void setPatience(const Descriptor& socket)
 {
     const timeval halfAMinute{30, 0};

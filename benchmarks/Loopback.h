@@ -8,11 +8,11 @@
 
 namespace korvane {
 
-/// Blocking TCP over the loopback interface. Whatever waits gives up after half a minute; every
-/// failure is thrown as std::runtime_error.
+/// Blocking TCP over the loopback interface. Calls time out after 30 seconds. Every failure throws
+/// std::runtime_error.
 namespace Loopback {
 
-/// A socket that listens on a port which the system chooses.
+/// A socket that listens on a port that the system chooses.
 Descriptor listening();
 std::uint16_t portOf(const Descriptor& listening);
 
@@ -21,7 +21,7 @@ Descriptor connected(std::uint16_t port);
 
 void sendAll(const Descriptor& socket, std::string_view bytes);
 
-/// Reads once, and returns how many bytes there were; none at the end of the connection.
+/// Reads once and returns the number of bytes; 0 at the end of the connection.
 std::size_t readSome(const Descriptor& socket, std::span<char> to);
 
 } // namespace Loopback

@@ -10,32 +10,33 @@
 
 namespace korvane {
 
-/// The export of one chat, and the support folder that knows of it. A plain value.
+/// A folder with the export file of one chat and the export state that lists it. A plain value.
 struct Scene {
-    std::string home; ///< both folders in one
+    std::string home; ///< export folder and support folder in one
     std::string fileName;
     std::int64_t size = 0; ///< of the file, in bytes
 
-    /// The first `written` bytes of the file, whole MiB, are written; the others are a hole.
+    /// Creates the folder, the file and the state. The first `written` bytes of the file, a
+    /// multiple of 1 MiB, hold data; the rest of its `size` bytes is a hole.
     static Scene prepared(const std::string& home, std::int64_t size, std::int64_t written);
 
     std::string path() const { return home + "/" + fileName; }
     Descriptor open() const;
 
-    /// Makes it this process' support folder.
+    /// Makes `home` the support folder of this process, through the environment.
     void enter() const;
 };
 
-/// The server under measurement, on the loopback interface, with a scene's chat on offer.
+/// The server under measurement. It offers the scene's chat on the loopback interface.
 class OfferingServer {
 public:
-    /// Starts it and waits until it is ready. The process has to have entered the scene.
+    /// Starts the server and waits until it listens. Call `scene.enter()` before.
     explicit OfferingServer(const Scene& scene);
 
-    /// For a client that is to use a new ticket for the scene's file.
+    /// An invitation with a new ticket for the scene's file.
     Invitation withTicket();
 
-    /// For a client that is to use the pairing's token.
+    /// An invitation with the pairing's token.
     Invitation withToken() const;
 
 private:

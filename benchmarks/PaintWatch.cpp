@@ -9,7 +9,7 @@ namespace korvane {
 
 namespace {
 
-/// What a window paints itself in the course of, all at once.
+/// True for the events during whose delivery Qt paints a window's widgets.
 bool asksForPainting(const QEvent& event)
 {
     return event.type() == QEvent::Expose || event.type() == QEvent::UpdateRequest;
@@ -24,7 +24,8 @@ PaintWatch::PaintWatch(std::function<bool(const QWidget&)> isWanted, std::functi
     QCoreApplication::instance()->installEventFilter(this);
 }
 
-/// Delivers the event itself, so that the painting lies behind it when that returns.
+/// Delivers the event itself with sendEvent(), which returns after the window was painted. The same
+/// filter sees that nested event, so `m_isPainting` lets it through.
 bool PaintWatch::eventFilter(QObject* receiver, QEvent* event)
 {
     if (event->type() == QEvent::Paint && receiver->isWidgetType())

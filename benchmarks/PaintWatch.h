@@ -7,12 +7,13 @@
 
 namespace korvane {
 
-/// Notices that a widget of this program has been painted and is on the screen. Watches from the
-/// outside, through the application's events; made and used on the main thread.
+/// Calls a function when a widget has been painted and its window flushed to the screen. Works
+/// through an event filter on the application, so the program needs no changes. Used on the main
+/// thread.
 class PaintWatch : public QObject {
 public:
-    /// `isWanted` says which widgets count, `painted` is called when the window with one of them
-    /// has been handed to the screen.
+    /// Calls `painted` after each repaint of a window in which a widget was painted for which
+    /// `isWanted` is true.
     PaintWatch(std::function<bool(const QWidget&)> isWanted, std::function<void()> painted);
 
     bool eventFilter(QObject* receiver, QEvent* event) override;

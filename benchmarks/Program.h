@@ -7,11 +7,11 @@
 
 namespace korvane {
 
-/// A program in a process of its own, with this one's environment. It is killed where it still runs
-/// when this goes. Failures are std::runtime_error.
+/// A child process that runs a program with this process' environment. The destructor kills it with
+/// SIGKILL unless wait() was called. Failures throw std::runtime_error.
 class Program {
 public:
-    /// Starts the program at the path of the first word, with the others as its arguments.
+    /// Starts the program whose path is the first word, with the other words as its arguments.
     explicit Program(const std::vector<std::string>& words);
     ~Program();
 
@@ -20,15 +20,16 @@ public:
 
     pid_t id() const { return m_id; }
 
-    /// Waits until it has ended by itself, and throws where it failed.
+    /// Waits until the program exits, and throws if its exit status is not 0.
     void wait();
 
 private:
     pid_t m_id = 0;
 };
 
-/// Seconds until the program, started now, has painted what FirstPaint calls `wanted`; it is ended
-/// there. Throws where that takes longer than half a minute.
+/// Starts the program and returns the seconds until it has painted `wanted` (see FirstPaint), where
+/// it exits. Throws std::runtime_error if the program fails or nothing is painted within 30
+/// seconds.
 double secondsToPaint(const std::vector<std::string>& words, const char* wanted);
 
 } // namespace korvane

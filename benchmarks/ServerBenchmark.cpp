@@ -1,8 +1,8 @@
-// What the server's answers cost beside the least they can cost, over the loopback interface, as
-// ratios taken in one run. Arguments:
-//   --quick        fewer chunks and requests: enough for any run
-//   --rounds N     how often each measurement is taken (the median counts)
-// Each server runs in a process of its own, and so does the client, which is the same for all.
+// Measures the server's answers over the loopback interface, relative to bare servers in the same
+// run. Arguments:
+//   --quick        fewer chunks and requests; the limits are reported, but not enforced
+//   --rounds N     number of rounds, of which the median counts
+// Server and client run in separate processes. All servers are measured with the same client.
 
 #include "Arguments.h"
 #include "BareSeal.h"
@@ -53,7 +53,7 @@ double servedTransfer(const Scene& scene)
 
 double bareRead(const Scene& scene)
 {
-    std::optional<BareSeal> body; // goes when the time has been taken
+    std::optional<BareSeal> body; // destroyed outside the measured time
     return secondsOf([&] {
         body.emplace(static_cast<std::size_t>(scene.size));
         body->read(scene.open().get(), 0);
@@ -205,5 +205,5 @@ int main(int argc, char* argv[])
     bool good = measureTransfer(transfer, rounds);
     good = measureChunks(chunks, rounds) && good;
     good = measureRefusals(transfer, quick ? 2'000 : 20'000, rounds) && good;
-    return good || quick ? 0 : 1; // a small sample shows that it works, not how fast it is
+    return good || quick ? 0 : 1; // a small sample proves nothing about speed
 }

@@ -20,7 +20,7 @@ namespace korvane {
 
 namespace {
 
-/// Names that occur often, and a number that occurs once.
+/// Two common names and a number that is unique.
 std::string titleOf(int chat)
 {
     using namespace sample::names;
@@ -44,7 +44,7 @@ AppState::Preview inventedChats(int count)
     return preview;
 }
 
-/// The window on the chats, and a keyboard.
+/// Shows the window with invented chats and sends it key events.
 class Typist {
 public:
     explicit Typist(int chats) : m_state(inventedChats(chats)), m_window(m_state)
@@ -68,7 +68,7 @@ public:
 private:
     void press(char32_t key, const QString& text)
     {
-        QCoreApplication::processEvents(); // what the last one left to do
+        QCoreApplication::processEvents(); // finishes work of the previous key
         m_isPainted = false;
         m_seconds.push_back(secondsOf([&] {
             for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
@@ -83,7 +83,7 @@ private:
     {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (!m_isPainted) {
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); // the cursor blinks
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); // a blink ends the wait
             if (std::chrono::steady_clock::now() > end)
                 throw std::runtime_error("the list was not painted");
         }
@@ -112,7 +112,7 @@ std::vector<double> secondsOfKeystrokes(int chats)
     int count = 1;
     const QApplication application(count, arguments);
     Typist typist(chats);
-    for (const char* word : {"lee", "ann", "ros", "17", "9384", "+"}) // each letter excludes some
+    for (const char* word : {"lee", "ann", "ros", "17", "9384", "+"}) // each key filters out more
         typist.type(word);
     return typist.seconds();
 }

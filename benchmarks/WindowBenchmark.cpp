@@ -1,9 +1,9 @@
-// What the window program costs beside a bare program with a window, as ratios taken in one run, on
-// an X server (xvfb-run gives it one): without a display Qt does not even load a font for an empty
-// window, and any text would seem dear. Linux only. Arguments:
-//   --quick        fewer chats, and no waiting for the export that goes by itself
-//   --rounds N     how often each measurement is taken (the median counts)
-// Each program runs in a process of its own, from a home folder made for it.
+// Measures the window program relative to a bare program with a window in the same run. Linux only.
+// Needs an X server (xvfb-run starts one) for the start and the rest: on the "offscreen" platform
+// Qt loads no font for an empty window, so any text would seem expensive. Arguments:
+//   --quick        fewer chats and no wait for the automatic export; limits are not enforced
+//   --rounds N     number of rounds, of which the median counts
+// Each program runs in a process of its own with a temporary home folder.
 
 #include "Arguments.h"
 #include "Child.h"
@@ -120,11 +120,11 @@ bool measurePictures(const WindowScene& scene, int rounds)
 // At rest.
 
 struct Rest {
-    Seconds before; ///< until it is taken to be at rest
+    Seconds before; ///< settling time after the start
     Seconds length;
 };
 
-constexpr Rest afterFirstPass{Seconds(35), Seconds(20)}; // passes come every 30 seconds
+constexpr Rest afterFirstPass{Seconds(35), Seconds(20)}; // automatic exports run every 30 s
 
 double wakeUpsAtRest(const std::vector<std::string>& words, const Rest& rest)
 {
@@ -135,15 +135,16 @@ double wakeUpsAtRest(const std::vector<std::string>& words, const Rest& rest)
     return static_cast<double>(wakeUps(before, sleepsOf(program)));
 }
 
-/// One program after the other: on a display only one of them can have the blinking cursor. A blink
-/// more or less at the ends of the time wakes the program, its connection and its painting.
+/// Runs one program after the other, because only one window on a display can have the focus and
+/// with it a blinking cursor. The limit allows for one blink more or less within the period, which
+/// wakes the program, its connection to the display and its painting.
 bool measureRest(const WindowScene& scene, const Rest& rest)
 {
     const auto woken = [&](const std::vector<std::string>& words) {
         return inChild([&] {
             enter(scene, onDisplay);
             return wakeUpsAtRest(words, rest);
-        }).seconds; // which are none: the figure is the child's
+        }).seconds; // in fact the count: inChild() passes on any figure
     };
     std::filesystem::remove_all(scene.exportFolder());
     const double real = woken(realWindow);
@@ -174,5 +175,5 @@ int main(int argc, char* argv[])
     good = measurePictures(scene, rounds) && good;
     good = measureStart(scene, rounds) && good;
     good = measureRest(scene, rest) && good;
-    return good || quick ? 0 : 1; // a small sample shows that it works, not how fast it is
+    return good || quick ? 0 : 1; // a small sample proves nothing about speed
 }

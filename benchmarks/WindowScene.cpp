@@ -16,7 +16,7 @@ namespace {
 void setFolder(const char* variable, const std::string& folder)
 {
     std::filesystem::create_directories(folder);
-    std::filesystem::permissions(folder, std::filesystem::perms::owner_all); // Qt wants its own so
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all); // Qt requires 0700
     ::setenv(variable, folder.c_str(), 1);
 }
 
@@ -56,7 +56,7 @@ void WindowScene::enter() const
     setFolder("XDG_RUNTIME_DIR", home + "/runtime");
     setFolder("KORVANE_SYNC_HOME", home + "/support");
     setFolder("TMPDIR", home + "/temporary");
-    ::setenv("QT_LOGGING_RULES", "default.warning=false", 1); // what offscreen cannot do
+    ::setenv("QT_LOGGING_RULES", "default.warning=false", 1); // about what offscreen lacks
 }
 
 } // namespace korvane
