@@ -1,6 +1,7 @@
-# What "cpack -G DEB" makes of what is installed. packaging/linux/check-package tries the package.
+# Settings of "cpack -G DEB", which packs the installed files. packaging/linux/check-package tests
+# the package.
 
-# Debian's zsh looks for what comes in packages in a folder of its own.
+# Debian's zsh reads the completions of packages from vendor-completions, not from site-functions.
 install(FILES ${linux}/completions/_korvane-sync
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
     COMPONENT debian EXCLUDE_FROM_ALL)
@@ -22,7 +23,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS hicolor-icon-theme)
-# The window is drawn with these where they are; there is always some other font.
+# The window uses these fonts if they are installed, and falls back to any other font.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-inter, fonts-quicksand, fonts-noto-color-emoji")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "evolution-data-server, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION

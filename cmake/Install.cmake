@@ -1,4 +1,4 @@
-# "cmake --install" and, on Debian, "cpack -G DEB": what goes where on Linux. A Mac gets a bundle.
+# Rules for "cmake --install" and "cpack -G DEB" on Linux. For macOS see MacBundle.cmake.
 if(APPLE)
     return()
 endif()
@@ -17,7 +17,7 @@ install(FILES ${linux}/icons/app.korvane.KorvaneSync.svg
 install(FILES ${linux}/icons/app.korvane.KorvaneSync-symbolic.svg
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/symbolic/apps)
 
-# Both wait for the user to turn them on.
+# Inactive until the user enables them.
 install(FILES ${linux}/autostart.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane-sync/autostart
     RENAME app.korvane.KorvaneSync.desktop)
@@ -34,7 +34,8 @@ install(FILES ${linux}/completions/_korvane-sync
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions
     COMPONENT zsh)
 
-# korvane_compressed(file folder [name]): installs it as readers of manuals and logs expect it.
+# korvane_compressed(file folder): installs the file compressed with gzip, as Debian requires for
+# manual pages and changelogs. -n leaves the timestamp out, so that builds are reproducible.
 function(korvane_compressed file folder)
     get_filename_component(name ${file} NAME)
     set(compressed ${PROJECT_BINARY_DIR}/packaging/${name}.gz)

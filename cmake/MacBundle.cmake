@@ -1,5 +1,5 @@
-# The application of a Mac: KorvaneSync.app, with the terminal program beside its own.
-# packaging/mac/ holds the scripts that complete, sign and pack it.
+# The macOS application KorvaneSync.app, which contains the terminal program, too. The scripts in
+# packaging/mac/ add the libraries, sign it and pack it.
 set(mac ${PROJECT_SOURCE_DIR}/packaging/mac)
 add_subdirectory(packaging/mac)
 
@@ -27,7 +27,8 @@ add_custom_target(korvane-bundle ALL VERBATIM
         $<TARGET_FILE:korvane-sync> $<TARGET_FILE_DIR:korvane-sync-app>)
 add_dependencies(korvane-bundle korvane-sync korvane-sync-app)
 
-# A program without a bundle carries in itself what the system shows where it asks the user.
+# Outside a bundle, macOS reads the texts of its permission dialogs from an Info.plist embedded in
+# the executable.
 configure_file(${mac}/Tool-Info.plist.in ${PROJECT_BINARY_DIR}/Tool-Info.plist @ONLY)
 target_link_options(korvane-sync PRIVATE
     LINKER:-sectcreate,__TEXT,__info_plist,${PROJECT_BINARY_DIR}/Tool-Info.plist)

@@ -1,4 +1,4 @@
-# Every target of this project compiles with these; third-party headers do not.
+# Compiler options for every target of this project. They do not apply to third-party headers.
 add_library(korvane-warnings INTERFACE)
 target_compile_options(korvane-warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual
@@ -7,7 +7,7 @@ target_compile_options(korvane-warnings INTERFACE
 target_compile_definitions(korvane-warnings INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
 
-# korvane_library(name sources…): one static library per folder of src/.
+# korvane_library(name sources…): adds the static library of a folder of src/.
 function(korvane_library name)
     add_library(${name} STATIC ${ARGN})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
