@@ -8,13 +8,13 @@
 #include <cstdlib>
 #include <iostream>
 
-// make-icns DRAWING.svg ICON.icns: the drawing on a rounded dark ground, in the sizes that a Mac
-// wants.
+// make-icns DRAWING.svg ICON.icns: paints the drawing on a rounded dark background, in the sizes
+// that macOS uses, and writes them to an icon file.
 //
-// An .icns file is "icns" and its own length, then for each picture its type, the length of type,
-// length and picture, and the picture as a PNG. All lengths have 32 bits, the highest first. The
-// types for 16 and 32 points at one pixel to the point hold no PNG; a Mac makes those pictures from
-// the larger ones.
+// An .icns file starts with "icns" and the length of the file. An entry for each picture follows:
+// its type, the length of the entry including these two fields, and the picture as a PNG. Lengths
+// are 32-bit big-endian. The types for 16 and 32 points at one pixel per point cannot hold a PNG;
+// macOS scales those pictures down from larger ones.
 
 namespace {
 
@@ -26,7 +26,7 @@ struct Size {
 constexpr Size sizes[] = {{"ic11", 32}, {"ic12", 64}, {"ic07", 128}, {"ic13", 256}, {"ic08", 256},
     {"ic14", 512}, {"ic09", 512}, {"ic10", 1024}};
 
-/// Where things are on a canvas of 1024 by 1024, as other icons of a Mac have it.
+/// Positions on a canvas of 1024 by 1024, with the margins of other macOS icons.
 constexpr QRectF canvas{0, 0, 1024, 1024};
 constexpr QRectF ground{100, 100, 824, 824};
 constexpr double corner = 185;
@@ -58,7 +58,7 @@ QByteArray picture(QSvgRenderer& drawing, int pixels)
     return png.data();
 }
 
-constexpr quint32 headSize = 8; ///< of the file and of each picture: a type and a length
+constexpr quint32 headSize = 8; ///< bytes of a type and a length
 
 void append(QDataStream& stream, const char* type, const QByteArray& content)
 {

@@ -1,8 +1,7 @@
 # bash completion for korvane-sync
 
-# The guids in the database that the command line names. Reading is all that this does; a database
-# that takes longer to list its chats is not worth the wait. The names of the desktop's contacts are
-# not needed, so the bus to their store is turned off.
+# Prints the guids of the chats in the database that the command line names. Only reads the
+# database, and gives up after 2 seconds. Disables D-Bus, because contact names are not needed here.
 _korvane_sync_guids()
 {
     local i database=()
@@ -25,7 +24,7 @@ _korvane_sync_names()
 _korvane_sync()
 {
     local i words=() command=
-    # "--option=value" comes in three words.
+    # COMP_WORDS splits "--option=value" into three words. Drop the "=".
     for ((i = 0; i <= COMP_CWORD; ++i)); do
         [[ ${COMP_WORDS[i]} == = && i -lt COMP_CWORD ]] || words+=("${COMP_WORDS[i]}")
     done

@@ -1,8 +1,8 @@
 # fish completion for korvane-sync
 
-# The guids in the database that the command line names, and what they stand for. Reading is all that
-# this does; a database that takes longer to list its chats is not worth the wait. The names of the
-# desktop's contacts are not needed, so the bus to their store is turned off.
+# Prints the guids and titles of the chats in the database that the command line names. Only reads
+# the database, and gives up after 2 seconds. Disables D-Bus, because titles without names
+# from the desktop's contacts will do.
 function __korvane_sync_guids
     set -l words (commandline -opc)
     set -l database
