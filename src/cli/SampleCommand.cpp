@@ -1,8 +1,8 @@
 #include "cli/SampleCommand.h"
 
-#include "process/Interruption.h"
 #include "cli/ProgressBar.h"
 #include "messages/DBError.h"
+#include "process/Interruption.h"
 
 #include <array>
 #include <filesystem>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cli/Console.h"
-#include "process/Interruption.h"
 #include "export/Exporter.h"
+#include "process/Interruption.h"
 
 #include <string>
 #include <vector>
