@@ -8,7 +8,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// What a screen reader is told.
+/// What the window tells a screen reader, through QAccessible.
 class AccessibilityTest : public WindowTest {
     Q_OBJECT
 
@@ -69,7 +69,7 @@ private slots:
         QVERIFY(namesIn(interfaceOf(window)).contains(text));
     }
 
-    /// A reader leaves out what has no role.
+    /// Screen readers skip widgets that have no role.
     void textsHaveTheRoleOfTexts_data()
     {
         QTest::addColumn<QString>("control");

@@ -9,7 +9,7 @@
 
 using namespace korvane;
 
-/// What the buttons paint.
+/// What Pill and Word paint.
 class ButtonsTest : public WindowTest {
     Q_OBJECT
 
@@ -29,7 +29,7 @@ private slots:
         Pill pill(QStringLiteral("Create"));
         const QImage picture = pictureOf(sized(pill));
         for (const QPoint& corner : corners(picture))
-            QCOMPARE(picture.pixelColor(corner), QColor(Qt::black)); // what is behind it
+            QCOMPARE(picture.pixelColor(corner), QColor(Qt::black)); // the ground behind the pill
         QCOMPARE(picture.pixelColor(1, picture.height() / 2), Look::coral);
     }
 
@@ -55,7 +55,8 @@ private slots:
         QCOMPARE(opacityOf(pill), 0.5);
     }
 
-    /// The pill as a whole: over black its text stays black, and can be read all the better.
+    /// The opacity applies to the pill as a whole. If the text were faded by itself, the coral
+    /// below would show through it.
     void fainterPillLetsNothingThroughItsText_data()
     {
         QTest::addColumn<bool>("enabled");
@@ -93,7 +94,7 @@ private slots:
         QCOMPARE(word.font().weight(), QFont::DemiBold);
         const QImage picture = pictureOf(word, 2);
         const int pixels = picture.width() * picture.height();
-        QVERIFY(countOf(picture, Qt::black) > pixels / 2); // nothing behind the letters
+        QVERIFY(countOf(picture, Qt::black) > pixels / 2); // a word has no fill
         QVERIFY(countOf(picture, Look::cream) > 20);
     }
 
@@ -118,13 +119,13 @@ private slots:
         window.show();
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        window.setAttribute(Qt::WA_KeyboardFocusChange); // as by the tab key
+        window.setAttribute(Qt::WA_KeyboardFocusChange); // focus came by the Tab key
         control.clearFocus();
         const QImage without = pictureOf(control);
         control.setFocus();
         QVERIFY(control.hasFocus());
         QVERIFY(pictureOf(control) != without);
-        window.setAttribute(Qt::WA_KeyboardFocusChange, false); // as by the mouse
+        window.setAttribute(Qt::WA_KeyboardFocusChange, false); // focus came by the mouse
         QVERIFY(pictureOf(control) == without);
     }
 
@@ -136,13 +137,13 @@ private slots:
         window.show();
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        window.setAttribute(Qt::WA_KeyboardFocusChange); // as by the tab key
+        window.setAttribute(Qt::WA_KeyboardFocusChange); // focus came by the Tab key
         control.clearFocus();
         const QImage without = pictureOf(control);
         control.setFocus();
         QVERIFY(control.hasFocus());
         QVERIFY(pictureOf(control) != without);
-        window.setAttribute(Qt::WA_KeyboardFocusChange, false); // as by the mouse
+        window.setAttribute(Qt::WA_KeyboardFocusChange, false); // focus came by the mouse
         QVERIFY(pictureOf(control) == without);
     }
 
@@ -160,7 +161,7 @@ private:
         return {area.topLeft(), area.topRight(), area.bottomLeft(), area.bottomRight()};
     }
 
-    /// Of the whole, over black, to the percent.
+    /// The opacity of the whole pill, measured over black and rounded to 0.01.
     static double opacityOf(Pill& pill)
     {
         const QImage picture = pictureOf(pill);

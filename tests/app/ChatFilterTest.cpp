@@ -17,7 +17,7 @@ private slots:
     void queryLetsThrough_data()
     {
         QTest::addColumn<QString>("query");
-        QTest::addColumn<QString>("wanted"); // numbers of the chats in titles()
+        QTest::addColumn<QString>("wanted"); // numbers of the chats in chats()
         const QString all = u"1 2 3 4 5 6 7 8 9"_s;
         QTest::newRow("nothing typed") << u""_s << all;
         QTest::newRow("one space") << u" "_s << all;
@@ -99,7 +99,7 @@ private:
         AppState::Preview preview = previewOf(9);
         preview.titles = {{1, "The Weekend People"}, {2, "weekend"}, {3, "Dad"}, {4, "Flat 4B"},
             {5, "Noor & Tomás"}, {6, "ΑΘΉΝΑ"}, {7, "三 🎉"}, {8, "+1 (202) 555-0142"}};
-        return preview; // the ninth is without a title
+        return preview; // the ninth chat has no title
     }
 
     static QString numbersIn(const ChatFilter& filter)

@@ -105,7 +105,7 @@ private slots:
         QVERIFY(model.setData(model.index(1), Qt::Checked, Qt::CheckStateRole));
         QCOMPARE(state.selected(), std::set<std::string>{"guid-2"});
         QCOMPARE(changed.count(), 1);
-        QCOMPARE(changed[0][0].value<QModelIndex>().row(), 1); // this row alone
+        QCOMPARE(changed[0][0].value<QModelIndex>().row(), 1); // only this row
         QCOMPARE(changed[0][1].value<QModelIndex>().row(), 1);
         QCOMPARE(changed[0][2].value<QList<int>>(), QList<int>{Qt::CheckStateRole});
         QVERIFY(model.setData(model.index(1), Qt::Unchecked, Qt::CheckStateRole));
@@ -131,7 +131,7 @@ private slots:
         setup.addChats(2);
         ChatListModel model(setup.start());
         model.setData(model.index(0), Qt::Checked, Qt::CheckStateRole);
-        QCOMPARE(Settings().selected(), std::set<std::string>{"guid-2"}); // the newest one
+        QCOMPARE(Settings().selected(), std::set<std::string>{"guid-2"}); // the newest chat
         model.setData(model.index(0), Qt::Unchecked, Qt::CheckStateRole);
         QCOMPARE(Settings().selected(), std::set<std::string>{});
     }

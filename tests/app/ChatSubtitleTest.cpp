@@ -10,12 +10,12 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// What stands below a title. Locale and time zone are read once by a process, so each of them gets
-/// one of its own: this program, asked for a subtitle.
+/// The line below a title in the list. A process reads its locale and time zone only once, so for
+/// each of them this program starts itself and prints one subtitle.
 class ChatSubtitleTest : public WindowTest {
     Q_OBJECT
 
-    static constexpr double newYear2026 = 788'918'400; // 2026-01-01 00:00 UTC, since 2001
+    static constexpr double newYear2026 = 788'918'400; // 2026-01-01 UTC, seconds since 2001
 
 private slots:
     void numberAndDateAreWrittenAsTheLocaleDoes_data()
@@ -90,7 +90,7 @@ private slots:
 private:
     using Variables = std::vector<std::pair<QString, QString>>;
 
-    /// "" for a variable's value: not set.
+    /// A variable whose value is "" is not set.
     static QString subtitleIn(const Variables& variables, qint64 messages, double date)
     {
         QProcessEnvironment environment;

@@ -25,7 +25,7 @@ private slots:
             for (const double pixels : {1.0, 1.5, 2.0}) {
                 const QSizeF size = knobOf(flip, pixels).size();
                 QCOMPARE(size.width(), size.height());
-                QVERIFY(std::abs(size.width() - 20) * pixels < 1.01); // its edge is soft
+                QVERIFY(std::abs(size.width() - 20) * pixels < 1.01); // the edge is antialiased
             }
         }
     }
@@ -36,7 +36,7 @@ private slots:
         sized(flip);
         const double off = restOf(flip, false);
         const double on = restOf(flip, true);
-        QCOMPARE(flip.width() - on - 20, 3.0); // as far from its end of the track…
+        QCOMPARE(flip.width() - on - 20, 3.0); // 3 points to the end of the track
         QVERIFY(off > labelEnd(flip));
         const QImage picture = pictureOf(flip);
         QCOMPARE(picture.pixelColor(static_cast<int>(off), flip.height() / 2), Look::coral);
@@ -63,7 +63,7 @@ private slots:
         const int x = flip.width() - 23; // the middle of the track
         QVERIFY(picture.pixelColor(x, 0).lightness() > 40);
         QCOMPARE(picture.pixelColor(x + 8, 1), QColor(Qt::black));
-        QCOMPARE(picture.pixelColor(flip.width() - 1, 0), QColor(Qt::black)); // round ends
+        QCOMPARE(picture.pixelColor(flip.width() - 1, 0), QColor(Qt::black)); // the ends are round
         QVERIFY(picture.pixelColor(flip.width() - 1, flip.height() / 2).lightness() > 40);
     }
 
@@ -82,15 +82,15 @@ private slots:
         const double end = restOf(flip, on);
         const double start = restOf(flip, !on);
         flip.click();
-        QVERIFY(std::abs(knobOf(flip).left() - start) < 2); // it has not jumped
+        QVERIFY(std::abs(knobOf(flip).left() - start) < 2); // it slides from where it was
         QElapsedTimer clock;
         clock.start();
         QTRY_COMPARE(knobOf(flip).left(), end);
         QVERIFY2(clock.elapsed() >= 130, qPrintable(QString::number(clock.elapsed())));
     }
 
-    /// On a straight line half of the way would take 75 ms or, for what else the machine does,
-    /// more.
+    /// With linear easing, half of the way would take at least 75 ms. The fastest of ten slides
+    /// counts, because a busy machine delays some of them.
     void knobIsFastAtFirst()
     {
         CoralSwitch flip(QStringLiteral("Fresh"));
@@ -119,7 +119,7 @@ private slots:
         const double before = knobOf(flip).left();
         flip.click();
         QVERIFY(knobOf(flip).left() <= before + 1);
-        QVERIFY(knobOf(flip).left() > off); // no jump
+        QVERIFY(knobOf(flip).left() > off); // it turns back without a jump
         QTRY_COMPARE(knobOf(flip).left(), off);
     }
 
@@ -143,7 +143,7 @@ private slots:
         window.show();
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        window.setAttribute(Qt::WA_KeyboardFocusChange); // as by the tab key
+        window.setAttribute(Qt::WA_KeyboardFocusChange); // focus came by the Tab key
         control.clearFocus();
         const QImage without = pictureOf(control);
         control.setFocus();
@@ -158,8 +158,8 @@ private:
         return control;
     }
 
-    /// Where the knob is, in points: the largest thing of its colour is 20 points high, and the
-    /// label is outside of the last 46 points.
+    /// The bounds of the knob, in points: of all pixels of its colour in the last 46 points, which
+    /// hold the track and nothing of the label.
     static QRectF knobOf(CoralSwitch& flip, double pixelsPerPoint = 1)
     {
         const QImage picture = pictureOf(flip, pixelsPerPoint);
@@ -174,10 +174,10 @@ private:
         return {QPointF(knob.topLeft()) / pixelsPerPoint, QSizeF(knob.size()) / pixelsPerPoint};
     }
 
-    /// More cream than anything that the track is painted with.
+    /// True for the knob's cream. Whatever the track is painted with has less blue.
     static bool isKnob(const QColor& colour) { return colour.blue() > 150; }
 
-    /// The knob's left side, once it rests.
+    /// The left edge of the knob at rest, in points.
     static double restOf(CoralSwitch& flip, bool on)
     {
         flip.setCheckedAtOnce(on);

@@ -47,7 +47,7 @@ Desktop::Desktop(Tray tray, const QString& panelColour)
              "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS"})
         m_environment.remove(QLatin1String(variable));
 
-    bool isComplete = false; // now and then a tray does not come up
+    bool isComplete = false; // occasionally a tray does not come up
     for (int attempt = 0; attempt < 3 && !isComplete; ++attempt) {
         end();
         startDisplay();
@@ -65,10 +65,10 @@ void Desktop::startDisplay()
     m_environment.insert(QStringLiteral("DISPLAY"), QLatin1Char(':') + lineOf(*m_parts.front()));
     m_parts.push_back(start(
         QStringLiteral("openbox"), {QStringLiteral("--startup"), QStringLiteral("echo ready")}));
-    // A window that is mapped while the window manager starts may stay hidden.
+    // Wait for the window manager: a window mapped while it starts may stay hidden.
     QString line;
     do {
-        line = lineOf(*m_parts.back()); // it may begin with messages of its own
+        line = lineOf(*m_parts.back()); // messages of openbox may come first
     } while (!line.isEmpty() && line != QStringLiteral("ready"));
     QCOMPARE(line, QStringLiteral("ready"));
 }
@@ -100,7 +100,7 @@ void Desktop::loseDisplay()
 
 void Desktop::end()
 {
-    while (!m_parts.empty()) // the X server goes last
+    while (!m_parts.empty()) // in reverse order: the X server last
         m_parts.pop_back();
 }
 
@@ -139,7 +139,7 @@ QString Desktop::trayGeometry() const
 
 void Desktop::clickTrayIcon(int times) const
 {
-    // The tray is as wide as what is in it: here as one icon, which is as wide as the tray is high.
+    // The tray is as wide as its icons. One icon is a square with the tray's height, 24 pixels.
     QVERIFY(QTest::qWaitFor(
         [this] { return trayGeometry().contains(QStringLiteral("WIDTH=24")); }, patience));
     output(QStringLiteral("xdotool"),

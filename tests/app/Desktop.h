@@ -12,61 +12,61 @@
 
 namespace korvane {
 
-/// A program that ends with this object.
+/// Deleter of a process: kills it and waits for its end.
 struct Ended {
     void operator()(QProcess* program) const;
 };
 using Program = std::unique_ptr<QProcess, Ended>;
 
-/// A desktop of a test's own: an X server with a window manager and, where wanted, a tray, and a
-/// user with a home of his own in front of it. Everything goes with it.
+/// A desktop for one test: an X server with a window manager and, on request, a tray, and a user
+/// with an empty home. The destructor ends the programs and deletes the home.
 class Desktop {
 public:
     enum class Tray { None, Present };
 
-    /// With a colour like "0x202020", that is the panel's.
+    /// Sets the tray's colour to `panelColour`, like "0x202020", unless it is empty.
     explicit Desktop(Tray tray, const QString& panelColour = {});
     ~Desktop();
     Desktop(const Desktop&) = delete;
     Desktop& operator=(const Desktop&) = delete;
 
-    /// What is missing on this machine to have one; "" where nothing is.
+    /// Why this machine cannot run one, as a reason to skip a test; "" if it can.
     static QString missing();
 
     std::string home() const { return m_home.path().toStdString(); }
 
-    /// Starts a program in front of this user.
+    /// Starts a program in this user's session.
     Program start(const QString& program, const QStringList& arguments = {}) const;
 
-    /// Runs a program to its end and returns what it printed, white space around it left out.
+    /// Runs a program to its end. Returns its standard output without white space at the ends.
     QString output(const QString& program, const QStringList& arguments) const;
 
-    /// Presses keys, as xdotool names them, or types a text.
+    /// Presses a key combination, named as for xdotool ("alt+F4"), or types a text.
     void press(const QString& key) const;
     void type(const QString& text) const;
 
-    /// Clicks the icon in the tray; waits until there is one.
+    /// Waits until the tray has an icon, then clicks it.
     void clickTrayIcon(int times = 1) const;
 
-    /// Sets an environment variable of the programs started from now on.
+    /// Sets an environment variable for programs started from now on.
     void setVariable(const QString& name, const QString& value)
     {
         m_environment.insert(name, value);
     }
 
-    /// Tells whether it came up: now and then it does not, and will not on this desktop.
+    /// Returns whether the tray came up. Occasionally it does not; then retry on a new desktop.
     bool startTray(const QString& panelColour = {});
 
-    /// A picture of the screen.
+    /// A screenshot.
     QImage screen() const;
 
-    /// Kills the X server.
+    /// Kills the X server, so that programs lose their connection to it.
     void loseDisplay();
 
-    /// True while a window of this title is to be seen.
+    /// Whether a window with this title is visible.
     bool shows(const QString& title) const;
 
-    /// What the QR code on the screen says; "" without one.
+    /// The text of the QR code on the screen; "" if there is none.
     std::string codeOnScreen() const;
 
 private:

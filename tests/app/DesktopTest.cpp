@@ -16,7 +16,7 @@
 using namespace korvane;
 namespace fs = std::filesystem;
 
-/// The installed program on a real desktop, driven from outside as a user does.
+/// The window program as a process on an X server, driven by keys and clicks as by a user.
 class DesktopTest : public QObject {
     Q_OBJECT
 
@@ -60,7 +60,7 @@ private slots:
         openWindow(desktop);
         desktop.clickTrayIcon();
         QTRY_VERIFY(!desktop.shows(title()));
-        QTest::qWait(400); // until a click is another one
+        QTest::qWait(400); // a click sooner would count as the one that closed it
         desktop.clickTrayIcon();
         QTRY_VERIFY(desktop.shows(title()));
         desktop.press(QStringLiteral("Escape"));
@@ -76,7 +76,7 @@ private slots:
         openWindow(desktop);
         desktop.press(QStringLiteral("Escape"));
         QTRY_VERIFY(!desktop.shows(title()));
-        QTest::qWait(400); // until a click is another one
+        QTest::qWait(400); // a click sooner would count as the one that closed it
         desktop.clickTrayIcon(2);
         QTRY_VERIFY(desktop.shows(title()));
         QTest::qWait(400);
@@ -106,7 +106,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
         desktop.press(QStringLiteral("Escape"));
         QVERIFY(!program->waitForFinished(300));
-        bool finished = false; // the window manager may take a while to give it the keyboard
+        bool finished = false; // the window manager may be slow to give it the focus
         for (int attempt = 0; attempt < 20 && !finished; ++attempt) {
             desktop.press(QStringLiteral("alt+F4"));
             finished = program->waitForFinished(1000);
@@ -168,7 +168,7 @@ private:
     {
         desktop.clickTrayIcon();
         QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
-        QTest::qWait(500); // for the chats, and for the window manager to give it the keyboard
+        QTest::qWait(500); // for the chats to be read and the window to get the focus
     }
 
     static std::string onlyExportOf(const Desktop& desktop)

@@ -9,7 +9,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// What stands in the place of a list without rows.
+/// The text shown in place of a list without rows.
 class EmptyListTest : public WindowTest {
     Q_OBJECT
 
@@ -37,7 +37,7 @@ private slots:
         const QString text = textOf(window).value_or(QString());
         QVERIFY2(text.startsWith(u"No chats yet"_s), qPrintable(text));
         child<QLineEdit>(window, "search").setText(u"x"_s);
-        QCOMPARE(textOf(window), text); // no search could find any
+        QCOMPARE(textOf(window), text); // no search can match in an empty list
     }
 
     void listThatIsStillBeingReadIsNotSaidToBeEmpty()

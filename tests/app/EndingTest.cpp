@@ -18,12 +18,12 @@
 using namespace korvane;
 namespace fs = std::filesystem;
 
-/// Makes the window program end in the middle of an export.
+/// Ends the window program in the middle of an export.
 using Ending = std::function<void(Desktop&, QProcess&)>;
 Q_DECLARE_METATYPE(Ending)
 
-/// The window program ends in the middle of the first export of many chats, and another program
-/// exports the rest.
+/// Ends the window program during the first export of many chats, and checks that the terminal
+/// program exports exactly the rest.
 class EndingTest : public QObject {
     Q_OBJECT
 
@@ -45,7 +45,7 @@ private slots:
         QTest::newRow("SIGTERM, then SIGHUP and SIGTERM again") << Ending(
             [](Desktop& desktop, QProcess& program) {
                 send<SIGTERM>(desktop, program);
-                std::this_thread::sleep_for(std::chrono::milliseconds(1)); // mid-chat
+                std::this_thread::sleep_for(std::chrono::milliseconds(1)); // it has not ended yet
                 send<SIGHUP>(desktop, program);
                 send<SIGTERM>(desktop, program);
             }) << 0;
@@ -61,7 +61,7 @@ private slots:
         const std::size_t chats = giveManyChats(desktop);
         const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
         QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(QStringLiteral("Korvane Sync")), 15000);
-        QTest::qWait(1000); // the window manager gives it the keyboard
+        QTest::qWait(1000); // until the window has the focus
         startExport(desktop);
         QTRY_VERIFY_WITH_TIMEOUT(exportedFiles(desktop).size() >= 50, 60000);
         end(desktop, *program);
@@ -87,7 +87,7 @@ private slots:
         desktop.setVariable(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
         const std::size_t chats = giveManyChats(desktop);
         const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
-        // There is no keyboard. The program begins to export by itself after 30 seconds.
+        // No key can be sent here: wait for the first auto-sync, 30 seconds after the start.
         while (program->state() == QProcess::Running && exportedFiles(desktop).size() < 50)
             program->waitForFinished(20);
         if (program->readAllStandardError().contains("Could not find the Qt platform plugin"))
@@ -99,7 +99,7 @@ private slots:
     }
 
 private:
-    /// Exports what the window program has not exported before it ended.
+    /// Exports the rest, which must add just the records and files that are not there yet.
     static void verifyRestIsExportedOnce(const Desktop& desktop, std::size_t chats)
     {
         const std::set<fs::path> before = exportedFiles(desktop);
@@ -119,7 +119,7 @@ private:
 
     static constexpr std::int64_t messages = 6'000;
 
-    /// Selects them all, too. Returns how many chats there are.
+    /// Writes a database of many chats and selects them all. Returns how many there are.
     static std::size_t giveManyChats(const Desktop& desktop)
     {
         const fs::path home = desktop.home();
@@ -164,7 +164,7 @@ private:
         return files;
     }
 
-    /// The different records in the files, or -1 if one of them is there twice or not whole.
+    /// The number of records in the files; -1 if a file has one of them twice.
     static std::int64_t countRecords(const std::set<fs::path>& files)
     {
         std::int64_t count = 0;

@@ -66,7 +66,7 @@ private slots:
         OneLine& folder = child<OneLine>(window, "folder");
         QCOMPARE(folder.height(), QFontMetrics(folder.font()).height()); // one line
         QVERIFY(placeIn(window, folder).right() < placeIn(window, child(window, "change")).left());
-        QCOMPARE(folder.toolTip(), folder.text()); // the whole of it
+        QCOMPARE(folder.toolTip(), folder.text()); // the whole path
         OneLine cut(folder.font(), Look::mute, Qt::ElideNone);
         cut.setText(
             QFontMetrics(folder.font()).elidedText(folder.text(), Qt::ElideMiddle, folder.width()));
@@ -125,7 +125,7 @@ private slots:
         window.show();
         CoralSwitch& flip = child<CoralSwitch>(window, "autoSync");
         QVERIFY(!flip.isChecked());
-        QCOMPARE(countOf(pictureOf(flip), Look::coral), 0); // at once, it does not slide there
+        QCOMPARE(countOf(pictureOf(flip), Look::coral), 0); // off from the start, without sliding
     }
 
     void statusIsShownAsItChanges()
@@ -166,7 +166,7 @@ private slots:
         window.show();
         const auto& label = child<QLabel>(window, "status");
         QCOMPARE(label.text(), status);
-        QCOMPARE(label.toolTip(), QString()); // all of it can be read
+        QCOMPARE(label.toolTip(), QString()); // nothing is cut off
         const int line = QFontMetrics(label.font()).height();
         const QRect text = placeIn(window, label);
         QVERIFY(text.height() >= 2 * line);
@@ -223,7 +223,7 @@ private slots:
         window.show();
         const auto& status = child<QLabel>(window, "status");
         QCOMPARE(status.height(), 4 * QFontMetrics(status.font()).height());
-        QCOMPARE(status.text().toStdString(), preview.status); // for a screen reader
+        QCOMPARE(status.text().toStdString(), preview.status); // uncut, for a screen reader
         QCOMPARE(status.toolTip(), QString::fromStdString(preview.status).toHtmlEscaped());
     }
 
@@ -240,8 +240,8 @@ private slots:
         Word& sync = child<Word>(window, "syncNow");
         QTest::mouseClick(&sync, Qt::LeftButton);
         QVERIFY(setup.state().isSyncing());
-        QVERIFY(sync.isEnabled()); // always
-        QTest::mouseClick(&sync, Qt::LeftButton); // does nothing
+        QVERIFY(sync.isEnabled()); // during an export, too
+        QTest::mouseClick(&sync, Qt::LeftButton); // ignored while one runs
         QTRY_COMPARE(statuses.size(), 2);
         QVERIFY(statuses[0].startsWith(u"Added 1 messages · "_s));
         QCOMPARE(statuses[1], u"2 chats · 1 selected"_s);

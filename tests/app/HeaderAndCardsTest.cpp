@@ -12,7 +12,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// Which card the window shows, and what stands on it.
+/// Which card the window shows, and its contents.
 class HeaderAndCardsTest : public WindowTest {
     Q_OBJECT
 
@@ -212,7 +212,7 @@ private slots:
         QCOMPARE(picture.pixelColor(ground.topLeft() + QPoint(18, 0)), QColor(Qt::white));
         const QRect code = placeIn(window, child(window, "code"));
         const int black = countOf(picture, Qt::black, code);
-        QCOMPARE(black + countOf(picture, Qt::white, code), 240 * 240); // nothing in between
+        QCOMPARE(black + countOf(picture, Qt::white, code), 240 * 240); // no grey pixels
         QVERIFY(black > 240 * 240 / 10);
     }
 
@@ -258,7 +258,7 @@ private:
                "Access, then come back."_s;
     }
 
-    /// The text that reads so; the test ends where there is none.
+    /// The label with this text. Aborts the test program if there is none.
     static const QLabel& textOf(const QWidget& window, QStringView text)
     {
         for (const QLabel* label : window.findChildren<QLabel*>()) {

@@ -12,7 +12,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The window without a mouse.
+/// The window, used by keyboard.
 class KeyboardTest : public WindowTest {
     Q_OBJECT
 
@@ -37,14 +37,14 @@ private slots:
         ContentView window(app);
         QVERIFY(showActive(window));
         if (state == u"access"_s)
-            QTest::keyClick(&window, Qt::Key_Tab); // on opening, nothing has the keyboard
+            QTest::keyClick(&window, Qt::Key_Tab); // in this state nothing has the focus at first
         QStringList walked;
         for (qsizetype i = 0; i < order.size(); ++i) {
             walked += focused();
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         }
         QCOMPARE(walked, order);
-        QCOMPARE(focused(), order.first()); // and round again
+        QCOMPARE(focused(), order.first()); // wraps around
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
         QCOMPARE(focused(), order.last());
     }
@@ -57,7 +57,7 @@ private slots:
         AppState app(previewNamed(state));
         ContentView window(app);
         QVERIFY(showActive(window));
-        QApplication::setCursorFlashTime(0); // a caret that stays
+        QApplication::setCursorFlashTime(0); // no blinking
         for (qsizetype i = 0; i < order.size(); ++i) {
             QTest::keyClick(keyboardOwner(window), Qt::Key_Tab);
             const QString name = focused();
@@ -69,7 +69,7 @@ private slots:
         }
     }
 
-    /// The search field's caret says enough.
+    /// Without the search field: its caret always shows its focus.
     void clickShowsNoFocus_data()
     {
         QTest::addColumn<QString>("control");
@@ -84,10 +84,10 @@ private slots:
         ContentView window(state);
         QVERIFY(showActive(window));
         QWidget& clicked = child(window, control.toLatin1());
-        QTest::keyClick(window.focusWidget(), Qt::Key_Tab); // a click ends what this began
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab); // shows focus frames until a click
         click(clicked);
-        click(clicked); // twice: as checked as before
-        QTest::qWait(300); // until the switch is at rest
+        click(clicked); // back to the state before
+        QTest::qWait(300); // until the switch has come to rest
         QCOMPARE(focused(), control);
         const QImage with = pictureOf(window);
         clicked.clearFocus();
@@ -146,7 +146,7 @@ private slots:
         ContentView window(state);
         QVERIFY(showActive(window));
         auto& list = child<ChatListView>(window, "chats");
-        QTest::keyClicks(window.focusWidget(), u"chat 2"_s); // 2, 20, 21…
+        QTest::keyClicks(window.focusWidget(), u"chat 2"_s); // finds 2, 20, 21…
         QTest::keyClick(window.focusWidget(), Qt::Key_Down);
         QCOMPARE(focused(), u"chats"_s);
         QCOMPARE(list.currentIndex().row(), 0);
@@ -330,7 +330,8 @@ private slots:
         QCOMPARE(opened.count(), 1);
     }
 
-    /// The code that Return has made would be taken down by the same, held key.
+    /// Return creates the code and "Done" gets the focus. If the held key repeated, it would press
+    /// "Done" and close the code again.
     void heldReturnPressesOnce()
     {
         AppState state(PreviewStates::qr());

@@ -14,7 +14,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// Sizes, margins and spacings, and that every text has the room it needs.
+/// Sizes, margins and spacing; every text has enough room.
 class LayoutTest : public WindowTest {
     Q_OBJECT
 
@@ -92,7 +92,7 @@ private slots:
         const QRect button = placeIn(window, child(window, "create"));
         QCOMPARE(row.left(), 18);
         QCOMPARE(row.width(), 364);
-        QCOMPARE(search.geometry().right(), row.width() - 1 - 12); // padding of 12
+        QCOMPARE(search.geometry().right(), row.width() - 1 - 12); // padding of 12 points
         QCOMPARE(search.font().pixelSize(), 13);
         QCOMPARE(button.left(), 18);
         QCOMPARE(button.width(), 364); // full width
@@ -100,7 +100,7 @@ private slots:
         QVERIFY(list.height() > 250);
         const QImage picture = pictureOf(window);
         QCOMPARE(picture.pixelColor(row.center()), Look::raised);
-        QCOMPARE(picture.pixelColor(row.topLeft()), Look::canvas); // rounded
+        QCOMPARE(picture.pixelColor(row.topLeft()), Look::canvas); // the corner is rounded
         QCOMPARE(picture.pixelColor(button.left() + 20, button.center().y()), Look::coral);
     }
 
@@ -127,11 +127,11 @@ private slots:
         const QRect other = list.visualRect(list.model()->index(1, 0));
         const QColor stroke = over(Look::card, Look::coral, 0.7);
         const QColor seen = picture.pixelColor(selected.center().x(), selected.top());
-        QVERIFY(std::abs(seen.red() - stroke.red()) <= 12); // half of it lies on the canvas
-        QVERIFY(countOf(picture, Look::coral, selected) > 200); // a circle of 20 points
+        QVERIFY(std::abs(seen.red() - stroke.red()) <= 12); // half of the stroke lies on the canvas
+        QVERIFY(countOf(picture, Look::coral, selected) > 200); // the mark, a circle 20 points wide
         QCOMPARE(countOf(picture, Look::coral, other), 0);
         QCOMPARE(picture.pixelColor(other.center()), Look::card);
-        QCOMPARE(picture.pixelColor(other.left() + 22, other.top() + 27), Look::card); // clear
+        QCOMPARE(picture.pixelColor(other.left() + 22, other.top() + 27), Look::card); // empty mark
     }
 
     void groupHasASymbolBehindItsTitle()
@@ -229,7 +229,7 @@ private slots:
         window.show();
         auto& list = child<ChatListView>(window, "chats");
         window.setMaximumSize(400, 800);
-        for (int height = 560; height <= 640; ++height) { // as the fonts' heights have it
+        for (int height = 560; height <= 640; ++height) { // the list's height depends on the fonts
             window.setFixedHeight(height);
             const int cut = list.viewport()->height() % 60;
             QVERIFY2(cut == 0 || cut >= 14, qPrintable(QString::number(height)));
@@ -272,7 +272,7 @@ private slots:
         QVERIFY(texts >= 8);
         if (const auto* code = window.findChild<QWidget*>(QStringLiteral("code"));
             code && code->isVisible())
-            QCOMPARE(code->parentWidget()->size(), QSize(264, 264)); // whatever else gives way
+            QCOMPARE(code->parentWidget()->size(), QSize(264, 264)); // it never shrinks
     }
 
 private:
@@ -303,7 +303,7 @@ private:
         return pieces;
     }
 
-    /// The topmost and the lowest line of pixels.
+    /// The top and the bottom row of pixels, as an image of two rows.
     static QImage edgeOf(ContentView& window)
     {
         const QImage picture = pictureOf(window);
@@ -315,13 +315,13 @@ private:
         return edge;
     }
 
-    /// Where a row's title and its symbol are, right of the mark.
+    /// The area of a row's title and symbol, right of the mark.
     static QRect titleIn(const ChatListView& list, int row)
     {
         return list.visualRect(list.model()->index(row, 0)).adjusted(40, 8, -2, -32);
     }
 
-    /// What the letters of the area cover.
+    /// The bounds of the bright pixels in the area.
     static QRect inkOf(const QImage& picture, const QRect& area)
     {
         QRect ink;
@@ -334,7 +334,7 @@ private:
         return ink;
     }
 
-    /// An ellipsis has nothing in the upper half of its place.
+    /// Finds an ellipsis by its shape: the upper half of its place is empty.
     static void checkEllipsis(const QImage& picture, const QRect& area)
     {
         QFETCH(bool, atItsLeft);

@@ -84,9 +84,9 @@ private slots:
         QCOMPARE(picture.height(), std::lround(height * pixelsPerPoint));
         QCOMPARE(picture.devicePixelRatio(), pixelsPerPoint);
         const QRect drawn = inked(picture.toImage());
-        QVERIFY(drawn.width() > picture.width() / 2); // it fills its frame
+        QVERIFY(drawn.width() > picture.width() / 2); // it fills most of its frame
         QVERIFY(drawn.height() > picture.height() / 2);
-        QVERIFY(!touchesTheEdge(drawn, picture)); // and is not cut off
+        QVERIFY(!touchesTheEdge(drawn, picture)); // not cut off
     }
 
     void drawingKeepsItsProportions()
@@ -132,7 +132,7 @@ private slots:
         const QImage guide = Look::image(Drawing::MenuBarGuide, 18, 3).toImage();
         for (int y = 0; y < guide.height(); ++y) {
             for (int x = 0; x < guide.width(); ++x)
-                QCOMPARE(guide.pixel(x, y) & 0xFFFFFF, QRgb(0)); // black, more or less opaque
+                QCOMPARE(guide.pixel(x, y) & 0xFFFFFF, QRgb(0)); // black; only alpha varies
         }
     }
 
@@ -164,7 +164,7 @@ private slots:
     }
 
 private:
-    /// A colour given as fractions, as screens show it.
+    /// A colour from fractions (0 to 1), with 8 bits per channel.
     static QRgb of(double red, double green, double blue, double opacity = 1)
     {
         const auto byte = [](double part) { return static_cast<int>(std::lround(255 * part)); };

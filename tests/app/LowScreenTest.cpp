@@ -12,7 +12,8 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The window on a screen that is lower than it. The test runs on screens of several heights.
+/// The window on a screen that is lower than the window wants to be: 600 points, or as many as the
+/// environment variable SCREEN_HEIGHT says.
 class LowScreenTest : public WindowTest {
     Q_OBJECT
 
@@ -75,7 +76,7 @@ private slots:
         QCOMPARE(child(window, "code").size(), QSize(240, 240));
         QCOMPARE(done.parentWidget()->width(), 364);
         QVERIFY(middle.verticalScrollBar()->maximum() > 0);
-        QCOMPARE(middle.verticalScrollBar()->value(), 0); // the code comes first
+        QCOMPARE(middle.verticalScrollBar()->value(), 0); // the code is visible first
         middle.verticalScrollBar()->setValue(middle.verticalScrollBar()->maximum());
         QVERIFY(placeIn(window, middle).contains(placeIn(window, done)));
     }
@@ -103,7 +104,7 @@ private slots:
 private:
     static int height() { return qEnvironmentVariableIntValue("SCREEN_HEIGHT"); }
 
-    /// What the screen leaves of a height, with the frame that the display puts around a window.
+    /// `wanted`, or less if the screen is too low for a window of that height and its frame.
     static int heightFor(const ContentView& window, int wanted)
     {
         const int frame = window.frameGeometry().height() - window.height();

@@ -18,14 +18,14 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The window with a mouse. This runs on screens of several pixel densities.
+/// The window, used by mouse. The test runs at several scale factors.
 class MouseTest : public WindowTest {
     Q_OBJECT
 
 private slots:
     void clickOnARowTogglesAndStoresIt_data()
     {
-        QTest::addColumn<QPoint>("place"); // in the row
+        QTest::addColumn<QPoint>("place"); // within the row
         QTest::newRow("on the mark") << QPoint(22, 27);
         QTest::newRow("on the title") << QPoint(80, 18);
         QTest::newRow("right of everything") << QPoint(350, 27);
@@ -206,7 +206,7 @@ private slots:
         QCOMPARE(groundsOf(list), (std::vector{Look::card, Look::raised, Look::card}));
         hover(list, {300, 27}, QEvent::HoverMove);
         QCOMPARE(groundsOf(list), (std::vector{Look::raised, Look::card, Look::card}));
-        hover(list, {300, 57}, QEvent::HoverMove); // between two rows, where a click does nothing
+        hover(list, {300, 57}, QEvent::HoverMove); // the gap between two rows
         QCOMPARE(groundsOf(list), (std::vector{Look::card, Look::card, Look::card}));
         hover(list, {300, 27}, QEvent::HoverMove);
         hover(list, {-1, -1}, QEvent::HoverLeave);
@@ -232,7 +232,7 @@ private slots:
         auto& list = child<ChatListView>(window, "chats");
         hover(list, {300, 27}, QEvent::HoverEnter);
         list.verticalScrollBar()->setValue(60);
-        QCOMPARE(groundAt(list, {300, 10}), Look::raised); // below the pointer, as before
+        QCOMPARE(groundAt(list, {300, 10}), Look::raised); // the row now below the pointer
     }
 
     void cutTitleIsShownInFullByATooltip_data()
@@ -275,7 +275,7 @@ private:
         return pictureOf(*list.viewport()).pixelColor(place);
     }
 
-    /// The background of each row in view.
+    /// The background of each row that is wholly in view.
     static std::vector<QColor> groundsOf(ChatListView& list)
     {
         std::vector<QColor> grounds;
@@ -291,7 +291,7 @@ private:
     {
         const QPoint corner = list.visualRect(list.model()->index(row, 0)).topLeft();
         QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, corner + place);
-        QTest::qWait(QApplication::doubleClickInterval() / 100); // the next one is a click as well
+        QTest::qWait(QApplication::doubleClickInterval() / 100); // handle pending events
     }
 };
 

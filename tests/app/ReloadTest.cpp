@@ -7,7 +7,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// A list of 10,000 chats that is read anew while the user is somewhere in it.
+/// A list of 10,000 chats is reloaded while the user is somewhere in its middle.
 class ReloadTest : public WindowTest {
     Q_OBJECT
 
@@ -42,7 +42,7 @@ private slots:
         if (!sql.empty())
             setup.db.sql().execute(sql);
         reload(setup.state());
-        QCOMPARE(topOf(list, current), before); // where the user has his eyes
+        QCOMPARE(topOf(list, current), before); // the current row has not moved
         QCOMPARE(guidAt(list.currentIndex()), WindowSetup::guid(current));
         QVERIFY(list.hasFocus());
         QCOMPARE(setup.state().selected(), std::set<std::string>{WindowSetup::guid(current)});
@@ -66,7 +66,7 @@ private slots:
         QCOMPARE(guidAt(list.currentIndex()), WindowSetup::guid(current));
     }
 
-    /// The list of someone who looks at its top goes on showing its top.
+    /// A list that is scrolled to the top stays there.
     void newestChatIsSeenAtTheTop_data()
     {
         QTest::addColumn<std::string>("sql");
@@ -136,7 +136,7 @@ private slots:
         reload(setup.state());
         QVERIFY(list.hasFocus());
         QVERIFY(std::abs(topOf(list, current - 1) - before) <= rowHeight);
-        QTest::keyClick(&list, Qt::Key_Down); // goes on from about there
+        QTest::keyClick(&list, Qt::Key_Down); // continues from a row nearby
         QVERIFY(list.viewport()->rect().intersects(list.visualRect(list.currentIndex())));
         QVERIFY(std::abs(topOf(list, current - 1) - before) <= 3 * rowHeight);
     }
@@ -159,7 +159,7 @@ private slots:
     }
 
 private:
-    /// Numbers of chats; the newest one has the highest.
+    /// Numbers of chats; the newest chat has the highest and is at the top.
     static constexpr int topmost = 5500;
     static constexpr int current = 5498;
 
@@ -180,7 +180,8 @@ private:
         return "UPDATE message SET date = 900000000 WHERE ROWID = " + std::to_string(chat) + ";";
     }
 
-    /// Scrolls until `topmost` is cut in half by the upper edge; the keyboard is on `current`.
+    /// Focuses the list, makes `current` the current row, and scrolls until the upper edge cuts
+    /// `topmost`.
     static void goSomewhere(ChatListView& list)
     {
         list.setFocus();
@@ -213,7 +214,7 @@ private:
         QSignalSpy read(&state, &AppState::chatsChanged);
         state.reloadChats();
         QTRY_COMPARE(read.count(), 1);
-        QTest::qWait(0); // what the list puts off
+        QTest::qWait(0); // let the list do its deferred layout
     }
 };
 

@@ -19,8 +19,8 @@
 
 using namespace korvane;
 
-/// One window for each support folder. Locks are told apart by who opened them, so that two objects
-/// stand for two programs.
+/// One window per support folder. flock() locks belong to the open file, not to the process, so two
+/// objects in one process act like two programs.
 class SingleInstanceTest : public QObject {
     Q_OBJECT
 
@@ -66,7 +66,7 @@ private slots:
         QVERIFY(requests.wait());
         requests.clear();
         QTest::qWait(50);
-        QCOMPARE(requests.count(), 0); // none is left to wake the program again
+        QCOMPARE(requests.count(), 0); // no request is left over
     }
 
     void placeOfOneThatEndedIsFree()
@@ -125,7 +125,7 @@ private slots:
 
     void moreRequestsThanAPipeTakesAreNoPlace()
     {
-        const SingleInstance first; // which hangs: nobody runs its events
+        const SingleInstance first; // it hangs: its event loop does not run
         const Descriptor pipe(
             ::open(path("support/window.pipe").toLocal8Bit(), O_WRONLY | O_NONBLOCK));
         const std::string requests(4096, 's');

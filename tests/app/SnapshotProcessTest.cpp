@@ -10,7 +10,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The program itself, asked for pictures: without a display, and leaving nothing behind.
+/// Runs the window program with --snapshot: without a display, and without leaving other files.
 class SnapshotProcessTest : public WindowTest {
     Q_OBJECT
 
@@ -73,7 +73,7 @@ private slots:
         QCOMPARE(QImage(folder.filePath(threeNames[1])), before);
     }
 
-    /// However the desktop is set up, the pictures are the same.
+    /// The pictures do not depend on environment variables that set up a desktop.
     void picturesDoNotDependOnTheDesktop_data()
     {
         QTest::addColumn<QString>("variable");
@@ -124,7 +124,7 @@ private slots:
         const Outcome outcome = run({u"--snapshot"_s}, {}, folder.path());
         QCOMPARE(outcome.code, usual.code);
         QCOMPARE(outcome.err, usual.err);
-        QVERIFY(outcome.err.contains("no display")); // which it wants, as usual
+        QVERIFY(outcome.err.contains("no display")); // it starts as usual, which needs a display
         QCOMPARE(everythingIn(folder.path()), QStringList());
     }
 
@@ -137,12 +137,12 @@ private:
         QByteArray err;
     };
 
-    /// Runs the program with these environment variables and no others.
+    /// Runs the program with these environment variables and PATH, and no others.
     static Outcome run(
         const QStringList& arguments, const Variables& variables, const QString& folder = {})
     {
         QProcessEnvironment environment;
-        environment.insert(u"PATH"_s, u"/usr/bin"_s); // an empty one would mean this program's own
+        environment.insert(u"PATH"_s, u"/usr/bin"_s); // QProcess would inherit for an empty one
         for (const auto& [name, value] : variables)
             environment.insert(name, value);
         QProcess program;

@@ -16,7 +16,7 @@ using namespace korvane;
 using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;
 
-/// The pictures for the documentation, and where the command line says that they are to go.
+/// The pictures for the documentation, and the option that names their folder.
 class SnapshotTest : public WindowTest {
     Q_OBJECT
 
@@ -55,7 +55,7 @@ private slots:
             for (int x = 0; x < picture.width(); ++x)
                 differing += picture.pixel(x, y) != wanted.pixel(x, y);
         }
-        QVERIFY2(differing < 500, qPrintable(QString::number(differing))); // what has the focus
+        QVERIFY2(differing < 500, qPrintable(QString::number(differing))); // only the focus differs
     }
 
     void coloursAreThoseOfThePalette_data() { names(); }
@@ -145,7 +145,7 @@ private slots:
     void fileThatCannotBeWrittenIsLeftOut()
     {
         const QTemporaryDir folder;
-        fs::create_directory(pathOf(folder) / "dropdown-qr.png"); // no file can replace it
+        fs::create_directory(pathOf(folder) / "dropdown-qr.png"); // rename() cannot replace it
         Snapshot::write(pathOf(folder));
         QCOMPARE(namesIn(pathOf(folder)), threeNames());
         QVERIFY(fs::is_directory(pathOf(folder) / "dropdown-qr.png"));

@@ -30,7 +30,7 @@ double luminance(QRgb colour)
         + 0.0722 * linear(qBlue(colour));
 }
 
-/// Of two colours on a screen: from 1 to 21.
+/// The contrast ratio of two colours as WCAG defines it, from 1 to 21.
 double contrast(QRgb one, QRgb other)
 {
     const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
@@ -39,7 +39,7 @@ double contrast(QRgb one, QRgb other)
 
 } // namespace
 
-/// The panel's side of the StatusNotifierItem protocol, on a message bus of its own.
+/// The panel's side of the StatusNotifierItem protocol, on a private D-Bus bus.
 class Watcher : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
@@ -68,7 +68,7 @@ public:
 
     static bool isHostRegistered() { return true; }
 
-    /// A property of the icon that has registered itself.
+    /// A property of the registered icon.
     QVariant property(const QString& name) const
     {
         const QDBusMessage answer
@@ -178,7 +178,7 @@ private slots:
             pictures.endStructure();
             QCOMPARE(height, width);
             QCOMPARE(pixels.size(), qsizetype(4) * width * height);
-            QVERIFY(pixels.count('\0') < pixels.size() * 9 / 10); // it is not transparent
+            QVERIFY(pixels.count('\0') < pixels.size() * 9 / 10); // not all transparent
             sides.insert(width);
         }
         pictures.endArray();
@@ -196,7 +196,7 @@ private slots:
             hasTray = desktop.startTray();
             if (!hasTray)
                 continue;
-            desktop.clickTrayIcon(); // once it is there
+            desktop.clickTrayIcon(); // waits for the icon
             becomesAPopup(desktop, *program);
         }
         QVERIFY(hasTray);
@@ -211,7 +211,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
         QVERIFY(watcher.appear());
         QTRY_VERIFY_WITH_TIMEOUT(!watcher.item.isEmpty(), 15000);
-        QVERIFY(desktop.shows(title())); // it may be in use
+        QVERIFY(desktop.shows(title())); // stays open: it may be in use
         watcher.activate();
         becomesAPopup(desktop, *program);
     }
@@ -238,10 +238,10 @@ private slots:
 private:
     static QString title() { return QStringLiteral("Korvane Sync"); }
 
-    /// Escape closes a popup, and only that.
+    /// Escape closes a popup; it does not close an ordinary window.
     static void becomesAPopup(const Desktop& desktop, const QProcess& program)
     {
-        bool isClosed = false; // the window manager may take a while to give it the keyboard
+        bool isClosed = false; // the window manager may be slow to give it the focus
         for (int attempt = 0; attempt < 20 && !isClosed; ++attempt) {
             QTest::qWait(300);
             desktop.press(QStringLiteral("Escape"));
@@ -251,7 +251,7 @@ private:
         QCOMPARE(program.state(), QProcess::Running);
     }
 
-    /// Starts the program beside a panel over D-Bus and asks for a property of its icon.
+    /// Starts the program with a panel on D-Bus and returns a property of its icon.
     static QVariant propertyOnDBus(Desktop& desktop, const QString& name)
     {
         Watcher watcher(desktop);

@@ -23,7 +23,7 @@ void WindowTest::initMain()
     qputenv("KORVANE_SYNC_HOME", folder("/support"));
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    useScreen(home.path() + QLatin1String("/screens.json"), 2000, 2000); // room at any scale
+    useScreen(home.path() + QLatin1String("/screens.json"), 2000, 2000); // enough room at any scale
 }
 
 void WindowTest::useScreen(const QString& file, int width, int height)

@@ -13,31 +13,31 @@
 
 namespace korvane {
 
-/// A test of the window: on no screen, in folders of its own, with the settings of nobody.
+/// Base of the window tests: offscreen by default, in temporary folders, without a user's settings.
 class WindowTest : public QObject {
     Q_OBJECT
 
 public:
-    /// Called before there is an application object, which reads some of it.
+    /// QTEST_MAIN calls it before it makes the QApplication, which reads some of these variables.
     static void initMain();
 
 protected:
-    /// Makes the offscreen display one of this size, by a file of settings that this writes. Does
-    /// nothing on any other display.
+    /// Sets the size of the offscreen display, by a configuration file that it writes to `file`.
+    /// Does nothing on any other platform plugin.
     static void useScreen(const QString& file, int width, int height);
 };
 
-/// The application over a real database, with what the window would reach the world through.
+/// An AppState over a real database. Replaces the folder dialog and opening URLs, and records them.
 class WindowSetup {
 public:
     WindowSetup();
 
     TestDatabase db;
-    std::vector<std::filesystem::path> startsOfPicks; ///< where each choice of a folder began
-    std::optional<std::filesystem::path> picked; ///< what the next one ends with
+    std::vector<std::filesystem::path> startsOfPicks; ///< where each folder dialog began
+    std::optional<std::filesystem::path> picked; ///< the next dialog's result; absent: cancelled
     std::vector<QUrl> openedUrls;
 
-    /// Adds chats "Chat 1", "Chat 2"… with one message each, so that the last one is the newest.
+    /// Adds chats "Chat 1", "Chat 2"… with one message each; the last one is the newest.
     void addChats(int count);
 
     /// Makes the state and waits until it has read the chats.
@@ -45,7 +45,7 @@ public:
 
     AppState& state() { return *m_state; }
 
-    /// What start() makes the state of.
+    /// The environment that start() gives to the state.
     AppEnvironment environment();
 
     static std::string guid(int chat) { return "guid-" + std::to_string(chat); }
@@ -55,23 +55,23 @@ private:
     std::unique_ptr<AppState> m_state;
 };
 
-/// A preview of as many chats, "Chat 1" first; none is selected.
+/// A preview of `count` chats, "Chat 1" first; none is selected.
 AppState::Preview previewOf(int count);
 
-/// Shows the window as the user's active one.
+/// Shows the window, waits until it is active and gives it the focus.
 bool showActive(ContentView& window);
 
-/// What the widget looks like on a screen with as many pixels to the point.
+/// The widget over black, rendered with this many pixels per point.
 QImage pictureOf(QWidget& widget, double pixelsPerPoint = 1);
 
-/// How many pixels of the area, in pixels, have exactly this colour.
+/// The number of pixels with exactly this colour in the area, which is in pixels, too.
 int countOf(const QImage& image, const QColor& colour, const QRect& area);
 int countOf(const QImage& image, const QColor& colour);
 
-/// The widget's place in the window, in points.
+/// The widget's rectangle in the window's coordinates, in points.
 QRect placeIn(const QWidget& window, const QWidget& widget);
 
-/// The child of that name; the test ends where there is none.
+/// The child with this object name. Aborts the test program if there is none.
 template <typename T = QWidget>
 T& child(const QWidget& window, const char* name)
 {
