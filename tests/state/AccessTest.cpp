@@ -10,11 +10,11 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// Breaks the database of a set-up and returns what mends it.
+/// Makes the set-up's database unreadable, and returns a function that undoes it.
 using Break = std::function<std::function<void()>(StateSetup&)>;
 Q_DECLARE_METATYPE(Break)
 
-/// Databases that cannot be read, and that can be again.
+/// A database that cannot be read, and later can be read again.
 class AccessTest : public QObject {
     Q_OBJECT
 

@@ -8,13 +8,13 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// Exports that happen by themselves. The interval is short, so that none is waited for in vain.
+/// Auto-sync: exports started by a timer. A short interval keeps the tests fast.
 class AutoSyncTest : public QObject {
     Q_OBJECT
 
     static constexpr std::chrono::milliseconds interval{10};
 
-    /// A state that has read the chats, with the first of them selected. Auto-sync is as stored.
+    /// Opens a state that has read the chats, and selects chat 1. Auto-sync is as stored.
     static AppState& opened(StateSetup& setup, std::chrono::milliseconds every = interval)
     {
         setup.environment.autoSyncInterval = every;
@@ -56,7 +56,7 @@ private slots:
         const Recorder recorder(state);
         StateSetup::settle();
         QCOMPARE(recorder.changes(), std::string());
-        QCOMPARE(setup.contacts->loads(), 1); // that of the start
+        QCOMPARE(setup.contacts->loads(), 1); // the one at the start
         state.setAutoSync(true);
         QTRY_VERIFY(fs::exists(setup.exportFile(1, "Team")));
     }
@@ -100,7 +100,7 @@ private slots:
         QVERIFY(setup.waitForExport());
         const Recorder recorder(state);
         StateSetup::settle();
-        QCOMPARE(recorder.changes(), std::string()); // not even that nothing is selected
+        QCOMPARE(recorder.changes(), std::string()); // no status either
         setup.select({1});
         QTRY_VERIFY(fs::exists(setup.exportFile(1, "Team")));
     }
@@ -113,7 +113,7 @@ private slots:
         setup.addChat(1, "Team");
         StateSetup::settle();
         QCOMPARE(setup.contacts->loads(), 1);
-        state.reloadChats(); // and the passes have gone on
+        state.reloadChats(); // auto-sync is still running
         QTRY_VERIFY(fs::exists(setup.exportFile(1, "Team")));
     }
 
@@ -124,7 +124,7 @@ private slots:
         AppState& state = opened(setup);
         const std::string database = setup.files.db.path();
         fs::rename(database, database + ".aside");
-        QTRY_VERIFY(state.needsAccess()); // noticed by a pass
+        QTRY_VERIFY(state.needsAccess()); // noticed by an auto-sync pass
         const int loads = setup.contacts->loads();
         const Recorder recorder(state);
         fs::rename(database + ".aside", database);
@@ -148,10 +148,10 @@ private slots:
         state.syncNow();
         QTRY_VERIFY(held.isReached());
         state.setAutoSync(true);
-        StateSetup::settle(); // passes meet the run
+        StateSetup::settle(); // passes come due during the run
         QCOMPARE(recorder.changes(), lines({"isSyncing: true", "autoSync: true"}));
         held.release();
-        QTRY_VERIFY(recorder.count("isSyncing: true") >= 3); // and go on after it
+        QTRY_VERIFY(recorder.count("isSyncing: true") >= 3); // and resume after it
         QCOMPARE(setup.contacts->mostAtOnce(), 1U);
         QCOMPARE(setup.files.rowIDs(1).size(), 1U);
     }
@@ -175,7 +175,7 @@ private slots:
         const AppState& state = opened(setup, every);
         HeldExport held(setup.files);
         QTRY_VERIFY(held.isReached());
-        QTest::qWait(static_cast<int>(every.count())); // a run that takes longer than the interval
+        QTest::qWait(static_cast<int>(every.count())); // the run outlasts the interval
         QElapsedTimer sinceTheEnd;
         qint64 pause = -1;
         connect(&state, &AppState::chatsChanged, &setup.state(), [&] { sinceTheEnd.start(); });
@@ -186,7 +186,7 @@ private slots:
         held.release();
         QTRY_VERIFY(pause >= 0);
         QVERIFY2(pause >= every.count() * 9 / 10,
-            qPrintable(QString::number(pause))); // timers are coarse
+            qPrintable(QString::number(pause))); // coarse timers may fire early
     }
 };
 

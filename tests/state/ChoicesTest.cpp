@@ -7,7 +7,7 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// What the user chooses, and what is told of it.
+/// The user's choices, and the signals that report them.
 class ChoicesTest : public QObject {
     Q_OBJECT
 
@@ -21,7 +21,7 @@ private slots:
         state.toggle("one");
         QCOMPARE(state.selected(), (std::set<std::string>{"gone", "one"}));
         state.toggle("one");
-        QCOMPARE(state.selected(), std::set<std::string>{"gone"}); // the others stay
+        QCOMPARE(state.selected(), std::set<std::string>{"gone"}); // other guids stay selected
         QCOMPARE(recorder.changes(), lines({"selected: 2", "selected: 1"}));
     }
 
@@ -31,7 +31,7 @@ private slots:
         AppState& state = setup.open();
         connect(&state, &AppState::selectedChanged, &state, [&state] {
             if (state.selected().contains("first"))
-                state.setSelected({"second"}); // in the midst of the change before
+                state.setSelected({"second"}); // reentrant: during the signal
         });
         state.setSelected({"first"});
         QCOMPARE(state.selected(), std::set<std::string>{"second"});

@@ -8,19 +8,19 @@
 
 namespace korvane {
 
-/// Invented contacts that a test may change, count the readings of, and keep from being read. May
-/// be used from any thread.
+/// Invented contacts. A test can add some, count how often they are loaded, and block loads.
+/// Thread-safe: the data is guarded by `m_lock`.
 class Contacts {
 public:
     void add(const std::string& handle, const std::string& name);
 
-    /// Reads them; waits while they are held.
+    /// Returns a copy of the contacts. Blocks between hold() and release().
     ContactNames load();
 
-    int loads() const; ///< readings that were begun
-    std::size_t mostAtOnce() const; ///< of readings that overlapped
+    int loads() const; ///< calls of load() begun so far
+    std::size_t mostAtOnce() const; ///< most calls of load() at the same time
 
-    /// From now on readings wait until release().
+    /// Blocks load() until release().
     void hold();
     void release();
 

@@ -5,9 +5,9 @@
 
 namespace korvane {
 
-/// Stops the next export before its first chat, where it opens the file of what was exported so
-/// far: a lease on that file (fcntl, Linux) makes it wait there until told to go on, or until the
-/// kernel's limit of 45 seconds.
+/// Blocks the next export before its first chat, when it opens the state file. A write lease on
+/// that file (F_SETLEASE of fcntl, Linux only) blocks the open() until release(), or until the
+/// kernel breaks the lease, by default after 45 seconds.
 class HeldExport {
 public:
     explicit HeldExport(const ExportSetup& files);
@@ -15,10 +15,10 @@ public:
     HeldExport(const HeldExport&) = delete;
     HeldExport& operator=(const HeldExport&) = delete;
 
-    /// Whether an export has come there.
+    /// Whether an export is blocked there.
     bool isReached();
 
-    /// Lets it go on; it must have been reached.
+    /// Lets the export continue. Call it after isReached(): a later export is not blocked.
     void release();
 
 private:

@@ -11,13 +11,13 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// Transfers from the button to the phone.
+/// Transfers, from the button to the phone's request.
 class PrepareTransferTest : public QObject {
     Q_OBJECT
 
     static constexpr auto ready = "Ready to scan · link expires in 10 minutes";
 
-    /// Selects the chat, prepares its transfer and waits for the code.
+    /// Selects the chat, prepares its transfer and waits for the QR code.
     static bool transfer(StateSetup& setup, std::int64_t chat)
     {
         setup.select({chat});
@@ -27,7 +27,7 @@ class PrepareTransferTest : public QObject {
             [&recorder] { return recorder.changes().ends_with(std::string(ready) + "\n"); });
     }
 
-    /// The link that a phone reads from the picture.
+    /// The link in the QR code, read back from its picture.
     static TransferLink scanned(const AppState& state)
     {
         return TransferLink::fromString(readBack(state.transferQR().value()).value()).value();
@@ -35,7 +35,7 @@ class PrepareTransferTest : public QObject {
 
     static Response fetched(const TransferLink& link) { return get(link.port, link.target()); }
 
-    /// What the phone makes of an answer; "(sealed)" where the link's key does not open it.
+    /// The decrypted body of an answer; "(sealed)" if the link's key does not open it.
     static std::string opened(const TransferLink& link, const Response& response)
     {
         const auto text = SealedByOthers::open(link.key.bytes(), response.body, link.target());
@@ -51,13 +51,13 @@ private slots:
         setup.select({1});
         const Recorder recorder(state);
         state.prepareTransfer();
-        QVERIFY(state.isSyncing()); // at once
+        QVERIFY(state.isSyncing()); // before the call returns
         QTRY_COMPARE(recorder.changes(),
             lines({"isSyncing: true", "transferChatTitle: Team", "status: Preparing selected chat…",
                 "isSyncing: false", "status: Starting secure local transfer…", "transferQR: image",
                 "status: Ready to scan · link expires in 10 minutes"}));
         StateSetup::settle();
-        QCOMPARE(state.status(), std::string(ready)); // no reload after it
+        QCOMPARE(state.status(), std::string(ready)); // no reload replaced it
     }
 
     void laterTransfersUseTheSamePort()
@@ -88,7 +88,7 @@ private slots:
         QVERIFY(transfer(setup, 1));
         const TransferLink link = scanned(state);
         QCOMPARE(link.host, std::string("127.0.0.1"));
-        QCOMPARE(readBack(*state.transferQR()).value(), link.toString()); // in this very form
+        QCOMPARE(readBack(*state.transferQR()).value(), link.toString()); // byte for byte
         const Response response = fetched(link);
         QCOMPARE(response.status, 200);
         QCOMPARE(opened(link, response), readFile(setup.exportFile(1, "Team")));
@@ -103,7 +103,7 @@ private slots:
         QVERIFY(transfer(setup, 1));
         const QImage& picture = state.transferQR().value();
         QCOMPARE(picture.deviceIndependentSize(), QSizeF(320, 320));
-        QVERIFY(picture.width() >= 2 * 320); // a screen of today has two pixels a point
+        QVERIFY(picture.width() >= 2 * 320); // for screens with two pixels per point
     }
 
     void chatIsExportedAsItIsNow()
@@ -206,7 +206,7 @@ private slots:
         QVERIFY(!state.transferQR());
         QVERIFY(!state.transferChatTitle());
         QCOMPARE(fetched(link).status, 200);
-        state.makeTransferQR(); // the file's name is gone too
+        state.makeTransferQR(); // the file name was forgotten, too
         QVERIFY(!state.transferQR());
         QCOMPARE(state.status(),
             std::string("Could not create a transfer link. Check Wi-Fi and select one chat."));
@@ -236,7 +236,7 @@ private slots:
         QVERIFY(transfer(setup, 1));
         const Recorder recorder(state);
         connect(&state, &AppState::statusChanged, &state, [&state] {
-            if (state.status().starts_with("Up to date")) // the reload is what comes next
+            if (state.status().starts_with("Up to date")) // the reload comes next
                 QMetaObject::invokeMethod(&state, &AppState::endTransfer, Qt::QueuedConnection);
         });
         state.syncNow();

@@ -8,18 +8,18 @@
 
 namespace korvane {
 
-/// What a state publishes, in the order in which it does: "isSyncing: true", "status: …".
+/// Records the changes that a state signals, in order, as "isSyncing: true", "status: …".
 class Recorder {
 public:
     explicit Recorder(const AppState& state);
 
-    /// One change a line.
+    /// All changes, one per line.
     std::string changes() const;
 
-    /// The same of the status alone, without its name.
+    /// The statuses alone, one per line, without "status: ".
     std::string statuses() const;
 
-    /// How often there was just this change.
+    /// How often this very change was recorded.
     std::ptrdiff_t count(const std::string& change) const;
 
     void clear() { m_changes.clear(); }
@@ -30,10 +30,10 @@ private:
     void recordTransfer(const AppState& state);
 
     std::vector<std::string> m_changes;
-    QObject m_context; ///< the connections last as long as it does
+    QObject m_context; ///< context object: its destruction ends the connections
 };
 
-/// One text a line.
+/// Joins the texts, each ended by a newline.
 std::string lines(const std::vector<std::string>& texts);
 
 } // namespace korvane

@@ -10,11 +10,11 @@ namespace fs = std::filesystem;
 
 using Guids = std::set<std::string>;
 
-/// What is stored between two runs of the program.
+/// What the settings keep from one run of the program to the next.
 class SettingsTest : public QObject {
     Q_OBJECT
 
-    /// Leaves what is stored as some other program may have written it.
+    /// Writes the settings file directly, as another program could.
     static void store(const StateSetup& setup, const std::string& lines)
     {
         fs::create_directories(setup.settingsFile().parent_path());
@@ -84,7 +84,7 @@ private slots:
         state.setAutoSync(false);
         state.setOutputFolder("/exports");
         const std::string expected = "[General]\nautoSync=false\nfolder=/exports\nselected=one\n";
-        QTRY_COMPARE(readFile(setup.settingsFile()), expected); // while the program runs
+        QTRY_COMPARE(readFile(setup.settingsFile()), expected); // without waiting for the exit
     }
 
     void choiceIsStoredBeforeTheCallReturns()
@@ -126,7 +126,7 @@ private slots:
         setup.create().setSelected({"something", "else"});
         setup.state().setSelected(guids);
         setup.close();
-        QVERIFY(fs::exists(setup.settingsFile())); // so it is read from there
+        QVERIFY(fs::exists(setup.settingsFile())); // the next state reads this file
         QVERIFY(setup.create().selected() == guids);
     }
 

@@ -111,7 +111,7 @@ private slots:
             guids.insert(StateSetup::guid(id));
         state.setSelected(guids);
         QTRY_COMPARE(state.status(), status);
-        QVERIFY(state.selected() == guids); // those that are gone stay
+        QVERIFY(state.selected() == guids); // guids of missing chats stay
         QVERIFY(Settings().selected() == guids);
     }
 

@@ -14,11 +14,11 @@ namespace fs = std::filesystem;
 
 using namespace std::chrono_literals;
 
-/// Takes a state to where it is to be destroyed; tells whether it came there.
+/// Brings a state to the point where the test destroys it; returns whether it got there.
 using Approach = std::function<bool(StateSetup&)>;
 Q_DECLARE_METATYPE(Approach)
 
-/// States that are destroyed in the midst of something.
+/// States that are destroyed in the middle of an operation.
 class StateLifetimeTest : public QObject {
     Q_OBJECT
 
@@ -30,7 +30,7 @@ class StateLifetimeTest : public QObject {
             QCoreApplication::processEvents();
     }
 
-    /// Waits in small steps: a test's own waiting takes 10 milliseconds a time.
+    /// Waits up to 5 s for the condition, in steps of 20 µs. Those of QTest::qWaitFor() take 10 ms.
     static bool comes(const std::function<bool()>& what)
     {
         QElapsedTimer since;
@@ -51,7 +51,7 @@ class StateLifetimeTest : public QObject {
     {
         if (!hasChats(setup))
             return false;
-        if (setup.state().selected().empty()) // it is stored, and that takes long
+        if (setup.state().selected().empty()) // stored once: storing is slow
             setup.select({1});
         setup.state().prepareTransfer();
         return setup.state().isSyncing();
@@ -108,9 +108,9 @@ private slots:
             setup.create();
             QVERIFY(approach(setup));
             setup.close();
-            QCoreApplication::processEvents(); // whatever was still on its way to it
+            QCoreApplication::processEvents(); // events left in the queue
         }
-        QVERIFY(hasChats((setup.create(), setup))); // and nothing is left that would be in the way
+        QVERIFY(hasChats((setup.create(), setup))); // nothing blocks a new state
     }
 
     void stateIsDestroyedAtAnyMoment()
@@ -129,11 +129,11 @@ private slots:
         for (int round = 0; round < rounds; ++round) {
             AppState& state = setup.create();
             handleEventsFor(std::chrono::microseconds(round * 5));
-            state.prepareTransfer(); // where the chats are there already
+            state.prepareTransfer(); // takes effect if the chats are there
             handleEventsFor(std::chrono::microseconds(round % 97 * 20));
             setup.close();
         }
-        QCOMPARE(setup.files.rowIDs(1).size(), 1U); // however many exports were cut short
+        QCOMPARE(setup.files.rowIDs(1).size(), 1U); // never written twice
     }
 
     void destroyedAtOnceItDoesNothing()
@@ -154,7 +154,7 @@ private slots:
         QVERIFY(prepares(setup));
         QVERIFY(says(setup, "Ready to scan · link expires in 10 minutes"));
         setup.close();
-        setup.create(); // the lock is free again, and so is all else
+        setup.create(); // it can take the lock again
         QVERIFY(prepares(setup));
         QVERIFY(says(setup, "Ready to scan · link expires in 10 minutes"));
     }
@@ -171,7 +171,7 @@ private slots:
             guids.insert(chat.guid);
         state.setSelected(guids);
         state.syncNow();
-        QVERIFY(comes([&] { return fs::exists(setup.files.folder()); })); // it has begun
+        QVERIFY(comes([&] { return fs::exists(setup.files.folder()); })); // the export has begun
         setup.close();
         const std::size_t exported = ExportState::load().chats.size();
         QVERIFY2(exported < guids.size(), qPrintable(QString::number(exported)));
@@ -181,7 +181,7 @@ private slots:
         QVERIFY(setup.sync());
         const ExportState whole = ExportState::load();
         QCOMPARE(whole.chats.size(), guids.size());
-        for (const auto& [guid, record] : whole.chats) { // and nothing twice
+        for (const auto& [guid, record] : whole.chats) { // no row is there twice
             const auto ids = rowIDsIn(readFile(setup.files.folder() / record.fileName));
             QCOMPARE(std::set(ids.begin(), ids.end()).size(), ids.size());
         }
@@ -200,7 +200,7 @@ private slots:
             setup.close();
             const ExportState done = ExportState::load();
             if (done.chats.empty())
-                continue; // it had not come to the chat
+                continue; // ended before the chat began
             const auto& record = done.chats.begin()->second;
             const auto ids = rowIDsIn(readFile(setup.files.folder() / record.fileName));
             QCOMPARE(static_cast<std::int64_t>(ids.size()), record.messages.value());

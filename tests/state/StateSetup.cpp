@@ -31,7 +31,7 @@ StateSetup::StateSetup()
     setVariable("HOME", home());
     setVariable("XDG_DATA_HOME", files.db.folder() + "/data");
     setVariable("XDG_CONFIG_HOME", config);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, // it reads the variable once
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, // it reads XDG_CONFIG_HOME once
         QString::fromStdString(config.native()));
     QLocale::setDefault(american());
 
@@ -46,7 +46,7 @@ StateSetup::StateSetup()
 
 StateSetup::~StateSetup()
 {
-    contacts->release(); // a state waits for what it has begun
+    contacts->release(); // m_state's destructor waits for loads
 }
 
 void StateSetup::addChat(std::int64_t id, const std::string& title, int messages)
@@ -65,7 +65,7 @@ void StateSetup::addChatWith(std::int64_t id, const std::string& handle)
 
 AppState& StateSetup::create()
 {
-    m_state.reset(); // before the next one takes its place: there is one at a time
+    m_state.reset(); // first: two states must not exist at once
     m_state = std::make_unique<AppState>(environment);
     return *m_state;
 }
@@ -114,7 +114,8 @@ bool StateSetup::sync()
     return QTest::qWaitFor(
         [&recorder] {
             const std::string changes = recorder.changes();
-            const std::size_t end = changes.find("isSyncing: false\n"); // before: another reload
+            // A status before the end of the run comes from another reload.
+            const std::size_t end = changes.find("isSyncing: false\n");
             return end != std::string::npos && changes.find("\nstatus: ", end) != std::string::npos
                 && (changes.ends_with(" selected\n")
                     || changes.ends_with("Needs Full Disk Access\n"));

@@ -18,9 +18,9 @@
 
 namespace korvane {
 
-/// A user's machine for the application's state, in a folder of its own: home, settings, support
-/// folder, Messages database and contacts. The time of day is 9:41, a phone finds the machine at
-/// 127.0.0.1, and nothing is exported by itself unless a test shortens the interval.
+/// The environment of an AppState, in a temporary folder: home, settings, support folder, Messages
+/// database and contacts. The time of day is 9:41 and the local address is 127.0.0.1. The auto-sync
+/// interval is an hour, so that no auto-sync happens unless a test shortens it.
 class StateSetup {
 public:
     StateSetup();
@@ -28,19 +28,19 @@ public:
     Q_DISABLE_COPY_MOVE(StateSetup)
 
     ExportSetup files;
-    AppEnvironment environment; ///< of the states opened from now on
+    AppEnvironment environment; ///< for the states created from now on
     const std::shared_ptr<Contacts> contacts = std::make_shared<Contacts>();
 
-    /// Adds a chat of so many messages, under the title.
+    /// Adds a chat with this title and number of messages.
     void addChat(std::int64_t id, const std::string& title, int messages = 1);
 
-    /// Adds a chat with one person, without a title of its own.
+    /// Adds a chat with one person, one message and no title.
     void addChatWith(std::int64_t id, const std::string& handle);
 
-    /// A new state in place of the one before, its start still to come.
+    /// Replaces the state by a new one, whose chats are not read yet.
     AppState& create();
 
-    /// The same, and waits until it has tried to read the chats.
+    /// As create(); sets the output folder and waits until the state has tried to read the chats.
     AppState& open();
 
     AppState& state() { return *m_state; }
@@ -48,29 +48,29 @@ public:
 
     static std::string guid(std::int64_t chat) { return ExportSetup::guid(chat); }
 
-    /// Selects just these chats.
+    /// Selects exactly these chats.
     void select(const std::vector<std::int64_t>& chats);
 
-    /// Sets the clock of the server.
+    /// Advances the clock of the server.
     void advance(std::chrono::seconds by) { *m_now = m_now->load() + by; }
 
     std::filesystem::path home() const { return files.db.folder() + "/home"; }
     std::filesystem::path settingsFile() const;
 
-    /// Where the first export of a chat goes, in the folder that is set.
+    /// The file that the first export of the chat goes to, in the current output folder.
     std::filesystem::path exportFile(std::int64_t chat, const std::string& title) const;
 
-    /// A time of day as a status says it here: that of the machine, unless told otherwise. The
-    /// space in it differs between versions of Qt.
+    /// A time of day as a status shows it; by default this set-up's 9:41. Which space stands before
+    /// "AM" differs between versions of Qt.
     static std::string timeText(QTime time = {9, 41});
 
     /// Waits until no export is running.
     bool waitForExport();
 
-    /// Exports the selected chats and waits for the list of chats after it.
+    /// Exports the selected chats and waits until the chats have been reloaded afterwards.
     bool sync();
 
-    /// Long enough for whatever must not happen to happen.
+    /// Waits 100 ms: time enough for an unwanted event to happen.
     static void settle();
 
 private:

@@ -10,7 +10,7 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// Exports that fail, in part or wholly.
+/// Exports that fail, partly or completely.
 class SyncErrorsTest : public QObject {
     Q_OBJECT
 
@@ -18,7 +18,7 @@ class SyncErrorsTest : public QObject {
     static constexpr auto cannotRead
         = "Error: Messages database is locked by macOS privacy settings.";
 
-    /// Puts a folder where the chat's file would go.
+    /// Creates a folder in the place of the chat's file.
     static void obstruct(const StateSetup& setup, std::int64_t chat, const std::string& title)
     {
         fs::create_directories(setup.exportFile(chat, title) / "full");
@@ -53,7 +53,7 @@ private slots:
     {
         StateSetup setup;
         setup.addChat(1, "Old");
-        setup.addChat(3, "New"); // the first in the list, not in the selection
+        setup.addChat(3, "New"); // first in the list, last in the selection
         setup.addChat(2, "Middle", 0);
         setup.files.db.addMessage(2, {.date = 700'000'001});
         AppState& state = setup.open();
@@ -97,7 +97,7 @@ private slots:
 
         fs::rename(setup.files.db.path() + ".aside", setup.files.db.path());
         recorder.clear();
-        QVERIFY(setup.sync()); // the button does not ask for access
+        QVERIFY(setup.sync()); // needsAccess does not block it
         QCOMPARE(recorder.changes(),
             lines({"isSyncing: true", "isSyncing: false",
                 "status: Added 1 messages · " + StateSetup::timeText(), "needsAccess: false",
@@ -163,7 +163,7 @@ private slots:
         QVERIFY(recorder.changes().ends_with(").\nchats: 1\nstatus: 1 chats · 1 selected\n"));
         QVERIFY(!fs::exists(setup.files.folder()));
 
-        QVERIFY(setup.sync()); // the other is done
+        QVERIFY(setup.sync()); // the other export has ended
         QCOMPARE(recorder.count("status: Added 1 messages · " + StateSetup::timeText()), 1);
         QCOMPARE(setup.files.rowIDs(1).size(), 1U);
     }
@@ -202,7 +202,7 @@ private slots:
         StateSetup setup;
         setup.addChat(1, "Odd");
         setup.files.db.addMessage(1, {.date = std::numeric_limits<std::int64_t>::min()});
-        setup.addChat(2, "Team"); // newer, so it is the first
+        setup.addChat(2, "Team"); // newer, so it comes first
         AppState& state = setup.open();
         QCOMPARE(state.status(), std::string("2 chats · 0 selected"));
         setup.select({1, 2});

@@ -8,7 +8,7 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// Exports that the user asks for and that succeed.
+/// Exports that the user starts and that succeed.
 class SyncNowTest : public QObject {
     Q_OBJECT
 
@@ -32,10 +32,10 @@ private slots:
         state.setSelected(selected);
         const Recorder recorder(state);
         state.syncNow();
-        QCOMPARE(state.status(), std::string(atLeastOne)); // at once
+        QCOMPARE(state.status(), std::string(atLeastOne)); // before the call returns
         StateSetup::settle();
         QCOMPARE(recorder.changes(), lines({"status: Select at least one chat"}));
-        QCOMPARE(setup.contacts->loads(), 1); // that of the start
+        QCOMPARE(setup.contacts->loads(), 1); // the one at the start
         QVERIFY(!fs::exists(setup.files.folder()));
     }
 
@@ -147,8 +147,8 @@ private slots:
         HeldExport held(setup.files);
         setup.contacts->hold();
         state.syncNow();
-        QVERIFY(state.isSyncing()); // at once
-        state.syncNow(); // while names are read
+        QVERIFY(state.isSyncing()); // before the call returns
+        state.syncNow(); // while contacts are loaded
         setup.contacts->release();
         QTRY_VERIFY(held.isReached());
         QVERIFY(state.isSyncing());
@@ -161,7 +161,7 @@ private slots:
             lines({"Added 1 messages · " + StateSetup::timeText(), "1 chats · 0 selected"}));
         StateSetup::settle();
         QCOMPARE(recorder.count("isSyncing: true"), 1);
-        QCOMPARE(setup.contacts->loads(), 2); // one of the start
+        QCOMPARE(setup.contacts->loads(), 2); // one of them at the start
         QCOMPARE(setup.files.rowIDs(1).size(), 1U);
     }
 
@@ -192,7 +192,7 @@ private slots:
         setup.contacts->add("+15550100", "Ann");
         QVERIFY(setup.sync());
         QCOMPARE(setup.files.record(1).title.value(), std::string("Ann"));
-        QCOMPARE(state.titles().at(1), std::string("Ann")); // by the reload after it
+        QCOMPARE(state.titles().at(1), std::string("Ann")); // by the reload after the export
         setup.contacts->add("+15550100", "Anna");
         QVERIFY(setup.sync());
         QCOMPARE(setup.files.record(1).title.value(), std::string("Anna"));

@@ -8,7 +8,7 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// Transfers that come to nothing, and what is said of them.
+/// Transfers that are refused or fail, and the statuses that say so.
 class TransferRefusalsTest : public QObject {
     Q_OBJECT
 
@@ -18,8 +18,8 @@ class TransferRefusalsTest : public QObject {
     static constexpr auto ready = "Ready to scan · link expires in 10 minutes";
     static constexpr std::uintmax_t largest = 67'108'864;
 
-    /// What follows the preparation of the one selected chat, to a status other than those on the
-    /// way.
+    /// Prepares the transfer of the selected chat. Returns the changes after the export, up to the
+    /// first status that does not end with "…".
     static std::string outcome(StateSetup& setup)
     {
         AppState& state = setup.state();
@@ -33,7 +33,7 @@ class TransferRefusalsTest : public QObject {
         return ended ? changes.substr(changes.find(end) + end.size()) : "(no end) " + changes;
     }
 
-    /// A state with the one chat "Team", selected.
+    /// Adds a chat "Team" as number 1, opens a state and selects that chat.
     static AppState& opened(StateSetup& setup)
     {
         setup.addChat(1, "Team");
@@ -61,7 +61,7 @@ private slots:
         state.setSelected(selected);
         const Recorder recorder(state);
         state.prepareTransfer();
-        QCOMPARE(state.status(), std::string(exactlyOne)); // at once
+        QCOMPARE(state.status(), std::string(exactlyOne)); // before the call returns
         StateSetup::settle();
         QCOMPARE(recorder.changes(), std::string("status: ") + exactlyOne + "\n");
         QVERIFY(!fs::exists(setup.files.folder()));
@@ -112,7 +112,7 @@ private slots:
         const Recorder recorder(state);
         HeldExport held(setup.files);
         state.syncNow();
-        state.prepareTransfer(); // while names are read
+        state.prepareTransfer(); // while contacts are loaded
         QTRY_VERIFY(held.isReached());
         state.prepareTransfer();
         QCOMPARE(recorder.changes(), lines({"isSyncing: true"}));
@@ -157,7 +157,7 @@ private slots:
         const AppState& state = opened(setup);
         fs::remove(setup.files.db.path());
         QCOMPARE(outcome(setup), lines({"status: Error: Can't open the Messages database."}));
-        QVERIFY(!state.needsAccess()); // the list of chats was not read
+        QVERIFY(!state.needsAccess()); // a transfer does not reload the chats
     }
 
     void exportOfAnotherProgramIsAnError()
@@ -200,7 +200,7 @@ private slots:
         StateSetup setup;
         opened(setup);
         QVERIFY(setup.sync());
-        fs::resize_file(setup.exportFile(1, "Team"), size); // with a hole, which takes no room
+        fs::resize_file(setup.exportFile(1, "Team"), size); // a sparse file, which takes no room
         QCOMPARE(TransferRefusalsTest::outcome(setup), outcome);
         QCOMPARE(fs::file_size(setup.exportFile(1, "Team")), size);
     }
@@ -236,7 +236,7 @@ private slots:
         QTRY_COMPARE(state.status(), std::string("Starting secure local transfer…"));
         StateSetup::settle();
         QCOMPARE(state.status(), std::string("Starting secure local transfer…"));
-        state.makeTransferQR(); // there is a file, and no port
+        state.makeTransferQR(); // exported, but the server has no port
         QCOMPARE(state.status(), std::string(noLink));
         QVERIFY(!state.transferQR());
     }
