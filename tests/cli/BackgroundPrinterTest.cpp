@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// A pipe to print into.
+/// A pipe to print into, and to read what was printed.
 struct Pipe {
     Pipe()
     {
@@ -32,7 +32,7 @@ struct Pipe {
         }
     }
 
-    /// The next `count` bytes; fewer where they do not come.
+    /// Reads `count` bytes; fewer if nothing comes for 10 s.
     std::string read(std::size_t count) const
     {
         std::string text;
@@ -56,12 +56,12 @@ struct Pipe {
 
 } // namespace
 
-/// Printing from a thread that may be blocked.
+/// Printing from a background thread, which a reader may block.
 class BackgroundPrinterTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { std::signal(SIGPIPE, SIG_IGN); } // of a thread left behind by a test
+    void initTestCase() { std::signal(SIGPIPE, SIG_IGN); } // a thread left behind may write later
 
     void textsArePrintedInTheirOrder()
     {
@@ -93,7 +93,7 @@ private slots:
         if (!blocking)
             ::fcntl(pipe.writing.get(), F_SETFL, O_NONBLOCK);
         BackgroundPrinter printer(pipe.console());
-        const std::string text(200'000, 'x'); // more than a pipe takes at once
+        const std::string text(200'000, 'x'); // more than a pipe buffers
         printer.print(text);
         QVERIFY(!printer.isDoneWithin(100ms));
         QVERIFY(pipe.read(text.size()) == text);

@@ -12,8 +12,8 @@
 
 namespace korvane {
 
-/// A server on the loopback interface that answers every request as the test says, rightly or not.
-/// It has a thread of its own, and serves one peer after the other.
+/// A server on the loopback interface that sends the answers which the test gives it, valid or not.
+/// It runs on its own thread and serves one peer at a time.
 class CannedServer {
 public:
     /// Answers one request; the connection is closed afterwards. Runs on the server's thread.
@@ -26,13 +26,13 @@ public:
 
     std::uint16_t port() const { return m_port; }
 
-    /// What it was asked so far.
+    /// The heads of the requests so far.
     std::vector<QByteArray> heads() const;
 
-    /// Sends all of it, as long as the peer takes it.
+    /// Sends the bytes. Gives up when the peer takes none for 10 s or closes the connection.
     static void send(QTcpSocket& peer, const QByteArray& bytes);
 
-    /// A good answer with this body.
+    /// A valid answer with this body.
     static QByteArray ok(const QByteArray& body);
 
 private:
@@ -45,7 +45,7 @@ private:
     std::unique_ptr<QThread> m_thread;
 };
 
-/// A port of this machine at which nobody listens.
+/// A port of this machine that nobody listens on.
 std::uint16_t freePort();
 
 } // namespace korvane

@@ -10,7 +10,7 @@ using Cause = DatabaseFault::Cause;
 
 Q_DECLARE_METATYPE(DatabaseFault::Cause)
 
-/// What the program says of a database that cannot be read, on a Mac and elsewhere.
+/// The help for a database that cannot be read, on a Mac and elsewhere.
 class DatabaseHelpTest : public QObject {
     Q_OBJECT
 

@@ -7,7 +7,7 @@
 using namespace korvane;
 using namespace std::chrono_literals;
 
-/// Which fetches are listed, and which are only counted.
+/// Which fetches get a line and which are only counted.
 class FetchLogTest : public QObject {
     Q_OBJECT
 
@@ -16,7 +16,7 @@ class FetchLogTest : public QObject {
 
     static constexpr Moment start{1000h};
 
-    /// The lines for one fetch that ends at once.
+    /// The lines for one fetch that starts and ends at `now`, joined by ", ".
     static std::string fetch(FetchLog& log, const std::string& peer, Kind end, Moment now = start)
     {
         const std::string begun = log.add({Kind::Started, peer}, now);
@@ -59,7 +59,7 @@ private slots:
         QCOMPARE(log.summary(start + FetchLog::interval),
             std::to_string(fetches - lines)
                 + " more fetches broke off, the last from 192.168.1.66");
-        QCOMPARE(log.summary(start + FetchLog::interval), std::string()); // once
+        QCOMPARE(log.summary(start + FetchLog::interval), std::string()); // printed once
     }
 
     void phoneThatHasItIsNamedInTheMiddleOfAFlood()

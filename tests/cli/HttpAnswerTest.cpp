@@ -7,7 +7,7 @@
 
 using namespace korvane;
 
-/// Answers taken apart while they arrive, in pieces of any size.
+/// Parses answers that arrive in pieces of any size.
 class HttpAnswerTest : public QObject {
     Q_OBJECT
 
@@ -81,7 +81,7 @@ private slots:
         QCOMPARE(answer.take("\r\nabc"), State::Body);
         QCOMPARE(answer.expectedBody(), 70);
         QCOMPARE(answer.body, QByteArray("abc"));
-        QCOMPARE(answer.end(), State::Body); // cut off
+        QCOMPARE(answer.end(), State::Body); // incomplete
     }
 
     void bodyWithoutASizeEndsWithTheConnection()

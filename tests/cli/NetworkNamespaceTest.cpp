@@ -15,7 +15,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// What a command said on its standard error; nothing where it ended well.
+/// Runs a command. Returns its standard error if it failed, else nothing.
 std::optional<std::string> failureOf(const Words& words)
 {
     QStringList arguments;
@@ -29,7 +29,7 @@ std::optional<std::string> failureOf(const Words& words)
     return "failed: " + process.readAllStandardError().toStdString();
 }
 
-/// A host of its own, as far as the network goes, which is gone when this is.
+/// A network namespace, which acts as a host of its own. The destructor deletes it.
 class Host {
 public:
     explicit Host(const std::string& name)
@@ -46,10 +46,10 @@ public:
 
     bool works() const { return !m_failure; }
 
-    /// What failed so far, be it only once.
+    /// The first failure so far; "" if everything has worked.
     std::string failure() const { return m_failure.value_or(""); }
 
-    /// Runs `ip` for this host.
+    /// Runs `ip` in this namespace.
     void run(const Words& words)
     {
         Words whole{"ip", "-n", m_name};
@@ -59,7 +59,7 @@ public:
             m_failure = failure;
     }
 
-    /// Lays a cable from the interface to one of the other host.
+    /// Creates a veth pair: `interface` here, connected to `itsInterface` of the other host.
     void connect(const std::string& interface, Host& other, const std::string& itsInterface)
     {
         run({"link", "add", interface, "type", "veth", "peer", "name", itsInterface, "netns",
@@ -73,7 +73,7 @@ public:
 
     void setUp(const std::string& interface) { run({"link", "set", interface, "up"}); }
 
-    /// What is put before a program to run it here.
+    /// The words to put before a command to run it on this host.
     Words within() const { return {"ip", "netns", "exec", m_name}; }
 
 private:
@@ -81,7 +81,7 @@ private:
     std::optional<std::string> m_failure;
 };
 
-/// One interface: "en0 up 10.9.0.1", "en1 down 10.9.0.1" or "en0 up".
+/// Adds an interface as described: "en0 up 10.9.0.1", "en1 down 10.9.0.1" or "en0 up".
 void addInterface(Host& host, Host& other, const QString& description, int number)
 {
     const QStringList words = description.split(u' ');
@@ -95,7 +95,7 @@ void addInterface(Host& host, Host& other, const QString& description, int numbe
 
 } // namespace
 
-/// Several hosts with networks of their own, on this machine.
+/// Runs the program on several hosts: network namespaces of this machine.
 class NetworkNamespaceTest : public QObject {
     Q_OBJECT
 
@@ -109,8 +109,8 @@ private slots:
 
     void addressInTheLinkIsThatOfThePreferredInterface_data()
     {
-        QTest::addColumn<QString>("interfaces"); // in the order in which they were made
-        QTest::addColumn<QString>("address"); // empty: there is none to be found
+        QTest::addColumn<QString>("interfaces"); // in the order of their creation
+        QTest::addColumn<QString>("address"); // empty: none is found
         const auto row = [](const char* name, const char* interfaces, const char* address) {
             QTest::newRow(name) << QString::fromLatin1(interfaces) << QString::fromLatin1(address);
         };
@@ -203,7 +203,7 @@ private:
         return words;
     }
 
-    /// Runs `receive` there, in the folder at hand.
+    /// Runs `receive` on the host, in the current folder.
     static Outcome receiveOn(const Host& host, const TransferLink& link)
     {
         QStringList arguments;

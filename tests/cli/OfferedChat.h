@@ -12,15 +12,15 @@
 
 namespace korvane {
 
-/// A user at a terminal in an empty folder, who receives chats there.
+/// A user at a terminal who receives chats. Its empty folder is the current one while it lives.
 class Recipient {
 public:
     Recipient();
-    ~Recipient(); ///< back in the folder of before
+    ~Recipient(); ///< restores the current folder
     Recipient(const Recipient&) = delete;
     Recipient& operator=(const Recipient&) = delete;
 
-    /// Runs `receive` with these arguments, and the link as its input.
+    /// Runs `receive` with these arguments and with the link as its standard input.
     Outcome receive(const std::string& link, const std::vector<std::string>& arguments = {}) const;
     Outcome receive(const TransferLink& link, const std::vector<std::string>& arguments = {}) const
     {
@@ -35,7 +35,7 @@ private:
     const std::filesystem::path m_before;
 };
 
-/// A chat on offer at a server of the test's own, and somebody who has the link to it.
+/// A chat offered by a server of this process, with the link to it and somebody to receive it.
 struct OfferedChat {
     explicit OfferedChat(int messages = 3);
 
@@ -45,13 +45,13 @@ struct OfferedChat {
     TransferLink link;
 };
 
-/// A link to that port of this machine, with a ticket and a key made for it.
+/// A link to the port of this machine, with a new ticket and key.
 TransferLink linkTo(std::uint16_t port);
 
-/// A key that is just not this one.
+/// A key that differs from this one in its last bit only.
 SymmetricKey otherThan(const SymmetricKey& key);
 
-/// Whether the key, in one form or another, or the ticket is in what was printed.
+/// Whether `printed` contains the link's ticket, or its key in any usual encoding.
 bool tellsSecrets(const std::string& printed, const TransferLink& link);
 inline bool tellsSecrets(const Outcome& outcome, const TransferLink& link)
 {

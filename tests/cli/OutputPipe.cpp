@@ -13,7 +13,7 @@ namespace korvane {
 
 namespace {
 
-/// For reading and for filling it.
+/// Makes a named pipe and opens it for reading, and for writing, which fill() does.
 Descriptor madePipe(const std::string& path)
 {
     ::mkfifo(path.c_str(), S_IRUSR | S_IWUSR);

@@ -6,21 +6,21 @@
 
 namespace korvane {
 
-/// A named pipe into which a program prints, and of which the test reads as much as it likes.
+/// A named pipe that a program prints into. The test decides how much of it is read.
 class OutputPipe {
 public:
-    /// Makes it; `path` is a name that nothing has.
+    /// Creates the pipe at `path`, where nothing may exist yet.
     explicit OutputPipe(std::string path);
 
     const std::string& path() const { return m_path; }
 
-    /// Reads until `text` has come; false where it does not.
+    /// Reads until `text` has come. Returns false if it does not come in time.
     bool prints(const std::string& text);
 
-    /// Leaves no room for another byte in the pipe.
+    /// Fills the pipe, so that not one more byte can be written.
     void fill() const;
 
-    /// What was read so far.
+    /// All that was read so far.
     const std::string& printed() const { return m_printed; }
 
 private:

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view escape = "\x1B[";
 
-/// The colours that are set; absent: the terminal's own.
+/// The current colours. Absent means the terminal's own, or one that is neither black nor white.
 struct Colours {
     std::optional<bool> inkIsLight;
     std::optional<bool> groundIsLight;
@@ -23,7 +23,8 @@ struct Colours {
     bool isPainted() const { return inkIsLight && groundIsLight; }
 };
 
-/// Black and white among the 256 colours that no theme changes; absent: any other.
+/// True for white and false for black, as numbers of the 256 colours; absent for any other. Themes
+/// change colours 0 to 15 only, hence black and white are 16 and 231.
 std::optional<bool> isLight(int colour)
 {
     constexpr int black = 16;
@@ -31,7 +32,7 @@ std::optional<bool> isLight(int colour)
     return colour == black || colour == white ? std::optional(colour == white) : std::nullopt;
 }
 
-/// Takes an escape sequence off the front of `line`.
+/// Removes an escape sequence from the front of `line` and applies it to `colours`.
 void follow(Colours& colours, std::string_view& line)
 {
     const std::size_t end = line.find('m');
@@ -51,7 +52,7 @@ void follow(Colours& colours, std::string_view& line)
     line.remove_prefix(end + 1);
 }
 
-/// Which halves of a cell are ink.
+/// A half-block character, and which halves of its cell have the text colour.
 struct Cell {
     std::string_view character;
     bool upper;
@@ -65,7 +66,8 @@ constexpr Cell cells[] = {
     {"\u2588", true, true},
 };
 
-/// Takes a character off the front of `line`; nothing, and all of it, where it is another one.
+/// Removes a half block from the front of `line`. If there is none, clears `line` and returns
+/// nothing.
 std::optional<Cell> taken(std::string_view& line)
 {
     for (const Cell& cell : cells) {

@@ -6,27 +6,27 @@
 
 namespace korvane {
 
-/// What a terminal shows of a code in half blocks, and what a phone reads there.
+/// A QR code printed in half blocks, as a terminal shows it and a phone reads it.
 class PaintedCode {
 public:
-    /// A terminal's own colours, for whatever is not painted.
+    /// The terminal's default colours, used where the program sets none.
     enum class Terminal { DarkOnLight, LightOnDark };
 
-    /// Takes the painted lines out of what a program printed: those with escape sequences.
+    /// Takes the lines with escape sequences from `printed` and ignores the others.
     PaintedCode(std::string_view printed, Terminal terminal);
 
-    int width() const { return m_width; } ///< in modules; 0 where the lines differ
+    int width() const { return m_width; } ///< in modules; 0 if lines differ in length
     int height() const { return static_cast<int>(m_rows.size()); }
     bool isDark(int column, int row) const;
 
-    /// Whether every character is one of the half blocks, on a ground and in a colour that the
-    /// program chose, and every line ends with the terminal's own colours.
+    /// Whether every character is a half block with text and background colour set by the program,
+    /// and every line ends with the terminal's default colours.
     bool isPaintedThroughout() const { return m_paintedThroughout; }
 
-    /// What zbarimg reads in a picture of it; empty where that is nothing.
+    /// The text that zbarimg reads from a picture of the code; empty if it finds none.
     std::string read() const;
 
-    static bool canRead(); ///< false where there is no zbarimg
+    static bool canRead(); ///< whether zbarimg is installed
 
 private:
     void addLine(std::string_view line, bool lightOnDark);

@@ -14,7 +14,7 @@
 
 using namespace korvane;
 
-/// The program as a process of its own: signals, exit codes, and a terminal that is none.
+/// The program as a process of its own: signals, exit codes, and output that is no terminal.
 class ProcessTest : public QObject {
     Q_OBJECT
 
@@ -107,7 +107,7 @@ private slots:
         QProcess first;
         start(first, {QStringLiteral("--every"), QStringLiteral("0.001")}, terminal, database);
         nextRun(first);
-        // The lock is held for the length of a run; runs follow each other quickly here.
+        // The lock is held during a run only, so try until the attempt meets one of the many runs.
         const std::string holder = "korvane-sync, process " + std::to_string(first.processId());
         bool named = false;
         for (int attempt = 0; attempt < 2000 && !named; ++attempt) {
@@ -320,7 +320,7 @@ private:
                 + more);
     }
 
-    /// What the next run printed.
+    /// Waits for the next line of output, which is the JSON of one run.
     static QJsonObject nextRun(QProcess& program)
     {
         while (!program.canReadLine() && program.waitForReadyRead(10000)) { }

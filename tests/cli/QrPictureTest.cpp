@@ -45,7 +45,7 @@ private slots:
         QVERIFY(painted.isPaintedThroughout());
         QVERIFY(picture.ends_with("\x1B[0m\n"));
         const auto lines = std::count(picture.begin(), picture.end(), '\n');
-        QCOMPARE(static_cast<int>(lines) * 2, painted.height()); // no line without paint
+        QCOMPARE(static_cast<int>(lines) * 2, painted.height()); // every line is painted
     }
 
     void paintIsTheSameWhateverTheTerminalsColours()
@@ -63,7 +63,7 @@ private slots:
     void everyModuleIsWhereTheCodeHasIt_data()
     {
         QTest::addColumn<int>("length");
-        for (const int length : {1, 40, 125, 400}) // of one version after the other
+        for (const int length : {1, 40, 125, 400}) // each needs a larger version of the code
             QTest::addRow("%d bytes", length) << length;
     }
 
@@ -74,7 +74,7 @@ private slots:
         QVERIFY(code);
         const PaintedCode painted(terminalPicture(*code), Terminal::LightOnDark);
         QCOMPARE(painted.width(), code->side());
-        QCOMPARE(painted.height(), code->side() + 1); // an odd number in pairs
+        QCOMPARE(painted.height(), code->side() + 1); // odd; a character has two rows
         for (int row = 0; row < painted.height(); ++row) {
             for (int column = 0; column < painted.width(); ++column)
                 QCOMPARE(painted.isDark(column, row), code->isDark(column, row));

@@ -21,7 +21,7 @@ constexpr auto usualName = "Korvane-History.txt";
 
 } // namespace
 
-/// The chat that `receive` gets, and where it puts it.
+/// `receive` and the file that it writes.
 class ReceiveCommandTest : public QObject {
     Q_OBJECT
 
@@ -79,7 +79,7 @@ private slots:
         const CannedServer server([&](QTcpSocket& peer, const QByteArray& head) {
             CannedServer::send(peer, interim);
             constexpr int moment = 50;
-            QThread::msleep(moment); // often, but not always, an answer comes in one piece
+            QThread::msleep(moment); // let the client read the interim answer by itself
             const Client other(offered.link.port);
             other.send(head.toStdString());
             CannedServer::send(peer, other.readAll().value_or(QByteArray()));
@@ -252,7 +252,7 @@ private slots:
             const qsizetype piece = answer.size() / 9;
             for (qsizetype sent = 0; sent < answer.size(); sent += piece) {
                 CannedServer::send(peer, answer.sliced(sent, qMin(piece, answer.size() - sent)));
-                QThread::msleep(200); // a bar takes a second to come
+                QThread::msleep(200); // the bar appears after a second
             }
         });
         link.port = server.port();

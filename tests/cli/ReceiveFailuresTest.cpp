@@ -16,8 +16,8 @@
 using namespace korvane;
 using namespace std::chrono_literals;
 
-/// Other sides that are gone, or lie. Whatever happens, there is one line, exit code 1, no trace on
-/// disk, and nothing secret in sight.
+/// Servers that are gone, or that send wrong answers. In each case `receive` prints one line, exits
+/// with 1, leaves nothing on disk and prints no secret.
 class ReceiveFailuresTest : public QObject {
     Q_OBJECT
 
@@ -33,7 +33,7 @@ private slots:
     {
         QFETCH(int, messages);
         const OfferedChat offered(messages);
-        for (int attempt = 0; attempt < 20; ++attempt) { // what comes out differs each time
+        for (int attempt = 0; attempt < 20; ++attempt) { // each key yields other garbage
             TransferLink wrong = offered.link;
             wrong.key = attempt == 0 ? otherThan(wrong.key) : SymmetricKey::make().value();
             fails(offered.recipient, wrong,
@@ -44,7 +44,7 @@ private slots:
     void touchedBody_data()
     {
         QTest::addColumn<int>("messages");
-        QTest::addColumn<int>("position"); // from the end where it is negative
+        QTest::addColumn<int>("position"); // negative: from the end
         QTest::newRow("first byte of the text") << 3 << 12;
         QTest::newRow("in the text") << 3 << 50;
         QTest::newRow("far in a long text") << 1000 << 100'000;
@@ -66,7 +66,7 @@ private slots:
 
     void shortenedBody_data()
     {
-        QTest::addColumn<int>("left"); // to be taken off where it is negative
+        QTest::addColumn<int>("left"); // negative: removed from the end
         QTest::newRow("without its last byte") << -1;
         QTest::newRow("without its tag") << -16;
         QTest::newRow("its first half") << 300;
@@ -94,7 +94,7 @@ private slots:
         const OfferedChat offered;
         const CannedServer server(CannedServer::ok(bodyOf(offered)));
         TransferLink other = linkTo(server.port());
-        other.key = offered.link.key; // the seal is bound to what was asked for
+        other.key = offered.link.key; // right, but the seal authenticates the target
         fails(offered.recipient, other,
             "The answer was altered or damaged on its way. Nothing was written.");
     }
@@ -215,7 +215,7 @@ private slots:
             peer.waitForDisconnected();
         });
         const TransferLink link = linkTo(server.port());
-        QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); // Qt's own are of no use
+        QTest::failOnWarning(QRegularExpression(QStringLiteral("."))); // none of Qt's own warnings
         const std::string error = errorOf(link, {.idle = 400ms, .total = 60s});
         QVERIFY2(error.starts_with(says.toStdString()), error.c_str());
     }
@@ -323,11 +323,11 @@ private slots:
             }
         });
         fails(recipient, linkTo(server.port()), "The answer is over 64 MB: this is no chat.");
-        QVERIFY(sent < most); // it did not take it all
+        QVERIFY(sent < most); // the client stopped reading
     }
 
 private:
-    /// What a user with so much patience is told.
+    /// The error message of `receive` with these time limits.
     static std::string errorOf(const TransferLink& link, const TransferClient::Limits& limits)
     {
         std::ostringstream out;
@@ -364,7 +364,7 @@ private:
         return get(offered.link.port, offered.link.target()).body;
     }
 
-    /// Receives the chat's body with that done to it.
+    /// Applies `change` to the chat's sealed body and checks that `receive` refuses the result.
     template <typename Change>
     static void touch(OfferedChat& offered, Change change)
     {

@@ -10,7 +10,7 @@
 
 using namespace korvane;
 
-/// How the link comes to the program, and that its key goes nowhere from there.
+/// How `receive` takes its link, and that it does not pass the key on to anybody.
 class ReceiveLinkTest : public QObject {
     Q_OBJECT
 
@@ -56,7 +56,7 @@ private slots:
 
     void otherTextsAreNoLinksAndAreNotRepeated_data()
     {
-        QTest::addColumn<QString>("text"); // a star is a key, a tilde most of it
+        QTest::addColumn<QString>("text"); // "*" stands for a key, "~" for most of one
         const auto row = [](const char* name, const char* text) {
             QTest::newRow(name) << QString::fromLatin1(text);
         };
@@ -98,7 +98,7 @@ private slots:
 
     void linkInTheWrongPlaceKeepsItsKey_data()
     {
-        QTest::addColumn<QStringList>("words"); // of which LINK and DB are replaced
+        QTest::addColumn<QStringList>("words"); // LINK and DB are placeholders
         for (const char* words : {"receive LINK LINK", "receive --foo LINK", "receive LINK --foo",
                  "receive --LINK", "receive --output LINK LINK LINK", "receive --output= LINK",
                  "receive --output LINK/none", "LINK", "LINK receive", "transfer LINK",
@@ -159,11 +159,11 @@ private slots:
         QVERIFY(program.waitForStarted());
         program.write(QByteArray::fromStdString(link.toString()) + '\n');
         QVERIFY(program.waitForBytesWritten());
-        QVERIFY(asked.tryAcquire(1, 10'000)); // it has read the link by now
+        QVERIFY(asked.tryAcquire(1, 10'000)); // now it has read the link
         const std::string process = "/proc/" + std::to_string(program.processId());
         const std::string words = contentsOf(process + "/cmdline");
         const std::string environment = contentsOf(process + "/environ");
-        seen.release(10); // the client may ask again
+        seen.release(10); // for requests that the client repeats
         QVERIFY(program.waitForFinished());
         QCOMPARE(program.exitCode(), 1);
         if (!QFile::exists(QStringLiteral("/proc/self/cmdline")))

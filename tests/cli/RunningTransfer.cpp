@@ -84,7 +84,7 @@ bool RunningTransfer::prints(const std::string& text, int times)
     QElapsedTimer timer;
     timer.start();
     bool more = true;
-    m_printed += m_program.readAllStandardOutput().toStdString(); // an event loop may have run
+    m_printed += m_program.readAllStandardOutput().toStdString(); // read by an event loop already
     while (more && !hasPrinted(text, times)) {
         more = timer.elapsed() < patience && m_program.waitForReadyRead(patience);
         m_printed += m_program.readAllStandardOutput().toStdString();

@@ -14,52 +14,52 @@
 
 namespace korvane {
 
-/// A user with a chat, "Team" with the guid G1, to hand over.
+/// A user with a chat to transfer: "Team", with the guid G1.
 struct Owner {
     Owner();
 
-    /// "transfer", with all that it needs to know of the chat; `more` options and their values are
-    /// added, or take the place of those.
+    /// The command line of `transfer` for the chat. `more` has options and their values, which are
+    /// added, or replace the values of options that are there.
     std::vector<std::string> words(const std::vector<std::string>& more = {}) const;
 
-    /// Runs "export" for the chat.
+    /// Runs `export` for the chat.
     Outcome exportChat() const;
 
-    /// The export file, once there is one.
+    /// The path of the chat's export file, which an export creates.
     std::filesystem::path file() const;
 
-    /// Exports the chat, and makes its file just so long.
+    /// Exports the chat and resizes its file to `size` bytes.
     void exportAndResize(std::uintmax_t size) const;
 
     Terminal terminal;
     TestDatabase database;
 };
 
-/// The link among what `transfer` has printed.
+/// Finds the link in the output of `transfer`.
 TransferLink linkIn(const std::string& printed);
 
-/// `korvane-sync` as a process of its own, handing the chat over. It goes with this object.
+/// A process `korvane-sync transfer`. The destructor ends it.
 class RunningTransfer {
 public:
-    /// Starts it with these words; `within` are those before the program.
+    /// Starts the program with `words` as arguments; `within` goes before it, like "ip netns exec".
     explicit RunningTransfer(
         const std::vector<std::string>& words, const std::vector<std::string>& within = {});
     ~RunningTransfer();
     Q_DISABLE_COPY_MOVE(RunningTransfer)
 
-    /// Waits until it has printed `text` so many times; false where that does not come.
+    /// Waits until it has printed `text` `times` times. Returns false on timeout.
     bool prints(const std::string& text, int times = 1);
 
-    /// Waits until all is printed that there is to see before anybody fetches.
+    /// Waits until it has printed everything up to the first fetch.
     bool isReady() { return prints("Ctrl-C ends it at once.\n"); }
 
-    /// Of what it has printed so far.
+    /// The link in what was read of its output so far.
     TransferLink link() const { return linkIn(m_printed); }
 
-    /// Sends it a signal and waits for its end. Its exit code; -1 where it is killed or goes on.
+    /// Sends a signal and waits for the end. Returns the exit code; -1 if it was killed or goes on.
     int end(int signal);
 
-    /// Waits for its end.
+    /// Waits for the end. Returns what end() does.
     int exitCode();
 
     const std::string& printed() const { return m_printed; }

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int patience = 10'000; ///< milliseconds
 
-/// The program, printing into a pipe.
+/// `transfer` as a process that prints into a pipe.
 class PipedTransfer {
 public:
     explicit PipedTransfer(const Owner& owner) : output(owner.terminal.home() + "/pipe")
@@ -39,7 +39,7 @@ public:
 
     TransferLink link() const { return linkIn(output.printed()); }
 
-    /// Sends it a signal. The milliseconds until it has ended; -1 where it goes on.
+    /// Sends a signal. Returns the milliseconds until the process ended; -1 if it goes on.
     qint64 endsAfter(int signal)
     {
         QElapsedTimer timer;
@@ -61,7 +61,7 @@ private:
 
 } // namespace
 
-/// A reader who has stopped: a pager that waits for a key, a terminal after Ctrl-S, a full pipe.
+/// Output that nobody reads: a pager that waits for a key, a terminal after Ctrl-S, a full pipe.
 class StuckOutputTest : public QObject {
     Q_OBJECT
 
@@ -106,7 +106,7 @@ private slots:
         transfer.output.fill();
         const auto hasExported = [&owner] { return std::filesystem::exists(owner.file()); };
         QTRY_VERIFY_WITH_TIMEOUT(hasExported(), patience);
-        QTest::qWait(1000); // by now it tries to print the code
+        QTest::qWait(1000); // until it blocks in printing the code
         const qint64 time = transfer.endsAfter(SIGINT);
         QVERIFY2(time >= 0 && time < 3000, qPrintable(QString::number(time)));
         QVERIFY(transfer.endedWell());

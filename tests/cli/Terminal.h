@@ -8,7 +8,7 @@
 
 namespace korvane {
 
-/// What a run of the program printed, and its exit code.
+/// The output and the exit code of one run of the program.
 struct Outcome {
     int code = -1;
     std::string out;
@@ -17,13 +17,13 @@ struct Outcome {
     QJsonDocument json() const { return QJsonDocument::fromJson(QByteArray::fromStdString(out)); }
 };
 
-/// A user at a terminal: runs `korvane-sync` with a home and a support folder of his own.
+/// A user at a terminal. Runs `korvane-sync` with a temporary home and support folder.
 class Terminal {
 public:
     Terminal();
     ~Terminal();
 
-    /// Runs the command line within this process; `input` is what it may read.
+    /// Runs the command line in this process; `input` is its standard input.
     Outcome run(const std::vector<std::string>& arguments, const std::string& input = "") const;
 
     std::string home() const { return m_home.path().toStdString(); }

@@ -17,7 +17,8 @@
 
 using namespace korvane;
 
-/// What `transfer` offers, and to whom: the program as a process, and phones of another make.
+/// What `transfer` offers, and to whom. It runs as a process, and the tests open its answers with
+/// another library.
 class TransferCommandTest : public QObject {
     Q_OBJECT
 
@@ -104,7 +105,7 @@ private slots:
     void fetchThatBreaksOffIsReported()
     {
         const Owner owner;
-        owner.exportAndResize(32'000'000); // more than the system takes unseen
+        owner.exportAndResize(32'000'000); // more than socket buffers hold
         RunningTransfer running(owner.words());
         QVERIFY(running.isReady());
         Client client(running.link().port, {.receiveBuffer = 4096});
@@ -132,12 +133,12 @@ private slots:
             client.reset();
         }
         QCOMPARE(get(link.port, link.target()).status, 200);
-        QVERIFY(running.prints("  127.0.0.1 has it\n")); // is not lost among them
+        QVERIFY(running.prints("  127.0.0.1 has it\n")); // listed in spite of the others
         QCOMPARE(running.end(SIGINT), 0);
         const std::string lines
             = running.printed().substr(running.printed().find("at once.\n") + 9);
         QVERIFY2(std::count(lines.begin(), lines.end(), '\n') < 20, lines.c_str());
-        QCOMPARE(lines.find("   "), std::string::npos); // none without an address
+        QCOMPARE(lines.find("   "), std::string::npos); // no address is missing
         QVERIFY2(lines.find(" more fetches broke off, the last from 127.0.0.1\n") != lines.npos,
             lines.c_str());
     }
@@ -259,7 +260,7 @@ private slots:
     }
 
 private:
-    /// The contents of all files.
+    /// The contents of all files below the folder, joined.
     static std::string filesBelow(const std::string& folder)
     {
         std::string all;

@@ -26,7 +26,7 @@ namespace {
 
 using Moment = TransferTicket::Clock::time_point;
 
-/// What a command on another thread has printed so far.
+/// A stream buffer that one thread prints to and another reads.
 class SharedText : public std::streambuf {
 public:
     std::string text() const
@@ -57,10 +57,10 @@ private:
     std::string m_text; ///< guarded by `m_lock`
 };
 
-/// The command on a thread of its own, under a clock that the test turns.
+/// Runs `transfer` on its own thread, with a clock that the test sets.
 class TurnedTransfer {
 public:
-    /// `output` is a descriptor to print on, instead of on `printed`.
+    /// If `output` is given, the command prints to this descriptor instead of to `printed`.
     explicit TurnedTransfer(const Owner& owner, std::optional<int> output = {})
     {
         m_options.sources.database = owner.database.path();
@@ -110,7 +110,7 @@ bool isRefused(std::uint16_t port)
 
 } // namespace
 
-/// How an offer ends: by its time, or by the user.
+/// How an offer ends: it expires, or the user ends it.
 class TransferEndTest : public QObject {
     Q_OBJECT
 
@@ -124,7 +124,7 @@ private slots:
         const Moment begin = transfer.now;
         transfer.now = begin + 599s;
         QCOMPARE(get(link.port, link.target()).status, 200);
-        QVERIFY(!transfer.endsWithin(700ms)); // it looks at the clock twice a second
+        QVERIFY(!transfer.endsWithin(700ms)); // it checks the clock twice a second
         transfer.now = begin + 600s;
         QVERIFY(transfer.endsWithin(5s));
         QCOMPARE(transfer.exitCode(), 0);
@@ -144,7 +144,7 @@ private slots:
         output.fill();
         transfer.now = transfer.now.load() + 600s;
         QTRY_VERIFY_WITH_TIMEOUT(isRefused(port), 10'000);
-        QVERIFY(!transfer.endsWithin(700ms)); // the reader may come back
+        QVERIFY(!transfer.endsWithin(700ms)); // the reader may continue
         QVERIFY(output.prints("\nThe link has expired.\n"));
         QVERIFY(transfer.endsWithin(10s));
         QCOMPARE(transfer.exitCode(), 0);

@@ -12,7 +12,7 @@
 
 using namespace korvane;
 
-/// What keeps a chat from being handed over.
+/// Errors that prevent a transfer.
 class TransferFailuresTest : public QObject {
     Q_OBJECT
 
@@ -77,7 +77,7 @@ private slots:
         throws(Transfer::Text::noLink, [&] { link("192.168.1.20"); });
         chat.offer(running.server());
         throws(Transfer::Text::noLink, [&] { link(std::nullopt); });
-        QVERIFY(running.server().state().transferTickets.empty()); // none is made for nothing
+        QVERIFY(running.server().state().transferTickets.empty()); // a refusal leaves no ticket
         QVERIFY(link("192.168.1.20")
                     .toString()
                     .starts_with("korvane://mac-import?host=192.168.1.20&port=49152&ticket="));
@@ -202,7 +202,7 @@ private:
         QCOMPARE(outcome.code, 1);
     }
 
-    /// With the first error, preceded by "Error: ".
+    /// `transfer` fails with the first error of `export`, after "Error: ".
     static void failsAsTheExportDoes(const Owner& owner)
     {
         const Outcome exported = owner.exportChat();

@@ -9,7 +9,7 @@
 
 using namespace korvane;
 
-/// What somebody on the way between the two machines sees.
+/// What an eavesdropper on the network sees.
 class WireTest : public QObject {
     Q_OBJECT
 
@@ -63,8 +63,8 @@ private slots:
         const QByteArray head = server.heads()[0].toLower();
         QVERIFY(!head.contains("cookie"));
         QVERIFY(!head.contains("authorization"));
-        QVERIFY(head.contains("accept-language: *\r\n")); // not the user's
-        QVERIFY(head.contains("user-agent: korvane-sync\r\n")); // and of no particular system
+        QVERIFY(head.contains("accept-language: *\r\n")); // not the user's language
+        QVERIFY(head.contains("user-agent: korvane-sync\r\n")); // names no system
     }
 };
 
