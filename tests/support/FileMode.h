@@ -7,7 +7,7 @@
 
 namespace korvane {
 
-/// While it lives, new files get what this mask leaves.
+/// RAII: sets the umask of the process and restores the previous one.
 class Umask {
 public:
     explicit Umask(mode_t mask) : m_before(::umask(mask)) { }
@@ -19,7 +19,7 @@ private:
     const mode_t m_before;
 };
 
-/// Who may do what with a file, in octal as a shell shows it: "600".
+/// The permission bits of a file as three octal digits: "600".
 inline std::string modeOf(const std::filesystem::path& file)
 {
     auto mode = static_cast<unsigned>(std::filesystem::status(file).permissions());

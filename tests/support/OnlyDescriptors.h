@@ -7,7 +7,8 @@
 
 namespace korvane {
 
-/// While it lives, this process may open just so many descriptors more.
+/// RAII: lowers RLIMIT_NOFILE, so that this process can open at most `more` further descriptors,
+/// and restores it. Skip the test unless `works()`.
 class OnlyDescriptors {
 public:
     explicit OnlyDescriptors(rlim_t more)

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-/// Lets a failing QCOMPARE show the engine's UTF-8 texts.
+/// Lets a failing QCOMPARE print the standard strings, which hold UTF-8 here.
 namespace QTest {
 
 template <>

@@ -7,8 +7,8 @@
 
 namespace korvane {
 
-/// AES-256-GCM by a library that the program does not use, so that both sides of a seal are not
-/// of one make. Nonce, ciphertext and tag stand one after the other.
+/// AES-256-GCM by Nettle, which the program does not use: an error in the program's own code cannot
+/// cancel itself out. Sealed bytes are nonce, ciphertext and tag; `context` is authenticated only.
 namespace SealedByOthers {
 
 std::optional<QByteArray> open(QByteArrayView key, QByteArrayView sealed, std::string_view context);

@@ -38,7 +38,7 @@ TestDatabase::TestDatabase(Schema schema)
     : m_current(schema == Schema::Current)
     , m_db(Sqlite::openForWriting(path()))
 {
-    m_db.execute("PRAGMA synchronous = OFF"); // for speed: nothing here outlives the machine
+    m_db.execute("PRAGMA synchronous = OFF"); // for speed: no test survives a power cut
     m_db.execute(commonTables);
     m_db.execute(m_current ? currentMessages : oldMessages);
 }

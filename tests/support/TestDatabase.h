@@ -11,17 +11,17 @@
 
 namespace korvane {
 
-/// A small Messages database in a folder of its own, which goes with it. Tests fill it row by row.
+/// A small Messages database that tests fill row by row. The destructor deletes its folder.
 class TestDatabase {
 public:
-    /// What a message row is made of; the defaults are those of a plain text from the other side.
+    /// The columns of a message row. The defaults make a plain text received from handle 1.
     struct Message {
-        std::int64_t rowID = 0; ///< 0: the next one
+        std::int64_t rowID = 0; ///< 0: the highest so far plus 1
         std::optional<std::string> guid; ///< absent: "M" and the row id
         std::optional<std::string> text = "hello";
         std::optional<std::string> body; ///< attributedBody
         std::int64_t handle = 1;
-        std::int64_t date = 0; ///< as stored; 0: row id seconds after 2001 + 700000000
+        std::int64_t date = 0; ///< as stored; 0: 700000000 plus the row id
         bool fromMe = false;
         bool hasAttachments = false;
         std::optional<std::int64_t> associatedType = 0;
@@ -30,17 +30,17 @@ public:
         std::int64_t itemType = 0;
     };
 
-    /// With the columns of a current system, or with only those that the oldest ones have.
+    /// Whether the message table has the columns of current systems or of the oldest ones.
     enum class Schema { Current, Old };
 
     explicit TestDatabase(Schema schema = Schema::Current);
 
     std::string path() const;
 
-    /// The folder around it, for whatever else a test puts on disk.
+    /// The temporary folder of the database file. Tests may put other files there.
     std::string folder() const;
 
-    /// For whatever the calls below do not cover.
+    /// The connection, for what the functions below do not cover.
     Sqlite& sql() { return m_db; }
 
     void addHandle(std::int64_t id, const std::string& handle);
@@ -48,15 +48,15 @@ public:
         const std::string& identifier = "", int style = 45);
     void addMember(std::int64_t chat, std::int64_t handle);
 
-    /// Adds the message to the chat (none for chat 0) and returns its row id.
+    /// Adds the message to the chat, or to no chat if `chat` is 0. Returns the row id.
     std::int64_t addMessage(std::int64_t chat, const Message& message);
-    template <std::convertible_to<std::string> Text> // no braces: they mean a Message
+    template <std::convertible_to<std::string> Text> // a template, so that {…} is a Message
     std::int64_t addMessage(std::int64_t chat, const Text& text)
     {
         return addMessage(chat, Message{.text = text});
     }
 
-    /// Adds an attachment of the given type to a message; absent is NULL.
+    /// Adds an attachment to a message. An absent type is stored as NULL.
     void addAttachment(std::int64_t message, const std::optional<std::string>& mimeType);
 
 private:

@@ -4,8 +4,8 @@
 
 namespace korvane {
 
-/// While it lives, permissions count even where the tests run as root: the process then acts as a
-/// user without rights. Test `works()` and skip without it.
+/// RAII: if the tests run as root, sets the effective user to "nobody", so that file permissions
+/// apply. Skip the test unless `works()`.
 class Unprivileged {
 public:
     Unprivileged() : m_user(geteuid()), m_works(m_user != 0 || seteuid(nobody) == 0) { }
