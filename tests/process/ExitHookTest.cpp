@@ -12,7 +12,7 @@ using namespace korvane;
 class ExitHookTest : public QObject {
     Q_OBJECT
 
-    /// The exit code of a process that runs the function and then calls exit(1).
+    /// Runs the function, then exit(1), in a child process. Returns its exit code; -1 if killed.
     template <typename Function>
     static int codeAfter(Function run)
     {

@@ -12,19 +12,19 @@
 
 using namespace korvane;
 
-/// Signals are sent to a child process, which exits with 7 if it comes to its end.
+/// Where a signal may kill the process, a child process raises it, and exits with 7 if it survives.
 class InterruptionTest : public QObject {
     Q_OBJECT
 
     static constexpr int cameToItsEnd = 7;
 
-    /// The status of a process that ran the function, as waitpid() gives it.
+    /// Runs the function in a child process and returns its status, as from waitpid().
     static int statusAfter(const std::function<void()>& run)
     {
         const pid_t child = ::fork();
         if (child == 0) {
             for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-                ::signal(signal, SIG_DFL); // not QTest's handlers
+                ::signal(signal, SIG_DFL); // instead of QTest's handlers
             run();
             ::_exit(cameToItsEnd);
         }
