@@ -9,9 +9,9 @@
 
 namespace korvane {
 
-/// What came of a program that was run to its end.
+/// The result of a program that was run to its end.
 struct Outcome {
-    int code = -1; ///< stays so where it did not start, or died
+    int code = -1; ///< -1 if it did not start, crashed or timed out
     QString out;
     QString err;
 
@@ -20,7 +20,7 @@ struct Outcome {
 
 using Variables = std::vector<std::pair<QString, QString>>;
 
-/// Runs a program with these variables set on top of this one's environment.
+/// Runs a program in this process's environment, with LC_ALL=C.UTF-8 and with `variables` set.
 inline Outcome run(
     const QString& program, const QStringList& arguments, const Variables& variables = {})
 {
@@ -39,7 +39,7 @@ inline Outcome run(
 
 } // namespace korvane
 
-/// Ends a test with a word where a program that it wants is not on this machine.
+/// Skips the test if the program is not installed on this machine.
 #define NEEDS_PROGRAM(name)                                                                        \
     if (QStandardPaths::findExecutable(QStringLiteral(name)).isEmpty())                            \
     QSKIP("There is no " name " here.")

@@ -7,8 +7,8 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// What bash, zsh and fish complete for korvane-sync: asked of the shells themselves, and compared
-/// with what the program's --help lists.
+/// What bash, zsh and fish complete for korvane-sync. The tests ask the shells themselves and
+/// compare the answers with the program's --help.
 class CompletionsTest : public QObject {
     Q_OBJECT
 
@@ -126,7 +126,7 @@ private slots:
     }
 
 private:
-    /// What a shell offers for the last of these words, behind the program's name.
+    /// What a shell offers for the last of `words`, which follow the program's name.
     using Shell = std::set<QString> (CompletionsTest::*)(const QStringList&) const;
 
     std::set<QString> bash(const QStringList& words) const
@@ -144,10 +144,11 @@ private:
                                "complete -C \"korvane-sync \"(string join ' ' -- $argv[2..])"_s;
         QString offered
             = ask({u"fish"_s, u"--no-config"_s, u"-c"_s, script}, u"korvane-sync.fish"_s, words);
-        return lines(offered.remove(QRegularExpression(u"\\t.*"_s))); // what it says of each
+        return lines(offered.remove(QRegularExpression(u"\\t.*"_s))); // the descriptions
     }
 
-    /// Without a terminal, zsh completes nothing: here it is heard what the completion asks of it.
+    /// zsh does not complete without a terminal. Instead, stubs of _arguments and _describe print
+    /// what the completion passes to them.
     std::set<QString> zsh(const QStringList& words) const
     {
         const QString script = u"_arguments() { print -rl -- \"$@\" };"
@@ -163,7 +164,7 @@ private:
         return offered;
     }
 
-    /// What a shell prints that is given a completion and the words to complete.
+    /// Runs the shell with the completion's path and `words` as arguments. Returns what it prints.
     QString ask(QStringList shell, const QString& completion, const QStringList& words) const
     {
         const QString program = shell.takeFirst();

@@ -11,7 +11,7 @@ namespace korvane {
 inline const QStringList subcommands{QStringLiteral("chats"), QStringLiteral("export"),
     QStringLiteral("transfer"), QStringLiteral("receive"), QStringLiteral("sample")};
 
-/// What the first group of `pattern` matches in `text`, each once.
+/// The texts that the first group of `pattern` captures in `text`, without duplicates.
 inline std::set<QString> allMatches(const QString& pattern, const QString& text)
 {
     std::set<QString> found;
@@ -21,14 +21,14 @@ inline std::set<QString> allMatches(const QString& pattern, const QString& text)
     return found;
 }
 
-/// The long options of a command of korvane-sync, as its --help has them, without the dashes.
+/// The long options that --help lists for a command of korvane-sync, without the dashes.
 inline std::set<QString> optionsInHelp(const QString& subcommand)
 {
     const Outcome help = run(QStringLiteral(PROGRAM), {subcommand, QStringLiteral("--help")});
     return allMatches(QStringLiteral("^ *(?:-\\w,)?--([a-z][a-z-]*)"), help.out);
 }
 
-/// The commands, as the program's --help has them.
+/// The commands that the program's --help lists.
 inline std::set<QString> subcommandsInHelp()
 {
     const QString help = run(QStringLiteral(PROGRAM), {QStringLiteral("--help")}).out;
@@ -36,7 +36,7 @@ inline std::set<QString> subcommandsInHelp()
         QStringLiteral("^  ([a-z]+) "), help.mid(help.indexOf(QStringLiteral("Subcommands:"))));
 }
 
-/// The same names as one text, for a message that can be read.
+/// The names as one text, for readable messages.
 inline QString joined(const std::set<QString>& names)
 {
     return QStringList(names.begin(), names.end()).join(QLatin1Char(' '));

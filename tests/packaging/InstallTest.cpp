@@ -11,7 +11,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// What "cmake --install" puts where, and what the validators of a desktop say to it.
+/// The files that "cmake --install" installs, checked by the desktop's validators.
 class InstallTest : public QObject {
     Q_OBJECT
 
@@ -95,8 +95,8 @@ private slots:
         NEEDS_PROGRAM("appstreamcli");
         QStringList arguments{u"validate"_s, u"--no-net"_s, u"--strict"_s,
             installed(u"share/metainfo/app.korvane.KorvaneSync.metainfo.xml"_s)};
-        // There is no home page, and versions before 1.0 know neither that this matters nor what
-        // replaces "developer_name".
+        // There is no home page, and "developer_name" is kept because versions before 1.0 do not
+        // know its replacement. Newer versions complain of both.
         if (!run(u"appstreamcli"_s, {u"--version"_s}).out.contains(u"version: 0."_s))
             arguments
                 << u"--override=url-homepage-missing=pedantic,developer-info-missing=pedantic,"
@@ -137,7 +137,7 @@ private slots:
         QPainter painter(&icon);
         drawing.render(&painter);
         painter.end();
-        QCOMPARE(icon.pixelColor(0, 0).alpha(), 0); // round corners, or round the bubble
+        QCOMPARE(icon.pixelColor(0, 0).alpha(), 0); // outside of the rounded shape
         int opaque = 0;
         for (int y = 0; y < icon.height(); ++y) {
             for (int x = 0; x < icon.width(); ++x)
@@ -146,7 +146,7 @@ private slots:
         QVERIFY(opaque * 5 > icon.width() * icon.height());
     }
 
-    /// A desktop gives what is filled another colour, and leaves strokes as they are.
+    /// Desktops recolour the fill of a symbolic icon, but not its strokes.
     void symbolicIconIsFilledAndNotStroked()
     {
         const QString icon
@@ -161,9 +161,9 @@ private slots:
         const QString name = u"korvane-sync-export.service"_s;
         QString unit = textOf(u"lib/systemd/user/"_s + name);
         QCOMPARE(unit.count(u"\nExecStart=korvane-sync "_s), 1);
-        // It is looked for in the usual places, which the one here is not.
+        // systemd looks for the program in the usual folders; this one is not installed there.
         unit.replace(u"=korvane-sync "_s, u'=' + installed(u"bin/korvane-sync"_s) + u' ');
-        unit.remove(QRegularExpression(u"\nDocumentation=.*"_s)); // a page that is not installed
+        unit.remove(QRegularExpression(u"\nDocumentation=.*"_s)); // not installed, either
         const QTemporaryDir folder;
         QFile file(folder.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(unit.toUtf8()) > 0);
@@ -176,7 +176,7 @@ private slots:
         QVERIFY2(check.code == 0 && !check.err.contains(name), check.said().constData());
     }
 
-    /// The arguments of the unit are ones that the program takes.
+    /// The program accepts the arguments in the unit.
     void userUnitSaysWhatTheProgramUnderstands()
     {
         const QString unit = textOf(u"lib/systemd/user/korvane-sync-export.service"_s);
@@ -185,7 +185,7 @@ private slots:
         const QTemporaryDir home;
         const Outcome outcome = run(installed(u"bin/korvane-sync"_s), command.split(u' '),
             {{u"HOME"_s, home.path()}, {u"KORVANE_SYNC_HOME"_s, home.filePath(u"support"_s)}});
-        QCOMPARE(outcome.code, 1); // 2 would be bad usage; there is no database
+        QCOMPARE(outcome.code, 1); // there is no database; bad usage would be 2
         QVERIFY2(outcome.err.contains(u"chat.db"_s), outcome.said().constData());
     }
 

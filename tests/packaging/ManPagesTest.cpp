@@ -5,7 +5,7 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The manual pages: sound, and of the program as it is.
+/// The manual pages: valid, and in agreement with the program.
 class ManPagesTest : public QObject {
     Q_OBJECT
 

@@ -6,14 +6,14 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The script that runs the long commands of ./run and ./test: what it prints, and when.
+/// What `quietly` prints and when: the script that runs the long commands of ./run and ./test.
 class QuietlyTest : public QObject {
     Q_OBJECT
 
-    QTemporaryDir m_tools; ///< before the others in PATH
+    QTemporaryDir m_tools; ///< the first folder in PATH
     const QString m_script = QStringLiteral(LINUX "/../quietly");
 
-    /// Has a hundredth of a second stand for a second.
+    /// Replaces `sleep` by one that sleeps for 10 ms, whatever its argument.
     void hurry() const
     {
         QFile sleep(m_tools.filePath(u"sleep"_s));
@@ -58,7 +58,7 @@ private slots:
         QCOMPARE(outcome.code, 0);
         QVERIFY2(outcome.err.startsWith(u"  1 min: [2/2] Two\n"_s), outcome.said().constData());
         const auto minutes = outcome.err.count(u'\n');
-        QVERIFY2(minutes <= 6, outcome.said().constData()); // and no line for each second
+        QVERIFY2(minutes <= 6, outcome.said().constData()); // not one for each second
     }
 
     void lineIsKeptUpToDateOnATerminal()
