@@ -8,17 +8,18 @@
 #include <string>
 #include <vector>
 
-/// The double of the Contacts framework that the adapter is linked with in these tests: what it is
-/// to do, and what it was asked. One play at a time.
+/// Controls the test double of the Contacts framework, which these tests link the adapter with:
+/// what it shall do, and what it was asked. There is one play at a time.
 namespace korvane::contactsDouble {
 
 enum class Access { Granted, Denied, Failed, GrantedWithAnError, Unanswered };
 
-/// How one store behaves. Numbers of contacts say after how many of them something happens.
+/// How stores behave. `failsAfter`, `throwsAfter` and `blocksAfter` count contacts: it happens once
+/// that many have been handed out.
 struct Play {
     std::vector<Contact> contacts;
     Access access = Access::Granted;
-    std::chrono::milliseconds answersAfter{0}; ///< on a thread of the store's, where not 0
+    std::chrono::milliseconds answersAfter{0}; ///< unless 0, answers on another thread
     std::chrono::milliseconds betweenContacts{0};
     bool throwsWhenAsked = false;
     bool blocksWhenAsked = false; ///< until release()
@@ -27,20 +28,20 @@ struct Play {
     std::optional<std::size_t> blocksAfter; ///< until release()
 };
 
-/// What was asked of all stores since the play began.
+/// What all stores together were asked since begin().
 struct Record {
-    std::vector<std::string> calls; ///< in their order
-    std::vector<std::string> keys; ///< of the last fetch
-    std::size_t handedOut = 0; ///< contacts
+    std::vector<std::string> calls; ///< in order
+    std::vector<std::string> keys; ///< keys of the last fetch request
+    std::size_t handedOut = 0; ///< number of contacts
 };
 
 void begin(Play play);
 Record record();
 
-/// How many stores, requests and contacts there are that nobody has let go of.
+/// The number of stores, requests and contacts that are not deallocated.
 int alive();
 
-/// Lets blocked calls go on, and returns when every thread of the store's has ended.
+/// Unblocks blocked calls, and returns when all calls and threads of the stores have ended.
 void release();
 
 } // namespace korvane::contactsDouble

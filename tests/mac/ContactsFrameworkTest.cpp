@@ -9,7 +9,7 @@ using namespace korvane;
 using contactsDouble::Access;
 using contactsDouble::Play;
 
-/// What the Mac's contact store says, and what becomes of it: order, access, failures.
+/// How the adapter reads the Mac's contact store: order, access, failures.
 class ContactsFrameworkTest : public QObject {
     Q_OBJECT
 
@@ -182,7 +182,7 @@ private slots:
         contactsDouble::release();
         QCOMPARE(names.name("ann.lee@example.ORG"), std::string("Ann Lee"));
         QCOMPARE(names.name("+1 555 000 1111"), std::string("Acme \u2615"));
-        QCOMPARE(names.name("(555) 123-4567"), std::string("Bo")); // the last one has it
+        QCOMPARE(names.name("(555) 123-4567"), std::string("Bo")); // the last contact wins
         QCOMPARE(names.map.size(), 6U);
     }
 

@@ -10,8 +10,8 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The build as a Mac would configure it: the files it picks, what they are linked with, what the
-/// bundle says of itself; and the syntax of what only a Mac compiles.
+/// Configures the build as for a Mac. Checks which files it picks, what they are linked with, what
+/// the bundle's property list says, and the syntax of the files that only a Mac compiles.
 class DarwinConfigureTest : public QObject {
     Q_OBJECT
 
@@ -42,7 +42,8 @@ class DarwinConfigureTest : public QObject {
         return sourcesLike(u"*_mac.cpp"_s) + sourcesLike(u"*_mac.mm"_s) + sourcesLike(u"*.mm"_s);
     }
 
-    /// Has the Mac's command for `file` check it, with `more`, and returns what it says.
+    /// Checks the syntax of `file` by the Mac's command, without options `less` and with `more`.
+    /// Returns the compiler's messages if it failed, else "".
     QString complaints(const QString& file, const QStringList& less, const QStringList& more) const
     {
         QStringList command = QProcess::splitCommand(m_commands[file]);
@@ -66,7 +67,7 @@ class DarwinConfigureTest : public QObject {
         const auto units = QJsonDocument::fromJson(content(u"compile_commands.json"_s)).array();
         for (const QJsonValue unit : units) {
             const QString command = unit[u"command"].toString();
-            if (command.contains(u" -o src/"_s)) // tests compile some of the files once more
+            if (command.contains(u" -o src/"_s)) // tests compile some files again
                 m_commands.insert(unit[u"file"].toString(), command);
         }
     }

@@ -14,15 +14,15 @@
 using namespace Qt::StringLiterals;
 
 /// Compiles every C++ file that CMake picks for a Mac, with the C and C++ headers of macOS and this
-/// system's headers of the libraries. The objects stay, so that the next run compiles what changed.
-/// Nothing is linked. Objective-C++ wants frameworks: that is for DarwinConfigureTest.
+/// system's headers of the libraries. Nothing is linked. The objects are kept, so that the next run
+/// compiles only what changed. Objective-C++ needs frameworks; DarwinConfigureTest checks it.
 class MacCompileTest : public QObject {
     Q_OBJECT
 
     const QString m_build = QStringLiteral(OBJECTS);
     QMap<QString, QString> m_commands; ///< by object file
 
-    /// Runs a program and returns what it said if it failed.
+    /// Runs a program. Returns its output if it failed, else nothing.
     std::optional<QString> failure(const QString& program, const QStringList& arguments) const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -51,7 +51,8 @@ class MacCompileTest : public QObject {
         }
     }
 
-    /// What the compiler says of a file with this text, compiled as LocalAddress.cpp is.
+    /// Compiles a file with this text as LocalAddress.cpp is compiled. Returns the compiler's
+    /// messages if it failed.
     std::optional<QString> complaint(const QByteArray& text) const
     {
         const QString object = u"src/pairing/CMakeFiles/korvane-pairing.dir/LocalAddress.cpp.o"_s;
@@ -100,7 +101,7 @@ private slots:
         const auto failed
             = failure(u"ninja"_s, QStringList{u"--quiet"_s, u"-k"_s, u"0"_s} + m_commands.keys());
         if (failed)
-            std::fputs(qPrintable(*failed), stderr); // QTest cuts long messages short
+            std::fputs(qPrintable(*failed), stderr); // QTest truncates long messages
         QVERIFY(!failed);
         for (auto [object, command] : m_commands.asKeyValueRange())
             QVERIFY2(QFile::exists(m_build + u'/' + object), qPrintable(object));

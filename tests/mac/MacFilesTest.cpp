@@ -11,14 +11,14 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The files that the Mac's application is made of: the property lists, the icon, and the recipe of
-/// the machine that builds it.
+/// The files of the Mac's application: property lists, the icon, and the workflow of the machine
+/// that builds it.
 class MacFilesTest : public QObject {
     Q_OBJECT
 
     static QString source(const QString& path) { return QStringLiteral(SOURCE "/") + path; }
 
-    /// The pictures of an icon, by their type; empty where the lengths in it do not fit.
+    /// The pictures of an icon in ICNS format, by type; empty if its lengths are inconsistent.
     static QMap<QByteArray, QImage> picturesIn(const QByteArray& icon)
     {
         const auto length = [&](qsizetype at) { return qFromBigEndian<quint32>(icon.data() + at); };
@@ -80,8 +80,8 @@ private slots:
     {
         const QTemporaryDir folder;
         const QImage icon = picturesIn(madeIcon(folder.filePath(u"made.icns"_s))).value("ic10");
-        QCOMPARE(icon.pixelColor(50, 512).alpha(), 0); // the margin
-        QCOMPARE(icon.pixelColor(110, 110).alpha(), 0); // the corner
+        QCOMPARE(icon.pixelColor(50, 512).alpha(), 0); // margin
+        QCOMPARE(icon.pixelColor(110, 110).alpha(), 0); // rounded corner
         QCOMPARE(icon.pixelColor(512, 120).alpha(), 255);
         QVERIFY(icon.pixelColor(512, 120).lightness() < 40);
         const QColor body = icon.pixelColor(512, 500);

@@ -7,7 +7,7 @@
 
 namespace korvane {
 
-/// What `program` prints, which must succeed; empty where it does not.
+/// The standard output of `program`; empty if it fails.
 inline QByteArray printedBy(const QString& program, const QStringList& arguments)
 {
     constexpr int patience = 20000; // milliseconds
@@ -20,7 +20,7 @@ inline QByteArray printedBy(const QString& program, const QStringList& arguments
     return {};
 }
 
-/// A property list or, read by the module "yaml", such a file; empty where it is none.
+/// Reads a property list, or a YAML file if `module` is "yaml". Empty if the file is invalid.
 inline QJsonObject readBy(const QString& module, const QString& path)
 {
     const QString script = module == QLatin1String("yaml")

@@ -8,8 +8,8 @@
 using namespace korvane;
 using namespace Qt::StringLiterals;
 
-/// The scripts that sign, notarise and pack, run with programs in the place of the Mac's that write
-/// down how they were called.
+/// The scripts that sign, notarise and pack. They run with stubs of the Mac's tools, which record
+/// how they were called.
 class SigningTest : public QObject {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ class SigningTest : public QObject {
         file.setPermissions(file.permissions() | QFile::ExeOwner);
     }
 
-    /// A program that writes down its name and arguments, and then does `more`.
+    /// Creates a stub that records its name and arguments and then runs `more`.
     void stand(const QString& name, const QByteArray& more = {}) const
     {
         write(u"bin/"_s + name,
@@ -54,7 +54,7 @@ class SigningTest : public QObject {
         return process.waitForFinished(20000) ? process.exitCode() : -1;
     }
 
-    /// The calls, without the names of folders that change.
+    /// The recorded calls, without names of temporary and source folders.
     QStringList calls() const
     {
         QFile file(path(u"calls"_s));

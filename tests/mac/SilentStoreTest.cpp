@@ -9,14 +9,14 @@ using namespace std::chrono_literals;
 using contactsDouble::Access;
 using contactsDouble::Play;
 
-/// A store that takes its time, or that says nothing more: how long it is waited for, and what
-/// happens when it speaks again.
+/// A slow or silent contact store: how long the adapter waits for it, and what happens if it
+/// answers after the timeout.
 class SilentStoreTest : public QObject {
     Q_OBJECT
 
     using Texts = std::vector<std::string>;
 
-    /// What one call visited, and how long it took.
+    /// The contacts that one call visited, and how long it took.
     struct Visit {
         std::vector<Contact> contacts;
         qint64 milliseconds = 0;
@@ -73,7 +73,7 @@ private slots:
             source.forEachContact([&visits](const Contact&) { ++visits; });
         }
         QVERIFY2(time.elapsed() < 3250, qPrintable(QString::number(time.elapsed())));
-        contactsDouble::release(); // waits for the answer
+        contactsDouble::release(); // waits for the late answer
         QVERIFY(time.elapsed() >= 3300);
         QVERIFY(contactsDouble::record().calls == Texts({"create", "ask"}));
         QCOMPARE(visits, 0);
@@ -112,7 +112,7 @@ private slots:
         const Visit part = visit(ContactsFrameworkSource(100ms));
         contactsDouble::release();
         QCOMPARE(part.contacts.size(), 2U);
-        QCOMPARE(contactsDouble::record().handedOut, 3U); // the third is refused
+        QCOMPARE(contactsDouble::record().handedOut, 3U); // the third stops the enumeration
     }
 
     void slowStoreIsHeardOutAsLongAsItSpeaks()

@@ -1,5 +1,5 @@
-# A toolchain file that claims to be a Mac, so that the Mac's branches are configured on another
-# system. Nothing is built with it; one file or the other is checked for its syntax.
+# A toolchain file that pretends to be macOS, so that another system configures the branches for the
+# Mac. Nothing is built with it; some files are checked for their syntax.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 find_program(AnyClang clang++)
@@ -10,5 +10,5 @@ set(CMAKE_INSTALL_NAME_TOOL install_name_tool)
 set(CMAKE_OSX_SYSROOT "")
 set(CMAKE_OSX_DEPLOYMENT_TARGET "")
 
-# The libraries are this system's.
+# Use this system's libraries.
 set(CMAKE_PROJECT_INCLUDE ${CMAKE_CURRENT_LIST_DIR}/darwin-finds.cmake)

@@ -1,7 +1,7 @@
-# Read behind project(): lets this system's libraries be found where a Mac's are asked for.
+# Included after project(), which sets these for macOS: finds this system's libraries instead.
 set(CMAKE_FIND_LIBRARY_SUFFIXES .so .a)
 set(CMAKE_FIND_LIBRARY_PREFIXES lib)
 set(CMAKE_FIND_FRAMEWORK NEVER)
 
-# What Qt looks for as frameworks; nothing is linked with it here.
+# Qt would look for a framework. Nothing is linked with this one.
 add_library(WrapOpenGL::WrapOpenGL INTERFACE IMPORTED GLOBAL)

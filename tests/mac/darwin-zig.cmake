@@ -1,6 +1,6 @@
-# A toolchain file like darwin-claim.cmake, but with a compiler that has the headers of macOS: Zig's.
-# It has no frameworks. Wants KORVANE_ZIG, the compiler, and KORVANE_HEADERS, a folder with this
-# system's headers of the libraries and none of its C library.
+# A toolchain file like darwin-claim.cmake, but with Zig's compiler, which has the C and C++ headers
+# of macOS, but no frameworks. Requires KORVANE_ZIG, the compiler, and KORVANE_HEADERS, a folder with
+# this system's headers of the libraries, without those of its C library.
 include(${CMAKE_CURRENT_LIST_DIR}/darwin-claim.cmake)
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KORVANE_ZIG KORVANE_HEADERS)
 set(CMAKE_SYSTEM_PROCESSOR arm64)

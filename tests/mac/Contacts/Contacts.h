@@ -1,7 +1,7 @@
 #pragma once
 
-// As much of the Contacts framework as the adapter uses, declared for the tests, with what the
-// double of it keeps in each object.
+// The part of the Contacts framework that the adapter uses, declared for the tests. The instance
+// variables are those of the test double.
 
 #import <Foundation/Foundation.h>
 

@@ -24,20 +24,20 @@ namespace {
 using AccessHandler = void (^)(BOOL granted, NSError* error);
 using ContactVisitor = void (^)(CNContact* contact, BOOL* stop);
 
-/// The play that is on. A thread of the store's keeps to the play that it began in.
+/// The current play, guarded by `mutex`. Each call works on a copy of the play that it began with.
 struct Stage {
     std::mutex mutex;
     std::condition_variable changed;
     Play play;
     Record record;
     bool isReleased = false;
-    int inside = 0; ///< calls and threads that have not ended
+    int inside = 0; ///< calls and threads that are still running
 };
 
 Stage stage;
-std::atomic<int> living = 0; ///< stores, requests and contacts
+std::atomic<int> living = 0; ///< stores, requests and contacts not deallocated
 
-/// Counts a call or a thread as long as it runs.
+/// RAII: counts a call or a thread in `stage.inside` while it runs.
 class Inside {
 public:
     Inside()
@@ -100,8 +100,8 @@ void answer(Access access, AccessHandler handler)
     }
 }
 
-/// On a Mac a block that is kept holds on to the store that it uses; Debian's runtime for blocks
-/// does not, so that is done here.
+/// On a Mac, copying a block retains the objects that it captures. Debian's blocks runtime does not
+/// do that, so retain the store here.
 void answerLater(CNContactStore* store, const Play& play, AccessHandler handler)
 {
     [store retain];
@@ -188,7 +188,7 @@ void contactsDouble::release()
 
 @end
 
-/// Like the framework's, a contact has only the properties that were asked for.
+/// As in the framework, reading a property that was not fetched raises an exception.
 @implementation CNContact
 
 - (instancetype)initWithValues:(NSDictionary*)values
@@ -304,7 +304,7 @@ NSDictionary* valuesOf(const Contact& contact, NSArray* keys)
     return wanted;
 }
 
-/// What happens at this place of an enumeration. False where it fails.
+/// Raises, blocks or fails if the play says so after `place` contacts. Returns false on failure.
 bool goesOn(const Play& play, std::size_t place)
 {
     if (play.throwsAfter == place)
@@ -328,7 +328,7 @@ void noteContact()
     ++stage.record.handedOut;
 }
 
-/// False where the visitor has had enough.
+/// Passes a contact to the visitor. Returns false if the visitor asked to stop.
 bool handOut(const Contact& contact, NSArray* keys, ContactVisitor visitor)
 {
     noteContact();
