@@ -16,7 +16,8 @@ using namespace std::string_literals;
 
 namespace fs = std::filesystem;
 
-/// Export files that are no longer what they were, or do not hold what their size says.
+/// Export files that change after the export, and system files whose size differs from what they
+/// hold.
 class ChangedFileTest : public QObject {
     Q_OBJECT
 
@@ -34,10 +35,11 @@ private slots:
     void aFileReplacedMeanwhileIsOneOrTheOther();
 
 private:
-    /// What came of fetching "a.txt": by the paired phone / with a ticket.
+    /// The outcomes of fetching "a.txt" as the paired phone and with a ticket, joined by " / ".
     std::string outcomes() const;
 
-    /// What the system says in a file of its own, of a size that it does not have.
+    /// Offers the file `name` of "/sys/class/net/lo", also for the ticket "T". Such files report a
+    /// larger size than they hold. Returns false if this one reports no more than `size` bytes.
     bool offerSystemFile(const char* name, std::size_t size) const;
 
     std::optional<std::string> openedTransfer() const;
@@ -122,7 +124,7 @@ void ChangedFileTest::whatIsNoFileIsNotServed()
         fs::create_directory(m_file);
     else if (kind == "a pipe")
         QCOMPARE(::mkfifo(m_file.c_str(), 0600), 0);
-    else if (::mknod(m_file.c_str(), S_IFCHR | 0600, 0x105) != 0) // as "/dev/zero"
+    else if (::mknod(m_file.c_str(), S_IFCHR | 0600, 0x105) != 0) // device 1:5 is /dev/zero
         QSKIP("needs the right to make devices");
     QCOMPARE(outcomes(), "404 Not Found / 404 Not Found");
     const auto list = m_offer->opened(m_offer->getPaired("/v1/manifest"), "/v1/manifest");

@@ -12,54 +12,54 @@
 
 namespace korvane {
 
-/// A phone's end of one TCP connection to a server on this machine. Blocks, within a patience, on
-/// the thread of the test; the server has a thread of its own.
+/// A phone's end of one TCP connection to a server on this machine. The calls block the test's
+/// thread, reads for at most `patience` at a time; the server runs on its own thread.
 class Client {
 public:
     static constexpr std::chrono::milliseconds patience{10'000};
 
-    /// What the peer's system is like; 0 leaves it to this one.
+    /// Socket options that imitate another system; 0 or null keeps this system's default.
     struct Settings {
-        int receiveBuffer = 0; ///< bytes that it takes before the program reads them, about
-        int segment = 0; ///< bytes at once on the wire
-        const char* source = nullptr; ///< its own IPv4 address, one of 127.0.0.0/8
+        int receiveBuffer = 0; ///< SO_RCVBUF, in bytes
+        int segment = 0; ///< TCP_MAXSEG, in bytes
+        const char* source = nullptr; ///< IPv4 source address, one of 127.0.0.0/8
     };
 
-    /// Throws std::system_error where there is no connection to be had.
+    /// Connects. Throws std::system_error if that fails.
     explicit Client(std::uint16_t port) : Client(port, Settings()) { }
     Client(std::uint16_t port, Settings settings);
 
-    /// Connects a socket that was made earlier.
+    /// Connects a socket made by unconnected().
     Client(std::uint16_t port, Descriptor socket);
 
-    /// A socket to be connected later.
+    /// Makes a socket to be connected later. Throws std::system_error if that fails.
     static Descriptor unconnected(Settings settings);
 
-    /// False where the server has closed the connection.
+    /// Sends all bytes. Returns false on any error, such as a connection that the server closed.
     bool send(std::string_view bytes) const;
 
-    /// Says that nothing more will be sent.
+    /// Half-closes the connection: sends a FIN, and can still read.
     void finishSending() const;
 
-    /// Reads at most `most` bytes, waiting for the first; empty at the end of the connection.
-    /// Nothing where the connection was reset or the patience ran out.
+    /// Waits for data and reads at most `most` bytes. Returns no bytes at the end of the
+    /// connection, and nullopt after a reset or when nothing arrived within `patience`.
     std::optional<QByteArray> readSome(std::size_t most) const;
 
-    /// Reads just so many bytes; fewer at the end of the connection. Nothing as above.
+    /// Reads `count` bytes, or fewer if the connection ends before. Returns nullopt as readSome().
     std::optional<QByteArray> readExactly(qsizetype count) const;
 
-    /// Reads to the end of the connection. Nothing as above.
+    /// Reads to the end of the connection. Returns nullopt as readSome().
     std::optional<QByteArray> readAll() const;
 
-    /// True where the server closes the connection, one way or the other, within the time, without
-    /// having sent a byte more.
+    /// Whether the server closes or resets the connection within `time`, without sending another
+    /// byte first.
     bool isClosedWithin(std::chrono::milliseconds time) const;
 
-    /// From now on its system discards every packet that arrives, so it acknowledges nothing. False
-    /// where the system cannot do that.
+    /// Attaches a packet filter that drops all incoming packets, so that this end acknowledges
+    /// nothing any more. Returns false if the system has no such filters.
     bool discardIncoming() const;
 
-    /// Drops the connection with a reset instead of an orderly end.
+    /// Closes the connection with a reset (RST) instead of a FIN.
     void reset();
 
     int descriptor() const { return m_socket.get(); }
@@ -70,27 +70,28 @@ private:
     Descriptor m_socket;
 };
 
-/// An answer taken apart.
+/// An HTTP response split into its parts.
 struct Response {
     int status = 0;
-    QByteArray head; ///< the blank line included
+    QByteArray head; ///< including the blank line
     QByteArray body;
 
-    /// The value of a header, exactly as sent after ": "; empty without.
+    /// The value of a header as sent after ": "; empty if the header is absent.
     QByteArray header(const QByteArray& name) const;
 };
 
-/// What a server sent on one connection, taken apart; status 0 where that is no answer.
+/// Parses all that a server sent on one connection; the status is 0 if no complete head is there.
 Response taken(const QByteArray& all);
 
-/// Sends `head` (blank line included) on a connection of its own and reads the answer to its end;
-/// status 0 where there was none.
+/// Sends `head` (including the blank line) on a new connection and reads the response to its end;
+/// the status is 0 if there was none.
 Response ask(std::uint16_t port, std::string_view head);
 
-/// "GET `target` HTTP/1.1" with the given header lines (each with its line end), and a blank line.
+/// The request head "GET `target` HTTP/1.1", the header lines (each with its line end), and the
+/// blank line.
 std::string headFor(std::string_view target, std::string_view headers = "");
 
-/// ask() for headFor() the same.
+/// ask() with the head made by headFor().
 Response get(std::uint16_t port, std::string_view target, std::string_view headers = "");
 
 } // namespace korvane

@@ -11,12 +11,13 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// Everything at once, from many threads. To be run under the thread sanitizer, too.
+/// Many threads fetch, issue tickets and change the offer at the same time. Run it under
+/// ThreadSanitizer as well.
 class ConcurrentUseTest : public QObject {
     Q_OBJECT
 
     static constexpr int clients = 8;
-    static constexpr int fetches = 40; ///< of each client
+    static constexpr int fetches = 40; ///< per client
     static constexpr int ticketsKept = 16;
 
     struct Ticket {
@@ -24,7 +25,7 @@ class ConcurrentUseTest : public QObject {
         QByteArray key;
     };
 
-    /// The newest tickets. May be used from any thread.
+    /// The newest tickets. Thread-safe.
     class Tickets {
     public:
         void add(const IssuedTransfer& issued)
@@ -46,7 +47,7 @@ class ConcurrentUseTest : public QObject {
         std::vector<Ticket> m_tickets;
     };
 
-    /// A server that offers one chat, of which there are two files in two folders.
+    /// A server that offers one chat, whose file exists in two folders with different texts.
     struct World {
         World()
         {
@@ -78,7 +79,7 @@ class ConcurrentUseTest : public QObject {
         const std::string text = chat.contents();
     };
 
-    /// What became of the fetches.
+    /// Counts the outcomes of the fetches, and the clients still running.
     struct Tally {
         std::atomic<int> whole = 0;
         std::atomic<int> refused = 0;
@@ -113,7 +114,7 @@ private slots:
         }
         threads.emplace_back([&] {
             while (tally.running > 0)
-                world.issue(); // or not, as things stand
+                world.issue(); // fails while nothing is on offer
         });
 
         SyncServer& server = world.running.server();

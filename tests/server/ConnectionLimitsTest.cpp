@@ -10,17 +10,17 @@
 using namespace korvane;
 using namespace std::chrono_literals;
 
-/// How long a peer may take over its head, and how many there may be.
+/// Timeouts for sending the head and for closing, and the limit on open connections.
 class ConnectionLimitsTest : public QObject {
     Q_OBJECT
 
     using Clock = std::chrono::steady_clock;
 
-    static constexpr auto soon = 300ms; ///< a limit that a test can wait for
-    static constexpr auto late = 3s; ///< for whatever must have happened by then
+    static constexpr auto soon = 300ms; ///< a timeout short enough for a test
+    static constexpr auto late = 3s; ///< upper bound for what must happen
 
     static constexpr qsizetype large
-        = qsizetype{32} * 1024 * 1024; ///< more than a system takes at once
+        = qsizetype{32} * 1024 * 1024; ///< more than the socket buffers hold
 
     static bool isAnswered(const Client& client)
     {
@@ -28,7 +28,7 @@ class ConnectionLimitsTest : public QObject {
         return taken(client.readAll().value_or(QByteArray())).status == 401;
     }
 
-    /// Connections that have been accepted, in this order, and say nothing.
+    /// Opens connections, in this order, that send nothing.
     static std::vector<Client> silent(std::uint16_t port, std::size_t count)
     {
         std::vector<Client> clients;
@@ -117,11 +117,11 @@ private slots:
         const ExportSetup setup;
         const RunningServer running({.connections = 1, .lingerTimeout = soon});
         const Client client(running.port());
-        QVERIFY(isAnswered(client)); // the server has said its end, and would now wait for ours
+        QVERIFY(isAnswered(client)); // the server has sent its FIN and lingers for ours
         std::this_thread::sleep_for(soon * 2);
         client.send("x");
         std::this_thread::sleep_for(20ms);
-        QVERIFY(!client.send("x")); // reset: there is no connection any more
+        QVERIFY(!client.send("x")); // "x" was answered with a reset
     }
 
     void peerThatSendsForeverIsNotReadForever()
@@ -152,7 +152,7 @@ private slots:
         const ExportSetup setup;
         const RunningServer running({.connections = 8});
         const auto clients = silent(running.port(), 8);
-        QVERIFY(clients.front().send("GET / HTTP/1.1\r\n")); // some of a head is none
+        QVERIFY(clients.front().send("GET / HTTP/1.1\r\n")); // an incomplete head does not count
         QVERIFY(isAnswered(Client(running.port())));
         QVERIFY(clients.front().isClosedWithin(late));
         for (std::size_t i = 1; i < clients.size(); ++i)
@@ -206,15 +206,15 @@ private slots:
             = headFor("/v1/transfer/" + server.issueTransfer(chat.fileName()).value().ticket);
         const std::string bearer = "Authorization: Bearer " + server.state().pairing.token + "\r\n";
 
-        auto clients = silent(port, limit); // each keeps its connection after its answer
+        auto clients = silent(port, limit); // each stays open after its answer
         for (const Client& client : clients) {
             QVERIFY(client.send(head));
             QVERIFY(client.readAll());
         }
         const Client busy(port);
         QVERIFY(busy.send(headFor("/v1/manifest", bearer)));
-        QTRY_COMPARE(ended.load(), 1); // which gave way to the one that keeps the server busy
-        for (Client& client : silent(port, 3 * limit)) // all wait to be accepted
+        QTRY_COMPARE(ended.load(), 1); // evicted by `busy`, which blocks the server
+        for (Client& client : silent(port, 3 * limit)) // all stay in the listen backlog
             clients.push_back(std::move(client));
         const std::ptrdiff_t before = openDescriptors();
         most = 0;
@@ -240,7 +240,7 @@ private slots:
         const Client alsoFetching(running.port(), {.receiveBuffer = 64 * 1024});
         QVERIFY(alsoFetching.send(head));
         QVERIFY(alsoFetching.readExactly(1000));
-        QVERIFY(Client(running.port()).isClosedWithin(late)); // nobody can give way to it
+        QVERIFY(Client(running.port()).isClosedWithin(late)); // no connection may be evicted for it
         QVERIFY(fetching.readAll().value_or(QByteArray()).size() > large - 1000);
         QVERIFY(alsoFetching.readAll().value_or(QByteArray()).size() > large - 1000);
         QVERIFY(isAnswered(Client(running.port())));

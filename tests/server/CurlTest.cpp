@@ -9,14 +9,14 @@
 
 using namespace korvane;
 
-/// A client that others wrote, against the server.
+/// Runs curl, an independent client, against the server.
 class CurlTest : public QObject {
     Q_OBJECT
 
     std::optional<ExportedChat> m_chat;
     std::unique_ptr<RunningServer> m_running;
 
-    /// What curl said, and how it ended.
+    /// What curl printed, and its exit code.
     struct Outcome {
         int code = -1;
         QByteArray output;
@@ -40,7 +40,7 @@ class CurlTest : public QObject {
         return {process.exitCode(), process.readAllStandardOutput()};
     }
 
-    /// "-H", "Authorization: …"
+    /// The options "-H" and "Authorization: …".
     QStringList authorized() const
     {
         const QString line = QString::fromStdString(m_running->authorization()).trimmed();

@@ -12,11 +12,11 @@
 using namespace korvane;
 using namespace std::chrono_literals;
 
-/// The server where the process has no descriptors to spare.
+/// The server in a process that has run out of file descriptors.
 class DescriptorsTest : public QObject {
     Q_OBJECT
 
-    /// What this process has computed so far.
+    /// The CPU time that this process has used so far, in user and kernel mode.
     static std::chrono::microseconds processorTime()
     {
         rusage usage{};
@@ -27,7 +27,8 @@ class DescriptorsTest : public QObject {
         return total(usage.ru_utime) + total(usage.ru_stime);
     }
 
-    /// While it lives, the process's descriptors are below this number.
+    /// RAII: lowers or raises the soft limit RLIMIT_NOFILE and restores it at the end. New
+    /// descriptors are below the limit.
     class SoftLimit {
     public:
         explicit SoftLimit(rlim_t limit)
@@ -43,11 +44,11 @@ class DescriptorsTest : public QObject {
         rlimit m_before{};
     };
 
-    static constexpr int aside = 2000; ///< what the limits in these tests do not reach
+    static constexpr int aside = 2000; ///< the lowest descriptor of socketsAside()
     static constexpr rlim_t enough = 3000;
 
-    /// Sockets to be connected later, whose descriptors are above any low limit, so that only the
-    /// server needs low ones.
+    /// Makes sockets to be connected later. Their descriptors are above any low limit, so that only
+    /// the server needs low ones.
     static std::vector<Descriptor> socketsAside(int count)
     {
         const SoftLimit high(enough);
@@ -86,10 +87,10 @@ private slots:
             {
                 const OnlyDescriptors one(1);
                 QVERIFY(one.works());
-                waiting.emplace(running.port()); // takes it: there is none for the other end
+                waiting.emplace(running.port()); // takes it; accept() gets none
                 QVERIFY(waiting->send("GET / HTTP/1.1\r\n\r\n"));
                 const auto before = processorTime();
-                QVERIFY(!waiting->isClosedWithin(500ms)); // no answer, either
+                QVERIFY(!waiting->isClosedWithin(500ms)); // neither closed nor answered
                 const auto spent = processorTime() - before;
                 QVERIFY2(spent < 100ms, std::to_string(spent.count()).c_str());
             }
@@ -102,7 +103,7 @@ private slots:
     void transferUnderWayGoesOnMeanwhile()
     {
         const ExportedChat chat;
-        constexpr qsizetype large = qsizetype{32} * 1024 * 1024; // more than a system takes at once
+        constexpr qsizetype large = qsizetype{32} * 1024 * 1024; // exceeds the socket buffers
         chat.resize(large);
         RunningServer running;
         chat.offer(running.server());

@@ -11,7 +11,7 @@ using namespace std::string_literals;
 
 namespace fs = std::filesystem;
 
-/// Fetching a file piece by piece.
+/// The route "/v1/files/<name>": fetching a file from an offset on.
 class FileRouteTest : public QObject {
     Q_OBJECT
 
@@ -177,7 +177,7 @@ void FileRouteTest::namesMayBeEscaped_data()
     row("a\"[1].txt", "a%22%5B1%5D.txt");
     row("\u00e9.txt", "%C3%A9.txt");
     row("\u00e9.txt", "%c3%a9.txt");
-    row("\u00e9.txt", "\u00e9.txt"); // no URL, so all path
+    row("\u00e9.txt", "\u00e9.txt"); // not a valid URL, so all of it is the path
     row("[1].txt", "[1].txt");
     row("\U0001F600.txt", "%F0%9F%98%80.txt");
     row("..txt", "..txt");
@@ -212,7 +212,7 @@ void FileRouteTest::otherNamesAreNotFound()
     Offer offer;
     offer.add(2, "a b.txt");
     offer.add(3, "\u00e9.txt");
-    offer.add(4, ""); // a record without a name: the folder itself
+    offer.add(4, ""); // an empty file name, which would name the folder
     offer.add(5, "hidden.txt");
     offer.state.guids.erase(ExportSetup::guid(5));
     writeFile(offer.state.folder.parent_path() / "secret.txt", "secret");

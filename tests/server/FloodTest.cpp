@@ -16,7 +16,7 @@
 using namespace korvane;
 using namespace std::chrono_literals;
 
-/// Clients without a ticket or token that open many connections, and everybody else.
+/// Clients without a ticket or token open many connections; the server must still answer others.
 class FloodTest : public QObject {
     Q_OBJECT
 
@@ -24,11 +24,11 @@ class FloodTest : public QObject {
     using Kinds = std::vector<TransferEvent::Kind>;
     using Clients = std::vector<Client>;
 
-    /// What a hostile client does with one connection; it goes into the list if it stays open.
+    /// What a hostile client does with one connection. If it stays open, it is moved into `open`.
     using Attack = void (*)(Client client, Clients& open);
 
     static constexpr const char* request = "GET / HTTP/1.1\r\n\r\n";
-    static constexpr const char* host = "127.0.0.1"; ///< of clients that name no other
+    static constexpr const char* host = "127.0.0.1"; ///< the clients' usual source address
     static constexpr const char* neighbour = "127.0.0.9";
 
     static void closeWithoutReading(Client client, Clients& /*open*/) { client.send(request); }
@@ -45,11 +45,11 @@ class FloodTest : public QObject {
 
     static void scan(Client client, Clients& open)
     {
-        if (open.size() % 2 == 0) // otherwise it is closed without a reset
+        if (open.size() % 2 == 0) // otherwise it closes with a FIN
             client.reset();
     }
 
-    /// All of these in turn.
+    /// Uses the attacks above in turn.
     static void mix(Client client, Clients& open)
     {
         static constexpr std::array attacks{
@@ -75,7 +75,7 @@ class FloodTest : public QObject {
         }
     }
 
-    /// How long a request takes to be answered; nothing where it is not.
+    /// The time from a request to its answer; nullopt if the answer is not the expected one.
     static std::optional<std::chrono::milliseconds> answerTime(std::uint16_t port)
     {
         const auto start = Clock::now();
@@ -145,7 +145,7 @@ private slots:
         }
     }
 
-    /// A tenth of the usual limits of number and time, so that the pool is full all the time.
+    /// About a tenth of the default limits, except the linger timeout, so that the pool stays full.
     void steadyAttackDoesNotKeepOthersWaiting_data()
     {
         QTest::addColumn<QByteArray>("source");
@@ -190,19 +190,19 @@ private slots:
         Clients none;
         for (int i = 0; i < 100; ++i)
             closeWithoutReading(Client(running.port()), none);
-        QCOMPARE(get(running.port(), "/").status, 401); // so those before are accepted
+        QCOMPARE(get(running.port(), "/").status, 401); // accepted in order: those before are, too
         QTRY_VERIFY_WITH_TIMEOUT(openDescriptors() <= before, 3000);
     }
 
     void transferToADeadPeerEndsAtOnce()
     {
         const ExportedChat chat;
-        chat.resize(100'000); // the system takes it at once
+        chat.resize(100'000); // fits into the socket buffers
         RunningServer running;
         chat.offer(running.server());
         const std::string head = headFor(running.targetFor(chat.fileName()));
         for (int i = 0; i < 20; ++i)
-            QVERIFY(Client(running.port()).send(head)); // and closes
+            QVERIFY(Client(running.port()).send(head)); // closes without reading
         const auto ended = [&] {
             const Kinds kinds = running.transfers().kinds();
             return std::ssize(kinds)
@@ -220,7 +220,7 @@ private slots:
         Clients refused;
         for (int i = 0; i < 2; ++i)
             acknowledgeNothing(idle(running, neighbour), refused);
-        QTest::qWait(200); // for their refusals
+        QTest::qWait(200); // until both have been refused
         QVERIFY(isAnswered(idle(running, host)));
         QVERIFY(isAnswered(oldest));
         QVERIFY(isAnswered(second));
@@ -290,9 +290,9 @@ private slots:
         const std::string bearer = "Authorization: Bearer " + server.state().pairing.token + "\r\n";
 
         const Client early(port);
-        QCOMPARE(get(port, "/").status, 401); // so the one before is accepted
+        QCOMPARE(get(port, "/").status, 401); // accepted in order: `early` is, too
         const Client busy(port);
-        QVERIFY(busy.send(headFor("/v1/manifest", bearer))); // keeps the server's thread
+        QVERIFY(busy.send(headFor("/v1/manifest", bearer))); // blocks the server's thread
         QTest::qWait(100);
         QVERIFY(early.send(request));
         Clients crowd;

@@ -7,7 +7,7 @@
 using namespace korvane;
 using namespace std::string_literals;
 
-/// Taking the head of a request apart.
+/// Parsing the head of a request.
 class HttpRequestTest : public QObject {
     Q_OBJECT
 
@@ -63,7 +63,7 @@ void HttpRequestTest::theSecondWordIsTheTarget()
     QFETCH(std::string, target);
     const auto request = HttpRequest::fromHead(head);
     QVERIFY(request);
-    QVERIFY2(request->target == target, request->target.c_str()); // it may have a zero byte
+    QVERIFY2(request->target == target, request->target.c_str()); // it may hold a NUL byte
 }
 
 void HttpRequestTest::whatDoesNotGetATargetIsNoRequest_data()
@@ -99,7 +99,7 @@ void HttpRequestTest::whatDoesNotGetATargetIsNoRequest()
     QVERIFY(!HttpRequest::fromHead(head));
 }
 
-/// The headers after a request line, as "name=value;" in order of name.
+/// The headers parsed from `lines`, as "name=value;" in order of name.
 std::string HttpRequestTest::headersIn(const std::string& lines)
 {
     const auto request = HttpRequest::fromHead("GET / HTTP/1.1\r\n" + lines);

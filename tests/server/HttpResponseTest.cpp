@@ -6,7 +6,7 @@
 
 using namespace korvane;
 
-/// What stands before the body of an answer, byte for byte.
+/// The head of a response, byte for byte.
 class HttpResponseTest : public QObject {
     Q_OBJECT
 

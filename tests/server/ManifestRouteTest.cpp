@@ -10,7 +10,7 @@
 using namespace korvane;
 using namespace std::string_literals;
 
-/// Who is let in, and the list of the files that they may fetch.
+/// Authorization by token, and the manifest, which lists the files that a phone may fetch.
 class ManifestRouteTest : public QObject {
     Q_OBJECT
 

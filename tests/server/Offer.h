@@ -11,8 +11,8 @@
 
 namespace korvane {
 
-/// One exported chat on offer, "Team" with row id 1, and the answers to requests for it, without a
-/// server or a connection around them.
+/// One exported chat on offer ("Team", row id 1). Calls answer() directly, without a server or a
+/// connection.
 struct Offer {
     Offer()
     {
@@ -21,14 +21,14 @@ struct Offer {
         state.pairing.token = token;
     }
 
-    /// One that has letters of both cases and all that is no letter.
+    /// A token with upper-case and lower-case letters, a digit, '-' and '_'.
     static constexpr const char* token = "Ab0-_Ab0-_Ab0-_Ab0-_Ab";
 
     ExportedChat chat;
     ServerState state{.pairing = Pairing::make()};
     TransferTicket::Clock::time_point now = TransferTicket::Clock::now();
 
-    /// Writes an export file, with a record of epoch "E", and puts its chat on offer too.
+    /// Writes an export file and a state record with epoch "E", and offers that chat as well.
     void add(std::int64_t id, const std::string& fileName, const std::string& bytes = "0123456789")
     {
         writeFile(state.folder / fileName, bytes);
@@ -36,19 +36,20 @@ struct Offer {
         state.guids.insert(ExportSetup::guid(id));
     }
 
-    /// The answer to a request with these further header lines, each with its line end.
+    /// The answer to a GET request. Each header line includes its line end.
     Answer get(const std::string& target, const std::string& headers = "") const
     {
         return answer("GET " + target + " HTTP/1.1\r\n" + headers, state, now);
     }
 
-    /// The answer to the paired phone.
+    /// The answer to a GET request that carries the pairing's token.
     Answer getPaired(const std::string& target) const
     {
         return get(target, "Authorization: Bearer " + std::string(token) + "\r\n");
     }
 
-    /// What the paired phone reads in an answer to `target`; nothing where the seal is broken.
+    /// Decrypts the body of an answer to `target` with the pairing's key; nullopt if the
+    /// authentication tag does not match.
     std::optional<std::string> opened(const Answer& answer, const std::string& target) const
     {
         return openedWith(state.pairing.key, answer, target);
@@ -62,8 +63,8 @@ struct Offer {
     }
 };
 
-/// "404 Not Found", and whether it hands out what it should: just a 200 has headers, a body and a
-/// kind.
+/// Status and reason, such as "404 Not Found". Appends a remark if a 200 lacks headers, a body or a
+/// kind, or if any other status has one of them.
 inline std::string summary(const Answer& answer)
 {
     const HttpResponse& response = answer.response;
@@ -74,7 +75,7 @@ inline std::string summary(const Answer& answer)
         + (fits ? "" : " (with what it should not have)");
 }
 
-/// The headers besides those that all answers have.
+/// The answer's headers, without the fixed ones that every answer has.
 inline std::map<std::string, std::string> headersOf(const Answer& answer)
 {
     const auto& headers = answer.response.headers;

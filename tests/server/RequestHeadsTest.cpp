@@ -10,17 +10,17 @@
 
 using namespace korvane;
 
-/// Request heads as they come over the wire, and what each gets.
+/// Request heads sent over a connection, and the response to each.
 class RequestHeadsTest : public QObject {
     Q_OBJECT
 
     std::optional<ExportedChat> m_chat;
     std::unique_ptr<RunningServer> m_running;
 
-    static constexpr int dropped = 0; ///< instead of a status: closed without a byte
-    static constexpr std::size_t most = 16'384; ///< bytes without the end of a head
+    static constexpr int dropped = 0; ///< in place of a status: closed without a response
+    static constexpr std::size_t most = 16'384; ///< limit of bytes without the end of a head
 
-    /// `text` with the token for "<token>", and the line that shows it for "<auth>".
+    /// Replaces "<token>" by the token and "<auth>" by the Authorization header line.
     QByteArray completed(QByteArray text) const
     {
         text.replace(
@@ -39,7 +39,8 @@ class RequestHeadsTest : public QObject {
         return response.status == 200 && text && text->startsWith("{\"chats\":[{");
     }
 
-    /// Sends the pieces so that the server reads each on its own, and all that comes back.
+    /// Sends the pieces with pauses, so that the server reads each on its own, and returns all that
+    /// comes back.
     QByteArray answerTo(const std::vector<std::string_view>& pieces) const
     {
         const Client client(m_running->port());
@@ -64,7 +65,7 @@ class RequestHeadsTest : public QObject {
         return refusal(reasons.at(status));
     }
 
-    /// The manifest's head, authorized, filled up so that the blank line ends at `size` bytes.
+    /// An authorized request for the manifest, padded to `size` bytes including the blank line.
     std::string headOfSize(std::size_t size) const
     {
         std::string head = manifestHead();
@@ -109,7 +110,7 @@ private slots:
         const auto response
             = get(m_running->port(), target.toStdString(), m_running->authorization());
         QVERIFY(isManifest(response, target.toStdString()));
-        QVERIFY(!isManifest(response)); // sealed for what was asked, and nothing else
+        QVERIFY(!isManifest(response)); // the seal is bound to the target as it was sent
     }
 
     void answerHasItsLengthAndEndsWithABlankLine()
@@ -195,7 +196,7 @@ private slots:
         const Client client(m_running->port(), {.receiveBuffer = 64 * 1024, .segment = 1400});
         QVERIFY(client.send(headFor(m_running->targetFor(chat.fileName()))));
         client.finishSending();
-        QTest::qSleep(50); // the server meets its end of the input before it can send all
+        QTest::qSleep(50); // the server reads our FIN before it can send everything
         const Response response = taken(client.readAll().value_or(QByteArray()));
         QCOMPARE(response.status, 200);
         QCOMPARE(response.body.size(), sealedSize(size));

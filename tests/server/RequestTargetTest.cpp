@@ -14,7 +14,7 @@ using Number = std::optional<std::int64_t>;
 
 } // namespace
 
-/// Path, query and parameters of a request's target.
+/// Splitting a request target into path, query and parameters.
 class RequestTargetTest : public QObject {
     Q_OBJECT
 

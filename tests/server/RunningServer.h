@@ -13,7 +13,7 @@
 
 namespace korvane {
 
-/// What a server reports of the transfers, in this order. May be used from any thread.
+/// Records a server's transfer events in the order in which they arrive. Thread-safe.
 class TransferLog {
 public:
     void add(const TransferEvent& event);
@@ -25,11 +25,11 @@ private:
     std::vector<TransferEvent> m_events;
 };
 
-/// A server of a test's own: it listens on the loopback interface, on a port that the system
-/// chooses, and keeps its pairing in the test's support folder.
+/// A server for one test. It listens on the loopback interface, on a port that the system chooses,
+/// and keeps its pairing in the test's support folder.
 class RunningServer {
 public:
-    /// Starts it and waits until it is ready.
+    /// Starts the server and waits until it is ready.
     explicit RunningServer(ServerLimits limits = {}, const std::string& address = "127.0.0.1");
 
     SyncServer& server() { return *m_server; }
@@ -37,20 +37,20 @@ public:
 
     const TransferLog& transfers() const { return *m_transfers; }
 
-    /// How often it said that the phone has synced.
+    /// The number of calls of onPhoneSync so far.
     int phoneSyncs() const { return *m_phoneSyncs; }
 
-    /// A new ticket for the chat's file, which must be on offer, as a target.
+    /// The request target of a new ticket for the file, which must be on offer.
     std::string targetFor(const std::string& fileName);
 
-    /// The time that its tickets go by.
+    /// Sets or advances the clock by which tickets expire.
     void setNow(TransferTicket::Clock::time_point now) { *m_now = now; }
     void advance(std::chrono::seconds by) { *m_now = m_now->load() + by; }
 
-    /// "Authorization: Bearer …" with the server's token, as a line of a head.
+    /// The header line "Authorization: Bearer …" with the server's token and its line end.
     std::string authorization() const;
 
-    /// The key of its pairing, as another library takes it.
+    /// The pairing's key as raw bytes, for another library.
     QByteArray key() const { return m_server->state().pairing.key.bytes(); }
 
 private:
@@ -61,7 +61,7 @@ private:
     std::uint16_t m_port = 0;
 };
 
-/// An export of one chat, "Team" with row id 1, of so many messages, for a server to offer.
+/// An export of one chat ("Team", row id 1) that a server can offer.
 struct ExportedChat {
     explicit ExportedChat(int messages = 3);
 
@@ -70,14 +70,14 @@ struct ExportedChat {
     std::string fileName() const { return setup.record(1).fileName; }
     std::string contents() const { return readFile(setup.file(1)); }
 
-    /// Makes its file just so long, with zeros where it grows.
+    /// Truncates the export file to `size` bytes, or extends it with zeros.
     void resize(std::uintmax_t size) const;
 
-    /// Puts just this chat on offer.
+    /// Has the server offer this chat and no other.
     void offer(SyncServer& server) const;
 };
 
-/// The length of the sealed text of so many bytes.
+/// The size in bytes of a body that seals `text` bytes.
 constexpr qsizetype sealedSize(qsizetype text)
 {
     return Envelope::nonceSize + text + Envelope::tagSize;

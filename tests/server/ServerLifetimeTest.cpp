@@ -7,7 +7,7 @@
 
 using namespace korvane;
 
-/// The server's thread, what is called on it, and its end.
+/// The server's thread: which callbacks run on it, and how it ends.
 class ServerLifetimeTest : public QObject {
     Q_OBJECT
 

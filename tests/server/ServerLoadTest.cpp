@@ -14,17 +14,17 @@ using namespace std::chrono_literals;
 
 namespace fs = std::filesystem;
 
-/// Crowds of connections, and how things stand after them.
+/// Many connections at once; afterwards memory and descriptors must be back where they were.
 class ServerLoadTest : public QObject {
     Q_OBJECT
 
     using Clock = std::chrono::steady_clock;
 
     static constexpr std::int64_t mebibyte = std::int64_t{1024} * 1024;
-    static constexpr std::int64_t tolerated = 16 * mebibyte; ///< of memory more than before
+    static constexpr std::int64_t tolerated = 16 * mebibyte; ///< growth of memory, in bytes
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    static constexpr bool memoryCounts = false; // a sanitizer keeps what was freed
+    static constexpr bool memoryCounts = false; // sanitizers hold back freed memory
 #else
     static constexpr bool memoryCounts = true;
 #endif
@@ -103,7 +103,7 @@ private slots:
 
     void init()
     {
-        openAndReset(m_running->port(), 300); // whatever is allocated once, is
+        openAndReset(m_running->port(), 300); // warm-up: makes one-time allocations
         QVERIFY(isAnsweredWithinASecond(m_running->port()));
         QTRY_COMPARE(openDescriptors(), m_descriptors);
         m_memory = residentBytes();
@@ -135,7 +135,7 @@ private slots:
     {
         const auto clients = connected(m_running->port(), 1000);
         QVERIFY(isAnsweredWithinASecond(m_running->port()));
-        // Ours and theirs: of theirs there are no more than are allowed.
+        // This process holds both ends of each connection; the server keeps at most `connections`.
         const auto most = m_descriptors + std::ssize(clients)
             + static_cast<std::ptrdiff_t>(ServerLimits().connections);
         QTRY_VERIFY(openDescriptors() <= most);
@@ -166,7 +166,7 @@ private slots:
             QCOMPARE(clients.back().readExactly(1024).value_or(QByteArray()).size(), 1024);
         }
         if (memoryCounts)
-            QVERIFY(residentBytes() - m_memory > tolerated); // they are on their way
+            QVERIFY(residentBytes() - m_memory > tolerated); // the server holds the answers
         for (Client& client : clients)
             client.reset();
     }

@@ -10,7 +10,7 @@
 using namespace korvane;
 using namespace std::chrono_literals;
 
-/// Issuing tickets.
+/// ServerState::issueTransfer(): issuing and expiring tickets.
 class ServerStateTest : public QObject {
     Q_OBJECT
 
@@ -136,8 +136,8 @@ void ServerStateTest::expiredTicketsAreDroppedWithTheNextIssue()
     const auto third = offer.state.issueTransfer(file, offer.now);
     QVERIFY(third);
     QCOMPARE(offer.state.transferTickets.size(), 2U);
-    QVERIFY(!offer.state.transferTickets.contains(first->ticket)); // it expires just now
-    QVERIFY(offer.state.transferTickets.contains(second->ticket)); // it has a second left
+    QVERIFY(!offer.state.transferTickets.contains(first->ticket)); // expires exactly now
+    QVERIFY(offer.state.transferTickets.contains(second->ticket)); // one second left
     QVERIFY(offer.state.transferTickets.contains(third->ticket));
 }
 

@@ -10,7 +10,7 @@
 using namespace korvane;
 using namespace std::chrono_literals;
 
-/// Peers that take their answers slowly, or not at all, and everybody else.
+/// Peers that read their answers slowly or not at all; others must not wait for them.
 class SlowPeersTest : public QObject {
     Q_OBJECT
 
@@ -19,7 +19,7 @@ class SlowPeersTest : public QObject {
 
     static constexpr qsizetype largest = qsizetype{64} * 1024 * 1024;
 
-    /// A phone whose system takes little before its program does.
+    /// A client with a small receive buffer, so that the server soon has to wait for it.
     static constexpr Client::Settings small{.receiveBuffer = 16 * 1024, .segment = 1400};
 
     /// A server with a ticket for a file of `size` bytes.
@@ -51,7 +51,7 @@ class SlowPeersTest : public QObject {
         return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
     }
 
-    /// How many bytes there are still to be had.
+    /// Reads until the connection ends or is reset, and returns the number of bytes.
     static qsizetype restOf(const Client& client)
     {
         qsizetype size = 0;
@@ -62,7 +62,7 @@ class SlowPeersTest : public QObject {
         return size;
     }
 
-    /// Reads 4 KiB every 20 ms, that is 200 KiB a second at most, to the end.
+    /// Reads 4 KiB every 20 ms, at most 200 KiB/s, until the connection ends or is reset.
     static void readSlowly(const Client& client)
     {
         for (auto some = client.readSome(4096); some && !some->isEmpty();
@@ -70,7 +70,7 @@ class SlowPeersTest : public QObject {
             std::this_thread::sleep_for(20ms);
     }
 
-    static constexpr qsizetype restOfLargest = largest - 2048; ///< at least; without the head
+    static constexpr qsizetype restOfLargest = largest - 2048; ///< lower bound after fetching()
 
 private slots:
     void oneThatStopsReadingKeepsNobodyWaiting()
@@ -84,7 +84,7 @@ private slots:
             longest = std::max(longest, since(start));
         }
         QVERIFY2(longest < 500ms, std::to_string(longest.count()).c_str());
-        QVERIFY(restOf(stopped) > restOfLargest); // and goes on where it stopped
+        QVERIFY(restOf(stopped) > restOfLargest); // the transfer continues where it stalled
     }
 
     void oneWithHalfAHeadKeepsNobodyWaiting()
@@ -135,7 +135,7 @@ private slots:
             rest += some->size();
             std::this_thread::sleep_for(50ms);
         }
-        QVERIFY(since(start) > 3s); // several times the limit
+        QVERIFY(since(start) > 3s); // several times the timeout
         QVERIFY(rest > size - 1024);
         const Kinds delivered{TransferEvent::Kind::Started, TransferEvent::Kind::Delivered};
         QTRY_COMPARE(offered.running.transfers().kinds(), delivered);
@@ -159,8 +159,8 @@ private slots:
 
     void oneThatReadsForTooLongIsCutOff_data()
     {
-        QTest::addColumn<int>("perPiece"); // milliseconds for each 64 KiB
-        QTest::addColumn<int>("allowed"); // milliseconds in all
+        QTest::addColumn<int>("perPiece"); // ms per 64 KiB
+        QTest::addColumn<int>("allowed"); // ms in total
         QTest::newRow("whatever the size") << 0 << 500;
         QTest::newRow("later where the answer is larger") << 20 << 500 + 64 * 20;
     }
@@ -169,7 +169,7 @@ private slots:
     {
         QFETCH(const int, perPiece);
         QFETCH(const int, allowed);
-        constexpr qsizetype size = qsizetype{4} * 1024 * 1024; // 20 s of reading
+        constexpr qsizetype size = qsizetype{4} * 1024 * 1024; // takes 20 s to read
         const Offered offered(size,
             {.answerTimeout = 500ms, .answerTimePer64KiB = std::chrono::milliseconds(perPiece)});
         const auto start = Clock::now();
@@ -191,7 +191,7 @@ private slots:
         const Client stopped = offered.fetching();
         const Kinds brokenOff{TransferEvent::Kind::Started, TransferEvent::Kind::BrokenOff};
         QTRY_COMPARE(offered.running.transfers().kinds(), brokenOff);
-        QVERIFY(restOf(stopped) < fitsTheSystem / 2); // what its own system had taken
+        QVERIFY(restOf(stopped) < fitsTheSystem / 2); // only what our end had received
     }
 
     void tooMuchHeldCutsOffTheLongestStalled()
@@ -201,7 +201,7 @@ private slots:
         std::this_thread::sleep_for(100ms);
         const Client second = offered.fetching();
         std::this_thread::sleep_for(100ms);
-        const Client third = offered.fetching(); // three, and the seals: over the limit
+        const Client third = offered.fetching(); // three sealed bodies exceed heldBytes
         QVERIFY(restOf(longest) < restOfLargest);
         const Kinds kinds = offered.running.transfers().kinds();
         QCOMPARE(std::count(kinds.begin(), kinds.end(), TransferEvent::Kind::BrokenOff), 1);
@@ -237,7 +237,7 @@ private slots:
     {
         const Offered offered(largest, {.heldBytes = 1024});
         const Client early(offered.running.port(), small);
-        QCOMPARE(get(offered.running.port(), "/").status, 401); // so the one before is accepted
+        QCOMPARE(get(offered.running.port(), "/").status, 401); // `early` is accepted by now
         const Client older = offered.fetching();
         QVERIFY(early.send(offered.head));
         QVERIFY(restOf(older) < restOfLargest);

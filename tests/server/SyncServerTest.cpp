@@ -10,7 +10,7 @@
 
 using namespace korvane;
 
-/// From construction over start() to being reached.
+/// Starting a server and reaching it: construction, start() and the ports that it reports.
 class SyncServerTest : public QObject {
     Q_OBJECT
 
@@ -39,7 +39,7 @@ class SyncServerTest : public QObject {
 
         mutable std::mutex lock;
         std::vector<std::uint16_t> ports;
-        SyncServer server; // ends first
+        SyncServer server; // last: its destructor ends the callbacks that use the others
     };
 
     static bool isRefused(std::uint16_t port)
@@ -63,7 +63,7 @@ class SyncServerTest : public QObject {
         return count;
     }
 
-    static constexpr int settled = 100; ///< milliseconds in which one report too many would come
+    static constexpr int settled = 100; ///< ms within which a surplus report would arrive
 
 private slots:
     void ticketFetchesTheFileSealedWithItsKey()
@@ -147,7 +147,7 @@ private slots:
         const std::uint16_t first = reporting.last();
         const Client accepted(first);
         QVERIFY(accepted.send("GET / HTTP"));
-        QCOMPARE(get(first, "/").status, 401); // so the one before has been accepted
+        QCOMPARE(get(first, "/").status, 401); // accepted in order: `accepted` is, too
 
         reporting.server.start(0);
         QTRY_COMPARE(reporting.count(), 2U);
@@ -167,7 +167,7 @@ private slots:
         QTRY_COMPARE(reporting.count(), 1U);
         const std::uint16_t port = reporting.last();
         QCOMPARE(get(port, "/").status, 401);
-        reporting.server.start(port); // the first is closed before the second is opened
+        reporting.server.start(port); // closes the old listener before it opens the new one
         QTRY_COMPARE(reporting.count(), 2U);
         QCOMPARE(reporting.last(), port);
         QCOMPARE(get(port, "/").status, 401);

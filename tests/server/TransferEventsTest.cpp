@@ -6,7 +6,7 @@
 
 using namespace korvane;
 
-/// What the server says of a ticket's file on its way, and of the paired phone's visits.
+/// The transfer events that the server reports for a ticket, and its reports of the paired phone.
 class TransferEventsTest : public QObject {
     Q_OBJECT
 
@@ -14,7 +14,7 @@ class TransferEventsTest : public QObject {
     using Kinds = std::vector<Kind>;
 
     static constexpr qsizetype large
-        = qsizetype{32} * 1024 * 1024; ///< more than a system takes at once
+        = qsizetype{32} * 1024 * 1024; ///< more than the socket buffers hold
 
     /// A server with a ticket for a file of `size` bytes.
     struct Offered {
@@ -136,7 +136,7 @@ private slots:
             client.reset();
         }
         const auto answered = [&] { return get(offered.running.port(), "/").status == 401; };
-        QTRY_VERIFY(answered()); // after all of those before it
+        QTRY_VERIFY(answered()); // accepted after all of those above
         for (const TransferEvent& event : offered.running.transfers().events()) {
             QCOMPARE(event.peer, std::string("127.0.0.1"));
             QVERIFY(event.kind != Kind::Delivered);
@@ -160,7 +160,7 @@ private slots:
         const Offered offered(1000, {.lingerTimeout = std::chrono::milliseconds(200)});
         const Client client(offered.running.port());
         QVERIFY(client.send(offered.head));
-        QVERIFY(client.readAll()); // and does not close
+        QVERIFY(client.readAll()); // reads everything, but does not close
         QTRY_COMPARE(offered.running.transfers().kinds(), delivered(1));
     }
 
@@ -170,7 +170,7 @@ private slots:
         const Client client(offered.running.port());
         QVERIFY(client.send(offered.head));
         QVERIFY(client.readAll());
-        QCOMPARE(get(offered.running.port(), "/").status, 401); // takes its place
+        QCOMPARE(get(offered.running.port(), "/").status, 401); // evicts the connection above
         QTRY_COMPARE(offered.running.transfers().kinds(), delivered(1));
     }
 

@@ -9,13 +9,13 @@
 
 using namespace korvane;
 
-/// Fetching what a ticket is for, over the wire.
+/// Fetching a file with a ticket, over a connection.
 class TransferFetchTest : public QObject {
     Q_OBJECT
 
     static constexpr std::uintmax_t largest = 67'108'864;
 
-    /// Bytes of which none stands in for another.
+    /// Pseudo-random bytes, so that a missing, repeated or misplaced piece shows.
     static std::string pattern(std::size_t size)
     {
         std::string bytes(size, '\0');
@@ -86,7 +86,7 @@ private slots:
             QVERIFY(offered.isWhole(response));
             bodies.insert(response.body.first(Envelope::nonceSize));
         }
-        QCOMPARE(bodies.size(), 32); // each has a nonce of its own
+        QCOMPARE(bodies.size(), 32); // each body has its own nonce
     }
 
     void fetchBrokenOffIsRepeated()
@@ -175,7 +175,7 @@ private slots:
         Offered offered("hello");
         offered.chat.resize(largest + 1);
         QVERIFY(!offered.running.server().issueTransfer(offered.chat.fileName()));
-        QCOMPARE(offered.status(), 404); // it was smaller when the ticket was made
+        QCOMPARE(offered.status(), 404); // the file has grown since the ticket was issued
         offered.chat.resize(largest);
         QCOMPARE(offered.fetch().body.size(), sealedSize(largest));
     }

@@ -10,7 +10,7 @@ using namespace std::string_literals;
 
 namespace fs = std::filesystem;
 
-/// Fetching a file with a ticket.
+/// The route "/v1/transfer/<ticket>": fetching a file with a ticket.
 class TransferRouteTest : public QObject {
     Q_OBJECT
 
@@ -109,7 +109,7 @@ void TransferRouteTest::ticketsAreTakenAsTheyAre()
     QFETCH(std::string, outcome);
     auto& tickets = m_offer->state.transferTickets;
     tickets.insert({"T", tickets.at(m_ticket)});
-    tickets.insert({"", tickets.at(m_ticket)}); // not to be had
+    tickets.insert({"", tickets.at(m_ticket)}); // the route never matches these two
     tickets.insert({"a/b", tickets.at(m_ticket)});
     QCOMPARE(summary(m_offer->get("/v1/transfer/" + path)), outcome);
 }
@@ -157,7 +157,7 @@ void TransferRouteTest::fetchingTwiceGivesTwoBodies()
 void TransferRouteTest::whatIsOnOfferNowCounts()
 {
     m_offer->add(2, "b.txt");
-    QCOMPARE(summary(m_offer->get(target())), "200 OK"); // two chats, this one among them
+    QCOMPARE(summary(m_offer->get(target())), "200 OK"); // two chats on offer, including this
     m_offer->state.guids = {ExportSetup::guid(2)};
     QCOMPARE(summary(m_offer->get(target())), "404 Not Found");
     m_offer->state.guids = {};
@@ -167,7 +167,7 @@ void TransferRouteTest::whatIsOnOfferNowCounts()
     m_offer->state.folder = "/";
     QCOMPARE(summary(m_offer->get(target())), "404 Not Found");
     m_offer->now += 600s;
-    QCOMPARE(summary(m_offer->get(target())), "410 Transfer Expired"); // looked up first
+    QCOMPARE(summary(m_offer->get(target())), "410 Transfer Expired"); // tickets are checked first
 }
 
 void TransferRouteTest::aFileIsServedUpTo64MiB()
