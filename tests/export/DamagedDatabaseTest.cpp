@@ -9,7 +9,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Chats whose rows cannot be read while those of others can.
+/// A damaged database in which some chats cannot be read, while others can.
 class DamagedDatabaseTest : public QObject {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ namespace {
 constexpr auto malformed = "database disk image is malformed";
 constexpr auto marker = "the text on the page that will be lost";
 
-/// A chat whose middle message lies on pages of its own, and one behind it.
+/// Adds chat 1, whose middle message fills pages of its own, and chat 2 after it.
 void fill(ExportSetup& setup)
 {
     setup.addChat(1, "Torn");
@@ -36,7 +36,7 @@ void fill(ExportSetup& setup)
     setup.addMessages(2, 2);
 }
 
-/// Cuts the chain of pages that holds the long message, and returns what undoes that.
+/// Breaks the chain of overflow pages of the long message. Returns a function that repairs it.
 std::function<void()> damage(const ExportSetup& setup)
 {
     constexpr std::size_t pageSize = 4096;

@@ -9,7 +9,7 @@ using namespace std::string_literals;
 
 namespace korvane {
 
-/// Dates as texts, in UTC whatever the machine's time zone.
+/// Formatting dates in UTC, independent of the machine's time zone.
 class DateTextTest : public QObject {
     Q_OBJECT
 
@@ -98,7 +98,7 @@ void DateTextTest::roundsToTheNearestMillisecond()
     QCOMPARE(DateText().withMilliseconds(ReferenceTime(seconds)), std::string_view(text));
 }
 
-/// Counts the days by the rules of the Gregorian calendar itself.
+/// Computes the expected dates with its own implementation of the Gregorian calendar.
 void DateTextTest::everyDayOf400YearsFollowsTheOneBefore()
 {
     DateText dates;

@@ -14,8 +14,8 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Batches that do not fit: on a disk that is really full, and on one that lets files grow only
-/// so far.
+/// Batches that do not fit: on a full file system, and under a limit on file sizes
+/// (RLIMIT_FSIZE).
 class DiskFullTest : public QObject {
     Q_OBJECT
 
@@ -31,7 +31,7 @@ namespace {
 
 constexpr std::size_t limit = 100'000;
 
-/// A sync in a process whose files may not grow over `limit`.
+/// Syncs in a child process whose files may not grow beyond `size` bytes.
 std::string syncWithLimit(const ExportSetup& setup, rlim_t size = limit)
 {
     return inChild([&setup, size] {
@@ -69,7 +69,7 @@ void DiskFullTest::aBatchThatDoesNotFitIsAppendedAgain()
     const std::string bytes = readFile(file);
     QVERIFY(bytes.starts_with(torn));
     QVERIFY(bytes.ends_with("\n"));
-    QVERIFY(bytes.substr(torn.size()).starts_with(torn)); // the whole batch behind the torn one
+    QVERIFY(bytes.substr(torn.size()).starts_with(torn)); // the whole batch after the torn one
     QCOMPARE(setup.record(1).messages.value_or(-1), 500);
     QCOMPARE(rowIDsIn(bytes.substr(torn.size())).size(), 500U);
 }
@@ -144,7 +144,7 @@ void DiskFullTest::aFullFileSystemFailsOneChatAndTakesTheNext()
     setup.addChat(2, "Small");
     setup.addMessages(1, 500);
     setup.addMessages(2, 2);
-    writeFile(setup.folder() / "Small (2) Korvane Wrapped.jsonl.txt", "\n"); // has its page
+    writeFile(setup.folder() / "Small (2) Korvane Wrapped.jsonl.txt", "\n"); // takes up a page
     const std::string full = describe(setup.sync());
     const std::size_t records = ExportState::load().chats.size();
     fs::remove(setup.folder() / "Large (1) Korvane Wrapped.jsonl.txt");

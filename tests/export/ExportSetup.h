@@ -12,8 +12,9 @@
 
 namespace korvane {
 
-/// All that an export needs, in a temporary folder: a Messages database, a support folder, which
-/// KORVANE_SYNC_HOME names while this lives, and a folder to export into, which is not made yet.
+/// Everything that an export needs, in a temporary folder: a Messages database, a support folder,
+/// and an export folder, which sync() creates. KORVANE_SYNC_HOME names the support folder as long
+/// as this object exists.
 class ExportSetup {
 public:
     explicit ExportSetup(TestDatabase::Schema schema = TestDatabase::Schema::Current);
@@ -22,12 +23,12 @@ public:
 
     TestDatabase db;
     ContactNames names;
-    std::vector<ChatInfo> chats; ///< what is exported, in this order
+    std::vector<ChatInfo> chats; ///< the chats that sync() exports, in this order
 
     /// Adds a chat to the database and to `chats`.
     void addChat(std::int64_t id, const std::string& title);
 
-    /// Adds as many messages, in one transaction.
+    /// Adds `count` messages in one transaction.
     void addMessages(std::int64_t chat, int count, const std::string& text = "hello");
 
     SyncResult sync(const BeforeChat& beforeChat = {}) const;
@@ -38,22 +39,22 @@ public:
     std::filesystem::path folder() const { return db.folder() + "/export"; }
     std::filesystem::path stateFile() const { return home() / "state.json"; }
 
-    /// What the state on disk has of a chat, which must be there.
+    /// Reads or replaces a chat's record in the state on disk. record() requires that it exists.
     ChatState record(std::int64_t chat) const;
     void setRecord(std::int64_t chat, const ChatState& record) const;
 
-    /// A chat's export file, as its record names it.
+    /// The path of a chat's export file, from its record.
     std::filesystem::path file(std::int64_t chat) const;
 
     /// The row ids of the records in a chat's export file.
     std::vector<std::int64_t> rowIDs(std::int64_t chat) const;
 };
 
-/// The bytes of a file; "(no file)" where there is none.
+/// The bytes of a file, or "(no file)".
 std::string readFile(const std::filesystem::path& file);
 void writeFile(const std::filesystem::path& file, std::string_view bytes);
 
-/// The row ids in lines of records; -1 for a line that is no whole record.
+/// The row ids in lines of records; -1 for a line that is not a complete record.
 std::vector<std::int64_t> rowIDsIn(const std::string& lines);
 
 /// A result in one line: "added 3, touched 1; Team: No space left on device".

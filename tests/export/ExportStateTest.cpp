@@ -7,7 +7,7 @@ using namespace std::string_literals;
 
 namespace korvane {
 
-/// The state as JSON: what is written, what is read, and what counts as broken.
+/// The state as JSON: writing, reading, and which texts count as broken.
 class ExportStateTest : public QObject {
     Q_OBJECT
 
@@ -45,7 +45,7 @@ const ChatState full{.lastRowID = 7,
     .epoch = "E",
     .formatVersion = 4};
 
-/// A state of a good record and one made of `members`.
+/// A state with a valid record and a second one with the given members.
 std::string stateWith(const std::string& members)
 {
     return R"({"chats":{"good":{"lastRowID":1,"fileName":"g"},"guid":{)" + members + "}}}";

@@ -5,7 +5,7 @@
 
 namespace korvane {
 
-/// How a chat's title becomes the name of its file.
+/// Deriving a file name from a chat's title.
 class FileNameTest : public QObject {
     Q_OBJECT
 

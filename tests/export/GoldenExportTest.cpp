@@ -6,7 +6,7 @@ using namespace std::string_literals;
 
 namespace korvane {
 
-/// Whole export files, byte for byte as phones read them.
+/// Compares whole export files with golden files, byte for byte.
 class GoldenExportTest : public QObject {
     Q_OBJECT
 

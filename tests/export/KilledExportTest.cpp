@@ -21,7 +21,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Exports that are killed, and the runs after them.
+/// Exports that are killed (SIGKILL), and the runs after them.
 class KilledExportTest : public QObject {
     Q_OBJECT
 
@@ -44,7 +44,8 @@ void fill(ExportSetup& setup, int messagesPerChat)
     }
 }
 
-/// Runs `work` in a child; kills it after so many microseconds, or waits until it does so itself.
+/// Runs `work` in a child process and kills it after `delay` microseconds. Without a delay, `work`
+/// has to kill its own process.
 void runUntilKilled(const std::function<void()>& work, std::optional<useconds_t> delay = {})
 {
     const pid_t child = ::fork();
@@ -61,7 +62,7 @@ void runUntilKilled(const std::function<void()>& work, std::optional<useconds_t>
     QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
 }
 
-/// A chat's records with their row ids, as a first export writes them.
+/// A chat's row ids and records in the order in which a first export writes them.
 using History = std::vector<std::pair<std::int64_t, std::string>>;
 
 std::vector<History> historiesOf(const ExportSetup& setup)
@@ -84,12 +85,12 @@ std::vector<History> historiesOf(const ExportSetup& setup)
     return histories;
 }
 
-/// The state, and for each chat its file and what a sync makes of that.
+/// The bytes of the state, and for each chat its file and what the next sync makes of it.
 struct Disk {
     struct File {
         std::string bytes;
-        std::string kept; ///< what stays of them
-        std::string batch; ///< what comes behind
+        std::string kept; ///< the bytes that a sync keeps
+        std::string batch; ///< the bytes that it appends
     };
 
     std::string state;
@@ -126,7 +127,7 @@ bool isFinished(const Disk::File& before, const std::string& bytes)
     return bytes == before.kept + before.batch;
 }
 
-/// Whether a sync that was killed on its way from `before` may leave these bytes.
+/// Whether a sync that starts from `before` and is killed may leave these bytes.
 bool isOnTheWay(const Disk::File& before, const std::string& bytes)
 {
     if (bytes == before.bytes)
@@ -141,7 +142,7 @@ void checkWhatIsLeft(const Disk& before, const Disk& after)
 {
     const bool saved = after.state != before.state;
     QVERIFY(after.state == nothing || ExportState::fromJson(after.state));
-    bool reached = true; // a chat after one that is not finished is untouched
+    bool reached = true; // chats after an unfinished one are untouched
     for (std::size_t i = 0; i < before.files.size(); ++i) {
         const std::string& bytes = after.files[i].bytes;
         QVERIFY(isOnTheWay(before.files[i], bytes));
@@ -162,7 +163,7 @@ void checkTheNextRun(
         QCOMPARE(setup.record(setup.chats[i].id).lastRowID, histories[i].back().first);
     }
     const fs::directory_iterator support(setup.home());
-    QCOMPARE(std::distance(begin(support), end(support)), 1); // nothing beside the state
+    QCOMPARE(std::distance(begin(support), end(support)), 1); // no other file than the state
 }
 
 void startOver(const ExportSetup& setup)
@@ -171,7 +172,7 @@ void startOver(const ExportSetup& setup)
     fs::remove(setup.stateFile());
 }
 
-/// Gives the next sync something to do.
+/// Makes a random change that gives the next sync something to do.
 void disturb(ExportSetup& setup, QRandomGenerator& random)
 {
     const auto index = static_cast<std::size_t>(random.bounded(chatCount));

@@ -8,8 +8,8 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Titles that give a file name longer than the file system takes (255 bytes). The limit is that of
-/// the real file system below the temporary folder.
+/// Titles whose file names are longer than the file system allows (255 bytes). Relies on the limit
+/// of the file system that holds the temporary folder.
 class LongNameTest : public QObject {
     Q_OBJECT
 
@@ -52,7 +52,7 @@ std::vector<std::string> filesIn(const fs::path& folder)
     return names;
 }
 
-/// A chat 1 called `title`, with two messages.
+/// A set-up with chat 1, called `title`, and two messages.
 std::unique_ptr<ExportSetup> setupWith(const std::string& title)
 {
     auto setup = std::make_unique<ExportSetup>();
@@ -61,7 +61,7 @@ std::unique_ptr<ExportSetup> setupWith(const std::string& title)
     return setup;
 }
 
-/// What earlier versions remembered of a chat whose file they could not create.
+/// The record that earlier versions saved of a chat whose file they could not create.
 ChatState recordOfNoFile(const std::string& title)
 {
     return {.lastRowID = 0,
@@ -124,7 +124,7 @@ void LongNameTest::appendsToTheSameFileFromThenOn()
     QCOMPARE(describe(setup->sync()), "added 2, touched 1"s);
     const ChatState first = setup->record(1);
     QVERIFY(hindi.starts_with(first.fileName.substr(0, first.fileName.size() - tail.size())));
-    QVERIFY(first.fileName.size() > longestName - 24); // one Hindi syllable at most is missing
+    QVERIFY(first.fileName.size() > longestName - 24); // at most one Hindi syllable is missing
     QCOMPARE(describe(setup->sync()), "added 0, touched 0"s);
     QVERIFY(setup->record(1) == first);
 
@@ -167,7 +167,7 @@ void LongNameTest::aRecordThatHealsStartsItsFileAfresh()
     const auto setup = setupWith(hindi);
     setup->sync();
     const fs::path file = setup->file(1);
-    setup->setRecord(1, recordOfNoFile(hindi)); // as after a run that ended before it saved
+    setup->setRecord(1, recordOfNoFile(hindi)); // as if the last run had ended before it saved
     QCOMPARE(describe(setup->sync()), "added 2, touched 1"s);
     QCOMPARE(setup->file(1), file);
     QCOMPARE(setup->rowIDs(1), (Rows{1, 2}));

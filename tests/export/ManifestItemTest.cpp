@@ -7,7 +7,7 @@ using namespace std::string_literals;
 
 namespace korvane {
 
-/// One listed file as JSON.
+/// One item of the manifest as JSON.
 class ManifestItemTest : public QObject {
     Q_OBJECT
 
@@ -34,7 +34,7 @@ const ManifestItem team{.id = "g",
     .epoch = "E",
     .updated = "2024-05-06T07:08:09Z"};
 
-/// The item above with one member replaced; an empty value leaves it out.
+/// The JSON of `team` with one member replaced, or left out if `value` is empty.
 std::string teamWith(const std::string& key, const std::string& value)
 {
     std::string json;

@@ -7,7 +7,7 @@ namespace korvane {
 
 using Texts = std::vector<std::string>;
 
-/// In which order the files are listed.
+/// The order of the files in the manifest.
 class ManifestOrderTest : public QObject {
     Q_OBJECT
 
@@ -25,8 +25,7 @@ private slots:
 
 namespace {
 
-/// The titles in the order in which the manifest lists them. Their chats' guids are in the order
-/// given.
+/// Returns the titles in the order of the manifest. The chats' guids follow the order given.
 Texts ordered(const Texts& titles)
 {
     const ExportSetup setup;
@@ -100,7 +99,7 @@ void ManifestOrderTest::onlyTheTitleCounts()
         writeFile(setup.folder() / name, name);
         state.chats[name] = {.fileName = name};
     }
-    state.chats["a"].title = "z"; // and b and c are listed under their file names
+    state.chats["a"].title = "z"; // b and c have none and sort by file name
     Exporter::saveState(state);
     std::string ids;
     for (const ManifestItem& item : Exporter::manifest(setup.folder(), {"a", "b", "c"}))
@@ -120,7 +119,7 @@ void ManifestOrderTest::followsTheUsersLocale_data()
 {
     QTest::addColumn<QByteArrayList>("environment"); // LC_ALL, LC_COLLATE, LANG, LC_MESSAGES
     QTest::addColumn<Texts>("expected");
-    const Texts swedish{"apple", "Zoe", "Ärger"}; // Ä behind Z
+    const Texts swedish{"apple", "Zoe", "Ärger"}; // Ä after Z
     const Texts elsewhere{"apple", "Ärger", "Zoe"};
     const auto row = [](const char* name, const QByteArrayList& environment,
                          const Texts& expected) { QTest::newRow(name) << environment << expected; };

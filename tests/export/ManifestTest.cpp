@@ -22,7 +22,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Which files are listed, and with what.
+/// The files that the manifest lists, and their fields.
 class ManifestTest : public QObject {
     Q_OBJECT
 
@@ -53,7 +53,7 @@ std::vector<ManifestItem> manifestOf(const ExportSetup& setup, const std::set<st
     return Exporter::manifest(setup.folder(), guids);
 }
 
-/// A record with nothing but what it must have, and its file.
+/// Adds a record with only its required members, and its file.
 void addBareRecord(const ExportSetup& setup, std::int64_t chat, const std::string& fileName)
 {
     fs::create_directories(setup.folder());
@@ -211,7 +211,7 @@ void ManifestTest::aTimeBeyondFourDigitsOfYearsIsLeftOut()
     const ExportSetup setup;
     addBareRecord(setup, 1, "a.txt");
     const QTemporaryDir inMemory(
-        QStringLiteral("/dev/shm/manifest-XXXXXX")); // ext4 ends with the year 2446
+        QStringLiteral("/dev/shm/manifest-XXXXXX")); // ext4 stores no time after 2446
     const fs::path folder
         = inMemory.isValid() ? fs::path(inMemory.path().toStdString()) : setup.folder();
     const fs::path file = folder / "a.txt";

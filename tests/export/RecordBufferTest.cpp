@@ -3,7 +3,7 @@
 
 namespace korvane {
 
-/// The bytes of a batch in blocks.
+/// The buffer that holds a batch in blocks.
 class RecordBufferTest : public QObject {
     Q_OBJECT
 

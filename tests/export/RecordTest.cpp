@@ -8,7 +8,7 @@ using namespace std::string_literals;
 
 namespace korvane {
 
-/// One message as one line.
+/// Writing one message as one line of JSON.
 class RecordTest : public QObject {
     Q_OBJECT
 
@@ -48,7 +48,7 @@ std::string times(int count, const std::string& text)
     return all;
 }
 
-/// What stands between `"key":` and what follows, or "(absent)".
+/// The JSON value of `key` in a record, or "(absent)".
 std::string member(const std::string& line, const std::string& key)
 {
     const std::size_t at = line.find("\"" + key + "\":");

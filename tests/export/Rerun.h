@@ -10,8 +10,8 @@
 
 namespace korvane {
 
-/// Runs some slots of this test program once more, in a process with other environment variables.
-/// Returns nothing where they pass there too, otherwise what they print.
+/// Runs some slots of this test program again in a new process with additional environment
+/// variables. Returns an empty text if they pass, otherwise their output.
 inline QByteArray rerun(std::initializer_list<const char*> slotNames,
     std::initializer_list<std::pair<const char*, QByteArray>> variables)
 {

@@ -7,8 +7,8 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// When a chat's file is gone on with, when it is started from scratch, and when a chat counts as
-/// new.
+/// When a sync appends to a chat's file, when it writes the file from scratch, and when a chat
+/// counts as new.
 class RestartTest : public QObject {
     Q_OBJECT
 
@@ -31,10 +31,11 @@ using Change = void (*)(ExportSetup&);
 
 namespace {
 
-/// What happens between two syncs of a chat that had two messages and gets a third.
+/// The outcome of the second of two syncs. The chat had two messages at the first and has three
+/// now; a Change was made in between.
 struct Expected {
     RowIDs rowIDs; ///< in the file that the record names
-    std::int64_t messages; ///< counted by the record
+    std::int64_t messages; ///< the count in the record
     bool sameEpoch;
 };
 

@@ -17,7 +17,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// The state on disk: loaded whole or not at all, replaced whole or not at all.
+/// The state on disk: it is loaded completely or not at all, and replaced atomically.
 class StateFileTest : public QObject {
     Q_OBJECT
 
@@ -196,7 +196,7 @@ void StateFileTest::onlyTheOwnerMayReadIt()
     QCOMPARE(modeOf(setup.stateFile()), "600");
     Exporter::saveState(newer);
     QCOMPARE(modeOf(setup.stateFile()), "600");
-    QCOMPARE(modeOf(setup.home()), "755"); // the folder may be shared
+    QCOMPARE(modeOf(setup.home()), "755"); // the folder may be shared: its mode stays
 }
 
 void StateFileTest::anExportClosesAFileThatWasOpenToOthers()
@@ -225,7 +225,7 @@ void StateFileTest::aPipeInItsPlaceIsAnEmptyStateAtOnce()
     QCOMPARE(::mkfifo(setup.stateFile().c_str(), 0600), 0);
     const Descriptor writer(hasWriter ? ::open(setup.stateFile().c_str(), O_RDWR) : -1);
     QCOMPARE(bool(writer), hasWriter);
-    // A child, so that a load which waits for ever ends with the alarm.
+    // In a child process: if load() blocks, SIGALRM kills only the child.
     const std::string seen = inChild([] {
         ::alarm(10);
         return ExportState::load().toJson();

@@ -10,7 +10,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// What a sync does where something cannot be opened, made or written.
+/// Syncs in which something cannot be opened, created or written.
 class SyncFailuresTest : public QObject {
     Q_OBJECT
 
@@ -37,7 +37,7 @@ std::string reason(std::errc code)
     return std::make_error_code(code).message();
 }
 
-/// Lets an unprivileged child into the set-up's folders.
+/// Grants an unprivileged child access to the set-up's folders and state.
 void openToAll(const ExportSetup& setup)
 {
     fs::permissions(setup.db.folder(), fs::perms(0755));
@@ -245,7 +245,7 @@ void SyncFailuresTest::aStateThatCannotBeSavedIsNotReported()
     QCOMPARE(result, "added 1, touched 1"s);
     QVERIFY(setup.record(1) == before);
 
-    QCOMPARE(describe(setup.sync()), "added 1, touched 1"s); // once more, for want of a memory
+    QCOMPARE(describe(setup.sync()), "added 1, touched 1"s); // again: no state was saved
     QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2, 2}));
 }
 
@@ -260,7 +260,7 @@ void SyncFailuresTest::aDateOutOfRangeEndsTheProgram()
     QVERIFY_THROWS_EXCEPTION(std::overflow_error, setup.sync());
     QCOMPARE(ExportState::load().chats.size(), std::size_t{1});
     QVERIFY_THROWS_EXCEPTION(std::overflow_error, setup.sync());
-    QCOMPARE(setup.rowIDs(1), std::vector<std::int64_t>{1}); // what was written is remembered
+    QCOMPARE(setup.rowIDs(1), std::vector<std::int64_t>{1}); // chat 1 is not written twice
 }
 
 } // namespace korvane

@@ -7,7 +7,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// One run as a whole: its folder, its database, its order, and how it is ended early.
+/// One sync as a whole: its folder, its database, the order of the chats, and ending it early.
 class SyncRunTest : public QObject {
     Q_OBJECT
 

@@ -10,7 +10,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// What one sync after the other writes into the files and remembers of them.
+/// What successive syncs append to the files and store in the state.
 class SyncTest : public QObject {
     Q_OBJECT
 
@@ -156,7 +156,7 @@ void SyncTest::theHighestRowIDCountsWhateverTheDates()
     QCOMPARE(setup.record(1).lastRowID, 30);
 
     setup.db.addMessage(1, {.rowID = 40, .date = 50});
-    setup.db.addMessage(1, {.rowID = 25, .date = 400}); // below what is written: never exported
+    setup.db.addMessage(1, {.rowID = 25, .date = 400}); // below lastRowID: never exported
     QCOMPARE(describe(setup.sync()), "added 1, touched 1"s);
     QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{30, 20, 10, 40}));
     QCOMPARE(setup.record(1).lastRowID, 40);

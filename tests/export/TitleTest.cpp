@@ -3,7 +3,7 @@
 
 namespace korvane {
 
-/// Under which name a chat is shown.
+/// The title under which a chat is shown.
 class TitleTest : public QObject {
     Q_OBJECT
 
