@@ -2,7 +2,7 @@
 
 namespace korvane {
 
-/// The text inside an archived attributed string, found by its fixed byte pattern.
+/// Extracting the text from an archived attributed string by its fixed byte pattern.
 class AttributedBodyTest : public QObject {
     Q_OBJECT
 

@@ -4,7 +4,7 @@
 
 namespace korvane {
 
-/// The chat list: which chats are listed, in which order, and what is known of each.
+/// The chat list: which chats are listed, in which order, and with which fields.
 class ChatListTest : public QObject {
     Q_OBJECT
 
@@ -100,7 +100,7 @@ void ChatListTest::missingTextsFallBack()
     QVERIFY(!chat.isGroup);
     QVERIFY(chat.members.empty());
 
-    database.sql().execute("UPDATE chat SET guid = ''"); // empty is not missing
+    database.sql().execute("UPDATE chat SET guid = ''"); // an empty guid is kept
     QCOMPARE(chatsOf(database).at(0).guid, "");
 }
 

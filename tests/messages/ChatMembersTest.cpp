@@ -4,7 +4,7 @@
 
 namespace korvane {
 
-/// The members of a chat, and chats as values.
+/// The members of a chat, and the equality and hash of ChatInfo.
 class ChatMembersTest : public QObject {
     Q_OBJECT
 
@@ -39,9 +39,9 @@ void ChatMembersTest::membersKeepTheOrderOfTheirRows()
     database.addMember(1, 3);
     database.addMember(2, 2);
     database.addMember(1, 1);
-    database.addMember(1, 3); // listed twice
-    database.addMember(3, 1); // there is no such chat
-    database.addMember(2, 9); // there is no such handle
+    database.addMember(1, 3); // a duplicate row
+    database.addMember(3, 1); // no such chat
+    database.addMember(2, 9); // no such handle
 
     const std::vector<ChatInfo> chats = chatsOf(database);
     QCOMPARE(chats.at(0).members, (Texts{"cy", "ann", "cy"}));

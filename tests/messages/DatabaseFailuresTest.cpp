@@ -6,8 +6,8 @@
 
 namespace korvane {
 
-/// A database that fails after it was opened: the error carries SQLite's text, and nothing of what
-/// was read before is returned.
+/// A database that fails after it was opened: the error has SQLite's text, and rows read before the
+/// failure are not returned.
 class DatabaseFailuresTest : public QObject {
     Q_OBJECT
 
@@ -39,7 +39,7 @@ std::string errorOfChats(MessagesDB& db)
     return errorOf([&db] { db.chats(); });
 }
 
-/// Text that is found in the file at one place only, and long enough for several pages.
+/// A text that occurs once in the file. Several messages with such texts fill several pages.
 std::string longText(int number)
 {
     return "message number " + std::to_string(number) + ": " + std::string(400, 'x');
@@ -53,13 +53,13 @@ void addLongMessages(TestDatabase& database, std::int64_t chat, int from, int to
     database.sql().execute("COMMIT");
 }
 
-/// Overwrites the page on which `text` stands.
+/// Overwrites the page that contains `text`.
 void damagePageWith(const TestDatabase& database, const std::string& text)
 {
     QFile file(QString::fromStdString(database.path()));
     QVERIFY(file.open(QIODevice::ReadWrite));
     const qint64 position = file.readAll().indexOf(QByteArray::fromStdString(text));
-    QVERIFY(position > pageSize); // not in the first page, which every statement reads
+    QVERIFY(position > pageSize); // every statement reads the first page
     QVERIFY(file.seek(position / pageSize * pageSize));
     QCOMPARE(file.write(QByteArray(pageSize, '\xFF')), pageSize);
 }

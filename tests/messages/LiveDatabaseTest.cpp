@@ -11,7 +11,8 @@
 
 namespace korvane {
 
-/// Reading while Messages itself writes: what is seen, and that neither side disturbs the other.
+/// Reading while another connection writes: what the reader sees, and that neither side blocks the
+/// other.
 class LiveDatabaseTest : public QObject {
     Q_OBJECT
 
@@ -29,14 +30,14 @@ private slots:
 
 namespace {
 
-/// A chat in a database with a write-ahead log that is never emptied by itself.
+/// A chat in a database in WAL mode without automatic checkpoints.
 class LoggedChat : public OneChat {
 public:
     LoggedChat() { sql().execute("PRAGMA journal_mode = WAL; PRAGMA wal_autocheckpoint = 0"); }
 
     QString log() const { return QString::fromStdString(path() + "-wal"); }
 
-    /// Whether the log could be carried over and emptied, which no reader may hinder.
+    /// Checkpoints and truncates the WAL. Returns false if a reader prevents that.
     bool emptyLog()
     {
         Sqlite::Statement row(sql(), "PRAGMA wal_checkpoint(TRUNCATE)");
@@ -186,7 +187,7 @@ void LiveDatabaseTest::leavesTheFileAlone()
     QFileInfo after(copy);
     after.refresh();
     QCOMPARE(after.lastModified(), written);
-    // SQLite sets up the log of a database in WAL mode before it reads, and leaves it, empty.
+    // Reading a database in WAL mode creates the WAL and its index; both stay, the WAL empty.
     QStringList files{QStringLiteral("chat.db")};
     if (journalMode == QStringLiteral("WAL"))
         files << QStringLiteral("chat.db-shm") << QStringLiteral("chat.db-wal");

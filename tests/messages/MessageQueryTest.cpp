@@ -3,7 +3,7 @@
 
 namespace korvane {
 
-/// The texts of all queries; that of the messages depends on the columns that the database has.
+/// The SQL texts. The message query depends on which columns the database has.
 class MessageQueryTest : public QObject {
     Q_OBJECT
 

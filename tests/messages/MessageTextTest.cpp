@@ -4,7 +4,8 @@
 
 namespace korvane {
 
-/// The text of a message: from its own column or else from the body, without placeholders.
+/// The text of a message: from the text column, or else from the attributed body, without
+/// placeholders for attachments.
 class MessageTextTest : public QObject {
     Q_OBJECT
 

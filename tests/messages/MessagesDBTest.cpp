@@ -15,7 +15,7 @@
 
 namespace korvane {
 
-/// Opening a Messages database, and the two texts that say why it could not be opened.
+/// Opening a Messages database, and the error texts when that fails.
 class MessagesDBTest : public QObject {
     Q_OBJECT
 
@@ -62,7 +62,7 @@ std::string openingError(const std::string& path)
     return errorOf([&path] { MessagesDB db(path); });
 }
 
-/// The same in a process of its own, which is ended if it does not come back.
+/// openingError() in a child process, which is killed if it blocks.
 std::string openingErrorInTime(const std::string& path)
 {
     std::array<int, 2> answer{};
@@ -84,7 +84,7 @@ std::string openingErrorInTime(const std::string& path)
     return inTime ? std::string(text.data(), static_cast<std::size_t>(size)) : "(it blocks)";
 }
 
-/// Copies the database, which is then in WAL mode, without the files beside it.
+/// Switches the database to WAL mode and copies its main file, without the "-wal" and "-shm" files.
 std::string copyAlone(OneChat& database)
 {
     database.sql().execute("PRAGMA journal_mode = WAL");
@@ -115,7 +115,7 @@ void MessagesDBTest::liesInTheLibraryOfTheUser()
     qputenv("HOME", "/Users/ann lee");
     QCOMPARE(MessagesDB::path(), "/Users/ann lee/Library/Messages/chat.db");
     qputenv("HOME", "/Users/bo");
-    QCOMPARE(MessagesDB::path(), "/Users/ann lee/Library/Messages/chat.db"); // formed once
+    QCOMPARE(MessagesDB::path(), "/Users/ann lee/Library/Messages/chat.db"); // computed once
     qputenv("HOME", home);
 }
 
@@ -203,8 +203,8 @@ void MessagesDBTest::pipeBesideTheDatabaseDoesNotBlock_data()
         QTest::newRow(suffix) << QString::fromUtf8(suffix);
 }
 
-/// SQLite opens these for writing as well where it may, which does not block on Linux; hence a user
-/// who may not.
+/// SQLite opens these files read-write if permitted, and opening a pipe that way does not block on
+/// Linux. An unprivileged user makes it open them read-only.
 void MessagesDBTest::pipeBesideTheDatabaseDoesNotBlock()
 {
     QFETCH(QString, suffix);
@@ -283,7 +283,7 @@ void MessagesDBTest::emptyMessageTableIsFine()
 void MessagesDBTest::oddNameIsTakenAsItStands()
 {
     const OneChat database;
-    QCOMPARE(openingError("file:" + database.path()), cannotOpen); // no address, just a name
+    QCOMPARE(openingError("file:" + database.path()), cannotOpen); // a file name, not a URI
     const std::string odd = file(QStringLiteral("chat%20é.db?mode=ro#x"));
     QVERIFY(QFile::copy(QString::fromStdString(database.path()), QString::fromStdString(odd)));
     QCOMPARE(openingError(odd), "(no error)");

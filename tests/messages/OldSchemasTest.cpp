@@ -2,7 +2,7 @@
 
 namespace korvane {
 
-/// Databases of older systems: a column or table that is not there yet leaves its fields absent.
+/// Databases of older systems: a missing column or table leaves its fields absent.
 class OldSchemasTest : public QObject {
     Q_OBJECT
 
@@ -24,7 +24,7 @@ private slots:
 
 namespace {
 
-/// A message, a reply, a reaction and a system row, the first with a photo.
+/// Adds a message with a photo, a reply, a reaction and a system row.
 void fill(OneChat& database)
 {
     database.addMessage(1, {.guid = "A", .hasAttachments = true});
@@ -44,7 +44,7 @@ std::string text(const RowID& id)
     return id ? std::to_string(*id) : "-";
 }
 
-/// What optional columns tell of a row, in one line.
+/// The fields that come from optional columns, in one line.
 std::string told(const MessageRow& row)
 {
     return text(row.recordKind) + " " + text(row.reactionKind) + " " + text(row.reactionTargetRowID)
@@ -100,7 +100,7 @@ void OldSchemasTest::eachOptionalColumnMayBeMissing_data()
               QTest::newRow(column) << QString::fromLatin1(column) << std::string(reply)
                                     << std::string(reaction) << std::string(system);
           };
-    row("text_edited", "message - - 1 0", "reaction like 1 - 0", "system - - - 0"); // none
+    row("text_edited", "message - - 1 0", "reaction like 1 - 0", "system - - - 0"); // all present
     row("guid", "message - - - 0", "reaction like - - 0", "system - - - 0");
     row("thread_originator_guid", "message - - - 0", "reaction like 1 - 0", "system - - - 0");
     row("associated_message_guid", "message - - 1 0", "reaction like - - 0", "system - - - 0");

@@ -2,7 +2,7 @@
 
 namespace korvane {
 
-/// How many photos a message has, and when that cannot be told.
+/// The number of photos of a message, and when it is unknown.
 class PhotoCountTest : public QObject {
     Q_OBJECT
 

@@ -2,7 +2,7 @@
 
 namespace korvane {
 
-/// What a row is: a message, a reaction or its removal, something of the system's.
+/// The kind of a row: a message, a reaction, the removal of a reaction, or a system row.
 class RecordKindsTest : public QObject {
     Q_OBJECT
 
@@ -57,7 +57,7 @@ void RecordKindsTest::tellsReactionsByTheirNumber_data()
     row("3999", "reaction-removal");
     row("4000", "message");
     row("12001", "message");
-    row("4294969296 + 1", "reaction", "like"); // 2001 in its lower 32 bits
+    row("4294969296 + 1", "reaction", "like"); // the lower 32 bits are 2001
     row("9223372036854775807", "message");
 }
 

@@ -24,7 +24,7 @@ private slots:
 
 namespace {
 
-/// The chat of every test below: one message for each of these guids, numbered from 1.
+/// The guids of the messages in filledChat(); the row ids count from 1.
 const std::vector<std::string> guids = {"A", "p:0/B", "bp:C", "p:0", "X/Y", "/Z", "p:", "D/", "",
     "p:1/p:0/E", "bp:F", "F", "p:0/bp:G", "G", "\u00C4"};
 
@@ -41,7 +41,7 @@ std::unique_ptr<OneChat> filledChat()
 void ReferencesTest::resolvesReferences_data()
 {
     QTest::addColumn<std::optional<std::string>>("reference");
-    QTest::addColumn<std::string>("target"); // its guid, or "(none)"
+    QTest::addColumn<std::string>("target"); // the target's guid, or "(none)"
 
     const auto row = [](const char* name, std::optional<std::string> reference,
                          const char* target = "(none)") {
@@ -166,7 +166,7 @@ void ReferencesTest::repairedGuidsMatch()
         return database.rowOf({.threadGuid = guid}).replyToRowID;
     };
     QCOMPARE(target("A\xFF"), RowID(1));
-    QCOMPARE(target("A\xFE"), RowID(1)); // both repaired to the same text
+    QCOMPARE(target("A\xFE"), RowID(1)); // both are repaired to the same text
     QCOMPARE(target("A\uFFFD"), RowID(1));
     QCOMPARE(target("p:0/A\xC3"), RowID(1));
     QCOMPARE(target("bp:B\xFF"), RowID(2));

@@ -13,7 +13,7 @@
 
 namespace korvane {
 
-/// A database with one chat, number 1, and one handle, number 1, for tests to fill.
+/// A database with one chat (row id 1) and one handle (row id 1), without messages.
 class OneChat : public TestDatabase {
 public:
     explicit OneChat(Schema schema = Schema::Current) : TestDatabase(schema)
@@ -22,7 +22,7 @@ public:
         addHandle(1, "+15550100");
     }
 
-    /// What a fresh reader makes of the chat.
+    /// The chat's messages above `afterRowID`, read through a new MessagesDB.
     std::vector<MessageRow> rows(std::int64_t afterRowID = 0) const
     {
         return MessagesDB(path()).messages(1, afterRowID);
@@ -37,11 +37,11 @@ public:
         throw std::out_of_range("no row " + std::to_string(rowID));
     }
 
-    /// The only row after adding `message` to a chat without any.
+    /// Adds `message` to the chat and returns its row.
     MessageRow rowOf(const Message& message) { return row(addMessage(1, message)); }
 };
 
-/// The row ids, in their order.
+/// The row ids of `rows`, in the same order.
 inline std::vector<std::int64_t> rowIDs(const std::vector<MessageRow>& rows)
 {
     std::vector<std::int64_t> ids;
@@ -51,7 +51,7 @@ inline std::vector<std::int64_t> rowIDs(const std::vector<MessageRow>& rows)
     return ids;
 }
 
-/// The text of the DBError that `action` throws; "(no error)" without one.
+/// The message of the DBError that `action` throws, or "(no error)".
 template <typename Action>
 std::string errorOf(Action action)
 {
@@ -63,7 +63,7 @@ std::string errorOf(Action action)
     return "(no error)";
 }
 
-/// A literal with the NULs in it.
+/// A string from a literal that contains NUL bytes.
 template <std::size_t size>
 std::string bytes(const char (&literal)[size])
 {
@@ -73,12 +73,13 @@ std::string bytes(const char (&literal)[size])
 using Kind = std::optional<std::string_view>;
 using RowID = std::optional<std::int64_t>;
 
-/// No row. A constant, for g++ 12 takes a temporary RowID() for uninitialised in optimised builds.
+/// An absent row id. g++ 12 warns in optimised builds that a temporary RowID() is uninitialised, so
+/// this is a constant.
 inline const RowID noRow;
 
 } // namespace korvane
 
-/// Lets a failing QCOMPARE show what the reader yields.
+/// Overloads with which a failing QCOMPARE prints the reader's types.
 namespace QTest {
 
 template <>

@@ -7,7 +7,7 @@
 
 namespace korvane {
 
-/// The connection and statement classes themselves.
+/// The connection and statement classes of Sqlite.h.
 class SqliteTest : public QObject {
     Q_OBJECT
 
@@ -78,7 +78,7 @@ void SqliteTest::statementWithoutACommandIsAnError()
 {
     QFETCH(std::string, sql);
     Sqlite db = Sqlite::openForWriting(path());
-    QCOMPARE(errorOf([&] { Sqlite::Statement row(db, sql); }), "not an error"); // SQLite's words
+    QCOMPARE(errorOf([&] { Sqlite::Statement row(db, sql); }), "not an error"); // SQLite's text
 }
 
 void SqliteTest::statementTakesTheFirstOfSeveralCommands()

@@ -2,7 +2,7 @@
 
 namespace korvane {
 
-/// SQLite keeps values of any type in any column. Whatever is found is read as SQLite converts it.
+/// SQLite stores values of any type in any column. The reader takes them as SQLite converts them.
 class StoredTypesTest : public QObject {
     Q_OBJECT
 
@@ -18,7 +18,8 @@ private slots:
 
 namespace {
 
-/// A database with chat 1, handle 1 and message 1, whose columns keep values as they come.
+/// A database with chat 1, handle 1 and messages 1 and 2. Its columns have no declared type, so
+/// SQLite stores values unconverted.
 std::unique_ptr<TestDatabase> untypedDatabase()
 {
     auto database = std::make_unique<TestDatabase>();
