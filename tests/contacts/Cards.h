@@ -13,25 +13,25 @@ namespace korvane {
 
 using Contacts = std::vector<Contact>;
 
-/// A whole card of version 3.0 around these lines.
+/// A complete card of version 3.0 with these lines.
 inline std::string card(const std::string& lines)
 {
     return "BEGIN:VCARD\r\nVERSION:3.0\r\n" + lines + "\r\nEND:VCARD\r\n";
 }
 
-/// A whole card of version 2.1 around these lines.
+/// A complete card of version 2.1 with these lines.
 inline std::string oldCard(const std::string& lines)
 {
     return "BEGIN:VCARD\r\nVERSION:2.1\r\n" + lines + "\r\nEND:VCARD\r\n";
 }
 
-/// A whole card of version 4.0 around these lines.
+/// A complete card of version 4.0 with these lines.
 inline std::string newCard(const std::string& lines)
 {
     return "BEGIN:VCARD\r\nVERSION:4.0\r\n" + lines + "\r\nEND:VCARD\r\n";
 }
 
-/// A literal with the NULs in it.
+/// A string from a literal that contains NUL bytes.
 template <std::size_t size>
 std::string withNulls(const char (&literal)[size])
 {
@@ -65,7 +65,7 @@ inline Contact email(std::string address)
     return {.emailAddresses = {std::move(address)}};
 }
 
-/// The columns that `row` fills.
+/// Adds the columns that row() fills.
 inline void addCardColumns()
 {
     QTest::addColumn<std::string>("file");
@@ -81,7 +81,7 @@ inline void row(const char* name, const std::string& file, const Contacts& expec
 
 namespace QTest {
 
-/// Lets a failing QCOMPARE show all five fields of every contact.
+/// With this overload, a failing QCOMPARE prints all five fields of every contact.
 template <>
 inline char* toString(const korvane::Contacts& contacts)
 {

@@ -5,8 +5,8 @@
 
 namespace korvane {
 
-/// The map from normalised handle to display name: keys, names, and what happens where contacts
-/// meet or a source fails.
+/// The map from normalised handle to display name: keys, names, contacts that share a key, and
+/// sources that fail.
 class ContactNamesTest : public QObject {
     Q_OBJECT
 
@@ -30,7 +30,7 @@ private slots:
 
 namespace {
 
-/// A place with these contacts; fails behind the last one where told so.
+/// A contact source with these contacts. If `fails` is set, it throws after the last one.
 class Place : public ContactSource {
 public:
     explicit Place(std::vector<Contact> contacts, bool fails = false)
@@ -219,7 +219,7 @@ void ContactNamesTest::contactWithoutNameEntersNothing()
     QVERIFY(namesOf({{"", "", "", {"555"}, {"a@x.org"}}}).map.empty());
     const ContactNames names
         = namesOf({named("Ann", "555"), {"", "", "", {"555", "777"}, {}}, named("Bo", "888")});
-    QVERIFY(names.map == (Map{{"555", "Ann"}, {"888", "Bo"}})); // and takes nothing over
+    QVERIFY(names.map == (Map{{"555", "Ann"}, {"888", "Bo"}})); // a nameless one replaces nothing
 }
 
 void ContactNamesTest::lastContactTakesAKeyOver()

@@ -12,7 +12,7 @@
 
 namespace korvane {
 
-/// What a real Evolution Data Server, on a message bus of the test's own, gives to the names.
+/// Loading names from a real Evolution Data Server on a private message bus.
 class DesktopContactsTest : public QObject {
     Q_OBJECT
 
@@ -99,7 +99,7 @@ void DesktopContactsTest::fiveThousandContactsAreNamed()
     constexpr int count = 5'000;
     m_store->addNumberedCards(count);
     const ContactNames names = ContactNames::load();
-    QCOMPARE(names.map.size(), std::size_t(2) * count); // a number and an address each
+    QCOMPARE(names.map.size(), std::size_t(2) * count); // each has a number and an address
     for (int number = 0; number < count; ++number) {
         const std::string name = FilledStore::numberedName(number);
         QCOMPARE(names.name(FilledStore::phoneNumber(number)), name);
@@ -117,7 +117,7 @@ void DesktopContactsTest::allBooksAreRead()
     m_store->addCards(FilledStore::personalBook(), {named("Ann", "777")});
     const ContactNames names = ContactNames::load();
     const Map expected{{"1", "Bo"}, {"2", "Bo"}, {"3", "Bo"}, {"777", "Ann"}, {"555", "3"}};
-    QVERIFY(names.map == expected); // the last book has the last word
+    QVERIFY(names.map == expected); // the last book wins
 }
 
 void DesktopContactsTest::booksThatAreSwitchedOffAreLeftOut_data()
@@ -163,7 +163,8 @@ void DesktopContactsTest::distributionListsAreLeftOut()
     QVERIFY(ContactNames::load().map == (Map{{"777", "Ann"}}));
 }
 
-/// Numbers are compared as such: 9 comes before 10. These services exist, and know nothing.
+/// Versions in service names are compared as numbers: 9 is older than 10. The services registered
+/// here answer nothing.
 void DesktopContactsTest::olderServicesAreNotAsked()
 {
     m_store->addCards(FilledStore::personalBook(), {named("Ann", "777")});
@@ -204,7 +205,7 @@ void DesktopContactsTest::chosenFileTakesThePlaceOfThemAll()
     QVERIFY(readNames({}).map == (Map{{"1", "store"}, {"2", "folder"}}));
 }
 
-/// Threads without an event loop, as a pool has them.
+/// Uses threads without an event loop, like those of a thread pool.
 void DesktopContactsTest::severalThreadsLoadAtOnce()
 {
     m_store->addNumberedCards(100);

@@ -17,7 +17,7 @@ namespace {
 const QString domain = QStringLiteral("org.gnome.evolution.dataserver.");
 const QString root = QStringLiteral("/org/gnome/evolution/dataserver/");
 
-/// The one service of this kind that is installed.
+/// The name of the installed service of this kind.
 QString installed(const QDBusConnection& connection, const QString& kind)
 {
     for (const QString& name : connection.interface()->activatableServiceNames().value()) {
@@ -104,7 +104,7 @@ void FilledStore::addSource(const QString& identifier, const QString& keyFile)
     call(m_connection, message, {QVariant::fromValue(argument)});
 }
 
-/// The service that opens books hears of new sources a moment later.
+/// The service of books learns of a new source asynchronously, so wait until it opens the book.
 void FilledStore::addBook(const QString& identifier, const QString& keyFile)
 {
     addSource(identifier, keyFile);

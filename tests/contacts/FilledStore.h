@@ -9,8 +9,8 @@
 
 namespace korvane {
 
-/// What a test puts into the Evolution Data Server of the session, as a client of its own. All of
-/// it throws std::runtime_error where the store refuses.
+/// A D-Bus client with which a test fills the session's Evolution Data Server. Its calls to the
+/// store throw std::runtime_error if the store refuses.
 class FilledStore {
 public:
     FilledStore();
@@ -18,32 +18,32 @@ public:
     FilledStore(const FilledStore&) = delete;
     FilledStore& operator=(const FilledStore&) = delete;
 
-    /// The book that every store has from the beginning.
+    /// The identifier of the book that every store has by default.
     static QString personalBook() { return QStringLiteral("system-address-book"); }
 
-    /// A card of version 3.0 around these lines.
+    /// A card of version 3.0 with these lines.
     static QString card(const QString& lines);
 
-    /// A numbered contact, and its name and number.
+    /// The card of the contact with this number, its name, and its phone number.
     static QString numberedCard(int number);
     static std::string numberedName(int number);
     static std::string phoneNumber(int number);
 
-    /// The key file of a book on this machine, with more lines in its first group.
+    /// The key file of a local book, with more lines in its first group.
     static QString localBook(const QString& moreLines);
 
-    /// Adds a data source, such as an account, as its key file describes it; or a book, which can
-    /// be opened then.
+    /// Adds the data source, such as an account, that the key file describes. addBook() also waits
+    /// up to 10 seconds until the book can be opened.
     void addSource(const QString& identifier, const QString& keyFile);
     void addBook(const QString& identifier, const QString& keyFile = localBook({}));
 
     void addCards(const QString& book, const QStringList& cards);
     void addNumberedCards(int count);
 
-    /// The cards of the personal book, by the calls that it takes to find and read it.
+    /// The cards of the personal book, read with the D-Bus calls that a client needs for that.
     QStringList cards() const;
 
-    /// The processes of the service that knows the sources, and of the one that opens books.
+    /// The process ids of the service of sources and of the service of books.
     pid_t sourcesProcess() const;
     pid_t booksProcess() const;
 

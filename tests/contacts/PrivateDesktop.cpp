@@ -40,7 +40,7 @@ PrivateDesktop::PrivateDesktop(Services services)
     enter(startBus(services));
 }
 
-/// The services are in the bus's process group.
+/// Kills the bus's process group, which includes the services.
 PrivateDesktop::~PrivateDesktop()
 {
     ::kill(-bus(), SIGKILL);

@@ -8,17 +8,17 @@
 
 namespace korvane {
 
-/// A desktop session of a test's own: a home folder, a message bus, and the services that the bus
-/// starts when they are asked for. While it lives, it is the session of this process. Ends what it
-/// started, also where that has been stopped.
+/// A private desktop session for one test: a home folder, a message bus, and the services that the
+/// bus starts on demand. This process uses it as long as the object exists. The destructor kills
+/// the bus and the services, even if they are stopped (SIGSTOP).
 class PrivateDesktop {
 public:
     enum class Services { Installed, None };
 
-    /// Whether this machine has a message bus and Evolution Data Server.
+    /// Whether dbus-daemon and Evolution Data Server are installed.
     static bool isInstalled();
 
-    /// Throws std::runtime_error where no bus can be started.
+    /// Throws std::runtime_error if no bus can be started.
     explicit PrivateDesktop(Services services = Services::Installed);
     ~PrivateDesktop();
     PrivateDesktop(const PrivateDesktop&) = delete;
@@ -35,7 +35,7 @@ private:
     QProcess m_bus;
 };
 
-/// Stops a process for as long as it lives.
+/// RAII: stops a process (SIGSTOP) and continues it (SIGCONT) at the end.
 class Stopped {
 public:
     explicit Stopped(pid_t process);

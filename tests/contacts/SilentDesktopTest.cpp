@@ -14,8 +14,8 @@
 
 namespace korvane {
 
-/// Desktops without a store, and with one that says nothing: the names that are to be had come
-/// within three seconds.
+/// Desktops without a contact store, or with one that does not answer: loading returns the names
+/// that are available within three seconds.
 class SilentDesktopTest : public QObject {
     Q_OBJECT
 
@@ -49,7 +49,7 @@ namespace {
 
 constexpr qint64 patience = 3'000; // milliseconds
 
-/// What ContactNames::load() gives; fails the test where it takes too long.
+/// Calls ContactNames::load() and fails the test if that takes too long.
 ContactNames loadInTime()
 {
     QElapsedTimer timer;
@@ -68,7 +68,8 @@ void addProcesses()
         QTest::newRow(role) << QString::fromLatin1(role);
 }
 
-/// Moments in milliseconds; a load of all that is in the store takes some 30.
+/// Moments are in milliseconds after the start of a load. A load of the whole store takes about
+/// 30 ms.
 void addProcessesAndMoments(std::initializer_list<int> moments)
 {
     QTest::addColumn<QString>("role");
@@ -93,7 +94,7 @@ void SilentDesktopTest::cleanup()
     m_desktop.reset();
 }
 
-/// A store in which a contact has two keys, all of its services running.
+/// Starts a desktop with a store in which each contact has two keys. All services are running then.
 void SilentDesktopTest::fillStore(int contacts)
 {
     m_desktop = std::make_unique<PrivateDesktop>();
@@ -110,7 +111,7 @@ pid_t SilentDesktopTest::processOf(const QString& role) const
                                                           : m_store->sourcesProcess();
 }
 
-/// What `disturb` returns lives until the names have been read, or given up.
+/// Calls disturb() during a load and keeps the returned object until the load has ended.
 template <typename Disturb>
 void SilentDesktopTest::disturbInTheMiddle(const Disturb& disturb)
 {
@@ -161,7 +162,7 @@ void SilentDesktopTest::withoutServiceThereAreNoNames()
     QElapsedTimer timer;
     timer.start();
     QVERIFY(ContactNames::load().map.empty());
-    QVERIFY(timer.elapsed() < 1'000); // there is nothing to wait for
+    QVERIFY(timer.elapsed() < 1'000); // there is nothing to wait for: no timeout
 }
 
 void SilentDesktopTest::stoppedProcessCostsNoMoreThanThreeSeconds_data()
@@ -207,7 +208,7 @@ void SilentDesktopTest::storeIsReadAgainWhenItGoesOn()
     QCOMPARE(loadInTime().map.size(), std::size_t(6));
 }
 
-/// The directory server of this book takes connections and says nothing.
+/// The directory server of this book accepts connections and never answers.
 void SilentDesktopTest::bookThatHangsKeepsNoOtherBack()
 {
     fillStore(3);

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace korvane {
 
-/// Which files of a folder are read, and in what order.
+/// The files of a folder that are read, and their order.
 class VCardSourceTest : public QObject {
     Q_OBJECT
 
@@ -58,7 +58,7 @@ using Numbers = std::vector<std::string>;
 
 void VCardSourceTest::init()
 {
-    std::signal(SIGPIPE, SIG_IGN); // a writer whose reader is gone gets an error
+    std::signal(SIGPIPE, SIG_IGN); // write() to a pipe without a reader then fails with EPIPE
     m_folder = std::make_unique<QTemporaryDir>();
     fs::create_directory(path("book"));
 }

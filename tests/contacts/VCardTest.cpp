@@ -2,7 +2,7 @@
 
 namespace korvane {
 
-/// Which cards of a file are contacts, and which of a card's properties name them.
+/// The cards of a file that are contacts, and the properties that name them.
 class VCardTest : public QObject {
     Q_OBJECT
 
@@ -201,7 +201,7 @@ void VCardTest::readsPastTenMegabytesInOneLine()
 {
     QFETCH(std::string, file);
     QFETCH(Contacts, expected);
-    QVERIFY(contactsIn(file) == expected); // nobody wants to see ten megabytes
+    QVERIFY(contactsIn(file) == expected); // QCOMPARE would print up to ten megabytes
 }
 
 void VCardTest::survivesDamage_data()

@@ -4,7 +4,7 @@
 
 namespace korvane {
 
-/// How the text of a card becomes the user's own: lines, parameters, encodings, escapes, URIs.
+/// Decoding the values of a card: folded lines, parameters, encodings, escapes and URIs.
 class VCardTextTest : public QObject {
     Q_OBJECT
 
