@@ -8,7 +8,7 @@
 
 using namespace korvane;
 
-/// Keys, secrets and random bytes. How bodies are sealed has a program of its own.
+/// Keys, secrets and random bytes. SealedBodyTest covers encryption.
 class CryptoTest : public QObject {
     Q_OBJECT
 
@@ -70,7 +70,7 @@ private slots:
         alignas(SymmetricKey) std::array<unsigned char, sizeof(SymmetricKey)> memory{};
         auto* key = new (memory.data()) SymmetricKey(*SymmetricKey::fromBytes(QByteArray(32, 'k')));
         {
-            const SymmetricKey moved = std::move(*key); // NOLINT: that is what is looked at
+            const SymmetricKey moved = std::move(*key); // NOLINT: the test needs the move
             QCOMPARE(moved.bytes(), QByteArray(32, 'k'));
         }
         key->~SymmetricKey();
@@ -107,7 +107,7 @@ private slots:
         const QByteArray bytes = randomBytes(256'000).value_or(QByteArray());
         for (int value = 0; value < 256; ++value) {
             const auto count = bytes.count(static_cast<char>(value));
-            QVERIFY(count > 600 && count < 1400); // twelve times the standard deviation
+            QVERIFY(count > 600 && count < 1400); // 1000 ± 12 standard deviations
         }
     }
 
@@ -148,7 +148,7 @@ private:
         return bytes;
     }
 
-    /// The bytes as they stand in memory, whatever the compiler believes of them.
+    /// The bytes in memory, read as volatile so that the compiler cannot assume their values.
     static QByteArray seenIn(const std::array<unsigned char, sizeof(SymmetricKey)>& memory)
     {
         QByteArray bytes;

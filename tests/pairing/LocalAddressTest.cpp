@@ -24,7 +24,7 @@ InterfaceAddress down(const char* name, const char* address)
     return {name, false, address};
 }
 
-/// An address of another family, such as IPv6.
+/// An interface with an address of another family, such as IPv6.
 InterfaceAddress other(const char* name)
 {
     return {name, true, std::nullopt};
@@ -32,7 +32,7 @@ InterfaceAddress other(const char* name)
 
 } // namespace
 
-/// Which of this machine's addresses goes into a link.
+/// Choosing the address of this machine that goes into a link.
 class LocalAddressTest : public QObject {
     Q_OBJECT
 
@@ -208,7 +208,7 @@ private:
     static constexpr std::array<std::string_view, 1> macPrefixes{"en"};
     static constexpr std::array<std::string_view, 3> linuxPrefixes{"en", "wl", "eth"};
 
-    /// What virtual machines, containers and private networks add; and one good interface.
+    /// Interfaces that virtual machines, containers and VPNs add; and the interface `good`, if any.
     static Addresses tunnels(const char* good = nullptr)
     {
         Addresses addresses;

@@ -17,7 +17,7 @@ using namespace korvane;
 
 namespace fs = std::filesystem;
 
-/// The record that a paired phone and this machine share, and the file that keeps it.
+/// The pairing record that a phone and this machine share, and the file that stores it.
 class PairingTest : public QObject {
     Q_OBJECT
 
@@ -44,7 +44,7 @@ private slots:
             seen.insert(pairing.token.begin(), pairing.token.end());
         }
         QCOMPARE(seen.size(), alphabet.size());
-        QVERIFY(fs::is_empty(support())); // making saves nothing
+        QVERIFY(fs::is_empty(support())); // make() saves nothing
     }
 
     void newRecordsAreAllDifferent()
@@ -96,7 +96,7 @@ private slots:
 
     void validRecordIsNotWrittenAgain()
     {
-        // As another program might have written it.
+        // White space and order differ from what this program writes.
         const QByteArray json = "{ \"token\" : \"the token\",\n \"key\" : \"" + goodKey + "\" }\n";
         write(json);
         fs::permissions(file(), fs::perms::owner_read);
@@ -131,7 +131,7 @@ private slots:
         QVERIFY(Pairing::load() == pairing);
         QCOMPARE(modeOf(file()), "600");
         QCOMPARE(contents(), json);
-        QCOMPARE(modeOf(support()), folderMode); // which may be shared
+        QCOMPARE(modeOf(support()), folderMode); // the folder may be shared: its mode stays
     }
 
     void otherFormsOfARecordAreRead_data()
@@ -230,7 +230,7 @@ private slots:
             Pairing::load();
             QCOMPARE(modeOf(file()), "600");
             fs::permissions(file(), fs::perms(0666));
-            PairingStore::reset(); // over a file that everybody may read
+            PairingStore::reset(); // replaces a file that everybody may read
             QCOMPARE(modeOf(file()), "600");
         }
     }

@@ -8,7 +8,7 @@
 
 using namespace korvane;
 
-/// The worked example of docs/protocol.md, from which others write their clients.
+/// Checks the worked example in docs/protocol.md, which client authors rely on.
 class ProtocolExampleTest : public QObject {
     Q_OBJECT
 
@@ -39,7 +39,7 @@ private slots:
     }
 
 private:
-    /// What stands behind `name` in the example.
+    /// The value after `name` in the example.
     static QString entry(const char* name)
     {
         const auto page = Files::read(PROTOCOL_PAGE);

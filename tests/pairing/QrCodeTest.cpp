@@ -4,7 +4,7 @@
 
 using namespace korvane;
 
-/// The modules of a code: its size, its level, its mode and its border.
+/// The modules of a QR code: its version, error correction level, mode and quiet zone.
 class QrCodeTest : public QObject {
     Q_OBJECT
 
@@ -31,7 +31,7 @@ private slots:
     {
         QFETCH(int, bytes);
         QFETCH(int, modules);
-        for (const char letter : {'a', '1', 'A', '\xFF'}) { // whatever it is, it takes a byte each
+        for (const char letter : {'a', '1', 'A', '\xFF'}) { // in byte mode, each takes one byte
             const auto code = QrCode::encode(std::string(static_cast<std::size_t>(bytes), letter));
             QVERIFY(code);
             QCOMPARE(code->side(), modules + 2 * 4);
@@ -54,7 +54,7 @@ private slots:
         const auto code = QrCode::encode(text);
         QVERIFY(code);
         const unsigned format = formatOf(*code);
-        QCOMPARE(remainderOf(format), 0U); // it is format information at all
+        QCOMPARE(remainderOf(format), 0U); // a valid BCH codeword
         QCOMPARE(format >> 13, 0U); // 01 is L, 00 is M, 11 is Q, 10 is H
         QCOMPARE(secondFormatOf(*code), format);
     }
@@ -68,7 +68,7 @@ private slots:
         const unsigned mask = formatOf(*code) >> 10 & 7;
         const int last = modulesOf(*code) - 1;
         unsigned mode
-            = 0; // the first four bits of all: from the corner at the bottom right, leftwards
+            = 0; // the mode indicator: the first four data bits, in a zigzag from the bottom right
         for (const auto& [x, y] :
             {std::pair(last, last), {last - 1, last}, {last, last - 1}, {last - 1, last - 1}})
             mode = mode << 1 | static_cast<unsigned>(isDark(*code, x, y) != isMasked(mask, x, y));
@@ -123,8 +123,8 @@ private slots:
     {
         const auto code = QrCode::encode("hello");
         QVERIFY(code);
-        QVERIFY(isDark(*code, 8, modulesOf(*code) - 8)); // the one that is always dark
-        QVERIFY(!isDark(*code, 7, modulesOf(*code) - 8)); // a finder's border, which is light
+        QVERIFY(isDark(*code, 8, modulesOf(*code) - 8)); // the dark module
+        QVERIFY(!isDark(*code, 7, modulesOf(*code) - 8)); // a light module of a finder's separator
     }
 
 private:
@@ -143,7 +143,7 @@ private:
 
     static int modulesOf(const QrCode& code) { return code.side() - 2 * QrCode::quietZone; }
 
-    /// Counted without the quiet zone.
+    /// The coordinates do not count the quiet zone.
     static bool isDark(const QrCode& code, int x, int y)
     {
         return code.isDark(x + QrCode::quietZone, y + QrCode::quietZone);
@@ -156,7 +156,7 @@ private:
 
     static constexpr unsigned formatMask = 0b101'0100'0001'0010;
 
-    /// The 15 bits beside the finder at the top left, bit 14 first, without their mask.
+    /// The 15 bits of format information beside the top left finder, bit 14 first, unmasked.
     static unsigned formatOf(const QrCode& code)
     {
         unsigned format = 0;
@@ -167,7 +167,7 @@ private:
         return format ^ formatMask;
     }
 
-    /// The same once more, beside the two others.
+    /// The copy of the format information beside the other two finders.
     static unsigned secondFormatOf(const QrCode& code)
     {
         const int modules = modulesOf(code);
@@ -179,7 +179,8 @@ private:
         return format ^ formatMask;
     }
 
-    /// Of a division by the code's polynomial, x^10 + x^8 + x^5 + x^4 + x^2 + x + 1.
+    /// The remainder modulo the generator polynomial of the BCH code (15, 5), which is
+    /// x^10 + x^8 + x^5 + x^4 + x^2 + x + 1. It is 0 for a valid codeword.
     static unsigned remainderOf(unsigned format)
     {
         for (int shift = 4; shift >= 0; --shift) {

@@ -9,7 +9,7 @@
 
 using namespace korvane;
 
-/// The picture of a code: read back by another program, and looked at pixel by pixel.
+/// The image of a QR code: decoded by another program, and compared pixel by pixel.
 class QrImageTest : public QObject {
     Q_OBJECT
 
@@ -75,7 +75,7 @@ private slots:
         QCOMPARE(black.width() % modules, 0);
         QCOMPARE(black.height(), black.width());
         const int pixels = black.width() / modules;
-        QCOMPARE(pixels, image->width() / code->side()); // as many as there is room for
+        QCOMPARE(pixels, image->width() / code->side()); // the largest scale that fits
         QCOMPARE(wrongPixels(*image, *code, black.topLeft(), pixels), 0);
     }
 
@@ -181,14 +181,13 @@ private:
 
     static int sideOf(const std::string& text) { return QrCode::encode(text)->side(); }
 
-    /// One pixel a module is too little for the reader, as it is for a camera from afar: such a
-    /// picture is looked at from nearer, every pixel four pixels wide.
+    /// Scales an image by four if it has one pixel per module, which is too small for the reader.
     static QImage largeEnough(const QImage& image, int side)
     {
         return image.width() < 2 * side ? image.scaled(4 * image.size()) : image;
     }
 
-    /// The smallest rectangle around everything that is not white.
+    /// The bounding rectangle of all pixels that are not white.
     static QRect blackIn(const QImage& image)
     {
         QRect found;
@@ -201,14 +200,14 @@ private:
         return found;
     }
 
-    /// How many pixels are neither black where a dark module belongs nor white elsewhere.
+    /// The number of pixels that are not black in a dark module or not white elsewhere.
     static int wrongPixels(
         const QImage& image, const QrCode& code, const QPoint& topLeft, int pixels)
     {
         int wrong = 0;
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x) {
-                // Four modules further, so that no dividend is negative.
+                // Shift by the quiet zone of four modules, so that no dividend is negative.
                 const int column = (x - topLeft.x() + 4 * pixels) / pixels;
                 const int row = (y - topLeft.y() + 4 * pixels) / pixels;
                 const bool dark = code.isDark(column, row);

@@ -9,8 +9,8 @@
 
 namespace korvane {
 
-/// What the QR reader "zbarimg" finds in an image, byte for byte; nothing where it finds no code.
-/// An empty code reads as the empty text.
+/// Runs the QR reader "zbarimg" on an image and returns the bytes that it decodes; nullopt if it
+/// finds no code. A code with no content yields an empty text.
 inline std::optional<std::string> readBack(const QImage& image)
 {
     const QTemporaryDir folder;

@@ -8,7 +8,7 @@
 
 using namespace korvane;
 
-/// What the server seals and a phone opens, against another library and against every change.
+/// Sealed bodies: compatible with another library, and rejected after any change.
 class SealedBodyTest : public QObject {
     Q_OBJECT
 
@@ -40,8 +40,8 @@ private slots:
         }
     }
 
-    /// The last of the examples with a 256-bit key and a 96-bit nonce in McGrew and Viega, "The
-    /// Galois/Counter Mode of Operation", appendix B (test case 16).
+    /// Test case 16 (256-bit key, 96-bit nonce) in McGrew and Viega, "The Galois/Counter Mode of
+    /// Operation", appendix B.
     void publishedExampleOpens()
     {
         const auto key = SymmetricKey::fromBytes(QByteArray::fromHex(

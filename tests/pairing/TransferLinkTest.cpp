@@ -4,7 +4,7 @@
 
 using namespace korvane;
 
-/// The link in a QR code: its exact text, and what is taken for one.
+/// The link in a QR code: its exact text, and the texts that are parsed as one.
 class TransferLinkTest : public QObject {
     Q_OBJECT
 
@@ -199,7 +199,7 @@ private:
 
     static std::string linkOf(const std::string& query) { return "korvane://mac-import?" + query; }
 
-    /// The good link but for one item.
+    /// Adds a row with the valid link in which `instead` replaces one item.
     static void addWith(const char* name, const std::string& item, const std::string& instead)
     {
         std::string text = linkOf(items());
