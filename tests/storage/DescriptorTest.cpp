@@ -6,7 +6,7 @@
 
 using namespace korvane;
 
-/// The limit on open descriptors, which belongs to the whole process.
+/// Raising the process's limit on open descriptors (RLIMIT_NOFILE).
 class DescriptorTest : public QObject {
     Q_OBJECT
 
@@ -52,7 +52,7 @@ private slots:
         QCOMPARE(limits().rlim_cur, rlim_t{2000});
     }
 
-    void hardLimitIsRespected() // last, because not everybody can raise it again
+    void hardLimitIsRespected() // last: raising it again needs privileges
     {
         const rlimit low{256, 300};
         QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);

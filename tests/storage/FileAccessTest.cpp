@@ -17,7 +17,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Who may read what is written in one step.
+/// The permissions of files that are written atomically.
 class FileAccessTest : public QObject {
     Q_OBJECT
 
@@ -50,8 +50,8 @@ using Text = std::optional<std::string>;
 constexpr auto everybody
     = fs::perms::owner_all | fs::perms::group_all | fs::perms::others_all; // 0777
 
-/// Looks at a file again and again, in a thread of its own, and remembers whether anybody but its
-/// owner might have opened it.
+/// Polls a file's mode on its own thread, and records whether group or others ever had access. The
+/// getters may be called from any thread.
 class Watcher {
 public:
     explicit Watcher(const fs::path& file) : m_file(file), m_thread([this] { watch(); }) { }

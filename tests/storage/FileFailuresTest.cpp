@@ -15,7 +15,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Appending and writing where that fails: what is said, and what is left on disk.
+/// Appending and writing that fail: the error, and what stays on disk.
 class FileFailuresTest : public QObject {
     Q_OBJECT
 
@@ -42,7 +42,7 @@ void append(const fs::path& file, std::initializer_list<std::string_view> pieces
     Files::append(file, std::span(pieces.begin(), pieces.size()));
 }
 
-/// What the system says of the failure of `action`; "(no error)" without one.
+/// The system's text for the error that `action` throws, or "(no error)".
 template <typename Action>
 std::string errorOf(Action action)
 {
@@ -54,7 +54,7 @@ std::string errorOf(Action action)
     return "(no error)";
 }
 
-/// While it lives, no file can grow beyond `bytes`, as on a disk that is full.
+/// RAII: limits the size of files to `bytes` (RLIMIT_FSIZE), to imitate a full disk.
 class SizeLimit {
 public:
     explicit SizeLimit(rlim_t bytes)

@@ -15,7 +15,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Reading parts of a file that may be anything, or become another one.
+/// Reading parts of a file, which may be of any type and may change while it is open.
 class FileReaderTest : public QObject {
     Q_OBJECT
 
@@ -55,7 +55,7 @@ void write(const fs::path& file, std::string_view bytes)
     std::ofstream(file, std::ios::binary) << bytes;
 }
 
-/// What there is at `offset`, of at most `most` bytes; absent where reading fails.
+/// At most `most` bytes read at `offset`; absent if reading fails.
 Text readAt(const FileReader& reader, std::int64_t offset, std::size_t most = 100)
 {
     std::string bytes(most, '?');
@@ -63,13 +63,13 @@ Text readAt(const FileReader& reader, std::int64_t offset, std::size_t most = 10
     return count ? Text(bytes.substr(0, *count)) : std::nullopt;
 }
 
-/// The number that the next open file gets.
+/// The descriptor that the next open() would return.
 int nextDescriptor()
 {
     return Descriptor(::dup(STDERR_FILENO)).get();
 }
 
-/// While it lives, the program is killed where it blocks.
+/// RAII: kills the program by SIGALRM if this object exists for more than 20 seconds.
 class Deadline {
 public:
     Deadline() { ::alarm(20); }
@@ -112,7 +112,7 @@ void FileReaderTest::readsFromAnyOffset()
     QVERIFY(reader);
     QCOMPARE(reader->size(), 10);
     QCOMPARE(readAt(*reader, offset, most), Text(bytes));
-    QCOMPARE(readAt(*reader, 0), Text("0123456789")); // no reading moves another
+    QCOMPARE(readAt(*reader, 0), Text("0123456789")); // readAt() moves no file position
 }
 
 void FileReaderTest::readsALargeFileInPieces()
@@ -291,7 +291,7 @@ void FileReaderTest::everyDescriptorIsClosed()
     {
         auto reader = FileReader::open(file());
         QVERIFY(reader);
-        QVERIFY(nextDescriptor() != before); // it is open
+        QVERIFY(nextDescriptor() != before); // the file is open
         const FileReader moved = std::move(*reader);
         reader.reset();
         QCOMPARE(readAt(moved, 0), Text("contents"));

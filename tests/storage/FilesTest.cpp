@@ -12,7 +12,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Reading, appending and writing in one step.
+/// Reading, appending and atomic writing.
 class FilesTest : public QObject {
     Q_OBJECT
 
@@ -77,7 +77,7 @@ void FilesTest::whatCannotBeReadIsNothing()
     QCOMPARE(Files::read(file("missing/file")), nothing);
     QCOMPARE(Files::read(m_root), nothing);
     QCOMPARE(Files::read(""), nothing);
-    QVERIFY(Files::read("/proc/self/status").value_or("").size() > 100); // says it has no size
+    QVERIFY(Files::read("/proc/self/status").value_or("").size() > 100); // its st_size is 0
 
     const Unprivileged user;
     if (!user.works())
@@ -140,7 +140,7 @@ void FilesTest::writeNeverTouchesTheOldContents()
     fs::create_hard_link(file(), file("second name"));
     Files::writeAtomically(file(), "newer");
     const std::string rest(std::istreambuf_iterator<char>(reader), {});
-    QCOMPARE(start + rest, "old contents"); // who has it open goes on reading it
+    QCOMPARE(start + rest, "old contents"); // an open reader keeps the old file
     QCOMPARE(Files::read(file("second name")), std::optional<std::string>("new"));
 }
 

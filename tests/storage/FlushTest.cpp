@@ -11,12 +11,12 @@
 
 namespace {
 
-/// What fsync() fails with in this program; 0 = it does what the system's does.
+/// The error code with which fsync() fails in this program; 0 calls the system's fsync().
 int flushError = 0;
 
 } // namespace
 
-/// Stands before the system's function of this name in the whole program.
+/// Interposes the C library's fsync() in the whole program.
 extern "C" int fsync(int descriptor)
 {
     if (flushError == 0)
@@ -29,7 +29,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Writing to a file system whose fsync() fails: one that has none, and one that is broken.
+/// Writing where fsync() fails: because it is not supported, or because of an I/O error.
 class FlushTest : public QObject {
     Q_OBJECT
 
@@ -63,7 +63,7 @@ void writeWhole(const fs::path& file)
     Files::writeWhole(file, "new", Files::Existing::Replace);
 }
 
-/// The error code that `action` throws; 0 where it throws none.
+/// The code of the std::system_error that `action` throws, or 0.
 template <typename Action>
 int errorOf(Action action)
 {
@@ -128,7 +128,7 @@ void FlushTest::reportsThatTheBytesDidNotReachTheDisk()
 
 void FlushTest::appendsToADeviceThatCannotBeFlushed()
 {
-    QCOMPARE(errorOf([] { append("/dev/null", "hello"); }), 0); // the system's own EINVAL
+    QCOMPARE(errorOf([] { append("/dev/null", "hello"); }), 0); // its fsync() fails with EINVAL
 }
 
 } // namespace korvane

@@ -13,7 +13,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// The one-time copy of a support folder that an earlier version left.
+/// The one-time copy of an earlier version's support folder.
 class LegacyFolderTest : public QObject {
     Q_OBJECT
 
@@ -102,7 +102,7 @@ void LegacyFolderTest::copiesHiddenEntriesAndWholeFolders()
     QCOMPARE(contents(m_to / "a/b/.deep"), "hidden");
     QCOMPARE(contents(m_to / "\u00C4 \xFF"), "odd");
     QVERIFY(fs::is_directory(m_to / "a/empty"));
-    fs::remove_all(m_from); // Qt would not remove the odd name
+    fs::remove_all(m_from); // QTemporaryDir cannot remove the odd name
     fs::remove_all(m_to);
 }
 

@@ -10,7 +10,7 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Where the support folder and the default export folder are.
+/// The locations of the support folder and of the default export folder.
 class PathsTest : public QObject {
     Q_OBJECT
 
@@ -187,7 +187,7 @@ void PathsTest::folderThatCannotBeMadeIsReturnedAllTheSame()
     QVERIFY(fs::is_regular_file(m_root / "file"));
 
     qunsetenv("KORVANE_SYNC_HOME");
-    write(m_data / "KorvaneSync"); // a file where the folder should be
+    write(m_data / "KorvaneSync"); // a file in place of the folder
     QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
 }
 
@@ -217,7 +217,7 @@ void PathsTest::defaultFolderIsNotCreated()
     QVERIFY(!fs::exists(folder));
     QVERIFY(!fs::exists(folder.parent_path()));
 
-    write(m_root / "Library/Mobile Documents/com~apple~CloudDocs"); // a file serves as well
+    write(m_root / "Library/Mobile Documents/com~apple~CloudDocs"); // only existence counts
     QCOMPARE(Paths::defaultFolder().string(),
         (m_root / "Library/Mobile Documents/com~apple~CloudDocs/Quorvish").string());
 }

@@ -13,7 +13,7 @@
 
 namespace korvane {
 
-/// One export at a time per support folder, told apart by process.
+/// The lock that allows one export at a time per support folder.
 class SupportLockTest : public QObject {
     Q_OBJECT
 
@@ -44,7 +44,7 @@ namespace {
 
 const QString argument = QStringLiteral("--hold-the-lock");
 
-/// What another process does: takes the lock, says so, and holds it until its input ends.
+/// Runs in another process: takes the lock, prints "locked", and holds it until its input ends.
 int holdTheLock()
 {
     const SupportLock lock;
@@ -54,7 +54,7 @@ int holdTheLock()
     return 0;
 }
 
-/// Another process that holds the lock.
+/// Another process that runs holdTheLock().
 class Holder : public QProcess {
 public:
     Holder()
@@ -73,7 +73,7 @@ public:
     }
 };
 
-/// The text of the error that taking the lock throws; "(no error)" without one.
+/// The text of the error that taking the lock throws, or "(no error)".
 std::string lockingError()
 {
     try {
@@ -165,7 +165,7 @@ void SupportLockTest::lockFileOfAMachineThatStoppedIsTakenOver_data()
 void SupportLockTest::lockFileOfAMachineThatStoppedIsTakenOver()
 {
     QFETCH(QByteArray, contents);
-    QCOMPARE(lockingError(), "(no error)"); // makes the folder
+    QCOMPARE(lockingError(), "(no error)"); // creates the folder
     QFile file(path(QStringLiteral("support/export.lock")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(contents), qint64(contents.size()));
@@ -178,7 +178,7 @@ void SupportLockTest::lockFileOfAMachineThatStoppedIsTakenOver()
 
 void SupportLockTest::lockFileThatIsJustBeingWrittenCounts()
 {
-    QCOMPARE(lockingError(), "(no error)"); // makes the folder
+    QCOMPARE(lockingError(), "(no error)"); // creates the folder
     QFile file(path(QStringLiteral("support/export.lock")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.setFileTime(

@@ -13,7 +13,7 @@
 using namespace korvane;
 namespace fs = std::filesystem;
 
-/// Files that are made for the user, whole or not at all.
+/// Files that are written for the user, completely or not at all.
 class WriteWholeTest : public QObject {
     Q_OBJECT
 
