@@ -4,7 +4,7 @@
 
 namespace korvane {
 
-/// Questions about ASCII characters, asked without regard to the locale.
+/// Locale-independent functions for ASCII characters.
 class AsciiTest : public QObject {
     Q_OBJECT
 

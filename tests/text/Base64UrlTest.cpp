@@ -4,7 +4,7 @@
 
 using namespace korvane;
 
-/// Bytes as text for links and headers, and the strict way back.
+/// Base64url and base64: encoding, and strict decoding.
 class Base64UrlTest : public QObject {
     Q_OBJECT
 

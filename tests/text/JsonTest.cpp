@@ -10,7 +10,7 @@ using namespace std::string_literals;
 
 namespace korvane {
 
-/// Writing texts and objects as JSON, and reading them back strictly.
+/// Writing texts and objects as JSON, and strict parsing.
 class JsonTest : public QObject {
     Q_OBJECT
 

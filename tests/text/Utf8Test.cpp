@@ -3,8 +3,8 @@
 
 namespace korvane {
 
-/// Well-formed UTF-8, and the repair of anything else: one U+FFFD for each maximal ill-formed
-/// subsequence.
+/// Validating UTF-8, and repairing ill-formed text: each maximal subpart of an ill-formed
+/// subsequence becomes one U+FFFD (Unicode Standard, section 3.9).
 class Utf8Test : public QObject {
     Q_OBJECT
 
@@ -96,7 +96,7 @@ void Utf8Test::tellsAscii()
 {
     QVERIFY(isAscii(""));
     QVERIFY(isAscii(bytes("\0 ~\x7F")));
-    for (std::size_t at = 0; at < 40; ++at) { // wherever it stands
+    for (std::size_t at = 0; at < 40; ++at) { // at every position
         std::string text(40, 'a');
         text[at] = '\x80';
         QVERIFY(!isAscii(text));
