@@ -36,7 +36,7 @@ QString valueOf(const QString& line)
 
 } // namespace
 
-/// The content of the address book that writeSampleContacts() writes.
+/// The contents of the address book that writeSampleContacts() writes.
 class SampleContactsTest : public QObject {
     Q_OBJECT
 

@@ -49,7 +49,7 @@ private:
     rlimit m_before{};
 };
 
-/// The message of the DBError that writing a sample to this path throws; empty without one.
+/// The message of the DBError that writing a sample to `path` throws, or an empty text.
 std::string errorOfWriting(const std::string& path, const SampleProgress& progress = {})
 {
     try {
@@ -62,7 +62,7 @@ std::string errorOfWriting(const std::string& path, const SampleProgress& progre
 
 } // namespace
 
-/// The file that writeSampleDatabase() creates, and that none is left when it fails.
+/// The file that writeSampleDatabase() creates; a failure leaves no file.
 class SampleFileTest : public QObject {
     Q_OBJECT
 
