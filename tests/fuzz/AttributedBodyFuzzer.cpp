@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// Any bytes as an attributed body: the text is valid UTF-8 that lies within them, or there is
-/// none. Repairing the same bytes gives valid UTF-8 too.
+/// Decodes any bytes as an attributed body: the text, if any, is valid UTF-8 within these bytes.
+/// Repairing the bytes yields valid UTF-8, and changes them only if they are not.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);

@@ -20,8 +20,9 @@ void require(bool holds)
         std::abort();
 }
 
-/// Two exported chats, one of them on offer, with a valid ticket "t" and an expired one "x"; the
-/// paired phone's token is "p". In temporary folders: no other support folder is touched.
+/// Two exported chats, "g" on offer and "h" not. For "g" there are a valid ticket "t" and an
+/// expired one "x", for "h" the ticket "h". The paired phone's token is "p". The support folder is
+/// a temporary one.
 struct Offered {
     Offered()
     {
@@ -50,7 +51,7 @@ struct Offered {
     ServerState state{.pairing = Pairing::make()};
 };
 
-/// What was understood of a request, written as a request, is understood the same.
+/// Round trip: a parsed request that is written as a head parses to the same request.
 void checkRequest(const HttpRequest& request)
 {
     require(!request.target.empty() && isValidUtf8(request.target));
@@ -61,7 +62,7 @@ void checkRequest(const HttpRequest& request)
     require(HttpRequest::fromHead(head) == request);
 }
 
-/// Path and query stand in the target, one after the other.
+/// Path and query are adjacent parts of the target.
 void checkTarget(const std::string& text)
 {
     const auto target = RequestTarget::fromText(text);
@@ -72,7 +73,8 @@ void checkTarget(const std::string& text)
     require(!offset || (target.query && isValidUtf8(*offset)));
 }
 
-/// Any text: its escapes resolved give UTF-8 no longer than it, a number read comes back.
+/// Percent-decoding yields valid UTF-8, no longer than the text; a parsed number survives a round
+/// trip.
 void checkText(std::string_view text)
 {
     const auto decoded = percentDecoded(text);
@@ -90,7 +92,8 @@ void checkRefusal(const Answer& answer)
     require(answer.kind == Answer::Kind::Refusal);
 }
 
-/// What is handed out goes to who may have it alone, sealed for him, and is what he asked for.
+/// A 200 needs a valid ticket or the token, is sealed with the matching key, and has the requested
+/// contents.
 void checkHandedOut(const Answer& answer, const HttpRequest& request, const Offered& offered)
 {
     require(answer.response.reason == "OK");
@@ -114,7 +117,8 @@ void checkHandedOut(const Answer& answer, const HttpRequest& request, const Offe
 
 } // namespace
 
-/// Any bytes as the head of a request: it is refused, or it was for what may be had.
+/// Answers any bytes as a request head: with a refusal, or with contents that the request is
+/// authorized to get.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const Offered offered;

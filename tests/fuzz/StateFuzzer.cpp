@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// Whatever bytes "state.json" holds, reading it does not crash, and what was read survives being
-/// written.
+/// Parsing any bytes as "state.json" does not crash, and a parsed state survives a round trip.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using korvane::ExportState;

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Counted by other code than the reader's own check.
+/// Uses ICU, independently of the reader's own check.
 bool isValidUtf8(const std::string& text)
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -37,7 +37,8 @@ void checkValues(const std::vector<std::string>& values)
 
 } // namespace
 
-/// Any bytes give contacts of valid texts, none of them empty.
+/// Any bytes yield contacts whose texts are valid UTF-8 without NULs. No contact is empty, nor any
+/// of its numbers and addresses.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
