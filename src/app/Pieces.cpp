@@ -98,6 +98,7 @@ void OneLine::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setPen(m_colour);
+    painter.setLayoutDirection(Qt::LayoutDirectionAuto); // the text's own; Qt 6.8 has the window's
     painter.drawText(rect(), static_cast<int>(alignment()) | Qt::TextSingleLine, shown());
 }
 
@@ -175,6 +176,7 @@ void Paragraph::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setPen(m_colour);
+    painter.setLayoutDirection(Qt::LayoutDirectionAuto); // the text's own; Qt 6.8 has the window's
     const QStringList texts = lines(width());
     const int height = fontMetrics().height();
     QRect line(0, (this->height() - static_cast<int>(texts.size()) * height) / 2, width(), height);
