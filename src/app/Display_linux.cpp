@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDesktopServices>
+#include <QFile>
 #include <QGuiApplication>
 #include <QIconEngine>
 #include <QPainter>
@@ -14,6 +15,7 @@
 
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <memory>
@@ -65,10 +67,17 @@ bool hasXEmbedTray()
 /// by its name and recolour it. All others get pixels, which are visible on light and dark panels.
 class TrayIconEngine : public QIconEngine {
 public:
+    /// Looks for the file itself. QIcon::hasThemeIcon() finds SVG files only where Qt's plugin for
+    /// them is installed, and it is the panel that loads this one.
     QString iconName() override
     {
         const QString name = QStringLiteral("app.korvane.KorvaneSync-symbolic");
-        return QIcon::hasThemeIcon(name) ? name : QString();
+        const QString file
+            = QStringLiteral("/hicolor/symbolic/apps/") + name + QStringLiteral(".svg");
+        const QStringList themes = QIcon::themeSearchPaths();
+        const bool isInstalled = std::any_of(themes.begin(), themes.end(),
+            [&file](const QString& folder) { return QFile::exists(folder + file); });
+        return isInstalled ? name : QString();
     }
 
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
