@@ -122,13 +122,14 @@ void ChatPane::pressButton()
 
 void ChatPane::updateList()
 {
-    if (!m_state.hasReadChats())
+    if (!m_state.hasReadChats()) {
         m_nothing->clear();
-    else if (m_state.chats().empty())
+    } else if (m_state.chats().empty()) {
         m_nothing->setText(tr("No chats yet. When Messages on this Mac has some, quit Korvane Sync "
                               "and start it again."));
-    else
+    } else {
         m_nothing->setText(tr("No chat matches “%1”.").arg(quoted(m_filter.typed())));
+    }
     const bool isEmpty = m_state.hasReadChats() && m_filter.rowCount() == 0;
     if (isEmpty)
         m_list->doItemsLayout(); // a hidden list would keep its former scroll range

@@ -38,7 +38,7 @@ QTextOption wrapping()
 
 QString elided(const QString& text, const QFontMetrics& metrics, Qt::TextElideMode cut, int width)
 {
-    const QString shown = metrics.elidedText(text, cut, width);
+    QString shown = metrics.elidedText(text, cut, width);
     if (cut != Qt::ElideRight || shown == text)
         return shown;
     return shown + directionMark(shown); // else the ellipsis takes the paragraph's direction

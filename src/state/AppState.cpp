@@ -177,11 +177,12 @@ void AppState::openAccessSettings()
 {
     const QUrl url(
         QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_AllFiles"));
-    if (m_environment.openUrl && url.isValid() && !m_environment.openUrl(url))
+    if (m_environment.openUrl && url.isValid() && !m_environment.openUrl(url)) {
         update(m_status,
             std::string("Could not open System Settings. Let this program read chat.db, then try "
                         "again."),
             &AppState::statusChanged);
+    }
 }
 
 } // namespace korvane

@@ -78,10 +78,11 @@ bool Desktop::startTray(const QString& panelColour)
     QStringList options{QStringLiteral("--edge"), QStringLiteral("top"), QStringLiteral("--align"),
         QStringLiteral("right"), QStringLiteral("--height"), QStringLiteral("24"),
         QStringLiteral("--widthtype"), QStringLiteral("request")};
-    if (!panelColour.isEmpty())
+    if (!panelColour.isEmpty()) {
         options << QStringLiteral("--transparent") << QStringLiteral("true")
                 << QStringLiteral("--alpha") << QStringLiteral("0") << QStringLiteral("--tint")
                 << panelColour;
+    }
     m_parts.push_back(start(QStringLiteral("trayer"), options));
     return QTest::qWaitFor(
         [this] { return trayGeometry().contains(QStringLiteral("HEIGHT=24")); }, 5000);

@@ -89,6 +89,7 @@ public:
     QString item;
 
 public slots:
+    // NOLINTNEXTLINE(readability-identifier-naming): D-Bus calls it by this name.
     void RegisterStatusNotifierItem(const QString& /*service*/) { item = message().service(); }
 
 private:

@@ -97,10 +97,11 @@ private slots:
             installed(u"share/metainfo/app.korvane.KorvaneSync.metainfo.xml"_s)};
         // There is no home page, and "developer_name" is kept because versions before 1.0 do not
         // know its replacement. Newer versions complain of both.
-        if (!run(u"appstreamcli"_s, {u"--version"_s}).out.contains(u"version: 0."_s))
+        if (!run(u"appstreamcli"_s, {u"--version"_s}).out.contains(u"version: 0."_s)) {
             arguments
                 << u"--override=url-homepage-missing=pedantic,developer-info-missing=pedantic,"
                    "developer-name-tag-deprecated=pedantic"_s;
+        }
         const Outcome check = run(u"appstreamcli"_s, arguments);
         QVERIFY2(check.code == 0, check.said().constData());
     }

@@ -122,13 +122,13 @@ private slots:
             QCOMPARE(taken(client.readAll().value_or(QByteArray())).body.size(), sealedSize(size));
             client.reset();
         }
-        QTRY_COMPARE(offered.running.transfers().events().size(), std::size_t{2 * times});
+        QTRY_COMPARE(offered.running.transfers().events().size(), 2 * std::size_t{times});
         QCOMPARE(offered.running.transfers().kinds(), delivered(times));
     }
 
     void phoneThatResetsAtOnceIsNamedAndHasNothing()
     {
-        const Offered offered(4 * 1024 * 1024);
+        const Offered offered(std::uintmax_t{4} * 1024 * 1024);
         constexpr int times = 50;
         for (int i = 0; i < times; ++i) {
             Client client(offered.running.port());
