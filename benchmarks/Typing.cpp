@@ -89,10 +89,11 @@ private:
         }
     }
 
+    /// The list, or the text that takes its place when no chat matches.
     bool isList(const QWidget& widget) const
     {
         const auto* list = m_window.findChild<QListView*>();
-        return list->viewport() == &widget;
+        return list->viewport() == &widget || list->parentWidget() == widget.parentWidget();
     }
 
     AppState m_state;
