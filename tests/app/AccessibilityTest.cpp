@@ -6,8 +6,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// What the window tells a screen reader, through QAccessible.
 class AccessibilityTest : public WindowTest {
     Q_OBJECT
@@ -51,12 +49,17 @@ private slots:
     {
         QTest::addColumn<QString>("state");
         QTest::addColumn<QString>("text");
-        QTest::newRow("subtitle") << u"list"_s << u"Pick one chat, send it to your iPhone."_s;
-        QTest::newRow("folder") << u"list"_s << u"~/Documents/Quorvish"_s;
-        QTest::newRow("status") << u"list"_s << u"Last export 2 minutes ago."_s;
-        QTest::newRow("title of the chat") << u"code"_s << u"The Weekend People"_s;
-        QTest::newRow("code") << u"code"_s << u"QR code with the link to this chat"_s;
-        QTest::newRow("heading of the access card") << u"access"_s << u"Full Disk Access"_s;
+        QTest::newRow("subtitle") << QStringLiteral("list")
+                                  << QStringLiteral("Pick one chat, send it to your iPhone.");
+        QTest::newRow("folder") << QStringLiteral("list") << QStringLiteral("~/Documents/Quorvish");
+        QTest::newRow("status") << QStringLiteral("list")
+                                << QStringLiteral("Last export 2 minutes ago.");
+        QTest::newRow("title of the chat")
+            << QStringLiteral("code") << QStringLiteral("The Weekend People");
+        QTest::newRow("code") << QStringLiteral("code")
+                              << QStringLiteral("QR code with the link to this chat");
+        QTest::newRow("heading of the access card")
+            << QStringLiteral("access") << QStringLiteral("Full Disk Access");
     }
 
     void textsAreRead()
@@ -74,10 +77,11 @@ private slots:
     {
         QTest::addColumn<QString>("control");
         QTest::addColumn<int>("role");
-        QTest::newRow("folder") << u"folder"_s << int{QAccessible::StaticText};
-        QTest::newRow("status") << u"status"_s << int{QAccessible::StaticText};
-        QTest::newRow("title of the chat") << u"transferTitle"_s << int{QAccessible::StaticText};
-        QTest::newRow("code") << u"code"_s << int{QAccessible::Graphic};
+        QTest::newRow("folder") << QStringLiteral("folder") << int{QAccessible::StaticText};
+        QTest::newRow("status") << QStringLiteral("status") << int{QAccessible::StaticText};
+        QTest::newRow("title of the chat")
+            << QStringLiteral("transferTitle") << int{QAccessible::StaticText};
+        QTest::newRow("code") << QStringLiteral("code") << int{QAccessible::Graphic};
     }
 
     void textsHaveTheRoleOfTexts()
@@ -103,11 +107,13 @@ private slots:
             QCOMPARE(row.role(), QAccessible::ListItem);
             QVERIFY(row.state().checkable);
             QCOMPARE(bool(row.state().checked), i == 0);
-            QCOMPARE(row.text(QAccessible::Description), i == 0 ? QString() : u"not selected"_s);
+            QCOMPARE(row.text(QAccessible::Description),
+                i == 0 ? QString() : QStringLiteral("not selected"));
             const auto& chat = state.chats()[static_cast<std::size_t>(i)];
             const QString text = row.text(QAccessible::Name);
-            QVERIFY(text.startsWith(QString::fromStdString(state.titles().at(chat.id)) + u", "_s));
-            QVERIFY(text.contains(u" messages, last "_s));
+            QVERIFY(text.startsWith(
+                QString::fromStdString(state.titles().at(chat.id)) + QStringLiteral(", ")));
+            QVERIFY(text.contains(QStringLiteral(" messages, last ")));
         }
     }
 
@@ -141,7 +147,7 @@ private slots:
         window.show();
         QAccessibleInterface& told = interfaceOf(window);
         QCOMPARE(told.role(), QAccessible::Window);
-        QCOMPARE(told.text(QAccessible::Name), u"Korvane Sync"_s);
+        QCOMPARE(told.text(QAccessible::Name), QStringLiteral("Korvane Sync"));
         QVERIFY(told.childCount() >= 3);
     }
 
@@ -174,10 +180,10 @@ private slots:
         ContentView window(state);
         window.show();
         QAccessibleInterface& create = interfaceOf(child(window, "create"));
-        QCOMPARE(create.text(QAccessible::Name), u"Pick one chat"_s);
+        QCOMPARE(create.text(QAccessible::Name), QStringLiteral("Pick one chat"));
         QVERIFY(create.state().disabled);
         state.toggle(WindowSetup::guid(1));
-        QCOMPARE(create.text(QAccessible::Name), u"Create Korvane QR"_s);
+        QCOMPARE(create.text(QAccessible::Name), QStringLiteral("Create Korvane QR"));
         QVERIFY(!create.state().disabled);
     }
 
@@ -200,9 +206,9 @@ private:
 
     static AppState::Preview previewNamed(const QString& name)
     {
-        return name == u"list"_s ? PreviewStates::list()
-            : name == u"code"_s  ? PreviewStates::qr()
-                                 : PreviewStates::access();
+        return name == QStringLiteral("list") ? PreviewStates::list()
+            : name == QStringLiteral("code")  ? PreviewStates::qr()
+                                              : PreviewStates::access();
     }
 
     static QAccessibleInterface& interfaceOf(QWidget& widget)

@@ -8,8 +8,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 class ChatFilterTest : public WindowTest {
     Q_OBJECT
 
@@ -18,32 +16,33 @@ private slots:
     {
         QTest::addColumn<QString>("query");
         QTest::addColumn<QString>("wanted"); // numbers of the chats in chats()
-        const QString all = u"1 2 3 4 5 6 7 8 9"_s;
-        QTest::newRow("nothing typed") << u""_s << all;
-        QTest::newRow("one space") << u" "_s << all;
-        QTest::newRow("spaces only") << u"     "_s << all;
-        QTest::newRow("tabs only") << u"\t\t"_s << all;
-        QTest::newRow("spaces of other kinds") << u"\u00A0\u2003\u3000"_s << all;
-        QTest::newRow("a word") << u"Weekend"_s << u"1 2"_s;
-        QTest::newRow("in capitals") << u"WEEKEND"_s << u"1 2"_s;
-        QTest::newRow("part of a word") << u"eeke"_s << u"1 2"_s;
-        QTest::newRow("two words") << u"weekend people"_s << u"1"_s;
-        QTest::newRow("words in another order") << u"people weekend"_s << u""_s;
-        QTest::newRow("spaces around") << u"  dad\t "_s << u"3"_s;
-        QTest::newRow("a space between") << u"flat 4b"_s << u"4"_s;
-        QTest::newRow("two spaces between") << u"flat  4b"_s << u""_s;
-        QTest::newRow("an accent") << u"TOMÁS"_s << u"5"_s;
-        QTest::newRow("no accent") << u"tomas"_s << u""_s;
-        QTest::newRow("Greek") << u"αΘήνα"_s << u"6"_s;
-        QTest::newRow("Chinese") << u"三"_s << u"7"_s;
-        QTest::newRow("an emoji") << u"🎉"_s << u"7"_s;
-        QTest::newRow("no chat's") << u"zzz"_s << u""_s;
-        QTest::newRow("a pattern's sign") << u".*"_s << u""_s;
-        QTest::newRow("a sign that is there") << u"+1 (2"_s << u"8"_s;
-        QTest::newRow("a line break after it") << u"dad\n"_s << u""_s;
-        QTest::newRow("a line break before it") << u"\ndad"_s << u""_s;
-        QTest::newRow("line break only") << u"\n"_s << u""_s;
-        QTest::newRow("a line separator only") << u"\u2028"_s << u""_s;
+        const QString all = QStringLiteral("1 2 3 4 5 6 7 8 9");
+        QTest::newRow("nothing typed") << QStringLiteral("") << all;
+        QTest::newRow("one space") << QStringLiteral(" ") << all;
+        QTest::newRow("spaces only") << QStringLiteral("     ") << all;
+        QTest::newRow("tabs only") << QStringLiteral("\t\t") << all;
+        QTest::newRow("spaces of other kinds") << QStringLiteral("\u00A0\u2003\u3000") << all;
+        QTest::newRow("a word") << QStringLiteral("Weekend") << QStringLiteral("1 2");
+        QTest::newRow("in capitals") << QStringLiteral("WEEKEND") << QStringLiteral("1 2");
+        QTest::newRow("part of a word") << QStringLiteral("eeke") << QStringLiteral("1 2");
+        QTest::newRow("two words") << QStringLiteral("weekend people") << QStringLiteral("1");
+        QTest::newRow("words in another order")
+            << QStringLiteral("people weekend") << QStringLiteral("");
+        QTest::newRow("spaces around") << QStringLiteral("  dad\t ") << QStringLiteral("3");
+        QTest::newRow("a space between") << QStringLiteral("flat 4b") << QStringLiteral("4");
+        QTest::newRow("two spaces between") << QStringLiteral("flat  4b") << QStringLiteral("");
+        QTest::newRow("an accent") << QStringLiteral("TOMÁS") << QStringLiteral("5");
+        QTest::newRow("no accent") << QStringLiteral("tomas") << QStringLiteral("");
+        QTest::newRow("Greek") << QStringLiteral("αΘήνα") << QStringLiteral("6");
+        QTest::newRow("Chinese") << QStringLiteral("三") << QStringLiteral("7");
+        QTest::newRow("an emoji") << QStringLiteral("🎉") << QStringLiteral("7");
+        QTest::newRow("no chat's") << QStringLiteral("zzz") << QStringLiteral("");
+        QTest::newRow("a pattern's sign") << QStringLiteral(".*") << QStringLiteral("");
+        QTest::newRow("a sign that is there") << QStringLiteral("+1 (2") << QStringLiteral("8");
+        QTest::newRow("a line break after it") << QStringLiteral("dad\n") << QStringLiteral("");
+        QTest::newRow("a line break before it") << QStringLiteral("\ndad") << QStringLiteral("");
+        QTest::newRow("line break only") << QStringLiteral("\n") << QStringLiteral("");
+        QTest::newRow("a line separator only") << QStringLiteral("\u2028") << QStringLiteral("");
     }
 
     void queryLetsThrough()
@@ -68,12 +67,12 @@ private slots:
         ChatListModel model(state);
         ChatFilter filter;
         filter.setSourceModel(&model);
-        filter.setQuery(u"dad"_s);
+        filter.setQuery(QStringLiteral("dad"));
         QSignalSpy inserted(&filter, &ChatFilter::rowsInserted);
         QSignalSpy removed(&filter, &ChatFilter::rowsRemoved);
-        filter.setQuery(u"  DAD "_s);
+        filter.setQuery(QStringLiteral("  DAD "));
         QCOMPARE(inserted.count() + removed.count(), 0);
-        QCOMPARE(numbersIn(filter), u"3"_s);
+        QCOMPARE(numbersIn(filter), QStringLiteral("3"));
     }
 
     void renamedChatComesAndGoes()
@@ -83,7 +82,7 @@ private slots:
         ChatListModel model(setup.start());
         ChatFilter filter;
         filter.setSourceModel(&model);
-        filter.setQuery(u"renamed"_s);
+        filter.setQuery(QStringLiteral("renamed"));
         QCOMPARE(filter.rowCount(), 0);
         setup.db.sql().execute("UPDATE chat SET display_name = 'Renamed' WHERE ROWID = 2");
         setup.state().reloadChats();

@@ -10,7 +10,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
 using Mode = QAbstractItemModelTester::FailureReportingMode;
 
 class ChatListModelTest : public WindowTest {
@@ -42,7 +41,9 @@ private slots:
         std::swap(preview.chats.front(), preview.chats.back());
         AppState state(preview);
         const ChatListModel model(state);
-        QCOMPARE(titlesOf(model), (QStringList{u"Chat 3"_s, u"Chat 2"_s, u"Chat 1"_s}));
+        QCOMPARE(titlesOf(model),
+            (QStringList{
+                QStringLiteral("Chat 3"), QStringLiteral("Chat 2"), QStringLiteral("Chat 1")}));
     }
 
     void rowSaysWhatIsKnownOfTheChat()
@@ -55,12 +56,13 @@ private slots:
         const ChatListModel model(state);
         const QModelIndex row = model.index(0);
         const QString subtitle = chatSubtitle(preview.chats[0]);
-        QCOMPARE(row.data().toString(), u"Ärzte & Co."_s);
-        QCOMPARE(row.data(ChatListModel::SearchRole).toString(), u"ärzte & co."_s);
+        QCOMPARE(row.data().toString(), QStringLiteral("Ärzte & Co."));
+        QCOMPARE(row.data(ChatListModel::SearchRole).toString(), QStringLiteral("ärzte & co."));
         QCOMPARE(row.data(ChatListModel::SubtitleRole).toString(), subtitle);
         QCOMPARE(row.data(ChatListModel::IsGroupRole).toBool(), true);
-        QCOMPARE(row.data(ChatListModel::GuidRole).toString(), u"guid-1"_s);
-        QCOMPARE(row.data(Qt::AccessibleTextRole).toString(), u"Ärzte & Co., group, "_s + subtitle);
+        QCOMPARE(row.data(ChatListModel::GuidRole).toString(), QStringLiteral("guid-1"));
+        QCOMPARE(row.data(Qt::AccessibleTextRole).toString(),
+            QStringLiteral("Ärzte & Co., group, ") + subtitle);
         QVERIFY(!row.data(Qt::DecorationRole).isValid());
         QVERIFY(!row.data(Qt::ToolTipRole).isValid());
     }
@@ -71,7 +73,7 @@ private slots:
         preview.titles.erase(1);
         AppState state(preview);
         const ChatListModel model(state);
-        QCOMPARE(titlesOf(model), (QStringList{QString(), u"Chat 2"_s}));
+        QCOMPARE(titlesOf(model), (QStringList{QString(), QStringLiteral("Chat 2")}));
         QCOMPARE(model.index(0).data(ChatListModel::SearchRole).toString(), QString());
     }
 
@@ -120,7 +122,7 @@ private slots:
         ChatListModel model(state);
         QSignalSpy changed(&model, &ChatListModel::dataChanged);
         QVERIFY(!model.setData(model.index(0), Qt::Checked, Qt::CheckStateRole));
-        QVERIFY(!model.setData(model.index(1), u"another title"_s, Qt::EditRole));
+        QVERIFY(!model.setData(model.index(1), QStringLiteral("another title"), Qt::EditRole));
         QCOMPARE(state.selected(), std::set<std::string>{"guid-1"});
         QCOMPARE(changed.count(), 0);
     }
@@ -145,7 +147,9 @@ private slots:
         const QAbstractItemModelTester tester(&model, Mode::Fatal);
         setup.addChats(2);
         reload(state);
-        QCOMPARE(titlesOf(model), (QStringList{u"Chat 3"_s, u"Chat 2"_s, u"Chat 1"_s}));
+        QCOMPARE(titlesOf(model),
+            (QStringList{
+                QStringLiteral("Chat 3"), QStringLiteral("Chat 2"), QStringLiteral("Chat 1")}));
     }
 
     void sameChatsChangeInPlace()
@@ -164,8 +168,8 @@ private slots:
         QCOMPARE(changes.count(), 1);
         QCOMPARE(changes[0][0].value<QModelIndex>().row(), 0);
         QCOMPARE(changes[0][1].value<QModelIndex>().row(), 2);
-        QCOMPARE(second.data().toString(), u"Renamed"_s);
-        QCOMPARE(second.data(ChatListModel::SearchRole).toString(), u"renamed"_s);
+        QCOMPARE(second.data().toString(), QStringLiteral("Renamed"));
+        QCOMPARE(second.data(ChatListModel::SearchRole).toString(), QStringLiteral("renamed"));
     }
 
     void otherChatsResetTheModel_data()

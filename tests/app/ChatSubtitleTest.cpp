@@ -8,8 +8,6 @@
 #include <iostream>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The line below a title in the list. A process reads its locale and time zone only once, so for
 /// each of them this program starts itself and prints one subtitle.
 class ChatSubtitleTest : public WindowTest {
@@ -23,27 +21,28 @@ private slots:
         QTest::addColumn<QString>("locale");
         QTest::addColumn<qint64>("messages");
         QTest::addColumn<QString>("wanted");
-        QTest::newRow("American") << u"en_US.UTF-8"_s << qint64{12480}
-                                  << u"12,480 messages, last Jan 1, 2026"_s;
-        QTest::newRow("British") << u"en_GB.UTF-8"_s << qint64{12480}
-                                 << u"12,480 messages, last 1 Jan 2026"_s;
-        QTest::newRow("German") << u"de_DE.UTF-8"_s << qint64{12480}
-                                << u"12.480 messages, last 1. Jan. 2026"_s;
-        QTest::newRow("French") << u"fr_FR.UTF-8"_s << qint64{12480}
-                                << u"12\u202F480 messages, last 1 janv. 2026"_s;
-        QTest::newRow("Japanese") << u"ja_JP.UTF-8"_s << qint64{12480}
-                                  << u"12,480 messages, last 2026年1月1日"_s;
-        QTest::newRow("none") << u"C"_s << qint64{12480} << u"12,480 messages, last 1 Jan 2026"_s;
+        QTest::newRow("American") << QStringLiteral("en_US.UTF-8") << qint64{12480}
+                                  << QStringLiteral("12,480 messages, last Jan 1, 2026");
+        QTest::newRow("British") << QStringLiteral("en_GB.UTF-8") << qint64{12480}
+                                 << QStringLiteral("12,480 messages, last 1 Jan 2026");
+        QTest::newRow("German") << QStringLiteral("de_DE.UTF-8") << qint64{12480}
+                                << QStringLiteral("12.480 messages, last 1. Jan. 2026");
+        QTest::newRow("French") << QStringLiteral("fr_FR.UTF-8") << qint64{12480}
+                                << QStringLiteral("12\u202F480 messages, last 1 janv. 2026");
+        QTest::newRow("Japanese") << QStringLiteral("ja_JP.UTF-8") << qint64{12480}
+                                  << QStringLiteral("12,480 messages, last 2026年1月1日");
+        QTest::newRow("none") << QStringLiteral("C") << qint64{12480}
+                              << QStringLiteral("12,480 messages, last 1 Jan 2026");
         QTest::newRow("none given")
-            << QString() << qint64{12480} << u"12,480 messages, last 1 Jan 2026"_s;
-        QTest::newRow("no messages")
-            << u"en_US.UTF-8"_s << qint64{0} << u"0 messages, last Jan 1, 2026"_s;
-        QTest::newRow("one message is plural, too")
-            << u"en_US.UTF-8"_s << qint64{1} << u"1 messages, last Jan 1, 2026"_s;
-        QTest::newRow("below a thousand")
-            << u"en_US.UTF-8"_s << qint64{999} << u"999 messages, last Jan 1, 2026"_s;
-        QTest::newRow("a million")
-            << u"en_US.UTF-8"_s << qint64{1'234'567} << u"1,234,567 messages, last Jan 1, 2026"_s;
+            << QString() << qint64{12480} << QStringLiteral("12,480 messages, last 1 Jan 2026");
+        QTest::newRow("no messages") << QStringLiteral("en_US.UTF-8") << qint64{0}
+                                     << QStringLiteral("0 messages, last Jan 1, 2026");
+        QTest::newRow("one message is plural, too") << QStringLiteral(
+            "en_US.UTF-8") << qint64{1} << QStringLiteral("1 messages, last Jan 1, 2026");
+        QTest::newRow("below a thousand") << QStringLiteral("en_US.UTF-8") << qint64{999}
+                                          << QStringLiteral("999 messages, last Jan 1, 2026");
+        QTest::newRow("a million") << QStringLiteral("en_US.UTF-8") << qint64{1'234'567}
+                                   << QStringLiteral("1,234,567 messages, last Jan 1, 2026");
     }
 
     void numberAndDateAreWrittenAsTheLocaleDoes()
@@ -52,24 +51,30 @@ private slots:
         QFETCH(qint64, messages);
         QFETCH(QString, wanted);
         constexpr double noon = newYear2026 + 12 * 3600;
-        QCOMPARE(subtitleIn({{u"LC_ALL"_s, locale}, {u"TZ"_s, u"UTC"_s}}, messages, noon), wanted);
+        QCOMPARE(subtitleIn({{QStringLiteral("LC_ALL"), locale},
+                                {QStringLiteral("TZ"), QStringLiteral("UTC")}},
+                     messages, noon),
+            wanted);
     }
 
     void dateGoesByTheVariableForDatesAndNumberByTheOneForNumbers()
     {
-        const QString subtitle = subtitleIn(
-            {{u"LANG"_s, u"en_US.UTF-8"_s}, {u"LC_TIME"_s, u"de_DE.UTF-8"_s}, {u"TZ"_s, u"UTC"_s}},
-            12480, newYear2026);
-        QCOMPARE(subtitle, u"12,480 messages, last 1. Jan. 2026"_s);
+        const QString subtitle
+            = subtitleIn({{QStringLiteral("LANG"), QStringLiteral("en_US.UTF-8")},
+                             {QStringLiteral("LC_TIME"), QStringLiteral("de_DE.UTF-8")},
+                             {QStringLiteral("TZ"), QStringLiteral("UTC")}},
+                12480, newYear2026);
+        QCOMPARE(subtitle, QStringLiteral("12,480 messages, last 1. Jan. 2026"));
     }
 
     void dateIsThatOfTheSystemsTimeZone_data()
     {
         QTest::addColumn<QString>("zone");
         QTest::addColumn<QString>("date");
-        QTest::newRow("Tokyo") << u"Asia/Tokyo"_s << u"Jan 1, 2026"_s;
-        QTest::newRow("UTC") << u"UTC"_s << u"Jan 1, 2026"_s;
-        QTest::newRow("New York") << u"America/New_York"_s << u"Dec 31, 2025"_s;
+        QTest::newRow("Tokyo") << QStringLiteral("Asia/Tokyo") << QStringLiteral("Jan 1, 2026");
+        QTest::newRow("UTC") << QStringLiteral("UTC") << QStringLiteral("Jan 1, 2026");
+        QTest::newRow("New York") << QStringLiteral("America/New_York")
+                                  << QStringLiteral("Dec 31, 2025");
     }
 
     void dateIsThatOfTheSystemsTimeZone()
@@ -77,14 +82,16 @@ private slots:
         QFETCH(QString, zone);
         QFETCH(QString, date);
         const QString subtitle
-            = subtitleIn({{u"LC_ALL"_s, u"en_US.UTF-8"_s}, {u"TZ"_s, zone}}, 2, newYear2026);
-        QCOMPARE(subtitle, u"2 messages, last "_s + date);
+            = subtitleIn({{QStringLiteral("LC_ALL"), QStringLiteral("en_US.UTF-8")},
+                             {QStringLiteral("TZ"), zone}},
+                2, newYear2026);
+        QCOMPARE(subtitle, QStringLiteral("2 messages, last ") + date);
     }
 
     void chatWithoutADateHasNone()
     {
-        QCOMPARE(chatSubtitle({.messageCount = 0}), u"0 messages"_s);
-        QCOMPARE(chatSubtitle({.messageCount = 7}), u"7 messages"_s);
+        QCOMPARE(chatSubtitle({.messageCount = 0}), QStringLiteral("0 messages"));
+        QCOMPARE(chatSubtitle({.messageCount = 7}), QStringLiteral("7 messages"));
     }
 
 private:
@@ -94,7 +101,7 @@ private:
     static QString subtitleIn(const Variables& variables, qint64 messages, double date)
     {
         QProcessEnvironment environment;
-        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         for (const auto& [name, value] : variables) {
             if (!value.isEmpty())
                 environment.insert(name, value);
@@ -102,7 +109,8 @@ private:
         QProcess process;
         process.setProcessEnvironment(environment);
         process.start(QCoreApplication::applicationFilePath(),
-            {u"--subtitle"_s, QString::number(messages), QString::number(date, 'f', 0)});
+            {QStringLiteral("--subtitle"), QString::number(messages),
+                QString::number(date, 'f', 0)});
         process.waitForFinished();
         return QString::fromUtf8(process.readAllStandardOutput());
     }

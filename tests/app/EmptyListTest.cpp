@@ -7,8 +7,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The text shown in place of a list without rows.
 class EmptyListTest : public WindowTest {
     Q_OBJECT
@@ -21,10 +19,10 @@ private slots:
         window.show();
         QVERIFY(!textOf(window));
         auto& search = child<QLineEdit>(window, "search");
-        search.setText(u"  Zoë & <b>Co</b> "_s);
-        QCOMPARE(textOf(window), u"No chat matches “Zoë & <b>Co</b>”."_s);
+        search.setText(QStringLiteral("  Zoë & <b>Co</b> "));
+        QCOMPARE(textOf(window), QStringLiteral("No chat matches “Zoë & <b>Co</b>”."));
         QVERIFY(!child(window, "chats").isVisible());
-        search.setText(u"chat 2"_s);
+        search.setText(QStringLiteral("chat 2"));
         QVERIFY(!textOf(window));
         QVERIFY(child(window, "chats").isVisible());
     }
@@ -35,8 +33,8 @@ private slots:
         ContentView window(setup.start());
         window.show();
         const QString text = textOf(window).value_or(QString());
-        QVERIFY2(text.startsWith(u"No chats yet"_s), qPrintable(text));
-        child<QLineEdit>(window, "search").setText(u"x"_s);
+        QVERIFY2(text.startsWith(QStringLiteral("No chats yet")), qPrintable(text));
+        child<QLineEdit>(window, "search").setText(QStringLiteral("x"));
         QCOMPARE(textOf(window), text); // no search can match in an empty list
     }
 
@@ -79,7 +77,7 @@ private slots:
 private:
     static std::optional<QString> textOf(const ContentView& window)
     {
-        const auto* text = window.findChild<QLabel*>(u"nothing"_s);
+        const auto* text = window.findChild<QLabel*>(QStringLiteral("nothing"));
         return text && text->isVisible() ? std::optional(text->text()) : std::nullopt;
     }
 };

@@ -13,8 +13,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 class FooterTest : public WindowTest {
     Q_OBJECT
 
@@ -24,16 +22,23 @@ private slots:
         QTest::addColumn<QString>("folder");
         QTest::addColumn<QString>("home");
         QTest::addColumn<QString>("wanted");
-        QTest::newRow("below home") << u"/home/ann/Docs/Out"_s << u"/home/ann"_s << u"~/Docs/Out"_s;
-        QTest::newRow("home") << u"/home/ann"_s << u"/home/ann"_s << u"~"_s;
-        QTest::newRow("elsewhere") << u"/mnt/disk/Out"_s << u"/home/ann"_s << u"/mnt/disk/Out"_s;
+        QTest::newRow("below home") << QStringLiteral("/home/ann/Docs/Out")
+                                    << QStringLiteral("/home/ann") << QStringLiteral("~/Docs/Out");
+        QTest::newRow("home") << QStringLiteral("/home/ann") << QStringLiteral("/home/ann")
+                              << QStringLiteral("~");
+        QTest::newRow("elsewhere") << QStringLiteral("/mnt/disk/Out") << QStringLiteral("/home/ann")
+                                   << QStringLiteral("/mnt/disk/Out");
         QTest::newRow("a home that begins alike")
-            << u"/home/anna/Out"_s << u"/home/ann"_s << u"/home/anna/Out"_s;
+            << QStringLiteral("/home/anna/Out") << QStringLiteral("/home/ann")
+            << QStringLiteral("/home/anna/Out");
         QTest::newRow("home further below")
-            << u"/mnt/home/ann/Out"_s << u"/home/ann"_s << u"/mnt/home/ann/Out"_s;
+            << QStringLiteral("/mnt/home/ann/Out") << QStringLiteral("/home/ann")
+            << QStringLiteral("/mnt/home/ann/Out");
         QTest::newRow("home written otherwise")
-            << u"/Home/Ann/Out"_s << u"/home/ann"_s << u"/Home/Ann/Out"_s;
-        QTest::newRow("a home at the root") << u"/Out"_s << u"/"_s << u"/Out"_s;
+            << QStringLiteral("/Home/Ann/Out") << QStringLiteral("/home/ann")
+            << QStringLiteral("/Home/Ann/Out");
+        QTest::newRow("a home at the root")
+            << QStringLiteral("/Out") << QStringLiteral("/") << QStringLiteral("/Out");
     }
 
     void homeIsShownAsATilde()
@@ -51,9 +56,9 @@ private slots:
         const OneLine& folder = child<OneLine>(window, "folder");
         QCOMPARE(folder.font().pixelSize(), 11);
         setup.state().setOutputFolder(QDir::homePath().toStdString() + "/Documents/Mine");
-        QCOMPARE(folder.text(), u"~/Documents/Mine"_s);
+        QCOMPARE(folder.text(), QStringLiteral("~/Documents/Mine"));
         setup.state().setOutputFolder("/elsewhere");
-        QCOMPARE(folder.text(), u"/elsewhere"_s);
+        QCOMPARE(folder.text(), QStringLiteral("/elsewhere"));
     }
 
     void longFolderIsCutInTheMiddle()
@@ -70,7 +75,8 @@ private slots:
         OneLine cut(folder.font(), Look::mute, Qt::ElideNone);
         cut.setText(
             QFontMetrics(folder.font()).elidedText(folder.text(), Qt::ElideMiddle, folder.width()));
-        QVERIFY(cut.text().startsWith(u"/start/"_s) && cut.text().endsWith(u"/end"_s));
+        QVERIFY(cut.text().startsWith(QStringLiteral("/start/"))
+            && cut.text().endsWith(QStringLiteral("/end")));
         cut.resize(folder.size());
         QCOMPARE(pictureOf(folder), pictureOf(cut));
     }
@@ -84,7 +90,7 @@ private slots:
         setup.picked = "/somewhere/new";
         QTest::mouseClick(&child(window, "change"), Qt::LeftButton);
         QCOMPARE(setup.startsOfPicks, std::vector<std::filesystem::path>{"/somewhere"});
-        QCOMPARE(child<OneLine>(window, "folder").text(), u"/somewhere/new"_s);
+        QCOMPARE(child<OneLine>(window, "folder").text(), QStringLiteral("/somewhere/new"));
         QCOMPARE(Settings().folder(), std::optional<std::filesystem::path>("/somewhere/new"));
     }
 
@@ -96,7 +102,7 @@ private slots:
         setup.state().setOutputFolder("/somewhere/old");
         QTest::mouseClick(&child(window, "change"), Qt::LeftButton);
         QCOMPARE(setup.startsOfPicks.size(), std::size_t{1});
-        QCOMPARE(child<OneLine>(window, "folder").text(), u"/somewhere/old"_s);
+        QCOMPARE(child<OneLine>(window, "folder").text(), QStringLiteral("/somewhere/old"));
         QCOMPARE(Settings().folder(), std::optional<std::filesystem::path>("/somewhere/old"));
     }
 
@@ -106,7 +112,7 @@ private slots:
         ContentView window(setup.start());
         window.show();
         CoralSwitch& flip = child<CoralSwitch>(window, "autoSync");
-        QCOMPARE(flip.text(), u"Keep the export fresh every 30 seconds"_s);
+        QCOMPARE(flip.text(), QStringLiteral("Keep the export fresh every 30 seconds"));
         QCOMPARE(flip.font().pixelSize(), 12);
         QVERIFY(flip.isChecked());
         QTest::mouseClick(&flip, Qt::LeftButton, {}, {flip.width() - 20, flip.height() / 2});
@@ -135,21 +141,21 @@ private slots:
         ContentView window(setup.start());
         const auto& status = child<QLabel>(window, "status");
         QCOMPARE(status.font().pixelSize(), 11);
-        QCOMPARE(status.text(), u"3 chats · 0 selected"_s);
+        QCOMPARE(status.text(), QStringLiteral("3 chats · 0 selected"));
         setup.state().syncNow();
-        QCOMPARE(status.text(), u"Select at least one chat"_s);
+        QCOMPARE(status.text(), QStringLiteral("Select at least one chat"));
     }
 
     void longStatusWrapsAndTheListMakesRoom_data()
     {
         QTest::addColumn<QString>("status");
-        QTest::newRow("no link")
-            << u"Could not create a transfer link. Check Wi-Fi and select one chat."_s;
-        QTest::newRow("too large")
-            << u"This export is over 64 MB. Choose a smaller date range before transferring."_s;
+        QTest::newRow("no link") << QStringLiteral(
+            "Could not create a transfer link. Check Wi-Fi and select one chat.");
+        QTest::newRow("too large") << QStringLiteral(
+            "This export is over 64 MB. Choose a smaller date range before transferring.");
         QTest::newRow("another export")
-            << u"Error: Another export is running (korvane-sync, process 123456)."_s;
-        QTest::newRow("one long word") << u"Error: "_s + QString(60, u'm');
+            << QStringLiteral("Error: Another export is running (korvane-sync, process 123456).");
+        QTest::newRow("one long word") << QStringLiteral("Error: ") + QString(60, u'm');
     }
 
     void longStatusWrapsAndTheListMakesRoom()
@@ -190,7 +196,7 @@ private slots:
         auto& label = child<Paragraph>(window, "status");
         label.setText(QString(100, u'm'));
         QTRY_VERIFY(child(window, "chats").height() < before);
-        label.setText(u"brief"_s);
+        label.setText(QStringLiteral("brief"));
         QTRY_COMPARE(child(window, "chats").height(), before);
     }
 
@@ -243,11 +249,11 @@ private slots:
         QVERIFY(sync.isEnabled()); // during an export, too
         QTest::mouseClick(&sync, Qt::LeftButton); // ignored while one runs
         QTRY_COMPARE(statuses.size(), 2);
-        QVERIFY(statuses[0].startsWith(u"Added 1 messages · "_s));
-        QCOMPARE(statuses[1], u"2 chats · 1 selected"_s);
+        QVERIFY(statuses[0].startsWith(QStringLiteral("Added 1 messages · ")));
+        QCOMPARE(statuses[1], QStringLiteral("2 chats · 1 selected"));
         QCOMPARE(QDir(QString::fromStdString(setup.db.folder() + "/export"))
                      .entryList(QDir::Files)
-                     .filter(u".txt"_s)
+                     .filter(QStringLiteral(".txt"))
                      .size(),
             1);
     }
@@ -266,9 +272,9 @@ private slots:
     {
         AppState state(PreviewStates::list());
         ContentView window(state);
-        QCOMPARE(child<Word>(window, "change").text(), u"Change"_s);
-        QCOMPARE(child<Word>(window, "syncNow").text(), u"Sync now"_s);
-        QCOMPARE(child<Word>(window, "quit").text(), u"Quit"_s);
+        QCOMPARE(child<Word>(window, "change").text(), QStringLiteral("Change"));
+        QCOMPARE(child<Word>(window, "syncNow").text(), QStringLiteral("Sync now"));
+        QCOMPARE(child<Word>(window, "quit").text(), QStringLiteral("Quit"));
     }
 };
 

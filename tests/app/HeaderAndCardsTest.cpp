@@ -10,8 +10,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// Which card the window shows, and its contents.
 class HeaderAndCardsTest : public WindowTest {
     Q_OBJECT
@@ -27,13 +25,14 @@ private slots:
         QTest::addColumn<QString>("subtitle");
         QTest::addColumn<int>("height");
         QTest::newRow("chats") << false << false << int{Chats}
-                               << u"Pick one chat, send it to your iPhone."_s << 600;
+                               << QStringLiteral("Pick one chat, send it to your iPhone.") << 600;
         QTest::newRow("code") << false << true << int{Transfer}
-                              << u"Point your iPhone at the code."_s << 660;
-        QTest::newRow("no access")
-            << true << false << int{Access} << u"Needs a key to your Messages."_s << 600;
+                              << QStringLiteral("Point your iPhone at the code.") << 660;
+        QTest::newRow("no access") << true << false << int{Access}
+                                   << QStringLiteral("Needs a key to your Messages.") << 600;
         QTest::newRow("no access beats a code")
-            << true << true << int{Access} << u"Needs a key to your Messages."_s << 600;
+            << true << true << int{Access} << QStringLiteral("Needs a key to your Messages.")
+            << 600;
     }
 
     void exactlyOnePaneIsShown()
@@ -61,7 +60,7 @@ private slots:
     {
         AppState state(PreviewStates::list());
         ContentView window(state);
-        const QLabel& name = textOf(window, u"Korvane Sync"_s);
+        const QLabel& name = textOf(window, QStringLiteral("Korvane Sync"));
         QCOMPARE(name.font().pixelSize(), 24);
         QCOMPARE(name.font().weight(), QFont::DemiBold);
         QCOMPARE(name.font().families(), Look::roundedFont(24, QFont::DemiBold).families());
@@ -77,7 +76,7 @@ private slots:
         window.show();
         const QImage picture = pictureOf(window, 2);
         const QImage guide = Look::image(Look::Drawing::Guide, 52, 2).toImage();
-        const QRect name = placeIn(window, textOf(window, u"Korvane Sync"_s));
+        const QRect name = placeIn(window, textOf(window, QStringLiteral("Korvane Sync")));
         QVERIFY(name.left() >= 18 + 52);
         int alike = 0;
         int opaque = 0;
@@ -98,14 +97,15 @@ private slots:
         AppState state(PreviewStates::access());
         ContentView window(state);
         window.show();
-        const QLabel& title = textOf(window, u"Full Disk Access"_s);
+        const QLabel& title = textOf(window, QStringLiteral("Full Disk Access"));
         QCOMPARE(title.font().pixelSize(), 20);
         QCOMPARE(title.font().weight(), QFont::DemiBold);
         const QLabel& text = textOf(window, why());
         QCOMPARE(text.font().pixelSize(), 13);
         QCOMPARE(text.palette().color(QPalette::WindowText), Look::faded(Look::cream, 0.85));
-        QCOMPARE(child<Pill>(window, "openSettings").text(), u"Open System Settings"_s);
-        QCOMPARE(child<Word>(window, "tryAgain").text(), u"Try again"_s);
+        QCOMPARE(
+            child<Pill>(window, "openSettings").text(), QStringLiteral("Open System Settings"));
+        QCOMPARE(child<Word>(window, "tryAgain").text(), QStringLiteral("Try again"));
     }
 
     void accessCardIsLaidOutToThePoint()
@@ -113,7 +113,7 @@ private slots:
         AppState state(PreviewStates::access());
         ContentView window(state);
         window.show();
-        const QLabel& title = textOf(window, u"Full Disk Access"_s);
+        const QLabel& title = textOf(window, QStringLiteral("Full Disk Access"));
         const QWidget& card = *title.parentWidget();
         QCOMPARE(placeIn(card, title).topLeft(), QPoint(16, 16));
         const QRect open = placeIn(card, child(window, "openSettings"));
@@ -154,7 +154,8 @@ private slots:
         QTest::mouseClick(&child(window, "openSettings"), Qt::LeftButton);
         QCOMPARE(setup.openedUrls.size(), std::size_t{1});
         QCOMPARE(setup.openedUrls[0].toString(),
-            u"x-apple.systempreferences:com.apple.preference.security?Privacy_AllFiles"_s);
+            QStringLiteral(
+                "x-apple.systempreferences:com.apple.preference.security?Privacy_AllFiles"));
         setup.db.sql().execute("ALTER TABLE elsewhere RENAME TO chat");
         QTest::mouseClick(&child(window, "tryAgain"), Qt::LeftButton);
         QTRY_VERIFY(child(window, "chats").isVisible());
@@ -166,19 +167,21 @@ private slots:
         AppState state(PreviewStates::qr());
         ContentView window(state);
         const OneLine& title = child<OneLine>(window, "transferTitle");
-        QCOMPARE(title.text(), u"The Weekend People"_s);
+        QCOMPARE(title.text(), QStringLiteral("The Weekend People"));
         QCOMPARE(title.font().pixelSize(), 18);
         QCOMPARE(title.font().weight(), QFont::DemiBold);
         const QLabel& how = textOf(window,
-            u"Open the Camera on your iPhone and point it here. Both need the same Wi-Fi. Korvane "
-            "shows you the chat before anything is saved."_s);
+            QStringLiteral("Open the Camera on your iPhone and point it here. Both need the same "
+                           "Wi-Fi. Korvane "
+                           "shows you the chat before anything is saved."));
         QCOMPARE(how.font().pixelSize(), 13);
         QCOMPARE(how.palette().color(QPalette::WindowText), Look::faded(Look::cream, 0.85));
         const QLabel& warning = textOf(window,
-            u"The code works for 10 minutes. Anyone who scans it in that time can get this one "
-            "chat."_s);
+            QStringLiteral(
+                "The code works for 10 minutes. Anyone who scans it in that time can get this one "
+                "chat."));
         QCOMPARE(warning.font().pixelSize(), 11);
-        QCOMPARE(child<Word>(window, "done").text(), u"Done"_s);
+        QCOMPARE(child<Word>(window, "done").text(), QStringLiteral("Done"));
     }
 
     void transferCardIsLaidOutToThePoint()
@@ -253,9 +256,10 @@ private slots:
 private:
     static QString why()
     {
-        return u"Korvane Sync reads the Messages history on this Mac, and macOS keeps that behind "
-               "a switch. Turn on Korvane Sync in System Settings, Privacy & Security, Full Disk "
-               "Access, then come back."_s;
+        return QStringLiteral(
+            "Korvane Sync reads the Messages history on this Mac, and macOS keeps that behind "
+            "a switch. Turn on Korvane Sync in System Settings, Privacy & Security, Full Disk "
+            "Access, then come back.");
     }
 
     /// The label with this text. Aborts the test program if there is none.

@@ -10,8 +10,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The window, used by keyboard.
 class KeyboardTest : public WindowTest {
     Q_OBJECT
@@ -21,12 +19,18 @@ private slots:
     {
         QTest::addColumn<QString>("state");
         QTest::addColumn<QStringList>("order");
-        const QStringList footer{u"change"_s, u"autoSync"_s, u"syncNow"_s, u"quit"_s};
-        QTest::newRow("list") << u"list"_s
-                              << QStringList{u"search"_s, u"chats"_s, u"create"_s} + footer;
-        QTest::newRow("code") << u"code"_s << QStringList{u"done"_s} + footer;
-        QTest::newRow("access") << u"access"_s
-                                << QStringList{u"openSettings"_s, u"tryAgain"_s} + footer;
+        const QStringList footer{QStringLiteral("change"), QStringLiteral("autoSync"),
+            QStringLiteral("syncNow"), QStringLiteral("quit")};
+        QTest::newRow("list") << QStringLiteral("list")
+                              << QStringList{QStringLiteral("search"), QStringLiteral("chats"),
+                                     QStringLiteral("create")}
+                + footer;
+        QTest::newRow("code") << QStringLiteral("code")
+                              << QStringList{QStringLiteral("done")} + footer;
+        QTest::newRow("access") << QStringLiteral("access")
+                                << QStringList{QStringLiteral("openSettings"),
+                                       QStringLiteral("tryAgain")}
+                + footer;
     }
 
     void tabWalksThroughTheWindowInOrder()
@@ -36,7 +40,7 @@ private slots:
         AppState app(previewNamed(state));
         ContentView window(app);
         QVERIFY(showActive(window));
-        if (state == u"access"_s)
+        if (state == QStringLiteral("access"))
             QTest::keyClick(&window, Qt::Key_Tab); // in this state nothing has the focus at first
         QStringList walked;
         for (qsizetype i = 0; i < order.size(); ++i) {
@@ -115,7 +119,7 @@ private slots:
         QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
         window.close();
         QVERIFY(showActive(window));
-        QCOMPARE(focused(), u"done"_s);
+        QCOMPARE(focused(), QStringLiteral("done"));
         const QImage with = pictureOf(window);
         window.focusWidget()->clearFocus();
         QVERIFY(pictureOf(window) == with);
@@ -146,9 +150,9 @@ private slots:
         ContentView window(state);
         QVERIFY(showActive(window));
         auto& list = child<ChatListView>(window, "chats");
-        QTest::keyClicks(window.focusWidget(), u"chat 2"_s); // finds 2, 20, 21…
+        QTest::keyClicks(window.focusWidget(), QStringLiteral("chat 2")); // finds 2, 20, 21…
         QTest::keyClick(window.focusWidget(), Qt::Key_Down);
-        QCOMPARE(focused(), u"chats"_s);
+        QCOMPARE(focused(), QStringLiteral("chats"));
         QCOMPARE(list.currentIndex().row(), 0);
         QTest::keyClick(window.focusWidget(), Qt::Key_Down);
         QTest::keyClick(window.focusWidget(), Qt::Key_Space);
@@ -173,9 +177,9 @@ private slots:
         AppState state(previewOf(3));
         ContentView window(state);
         QVERIFY(showActive(window));
-        QTest::keyClicks(window.focusWidget(), u"nobody"_s);
+        QTest::keyClicks(window.focusWidget(), QStringLiteral("nobody"));
         QTest::keyClick(window.focusWidget(), Qt::Key_Down);
-        QCOMPARE(focused(), u"search"_s);
+        QCOMPARE(focused(), QStringLiteral("search"));
     }
 
     void windowOpensWithTheKeyboardWhereItIsWanted()
@@ -183,11 +187,11 @@ private slots:
         AppState list(PreviewStates::list());
         ContentView window(list);
         QVERIFY(showActive(window));
-        QCOMPARE(focused(), u"search"_s);
+        QCOMPARE(focused(), QStringLiteral("search"));
         AppState qr(PreviewStates::qr());
         ContentView withCode(qr);
         QVERIFY(showActive(withCode));
-        QCOMPARE(focused(), u"done"_s);
+        QCOMPARE(focused(), QStringLiteral("done"));
     }
 
     void typingFilters()
@@ -196,9 +200,9 @@ private slots:
         ContentView window(state);
         QVERIFY(showActive(window));
         const auto& list = child<ChatListView>(window, "chats");
-        QTest::keyClicks(window.focusWidget(), u" MAYA"_s);
+        QTest::keyClicks(window.focusWidget(), QStringLiteral(" MAYA"));
         QCOMPARE(list.model()->rowCount(), 1);
-        QTest::keyClicks(window.focusWidget(), u"x"_s);
+        QTest::keyClicks(window.focusWidget(), QStringLiteral("x"));
         QCOMPARE(list.model()->rowCount(), 0);
         for (int i = 0; i < 6; ++i)
             QTest::keyClick(window.focusWidget(), Qt::Key_Backspace);
@@ -212,7 +216,7 @@ private slots:
         ContentView window(setup.start());
         QVERIFY(showActive(window));
         QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
-        QCOMPARE(focused(), u"chats"_s);
+        QCOMPARE(focused(), QStringLiteral("chats"));
         QWidget* list = window.focusWidget();
         QTest::keyClick(list, Qt::Key_Down);
         QTest::keyClick(list, Qt::Key_Space);
@@ -263,7 +267,7 @@ private slots:
         QVERIFY(setup.state().isSyncing());
         QTRY_VERIFY(setup.state().transferQR());
         QTRY_VERIFY(child(window, "code").isVisible());
-        QCOMPARE(focused(), u"done"_s);
+        QCOMPARE(focused(), QStringLiteral("done"));
         QVERIFY(setup.startsOfPicks.empty());
     }
 
@@ -309,7 +313,7 @@ private slots:
         QVERIFY(showActive(window));
         QTest::keyClick(window.focusWidget(), Qt::Key_Return);
         QVERIFY(!state.transferQR());
-        QCOMPARE(focused(), u"search"_s);
+        QCOMPARE(focused(), QStringLiteral("search"));
     }
 
     void returnPressesTheButtonsOfTheAccessCard()
@@ -337,7 +341,7 @@ private slots:
         AppState state(PreviewStates::qr());
         ContentView window(state);
         QVERIFY(showActive(window));
-        QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Return, {}, u"\r"_s, true);
+        QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Return, {}, QStringLiteral("\r"), true);
         QApplication::sendEvent(window.focusWidget(), &repeated);
         QVERIFY(state.transferQR());
         WindowSetup setup;
@@ -379,7 +383,7 @@ private slots:
         QVERIFY(showActive(window));
         QTest::keyClick(window.focusWidget(), Qt::Key_Space);
         QVERIFY(!state.transferQR());
-        QCOMPARE(focused(), u"search"_s);
+        QCOMPARE(focused(), QStringLiteral("search"));
     }
 
     void spaceFlipsTheSwitch()
@@ -426,9 +430,9 @@ private slots:
 private:
     static AppState::Preview previewNamed(const QString& name)
     {
-        return name == u"list"_s ? PreviewStates::list()
-            : name == u"code"_s  ? PreviewStates::qr()
-                                 : PreviewStates::access();
+        return name == QStringLiteral("list") ? PreviewStates::list()
+            : name == QStringLiteral("code")  ? PreviewStates::qr()
+                                              : PreviewStates::access();
     }
 
     static void click(QWidget& control)

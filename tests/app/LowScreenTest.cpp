@@ -10,8 +10,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The window on a screen that is lower than the window wants to be: 600 points, or as many as the
 /// environment variable SCREEN_HEIGHT says.
 class LowScreenTest : public WindowTest {
@@ -24,8 +22,8 @@ public:
         if (!qEnvironmentVariableIsSet("SCREEN_HEIGHT"))
             qputenv("SCREEN_HEIGHT", "600");
         static const QTemporaryDir folder;
-        useScreen(
-            folder.path() + u"/screens.json"_s, 800, qEnvironmentVariableIntValue("SCREEN_HEIGHT"));
+        useScreen(folder.path() + QStringLiteral("/screens.json"), 800,
+            qEnvironmentVariableIntValue("SCREEN_HEIGHT"));
     }
 
 private slots:
@@ -37,7 +35,8 @@ private slots:
         ContentView window(state);
         window.show();
         QCOMPARE(window.screen()->availableGeometry().height(), height());
-        QCOMPARE(window.size(), QSize(400, heightFor(window, name == u"code"_s ? 660 : 600)));
+        QCOMPARE(window.size(),
+            QSize(400, heightFor(window, name == QStringLiteral("code") ? 660 : 600)));
     }
 
     void heightFollowsTheState()
@@ -120,9 +119,9 @@ private:
 
     static AppState::Preview previewNamed(const QString& name)
     {
-        return name == u"list"_s ? PreviewStates::list()
-            : name == u"code"_s  ? PreviewStates::qr()
-                                 : PreviewStates::access();
+        return name == QStringLiteral("list") ? PreviewStates::list()
+            : name == QStringLiteral("code")  ? PreviewStates::qr()
+                                              : PreviewStates::access();
     }
 };
 

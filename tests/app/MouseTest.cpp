@@ -16,8 +16,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The window, used by mouse. The test runs at several scale factors.
 class MouseTest : public WindowTest {
     Q_OBJECT
@@ -107,7 +105,7 @@ private slots:
         ContentView window(state);
         window.show();
         auto& list = child<ChatListView>(window, "chats");
-        child<QLineEdit>(window, "search").setText(u"chat 17"_s);
+        child<QLineEdit>(window, "search").setText(QStringLiteral("chat 17"));
         QCOMPARE(list.model()->rowCount(), 1);
         clickRow(list, 0);
         QCOMPARE(state.selected(), std::set<std::string>{"guid-17"});
@@ -120,13 +118,13 @@ private slots:
         window.show();
         auto& list = child<ChatListView>(window, "chats");
         Pill& button = child<Pill>(window, "create");
-        QCOMPARE(button.text(), u"Pick one chat"_s);
+        QCOMPARE(button.text(), QStringLiteral("Pick one chat"));
         QVERIFY(!button.isEnabled());
         clickRow(list, 0);
-        QCOMPARE(button.text(), u"Create Korvane QR"_s);
+        QCOMPARE(button.text(), QStringLiteral("Create Korvane QR"));
         QVERIFY(button.isEnabled());
         clickRow(list, 1);
-        QCOMPARE(button.text(), u"Pick one chat"_s);
+        QCOMPARE(button.text(), QStringLiteral("Pick one chat"));
         QVERIFY(!button.isEnabled());
     }
 
@@ -139,7 +137,7 @@ private slots:
         clickRow(child<ChatListView>(window, "chats"), 1);
         QTest::mouseClick(&child(window, "create"), Qt::LeftButton);
         QTRY_VERIFY(child(window, "code").isVisible());
-        QCOMPARE(child<OneLine>(window, "transferTitle").text(), u"Chat 2"_s);
+        QCOMPARE(child<OneLine>(window, "transferTitle").text(), QStringLiteral("Chat 2"));
         QCOMPARE(setup.state().status(), std::string("Ready to scan · link expires in 10 minutes"));
         QCOMPARE(window.size(), QSize(400, 660));
         const QImage picture = window.grab().toImage();
@@ -239,10 +237,11 @@ private slots:
     {
         QTest::addColumn<QString>("title");
         QTest::addColumn<bool>("isCut");
-        QTest::newRow("short") << u"Dad"_s << false;
-        QTest::newRow("long") << QString(u"Planning <b>the</b> party & more, "_s).repeated(5)
-                              << true;
-        QTest::newRow("long, from right to left") << QString(u"שלום לכולם "_s).repeated(20) << true;
+        QTest::newRow("short") << QStringLiteral("Dad") << false;
+        QTest::newRow("long")
+            << QString(QStringLiteral("Planning <b>the</b> party & more, ")).repeated(5) << true;
+        QTest::newRow("long, from right to left")
+            << QString(QStringLiteral("שלום לכולם ")).repeated(20) << true;
     }
 
     void cutTitleIsShownInFullByATooltip()

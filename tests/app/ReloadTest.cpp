@@ -5,8 +5,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// A list of 10,000 chats is reloaded while the user is somewhere in its middle.
 class ReloadTest : public WindowTest {
     Q_OBJECT
@@ -95,14 +93,14 @@ private slots:
         ContentView window(setup.start());
         QVERIFY(showActive(window));
         auto& search = child<QLineEdit>(window, "search");
-        QTest::keyClicks(&search, u"chat 1"_s);
+        QTest::keyClicks(&search, QStringLiteral("chat 1"));
         search.setCursorPosition(3);
         const auto& list = child<ChatListView>(window, "chats");
         QCOMPARE(list.model()->rowCount(), 12);
         setup.db.sql().execute(newOnTop());
         reload(setup.state());
         QVERIFY(search.hasFocus());
-        QCOMPARE(search.text(), u"chat 1"_s);
+        QCOMPARE(search.text(), QStringLiteral("chat 1"));
         QCOMPARE(search.cursorPosition(), 3);
         QCOMPARE(list.model()->rowCount(), 12);
     }
@@ -113,7 +111,7 @@ private slots:
         setup.addChats(count);
         ContentView window(setup.start());
         QVERIFY(showActive(window));
-        child<QLineEdit>(window, "search").setText(u"chat 5"_s);
+        child<QLineEdit>(window, "search").setText(QStringLiteral("chat 5"));
         auto& list = child<ChatListView>(window, "chats");
         goSomewhere(list);
         const int before = topOf(list, current);

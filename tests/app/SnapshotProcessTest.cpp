@@ -8,33 +8,31 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// Runs the window program with --snapshot: without a display, and without leaving other files.
 class SnapshotProcessTest : public WindowTest {
     Q_OBJECT
 
-    static inline const QStringList threeNames{
-        u"dropdown-access.png"_s, u"dropdown-list.png"_s, u"dropdown-qr.png"_s};
+    static inline const QStringList threeNames{QStringLiteral("dropdown-access.png"),
+        QStringLiteral("dropdown-list.png"), QStringLiteral("dropdown-qr.png")};
 
 private slots:
     void picturesAreWrittenUnderAnEmptyEnvironment()
     {
         const QTemporaryDir folder;
-        const QString target = folder.filePath(u"new/pictures"_s);
-        QCOMPARE(run({u"--snapshot"_s, target}, {}).code, 0);
+        const QString target = folder.filePath(QStringLiteral("new/pictures"));
+        QCOMPARE(run({QStringLiteral("--snapshot"), target}, {}).code, 0);
         QCOMPARE(QDir(target).entryList(QDir::Files), threeNames);
-        QCOMPARE(QImage(target + u"/dropdown-list.png"_s).size(), QSize(800, 1200));
-        QCOMPARE(QImage(target + u"/dropdown-qr.png"_s).size(), QSize(800, 1320));
-        QCOMPARE(QImage(target + u"/dropdown-access.png"_s).size(), QSize(800, 1200));
-        const auto link = readBack(QImage(target + u"/dropdown-qr.png"_s));
+        QCOMPARE(QImage(target + QStringLiteral("/dropdown-list.png")).size(), QSize(800, 1200));
+        QCOMPARE(QImage(target + QStringLiteral("/dropdown-qr.png")).size(), QSize(800, 1320));
+        QCOMPARE(QImage(target + QStringLiteral("/dropdown-access.png")).size(), QSize(800, 1200));
+        const auto link = readBack(QImage(target + QStringLiteral("/dropdown-qr.png")));
         QVERIFY(link && link->starts_with("https://"));
     }
 
     void picturesDiffer()
     {
         const QTemporaryDir folder;
-        QCOMPARE(run({u"--snapshot"_s, folder.path()}, {}).code, 0);
+        QCOMPARE(run({QStringLiteral("--snapshot"), folder.path()}, {}).code, 0);
         const QImage list(folder.filePath(threeNames[1]));
         const QImage qr(folder.filePath(threeNames[2]));
         const QImage access(folder.filePath(threeNames[0]));
@@ -47,11 +45,11 @@ private slots:
     {
         const QTemporaryDir folder;
         const QTemporaryDir home;
-        const Variables variables{{u"HOME"_s, home.path()},
-            {u"KORVANE_SYNC_HOME"_s, home.filePath(u"support"_s)},
-            {u"XDG_CONFIG_HOME"_s, home.filePath(u"config"_s)},
-            {u"XDG_DATA_HOME"_s, home.filePath(u"data"_s)}};
-        QCOMPARE(run({u"--snapshot"_s, folder.path()}, variables).code, 0);
+        const Variables variables{{QStringLiteral("HOME"), home.path()},
+            {QStringLiteral("KORVANE_SYNC_HOME"), home.filePath(QStringLiteral("support"))},
+            {QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config"))},
+            {QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data"))}};
+        QCOMPARE(run({QStringLiteral("--snapshot"), folder.path()}, variables).code, 0);
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files), threeNames);
         QCOMPARE(everythingIn(home.path()), QStringList());
     }
@@ -60,16 +58,16 @@ private slots:
     {
         const QTemporaryDir folder;
         const QTemporaryDir home;
-        const Variables variables{
-            {u"HOME"_s, home.path()}, {u"XDG_CONFIG_HOME"_s, home.filePath(u"config"_s)}};
-        QCOMPARE(run({u"--snapshot"_s, folder.path()}, variables).code, 0);
+        const Variables variables{{QStringLiteral("HOME"), home.path()},
+            {QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config"))}};
+        QCOMPARE(run({QStringLiteral("--snapshot"), folder.path()}, variables).code, 0);
         const QImage before(folder.filePath(threeNames[1]));
-        QDir(home.path()).mkpath(u"config/KorvaneSync"_s);
-        QFile settings(home.filePath(u"config/KorvaneSync/KorvaneSync.conf"_s));
+        QDir(home.path()).mkpath(QStringLiteral("config/KorvaneSync"));
+        QFile settings(home.filePath(QStringLiteral("config/KorvaneSync/KorvaneSync.conf")));
         QVERIFY(settings.open(QIODevice::WriteOnly));
         settings.write("[General]\nautoSync=false\nfolder=/somewhere/else\nselected=a, b\n");
         settings.close();
-        QCOMPARE(run({u"--snapshot"_s, folder.path()}, variables).code, 0);
+        QCOMPARE(run({QStringLiteral("--snapshot"), folder.path()}, variables).code, 0);
         QCOMPARE(QImage(folder.filePath(threeNames[1])), before);
     }
 
@@ -78,11 +76,14 @@ private slots:
     {
         QTest::addColumn<QString>("variable");
         QTest::addColumn<QString>("value");
-        QTest::newRow("scaled") << u"QT_SCALE_FACTOR"_s << u"2"_s;
-        QTest::newRow("scaled by a half") << u"QT_SCALE_FACTOR"_s << u"1.5"_s;
-        QTest::newRow("fonts enlarged") << u"QT_FONT_DPI"_s << u"144"_s;
-        QTest::newRow("a platform chosen") << u"QT_QPA_PLATFORM"_s << u"minimal"_s;
-        QTest::newRow("a display that is not there") << u"DISPLAY"_s << u":65000"_s;
+        QTest::newRow("scaled") << QStringLiteral("QT_SCALE_FACTOR") << QStringLiteral("2");
+        QTest::newRow("scaled by a half")
+            << QStringLiteral("QT_SCALE_FACTOR") << QStringLiteral("1.5");
+        QTest::newRow("fonts enlarged") << QStringLiteral("QT_FONT_DPI") << QStringLiteral("144");
+        QTest::newRow("a platform chosen")
+            << QStringLiteral("QT_QPA_PLATFORM") << QStringLiteral("minimal");
+        QTest::newRow("a display that is not there")
+            << QStringLiteral("DISPLAY") << QStringLiteral(":65000");
     }
 
     void picturesDoNotDependOnTheDesktop()
@@ -91,8 +92,8 @@ private slots:
         QFETCH(QString, value);
         const QTemporaryDir usual;
         const QTemporaryDir other;
-        QCOMPARE(run({u"--snapshot"_s, usual.path()}, {}).code, 0);
-        QCOMPARE(run({u"--snapshot"_s, other.path()}, {{variable, value}}).code, 0);
+        QCOMPARE(run({QStringLiteral("--snapshot"), usual.path()}, {}).code, 0);
+        QCOMPARE(run({QStringLiteral("--snapshot"), other.path()}, {{variable, value}}).code, 0);
         for (const QString& name : threeNames)
             QCOMPARE(QImage(other.filePath(name)), QImage(usual.filePath(name)));
     }
@@ -100,10 +101,11 @@ private slots:
     void folderThatCannotBeMadeIsNoError()
     {
         const QTemporaryDir folder;
-        QFile file(folder.filePath(u"file"_s));
+        QFile file(folder.filePath(QStringLiteral("file")));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        for (const QString& target : {file.fileName(), file.fileName() + u"/below"_s, QString()}) {
-            const Outcome outcome = run({u"--snapshot"_s, target}, {});
+        for (const QString& target :
+            {file.fileName(), file.fileName() + QStringLiteral("/below"), QString()}) {
+            const Outcome outcome = run({QStringLiteral("--snapshot"), target}, {});
             QCOMPARE(outcome.code, 0);
             QCOMPARE(outcome.out, QByteArray());
         }
@@ -113,15 +115,18 @@ private slots:
     void relativeFolderIsTakenFromTheWorkingDirectory()
     {
         const QTemporaryDir folder;
-        QCOMPARE(run({u"--snapshot"_s, u"pictures"_s}, {}, folder.path()).code, 0);
-        QCOMPARE(QDir(folder.filePath(u"pictures"_s)).entryList(QDir::Files), threeNames);
+        QCOMPARE(
+            run({QStringLiteral("--snapshot"), QStringLiteral("pictures")}, {}, folder.path()).code,
+            0);
+        QCOMPARE(
+            QDir(folder.filePath(QStringLiteral("pictures"))).entryList(QDir::Files), threeNames);
     }
 
     void optionWithoutAFolderStartsTheProgramAsUsual()
     {
         const QTemporaryDir folder;
         const Outcome usual = run({}, {}, folder.path());
-        const Outcome outcome = run({u"--snapshot"_s}, {}, folder.path());
+        const Outcome outcome = run({QStringLiteral("--snapshot")}, {}, folder.path());
         QCOMPARE(outcome.code, usual.code);
         QCOMPARE(outcome.err, usual.err);
         QVERIFY(outcome.err.contains("no display")); // it starts as usual, which needs a display
@@ -142,7 +147,8 @@ private:
         const QStringList& arguments, const Variables& variables, const QString& folder = {})
     {
         QProcessEnvironment environment;
-        environment.insert(u"PATH"_s, u"/usr/bin"_s); // QProcess would inherit for an empty one
+        environment.insert(QStringLiteral("PATH"),
+            QStringLiteral("/usr/bin")); // QProcess would inherit for an empty one
         for (const auto& [name, value] : variables)
             environment.insert(name, value);
         QProcess program;

@@ -13,7 +13,6 @@
 #include <fstream>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;
 
 /// The pictures for the documentation, and the option that names their folder.
@@ -35,7 +34,7 @@ private slots:
     {
         QFETCH(QString, name);
         const QImage picture = written(name);
-        QCOMPARE(picture.size(), QSize(800, name == u"qr"_s ? 1320 : 1200));
+        QCOMPARE(picture.size(), QSize(800, name == QStringLiteral("qr") ? 1320 : 1200));
         QVERIFY(!picture.hasAlphaChannel() || picture.pixelColor(0, 0).alpha() == 255);
     }
 
@@ -75,7 +74,7 @@ private slots:
 
     void pillOfTheListIsCoralWithBlackText()
     {
-        const QImage picture = written(u"list"_s);
+        const QImage picture = written(QStringLiteral("list"));
         const QRect pill(36, 888, 728, 80);
         QVERIFY(countOf(picture, QColor(241, 115, 94), pill) > 45'000);
         QVERIFY(countOf(picture, QColor(0, 0, 0), pill.adjusted(40, 20, -40, -20)) > 500);
@@ -83,10 +82,10 @@ private slots:
 
     void codeIsAnHttpsLink()
     {
-        const std::string link = readBack(written(u"qr"_s)).value_or("(no code)");
+        const std::string link = readBack(written(QStringLiteral("qr"))).value_or("(no code)");
         QVERIFY2(link.starts_with("https://"), link.c_str());
-        QVERIFY(!readBack(written(u"list"_s)));
-        QVERIFY(!readBack(written(u"access"_s)));
+        QVERIFY(!readBack(written(QStringLiteral("list"))));
+        QVERIFY(!readBack(written(QStringLiteral("access"))));
     }
 
     void statesAreThoseOfTheDocumentation()
@@ -120,7 +119,7 @@ private slots:
         Names wanted = threeNames();
         wanted.insert("mine.txt");
         QCOMPARE(namesIn(pathOf(folder)), wanted);
-        QCOMPARE(QImage(folder.filePath(u"dropdown-list.png"_s)).width(), 800);
+        QCOMPARE(QImage(folder.filePath(QStringLiteral("dropdown-list.png"))).width(), 800);
         QVERIFY(fs::file_size(pathOf(folder) / "dropdown-list.png") < 1'000'000);
     }
 
@@ -149,7 +148,7 @@ private slots:
         Snapshot::write(pathOf(folder));
         QCOMPARE(namesIn(pathOf(folder)), threeNames());
         QVERIFY(fs::is_directory(pathOf(folder) / "dropdown-qr.png"));
-        QCOMPARE(QImage(folder.filePath(u"dropdown-access.png"_s)).width(), 800);
+        QCOMPARE(QImage(folder.filePath(QStringLiteral("dropdown-access.png"))).width(), 800);
     }
 
     void snapshotFolderIsWhatFollowsTheOption_data()
@@ -190,9 +189,9 @@ private:
 
     static AppState::Preview previewNamed(const QString& name)
     {
-        return name == u"list"_s ? PreviewStates::list()
-            : name == u"qr"_s    ? PreviewStates::qr()
-                                 : PreviewStates::access();
+        return name == QStringLiteral("list") ? PreviewStates::list()
+            : name == QStringLiteral("qr")    ? PreviewStates::qr()
+                                              : PreviewStates::access();
     }
 
     static Names threeNames()
@@ -214,7 +213,7 @@ private:
     {
         const QTemporaryDir folder;
         Snapshot::write(pathOf(folder));
-        return QImage(folder.filePath(u"dropdown-%1.png"_s.arg(name)));
+        return QImage(folder.filePath(QStringLiteral("dropdown-%1.png").arg(name)));
     }
 };
 

@@ -9,17 +9,6 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// A damaged database in which some chats cannot be read, while others can.
-class DamagedDatabaseTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void nothingIsWrittenOfAChatThatFailsHalfWay();
-    void aKnownChatKeepsItsRecordAndItsFile();
-    void aChatThatFailsAfterItsFileWasRemovedIsRestartedNextTime();
-    void aMissingTableFailsEveryChat();
-};
-
 namespace {
 
 constexpr auto malformed = "database disk image is malformed";
@@ -52,71 +41,78 @@ std::function<void()> damage(const ExportSetup& setup)
 
 } // namespace
 
-void DamagedDatabaseTest::nothingIsWrittenOfAChatThatFailsHalfWay()
-{
-    ExportSetup setup;
-    fill(setup);
-    const auto repair = damage(setup);
-    QCOMPARE(describe(setup.sync()), "added 2, touched 1; Torn: "s + malformed);
-    QVERIFY(!fs::exists(setup.folder() / "Torn (1) Korvane Wrapped.jsonl.txt"));
-    QCOMPARE(ExportState::load().chats.size(), 1U);
-    QCOMPARE(setup.rowIDs(2).size(), 2U);
+/// A damaged database in which some chats cannot be read, while others can.
+class DamagedDatabaseTest : public QObject {
+    Q_OBJECT
 
-    repair();
-    QCOMPARE(describe(setup.sync()), "added 101, touched 1"s);
-    QCOMPARE(setup.rowIDs(1).size(), 101U);
-}
+private slots:
+    void nothingIsWrittenOfAChatThatFailsHalfWay()
+    {
+        ExportSetup setup;
+        fill(setup);
+        const auto repair = damage(setup);
+        QCOMPARE(describe(setup.sync()), "added 2, touched 1; Torn: "s + malformed);
+        QVERIFY(!fs::exists(setup.folder() / "Torn (1) Korvane Wrapped.jsonl.txt"));
+        QCOMPARE(ExportState::load().chats.size(), 1U);
+        QCOMPARE(setup.rowIDs(2).size(), 2U);
 
-void DamagedDatabaseTest::aKnownChatKeepsItsRecordAndItsFile()
-{
-    ExportSetup setup;
-    setup.addChat(1, "Torn");
-    setup.addMessages(1, 2);
-    setup.sync();
-    const ChatState before = setup.record(1);
-    const std::string bytes = readFile(setup.file(1));
-    setup.chats.clear();
-    setup.db.sql().execute("DELETE FROM chat; DELETE FROM message; DELETE FROM chat_message_join");
-    fill(setup);
-    const auto repair = damage(setup);
-    QCOMPARE(describe(setup.sync()), "added 2, touched 1; Torn: "s + malformed);
-    QVERIFY(setup.record(1) == before);
-    QCOMPARE(readFile(setup.file(1)), bytes);
+        repair();
+        QCOMPARE(describe(setup.sync()), "added 101, touched 1"s);
+        QCOMPARE(setup.rowIDs(1).size(), 101U);
+    }
 
-    repair();
-    QCOMPARE(describe(setup.sync()), "added 101, touched 1"s);
-    QCOMPARE(setup.record(1).epoch, before.epoch);
-    QVERIFY(readFile(setup.file(1)).starts_with(bytes));
-}
+    void aKnownChatKeepsItsRecordAndItsFile()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Torn");
+        setup.addMessages(1, 2);
+        setup.sync();
+        const ChatState before = setup.record(1);
+        const std::string bytes = readFile(setup.file(1));
+        setup.chats.clear();
+        setup.db.sql().execute(
+            "DELETE FROM chat; DELETE FROM message; DELETE FROM chat_message_join");
+        fill(setup);
+        const auto repair = damage(setup);
+        QCOMPARE(describe(setup.sync()), "added 2, touched 1; Torn: "s + malformed);
+        QVERIFY(setup.record(1) == before);
+        QCOMPARE(readFile(setup.file(1)), bytes);
 
-void DamagedDatabaseTest::aChatThatFailsAfterItsFileWasRemovedIsRestartedNextTime()
-{
-    ExportSetup setup;
-    fill(setup);
-    setup.sync();
-    const ChatState before = setup.record(1);
-    const auto repair = damage(setup);
-    setup.chats[0].displayName = "Renamed";
-    QCOMPARE(describe(setup.sync()), "added 0, touched 0; Renamed: "s + malformed);
-    QVERIFY(setup.record(1) == before);
-    QVERIFY(!fs::exists(setup.file(1)));
+        repair();
+        QCOMPARE(describe(setup.sync()), "added 101, touched 1"s);
+        QCOMPARE(setup.record(1).epoch, before.epoch);
+        QVERIFY(readFile(setup.file(1)).starts_with(bytes));
+    }
 
-    repair();
-    QCOMPARE(describe(setup.sync()), "added 101, touched 1"s);
-    QCOMPARE(setup.file(1), setup.folder() / "Torn (1) Korvane Wrapped.jsonl.txt");
-    QVERIFY(setup.record(1).epoch != before.epoch);
-    QCOMPARE(setup.record(1).title, std::optional("Renamed"s));
-}
+    void aChatThatFailsAfterItsFileWasRemovedIsRestartedNextTime()
+    {
+        ExportSetup setup;
+        fill(setup);
+        setup.sync();
+        const ChatState before = setup.record(1);
+        const auto repair = damage(setup);
+        setup.chats[0].displayName = "Renamed";
+        QCOMPARE(describe(setup.sync()), "added 0, touched 0; Renamed: "s + malformed);
+        QVERIFY(setup.record(1) == before);
+        QVERIFY(!fs::exists(setup.file(1)));
 
-void DamagedDatabaseTest::aMissingTableFailsEveryChat()
-{
-    ExportSetup setup;
-    fill(setup);
-    setup.db.sql().execute("DROP TABLE handle");
-    QCOMPARE(describe(setup.sync()),
-        "added 0, touched 0; Torn: no such table: handle; Sound: no such table: handle"s);
-    QCOMPARE(readFile(setup.stateFile()), R"({"chats":{}})"s);
-}
+        repair();
+        QCOMPARE(describe(setup.sync()), "added 101, touched 1"s);
+        QCOMPARE(setup.file(1), setup.folder() / "Torn (1) Korvane Wrapped.jsonl.txt");
+        QVERIFY(setup.record(1).epoch != before.epoch);
+        QCOMPARE(setup.record(1).title, std::optional("Renamed"s));
+    }
+
+    void aMissingTableFailsEveryChat()
+    {
+        ExportSetup setup;
+        fill(setup);
+        setup.db.sql().execute("DROP TABLE handle");
+        QCOMPARE(describe(setup.sync()),
+            "added 0, touched 0; Torn: no such table: handle; Sound: no such table: handle"s);
+        QCOMPARE(readFile(setup.stateFile()), R"({"chats":{}})"s);
+    }
+};
 
 } // namespace korvane
 

@@ -14,19 +14,6 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Batches that do not fit: on a full file system, and under a limit on file sizes
-/// (RLIMIT_FSIZE).
-class DiskFullTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void aBatchThatDoesNotFitIsAppendedAgain();
-    void aBatchOfAKnownChatThatDoesNotFitIsAppendedAgain();
-    void aRestartThatDoesNotFitIsDoneAgain();
-    void aDiskWithoutAnyRoomKeepsTheStateOfBefore();
-    void aFullFileSystemFailsOneChatAndTakesTheNext();
-};
-
 namespace {
 
 constexpr std::size_t limit = 100'000;
@@ -50,115 +37,122 @@ std::string tooLarge(const char* title)
 
 } // namespace
 
-void DiskFullTest::aBatchThatDoesNotFitIsAppendedAgain()
-{
-    ExportSetup setup;
-    setup.addChat(1, "Large");
-    setup.addChat(2, "Small");
-    setup.addMessages(1, 500);
-    setup.addMessages(2, 2);
-    QCOMPARE(syncWithLimit(setup), "added 2, touched 1" + tooLarge("Large"));
-    QCOMPARE(ExportState::load().chats.size(), 1U);
-    QCOMPARE(setup.rowIDs(2), (std::vector<std::int64_t>{501, 502}));
-    const fs::path file = setup.folder() / "Large (1) Korvane Wrapped.jsonl.txt";
-    const std::string torn = readFile(file);
-    QCOMPARE(torn.size(), limit);
+/// Batches that do not fit: on a full file system, and under a limit on file sizes
+/// (RLIMIT_FSIZE).
+class DiskFullTest : public QObject {
+    Q_OBJECT
 
-    QCOMPARE(describe(setup.sync()), "added 500, touched 1"s);
-    QCOMPARE(setup.file(1), file);
-    const std::string bytes = readFile(file);
-    QVERIFY(bytes.starts_with(torn));
-    QVERIFY(bytes.ends_with("\n"));
-    QVERIFY(bytes.substr(torn.size()).starts_with(torn)); // the whole batch after the torn one
-    QCOMPARE(setup.record(1).messages.value_or(-1), 500);
-    QCOMPARE(rowIDsIn(bytes.substr(torn.size())).size(), 500U);
-}
+private slots:
+    void aBatchThatDoesNotFitIsAppendedAgain()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Large");
+        setup.addChat(2, "Small");
+        setup.addMessages(1, 500);
+        setup.addMessages(2, 2);
+        QCOMPARE(syncWithLimit(setup), "added 2, touched 1" + tooLarge("Large"));
+        QCOMPARE(ExportState::load().chats.size(), 1U);
+        QCOMPARE(setup.rowIDs(2), (std::vector<std::int64_t>{501, 502}));
+        const fs::path file = setup.folder() / "Large (1) Korvane Wrapped.jsonl.txt";
+        const std::string torn = readFile(file);
+        QCOMPARE(torn.size(), limit);
 
-void DiskFullTest::aBatchOfAKnownChatThatDoesNotFitIsAppendedAgain()
-{
-    ExportSetup setup;
-    setup.addChat(1, "Team");
-    setup.addMessages(1, 10);
-    setup.sync();
-    const ChatState before = setup.record(1);
-    const std::string whole = readFile(setup.file(1));
-    setup.addMessages(1, 500);
-    QCOMPARE(syncWithLimit(setup), "added 0, touched 0" + tooLarge("Team"));
-    QVERIFY(setup.record(1) == before);
-    const std::string torn = readFile(setup.file(1));
-    QVERIFY(torn.starts_with(whole));
-    QCOMPARE(torn.size(), limit);
+        QCOMPARE(describe(setup.sync()), "added 500, touched 1"s);
+        QCOMPARE(setup.file(1), file);
+        const std::string bytes = readFile(file);
+        QVERIFY(bytes.starts_with(torn));
+        QVERIFY(bytes.ends_with("\n"));
+        QVERIFY(bytes.substr(torn.size()).starts_with(torn)); // the whole batch after the torn one
+        QCOMPARE(setup.record(1).messages.value_or(-1), 500);
+        QCOMPARE(rowIDsIn(bytes.substr(torn.size())).size(), 500U);
+    }
 
-    QCOMPARE(describe(setup.sync()), "added 500, touched 1"s);
-    const std::string bytes = readFile(setup.file(1));
-    QVERIFY(bytes.starts_with(torn));
-    const auto again = rowIDsIn(bytes.substr(torn.size()));
-    QCOMPARE(again.size(), 500U);
-    QCOMPARE(again.front(), 11);
-    QCOMPARE(again.back(), 510);
-    QCOMPARE(setup.record(1).epoch, before.epoch);
-    QCOMPARE(setup.record(1).messages.value_or(-1), 510);
-}
+    void aBatchOfAKnownChatThatDoesNotFitIsAppendedAgain()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addMessages(1, 10);
+        setup.sync();
+        const ChatState before = setup.record(1);
+        const std::string whole = readFile(setup.file(1));
+        setup.addMessages(1, 500);
+        QCOMPARE(syncWithLimit(setup), "added 0, touched 0" + tooLarge("Team"));
+        QVERIFY(setup.record(1) == before);
+        const std::string torn = readFile(setup.file(1));
+        QVERIFY(torn.starts_with(whole));
+        QCOMPARE(torn.size(), limit);
 
-void DiskFullTest::aRestartThatDoesNotFitIsDoneAgain()
-{
-    ExportSetup setup;
-    setup.addChat(1, "Team");
-    setup.addMessages(1, 500);
-    setup.sync();
-    const ChatState before = setup.record(1);
-    setup.chats[0].displayName = "Club";
-    QCOMPARE(syncWithLimit(setup), "added 0, touched 0" + tooLarge("Club"));
-    QVERIFY(setup.record(1) == before);
+        QCOMPARE(describe(setup.sync()), "added 500, touched 1"s);
+        const std::string bytes = readFile(setup.file(1));
+        QVERIFY(bytes.starts_with(torn));
+        const auto again = rowIDsIn(bytes.substr(torn.size()));
+        QCOMPARE(again.size(), 500U);
+        QCOMPARE(again.front(), 11);
+        QCOMPARE(again.back(), 510);
+        QCOMPARE(setup.record(1).epoch, before.epoch);
+        QCOMPARE(setup.record(1).messages.value_or(-1), 510);
+    }
 
-    QCOMPARE(describe(setup.sync()), "added 500, touched 1"s);
-    QCOMPARE(setup.rowIDs(1).size(), 500U);
-    QCOMPARE(setup.rowIDs(1).front(), 1);
-    QCOMPARE(setup.record(1).title, std::optional("Club"s));
-    QVERIFY(setup.record(1).epoch != before.epoch);
-}
+    void aRestartThatDoesNotFitIsDoneAgain()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addMessages(1, 500);
+        setup.sync();
+        const ChatState before = setup.record(1);
+        setup.chats[0].displayName = "Club";
+        QCOMPARE(syncWithLimit(setup), "added 0, touched 0" + tooLarge("Club"));
+        QVERIFY(setup.record(1) == before);
 
-void DiskFullTest::aDiskWithoutAnyRoomKeepsTheStateOfBefore()
-{
-    ExportSetup setup;
-    setup.addChat(1, "Team");
-    setup.addMessages(1, 2);
-    setup.sync();
-    const std::string state = readFile(setup.stateFile());
-    const std::string bytes = readFile(setup.file(1));
-    setup.addMessages(1, 2);
-    QCOMPARE(syncWithLimit(setup, 0), "added 0, touched 0" + tooLarge("Team"));
-    QCOMPARE(readFile(setup.stateFile()), state);
-    QCOMPARE(readFile(setup.file(1)), bytes);
-    QCOMPARE(describe(setup.sync()), "added 2, touched 1"s);
-    QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2, 3, 4}));
-}
+        QCOMPARE(describe(setup.sync()), "added 500, touched 1"s);
+        QCOMPARE(setup.rowIDs(1).size(), 500U);
+        QCOMPARE(setup.rowIDs(1).front(), 1);
+        QCOMPARE(setup.record(1).title, std::optional("Club"s));
+        QVERIFY(setup.record(1).epoch != before.epoch);
+    }
 
-void DiskFullTest::aFullFileSystemFailsOneChatAndTakesTheNext()
-{
-    ExportSetup setup;
-    fs::create_directories(setup.folder());
-    if (::mount("none", setup.folder().c_str(), "tmpfs", 0, "size=64k") != 0)
-        QSKIP("No file system can be mounted here.");
-    setup.addChat(1, "Large");
-    setup.addChat(2, "Small");
-    setup.addMessages(1, 500);
-    setup.addMessages(2, 2);
-    writeFile(setup.folder() / "Small (2) Korvane Wrapped.jsonl.txt", "\n"); // takes up a page
-    const std::string full = describe(setup.sync());
-    const std::size_t records = ExportState::load().chats.size();
-    fs::remove(setup.folder() / "Large (1) Korvane Wrapped.jsonl.txt");
-    ::mount("none", setup.folder().c_str(), "tmpfs", MS_REMOUNT, "size=10m");
-    const std::string room = describe(setup.sync());
-    const auto rowIDs = setup.rowIDs(1);
-    ::umount(setup.folder().c_str());
-    QCOMPARE(full,
-        "added 2, touched 1; Large: "
-            + std::make_error_code(std::errc::no_space_on_device).message());
-    QCOMPARE(records, 1U);
-    QCOMPARE(room, "added 500, touched 1"s);
-    QCOMPARE(rowIDs.size(), 500U);
-}
+    void aDiskWithoutAnyRoomKeepsTheStateOfBefore()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addMessages(1, 2);
+        setup.sync();
+        const std::string state = readFile(setup.stateFile());
+        const std::string bytes = readFile(setup.file(1));
+        setup.addMessages(1, 2);
+        QCOMPARE(syncWithLimit(setup, 0), "added 0, touched 0" + tooLarge("Team"));
+        QCOMPARE(readFile(setup.stateFile()), state);
+        QCOMPARE(readFile(setup.file(1)), bytes);
+        QCOMPARE(describe(setup.sync()), "added 2, touched 1"s);
+        QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2, 3, 4}));
+    }
+
+    void aFullFileSystemFailsOneChatAndTakesTheNext()
+    {
+        ExportSetup setup;
+        fs::create_directories(setup.folder());
+        if (::mount("none", setup.folder().c_str(), "tmpfs", 0, "size=64k") != 0)
+            QSKIP("No file system can be mounted here.");
+        setup.addChat(1, "Large");
+        setup.addChat(2, "Small");
+        setup.addMessages(1, 500);
+        setup.addMessages(2, 2);
+        writeFile(setup.folder() / "Small (2) Korvane Wrapped.jsonl.txt", "\n"); // takes up a page
+        const std::string full = describe(setup.sync());
+        const std::size_t records = ExportState::load().chats.size();
+        fs::remove(setup.folder() / "Large (1) Korvane Wrapped.jsonl.txt");
+        ::mount("none", setup.folder().c_str(), "tmpfs", MS_REMOUNT, "size=10m");
+        const std::string room = describe(setup.sync());
+        const auto rowIDs = setup.rowIDs(1);
+        ::umount(setup.folder().c_str());
+        QCOMPARE(full,
+            "added 2, touched 1; Large: "
+                + std::make_error_code(std::errc::no_space_on_device).message());
+        QCOMPARE(records, 1U);
+        QCOMPARE(room, "added 500, touched 1"s);
+        QCOMPARE(rowIDs.size(), 500U);
+    }
+};
 
 } // namespace korvane
 

@@ -21,16 +21,6 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Exports that are killed (SIGKILL), and the runs after them.
-class KilledExportTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void killedBeforeAChatTheNextRunStartsFromTheOldState_data();
-    void killedBeforeAChatTheNextRunStartsFromTheOldState();
-    void killedAtAnyMomentTheNextRunGoesOnFromTheState();
-};
-
 namespace {
 
 constexpr int chatCount = 4;
@@ -197,81 +187,87 @@ void disturb(ExportSetup& setup, QRandomGenerator& random)
 
 } // namespace
 
-void KilledExportTest::killedBeforeAChatTheNextRunStartsFromTheOldState_data()
-{
-    QTest::addColumn<std::size_t>("index");
-    QTest::addColumn<bool>("known");
-    for (std::size_t index = 0; index < chatCount; ++index) {
-        QTest::addRow("before chat %zu of new ones", index + 1) << index << false;
-        QTest::addRow("before chat %zu of known ones", index + 1) << index << true;
+/// Exports that are killed (SIGKILL), and the runs after them.
+class KilledExportTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void killedBeforeAChatTheNextRunStartsFromTheOldState_data()
+    {
+        QTest::addColumn<std::size_t>("index");
+        QTest::addColumn<bool>("known");
+        for (std::size_t index = 0; index < chatCount; ++index) {
+            QTest::addRow("before chat %zu of new ones", index + 1) << index << false;
+            QTest::addRow("before chat %zu of known ones", index + 1) << index << true;
+        }
     }
-}
 
-void KilledExportTest::killedBeforeAChatTheNextRunStartsFromTheOldState()
-{
-    QFETCH(std::size_t, index);
-    QFETCH(bool, known);
-    ExportSetup setup;
-    fill(setup, 20);
-    if (known)
-        setup.sync();
-    for (const ChatInfo& chat : setup.chats)
-        setup.addMessages(chat.id, 5);
-    const auto histories = historiesOf(setup);
-    const Disk before = diskOf(setup, histories);
-    runUntilKilled([&setup, index] {
-        setup.sync([&setup, index](const ChatInfo& chat) {
-            return chat.id != setup.chats[index].id || ::raise(SIGKILL) == 0;
-        });
-    });
-
-    const Disk after = diskOf(setup, histories);
-    QCOMPARE(after.state, before.state);
-    for (std::size_t i = 0; i < chatCount; ++i) {
-        QVERIFY(!before.files[i].batch.empty());
-        QVERIFY(i < index ? isFinished(before.files[i], after.files[i].bytes)
-                          : after.files[i].bytes == before.files[i].bytes);
-    }
-    checkTheNextRun(setup, after, histories);
-}
-
-void KilledExportTest::killedAtAnyMomentTheNextRunGoesOnFromTheState()
-{
-    constexpr int rounds = 45;
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u", seed);
-    QRandomGenerator random(seed);
-    ExportSetup setup;
-    fill(setup, 600);
-    QElapsedTimer timer;
-    timer.start();
-    setup.sync();
-    const auto duration = static_cast<int>(timer.nsecsElapsed() / 1000);
-
-    int halfDone = 0;
-    int done = 0;
-    for (int round = 0; round < rounds; ++round) {
-        disturb(setup, random);
+    void killedBeforeAChatTheNextRunStartsFromTheOldState()
+    {
+        QFETCH(std::size_t, index);
+        QFETCH(bool, known);
+        ExportSetup setup;
+        fill(setup, 20);
+        if (known)
+            setup.sync();
+        for (const ChatInfo& chat : setup.chats)
+            setup.addMessages(chat.id, 5);
         const auto histories = historiesOf(setup);
         const Disk before = diskOf(setup, histories);
-        runUntilKilled(
-            [&setup] {
-                for (;;)
-                    setup.sync();
-            },
-            static_cast<useconds_t>(random.bounded(duration * 3 / 2)));
+        runUntilKilled([&setup, index] {
+            setup.sync([&setup, index](const ChatInfo& chat) {
+                return chat.id != setup.chats[index].id || ::raise(SIGKILL) == 0;
+            });
+        });
+
         const Disk after = diskOf(setup, histories);
-        checkWhatIsLeft(before, after);
+        QCOMPARE(after.state, before.state);
+        for (std::size_t i = 0; i < chatCount; ++i) {
+            QVERIFY(!before.files[i].batch.empty());
+            QVERIFY(i < index ? isFinished(before.files[i], after.files[i].bytes)
+                              : after.files[i].bytes == before.files[i].bytes);
+        }
         checkTheNextRun(setup, after, histories);
-        if (QTest::currentTestFailed())
-            return;
-        done += after.state != before.state;
-        halfDone += after.state == before.state
-            && !std::ranges::equal(
-                before.files, after.files, {}, &Disk::File::bytes, &Disk::File::bytes);
     }
-    qInfo("%d half done, %d done of %d", halfDone, done, rounds);
-}
+
+    void killedAtAnyMomentTheNextRunGoesOnFromTheState()
+    {
+        constexpr int rounds = 45;
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        ExportSetup setup;
+        fill(setup, 600);
+        QElapsedTimer timer;
+        timer.start();
+        setup.sync();
+        const auto duration = static_cast<int>(timer.nsecsElapsed() / 1000);
+
+        int halfDone = 0;
+        int done = 0;
+        for (int round = 0; round < rounds; ++round) {
+            disturb(setup, random);
+            const auto histories = historiesOf(setup);
+            const Disk before = diskOf(setup, histories);
+            runUntilKilled(
+                [&setup] {
+                    for (;;)
+                        setup.sync();
+                },
+                static_cast<useconds_t>(random.bounded(duration * 3 / 2)));
+            const Disk after = diskOf(setup, histories);
+            checkWhatIsLeft(before, after);
+            checkTheNextRun(setup, after, histories);
+            if (QTest::currentTestFailed())
+                return;
+            done += after.state != before.state;
+            halfDone += after.state == before.state
+                && !std::ranges::equal(
+                    before.files, after.files, {}, &Disk::File::bytes, &Disk::File::bytes);
+        }
+        qInfo("%d half done, %d done of %d", halfDone, done, rounds);
+    }
+};
 
 } // namespace korvane
 

@@ -3,17 +3,6 @@
 
 namespace korvane {
 
-/// The buffer that holds a batch in blocks.
-class RecordBufferTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void isEmptyAtFirst();
-    void keepsBytesInOrder_data();
-    void keepsBytesInOrder();
-    void nothingAppendedIsNothingWritten();
-};
-
 namespace {
 
 std::string contents(const RecordBuffer& buffer)
@@ -26,47 +15,54 @@ std::string contents(const RecordBuffer& buffer)
 
 } // namespace
 
-void RecordBufferTest::isEmptyAtFirst()
-{
-    const RecordBuffer buffer;
-    QVERIFY(buffer.pieces().empty());
-}
+/// The buffer that holds a batch in blocks.
+class RecordBufferTest : public QObject {
+    Q_OBJECT
 
-void RecordBufferTest::keepsBytesInOrder_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("count");
-    QTest::newRow("many small ones") << 100 << 50'000;
-    QTest::newRow("exactly a block each") << (1 << 20) << 4;
-    QTest::newRow("a byte more than a block") << (1 << 20) + 1 << 4;
-    QTest::newRow("much more than a block") << 5'000'000 << 3;
-    QTest::newRow("two of them fill a block") << (1 << 19) << 5;
-}
-
-void RecordBufferTest::keepsBytesInOrder()
-{
-    QFETCH(int, size);
-    QFETCH(int, count);
-    RecordBuffer buffer;
-    std::string expected;
-    for (int i = 0; i < count; ++i) {
-        const std::string bytes(static_cast<std::size_t>(size), static_cast<char>('a' + i % 26));
-        buffer.block() += bytes;
-        expected += bytes;
+private slots:
+    void isEmptyAtFirst()
+    {
+        const RecordBuffer buffer;
+        QVERIFY(buffer.pieces().empty());
     }
-    QVERIFY(contents(buffer) == expected);
-}
 
-void RecordBufferTest::nothingAppendedIsNothingWritten()
-{
-    RecordBuffer buffer;
-    std::string expected;
-    for (const char* text : {"one ", "", "two ", "three"}) {
-        buffer.block() += text;
-        expected += text;
+    void keepsBytesInOrder_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<int>("count");
+        QTest::newRow("many small ones") << 100 << 50'000;
+        QTest::newRow("exactly a block each") << (1 << 20) << 4;
+        QTest::newRow("a byte more than a block") << (1 << 20) + 1 << 4;
+        QTest::newRow("much more than a block") << 5'000'000 << 3;
+        QTest::newRow("two of them fill a block") << (1 << 19) << 5;
     }
-    QCOMPARE(contents(buffer), expected);
-}
+
+    void keepsBytesInOrder()
+    {
+        QFETCH(int, size);
+        QFETCH(int, count);
+        RecordBuffer buffer;
+        std::string expected;
+        for (int i = 0; i < count; ++i) {
+            const std::string bytes(
+                static_cast<std::size_t>(size), static_cast<char>('a' + i % 26));
+            buffer.block() += bytes;
+            expected += bytes;
+        }
+        QVERIFY(contents(buffer) == expected);
+    }
+
+    void nothingAppendedIsNothingWritten()
+    {
+        RecordBuffer buffer;
+        std::string expected;
+        for (const char* text : {"one ", "", "two ", "three"}) {
+            buffer.block() += text;
+            expected += text;
+        }
+        QCOMPARE(contents(buffer), expected);
+    }
+};
 
 } // namespace korvane
 

@@ -17,31 +17,6 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// The state on disk: it is loaded completely or not at all, and replaced atomically.
-class StateFileTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void aMissingFileIsAnEmptyState();
-    void aBrokenFileIsAnEmptyState_data();
-    void aBrokenFileIsAnEmptyState();
-    void aFileCutShortAnywhereIsAnEmptyState();
-    void savesExactlyTheJson();
-    void savesIntoASupportFolderThatIsNotThereYet();
-    void replacesTheFileAndLeavesNothingBesideIt();
-    void readersKeepTheOldFileWhileItIsReplaced();
-    void aReadOnlyFolderKeepsTheOldState();
-    void aFullDiskKeepsTheOldState();
-    void aFolderInTheWayIsNotReported();
-    void onlyTheOwnerMayReadIt_data();
-    void onlyTheOwnerMayReadIt();
-    void anExportClosesAFileThatWasOpenToOthers();
-    void aPipeInItsPlaceIsAnEmptyStateAtOnce_data();
-    void aPipeInItsPlaceIsAnEmptyStateAtOnce();
-    void aDeviceInItsPlaceIsAnEmptyState();
-    void aLinkToAFileIsRead();
-};
-
 namespace {
 
 const ExportState older{.chats = {{"a", {.lastRowID = 1, .fileName = "a.txt"}}}};
@@ -57,203 +32,209 @@ std::vector<std::string> namesIn(const fs::path& folder)
 
 } // namespace
 
-void StateFileTest::aMissingFileIsAnEmptyState()
-{
-    const ExportSetup setup;
-    QVERIFY(ExportState::load() == ExportState());
-    QVERIFY(!fs::exists(setup.stateFile()));
-}
+/// The state on disk: it is loaded completely or not at all, and replaced atomically.
+class StateFileTest : public QObject {
+    Q_OBJECT
 
-void StateFileTest::aBrokenFileIsAnEmptyState_data()
-{
-    QTest::addColumn<std::string>("bytes");
-    QTest::newRow("empty") << ""s;
-    QTest::newRow("without chats") << "{}"s;
-    QTest::newRow("not JSON") << "lastRowID=7"s;
-    QTest::newRow("one bad record of two")
-        << R"({"chats":{"a":{"lastRowID":1,"fileName":"a"},"b":{"lastRowID":1}}})"s;
-    QTest::newRow("all zero, as a crashed file system leaves it") << std::string(100, '\0');
-}
-
-void StateFileTest::aBrokenFileIsAnEmptyState()
-{
-    QFETCH(std::string, bytes);
-    const ExportSetup setup;
-    writeFile(setup.stateFile(), bytes);
-    QVERIFY(ExportState::load() == ExportState());
-    QCOMPARE(readFile(setup.stateFile()), bytes);
-}
-
-void StateFileTest::aFileCutShortAnywhereIsAnEmptyState()
-{
-    const ExportSetup setup;
-    const std::string json = older.toJson();
-    for (std::size_t size = 0; size < json.size(); ++size) {
-        writeFile(setup.stateFile(), json.substr(0, size));
+private slots:
+    void aMissingFileIsAnEmptyState()
+    {
+        const ExportSetup setup;
         QVERIFY(ExportState::load() == ExportState());
+        QVERIFY(!fs::exists(setup.stateFile()));
     }
-}
 
-void StateFileTest::savesExactlyTheJson()
-{
-    const ExportSetup setup;
-    Exporter::saveState({.chats = {{"g", {.lastRowID = 3, .fileName = "A/B"}}}});
-    QCOMPARE(readFile(setup.stateFile()),
-        std::string(R"({"chats":{"g":{"lastRowID":3,"fileName":"A\/B"}}})"));
-    Exporter::saveState({});
-    QCOMPARE(readFile(setup.stateFile()), std::string(R"({"chats":{}})"));
-}
+    void aBrokenFileIsAnEmptyState_data()
+    {
+        QTest::addColumn<std::string>("bytes");
+        QTest::newRow("empty") << ""s;
+        QTest::newRow("without chats") << "{}"s;
+        QTest::newRow("not JSON") << "lastRowID=7"s;
+        QTest::newRow("one bad record of two")
+            << R"({"chats":{"a":{"lastRowID":1,"fileName":"a"},"b":{"lastRowID":1}}})"s;
+        QTest::newRow("all zero, as a crashed file system leaves it") << std::string(100, '\0');
+    }
 
-void StateFileTest::savesIntoASupportFolderThatIsNotThereYet()
-{
-    const ExportSetup setup;
-    const fs::path deep = setup.home() / "not/there/yet";
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(deep.native()));
-    Exporter::saveState(newer);
-    QCOMPARE(readFile(deep / "state.json"), newer.toJson());
-    QVERIFY(ExportState::load() == newer);
-}
+    void aBrokenFileIsAnEmptyState()
+    {
+        QFETCH(std::string, bytes);
+        const ExportSetup setup;
+        writeFile(setup.stateFile(), bytes);
+        QVERIFY(ExportState::load() == ExportState());
+        QCOMPARE(readFile(setup.stateFile()), bytes);
+    }
 
-void StateFileTest::replacesTheFileAndLeavesNothingBesideIt()
-{
-    const ExportSetup setup;
-    ExportState large = older;
-    for (int i = 0; i < 1000; ++i)
-        large.chats["chat " + std::to_string(i)] = {.fileName = std::string(100, 'x')};
-    Exporter::saveState(large);
-    QVERIFY(ExportState::load() == large);
-    Exporter::saveState(newer);
-    QVERIFY(ExportState::load() == newer);
-    QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
-}
+    void aFileCutShortAnywhereIsAnEmptyState()
+    {
+        const ExportSetup setup;
+        const std::string json = older.toJson();
+        for (std::size_t size = 0; size < json.size(); ++size) {
+            writeFile(setup.stateFile(), json.substr(0, size));
+            QVERIFY(ExportState::load() == ExportState());
+        }
+    }
 
-void StateFileTest::readersKeepTheOldFileWhileItIsReplaced()
-{
-    const ExportSetup setup;
-    Exporter::saveState(older);
-    std::ifstream reader(setup.stateFile());
-    Exporter::saveState(newer);
-    const std::string seen(std::istreambuf_iterator<char>(reader), {});
-    QCOMPARE(seen, older.toJson());
-}
+    void savesExactlyTheJson()
+    {
+        const ExportSetup setup;
+        Exporter::saveState({.chats = {{"g", {.lastRowID = 3, .fileName = "A/B"}}}});
+        QCOMPARE(readFile(setup.stateFile()),
+            std::string(R"({"chats":{"g":{"lastRowID":3,"fileName":"A\/B"}}})"));
+        Exporter::saveState({});
+        QCOMPARE(readFile(setup.stateFile()), std::string(R"({"chats":{}})"));
+    }
 
-void StateFileTest::aReadOnlyFolderKeepsTheOldState()
-{
-    const ExportSetup setup;
-    Exporter::saveState(older);
-    fs::permissions(setup.db.folder(), fs::perms(0755));
-    fs::permissions(setup.stateFile(), fs::perms(0666));
-    fs::permissions(setup.home(), fs::perms(0555));
-    const std::string seen = inUnprivilegedChild([] {
+    void savesIntoASupportFolderThatIsNotThereYet()
+    {
+        const ExportSetup setup;
+        const fs::path deep = setup.home() / "not/there/yet";
+        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(deep.native()));
         Exporter::saveState(newer);
-        return ExportState::load().toJson();
-    });
-    fs::permissions(setup.home(), fs::perms(0755));
-    QCOMPARE(seen, older.toJson());
-    QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
-}
+        QCOMPARE(readFile(deep / "state.json"), newer.toJson());
+        QVERIFY(ExportState::load() == newer);
+    }
 
-void StateFileTest::aFullDiskKeepsTheOldState()
-{
-    const ExportSetup setup;
-    Exporter::saveState(older);
-    const std::string seen = inChild([] {
-        const rlimit nearlyFull{20, 20};
-        std::signal(SIGXFSZ, SIG_IGN);
-        ::setrlimit(RLIMIT_FSIZE, &nearlyFull);
+    void replacesTheFileAndLeavesNothingBesideIt()
+    {
+        const ExportSetup setup;
+        ExportState large = older;
+        for (int i = 0; i < 1000; ++i)
+            large.chats["chat " + std::to_string(i)] = {.fileName = std::string(100, 'x')};
+        Exporter::saveState(large);
+        QVERIFY(ExportState::load() == large);
         Exporter::saveState(newer);
-        return ExportState::load().toJson();
-    });
-    QCOMPARE(seen, older.toJson());
-    QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
-}
+        QVERIFY(ExportState::load() == newer);
+        QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
+    }
 
-void StateFileTest::aFolderInTheWayIsNotReported()
-{
-    const ExportSetup setup;
-    fs::create_directories(setup.stateFile() / "kept");
-    Exporter::saveState(newer);
-    QVERIFY(ExportState::load() == ExportState());
-    QVERIFY(fs::exists(setup.stateFile() / "kept"));
-    QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
-}
+    void readersKeepTheOldFileWhileItIsReplaced()
+    {
+        const ExportSetup setup;
+        Exporter::saveState(older);
+        std::ifstream reader(setup.stateFile());
+        Exporter::saveState(newer);
+        const std::string seen(std::istreambuf_iterator<char>(reader), {});
+        QCOMPARE(seen, older.toJson());
+    }
 
-void StateFileTest::onlyTheOwnerMayReadIt_data()
-{
-    QTest::addColumn<unsigned>("mask");
-    QTest::newRow("no umask") << 0U;
-    QTest::newRow("the usual umask") << 022U;
-    QTest::newRow("a umask that takes everything") << 0777U;
-}
+    void aReadOnlyFolderKeepsTheOldState()
+    {
+        const ExportSetup setup;
+        Exporter::saveState(older);
+        fs::permissions(setup.db.folder(), fs::perms(0755));
+        fs::permissions(setup.stateFile(), fs::perms(0666));
+        fs::permissions(setup.home(), fs::perms(0555));
+        const std::string seen = inUnprivilegedChild([] {
+            Exporter::saveState(newer);
+            return ExportState::load().toJson();
+        });
+        fs::permissions(setup.home(), fs::perms(0755));
+        QCOMPARE(seen, older.toJson());
+        QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
+    }
 
-void StateFileTest::onlyTheOwnerMayReadIt()
-{
-    QFETCH(unsigned, mask);
-    const ExportSetup setup;
-    fs::permissions(setup.home(), fs::perms(0755));
-    const Umask umask(mask);
-    Exporter::saveState(older);
-    QCOMPARE(modeOf(setup.stateFile()), "600");
-    Exporter::saveState(newer);
-    QCOMPARE(modeOf(setup.stateFile()), "600");
-    QCOMPARE(modeOf(setup.home()), "755"); // the folder may be shared: its mode stays
-}
+    void aFullDiskKeepsTheOldState()
+    {
+        const ExportSetup setup;
+        Exporter::saveState(older);
+        const std::string seen = inChild([] {
+            const rlimit nearlyFull{20, 20};
+            std::signal(SIGXFSZ, SIG_IGN);
+            ::setrlimit(RLIMIT_FSIZE, &nearlyFull);
+            Exporter::saveState(newer);
+            return ExportState::load().toJson();
+        });
+        QCOMPARE(seen, older.toJson());
+        QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
+    }
 
-void StateFileTest::anExportClosesAFileThatWasOpenToOthers()
-{
-    ExportSetup setup;
-    setup.addChat(1, "Team");
-    setup.addMessages(1, 1);
-    writeFile(setup.stateFile(), older.toJson());
-    fs::permissions(setup.stateFile(), fs::perms(0644));
-    setup.sync();
-    QCOMPARE(modeOf(setup.stateFile()), "600");
-    QCOMPARE(ExportState::load().chats.size(), 2U);
-}
+    void aFolderInTheWayIsNotReported()
+    {
+        const ExportSetup setup;
+        fs::create_directories(setup.stateFile() / "kept");
+        Exporter::saveState(newer);
+        QVERIFY(ExportState::load() == ExportState());
+        QVERIFY(fs::exists(setup.stateFile() / "kept"));
+        QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
+    }
 
-void StateFileTest::aPipeInItsPlaceIsAnEmptyStateAtOnce_data()
-{
-    QTest::addColumn<bool>("hasWriter");
-    QTest::newRow("nobody writes") << false;
-    QTest::newRow("somebody has it open for writing") << true;
-}
+    void onlyTheOwnerMayReadIt_data()
+    {
+        QTest::addColumn<unsigned>("mask");
+        QTest::newRow("no umask") << 0U;
+        QTest::newRow("the usual umask") << 022U;
+        QTest::newRow("a umask that takes everything") << 0777U;
+    }
 
-void StateFileTest::aPipeInItsPlaceIsAnEmptyStateAtOnce()
-{
-    QFETCH(bool, hasWriter);
-    const ExportSetup setup;
-    QCOMPARE(::mkfifo(setup.stateFile().c_str(), 0600), 0);
-    const Descriptor writer(hasWriter ? ::open(setup.stateFile().c_str(), O_RDWR) : -1);
-    QCOMPARE(bool(writer), hasWriter);
-    // In a child process: if load() blocks, SIGALRM kills only the child.
-    const std::string seen = inChild([] {
-        ::alarm(10);
-        return ExportState::load().toJson();
-    });
-    QCOMPARE(seen, ExportState().toJson());
-    Exporter::saveState(newer);
-    QVERIFY(ExportState::load() == newer);
-}
+    void onlyTheOwnerMayReadIt()
+    {
+        QFETCH(unsigned, mask);
+        const ExportSetup setup;
+        fs::permissions(setup.home(), fs::perms(0755));
+        const Umask umask(mask);
+        Exporter::saveState(older);
+        QCOMPARE(modeOf(setup.stateFile()), "600");
+        Exporter::saveState(newer);
+        QCOMPARE(modeOf(setup.stateFile()), "600");
+        QCOMPARE(modeOf(setup.home()), "755"); // the folder may be shared: its mode stays
+    }
 
-void StateFileTest::aDeviceInItsPlaceIsAnEmptyState()
-{
-    const ExportSetup setup;
-    fs::create_symlink("/dev/zero", setup.stateFile());
-    const std::string seen = inChild([] {
-        const rlimit memory{std::size_t{2} << 30U, std::size_t{2} << 30U};
-        ::setrlimit(RLIMIT_AS, &memory);
-        return ExportState::load().toJson();
-    });
-    QCOMPARE(seen, ExportState().toJson());
-}
+    void anExportClosesAFileThatWasOpenToOthers()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addMessages(1, 1);
+        writeFile(setup.stateFile(), older.toJson());
+        fs::permissions(setup.stateFile(), fs::perms(0644));
+        setup.sync();
+        QCOMPARE(modeOf(setup.stateFile()), "600");
+        QCOMPARE(ExportState::load().chats.size(), 2U);
+    }
 
-void StateFileTest::aLinkToAFileIsRead()
-{
-    const ExportSetup setup;
-    writeFile(setup.home() / "elsewhere", older.toJson());
-    fs::create_symlink("elsewhere", setup.stateFile());
-    QVERIFY(ExportState::load() == older);
-}
+    void aPipeInItsPlaceIsAnEmptyStateAtOnce_data()
+    {
+        QTest::addColumn<bool>("hasWriter");
+        QTest::newRow("nobody writes") << false;
+        QTest::newRow("somebody has it open for writing") << true;
+    }
+
+    void aPipeInItsPlaceIsAnEmptyStateAtOnce()
+    {
+        QFETCH(bool, hasWriter);
+        const ExportSetup setup;
+        QCOMPARE(::mkfifo(setup.stateFile().c_str(), 0600), 0);
+        const Descriptor writer(hasWriter ? ::open(setup.stateFile().c_str(), O_RDWR) : -1);
+        QCOMPARE(bool(writer), hasWriter);
+        // In a child process: if load() blocks, SIGALRM kills only the child.
+        const std::string seen = inChild([] {
+            ::alarm(10);
+            return ExportState::load().toJson();
+        });
+        QCOMPARE(seen, ExportState().toJson());
+        Exporter::saveState(newer);
+        QVERIFY(ExportState::load() == newer);
+    }
+
+    void aDeviceInItsPlaceIsAnEmptyState()
+    {
+        const ExportSetup setup;
+        fs::create_symlink("/dev/zero", setup.stateFile());
+        const std::string seen = inChild([] {
+            const rlimit memory{std::size_t{2} << 30U, std::size_t{2} << 30U};
+            ::setrlimit(RLIMIT_AS, &memory);
+            return ExportState::load().toJson();
+        });
+        QCOMPARE(seen, ExportState().toJson());
+    }
+
+    void aLinkToAFileIsRead()
+    {
+        const ExportSetup setup;
+        writeFile(setup.home() / "elsewhere", older.toJson());
+        fs::create_symlink("elsewhere", setup.stateFile());
+        QVERIFY(ExportState::load() == older);
+    }
+};
 
 } // namespace korvane
 

@@ -8,8 +8,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// Configures the build as for a Mac. Checks which files it picks, what they are linked with, what
 /// the bundle's property list says, and the syntax of the files that only a Mac compiles.
 class DarwinConfigureTest : public QObject {
@@ -19,7 +17,10 @@ class DarwinConfigureTest : public QObject {
     QMap<QString, QString> m_commands; ///< by source file
 
     static QString source(const QString& path) { return QStringLiteral(SOURCE "/") + path; }
-    static QString tests(const QString& path) { return source(u"tests/mac/"_s + path); }
+    static QString tests(const QString& path)
+    {
+        return source(QStringLiteral("tests/mac/") + path);
+    }
 
     QByteArray content(const QString& name) const
     {
@@ -31,7 +32,7 @@ class DarwinConfigureTest : public QObject {
     {
         QSet<QString> files;
         QDirIterator entries(
-            source(u"src"_s), {pattern}, QDir::Files, QDirIterator::Subdirectories);
+            source(QStringLiteral("src")), {pattern}, QDir::Files, QDirIterator::Subdirectories);
         while (entries.hasNext())
             files.insert(entries.next());
         return files;
@@ -39,7 +40,8 @@ class DarwinConfigureTest : public QObject {
 
     static QSet<QString> macSources()
     {
-        return sourcesLike(u"*_mac.cpp"_s) + sourcesLike(u"*_mac.mm"_s) + sourcesLike(u"*.mm"_s);
+        return sourcesLike(QStringLiteral("*_mac.cpp")) + sourcesLike(QStringLiteral("*_mac.mm"))
+            + sourcesLike(QStringLiteral("*.mm"));
     }
 
     /// Checks the syntax of `file` by the Mac's command, without options `less` and with `more`.
@@ -48,26 +50,27 @@ class DarwinConfigureTest : public QObject {
     {
         QStringList command = QProcess::splitCommand(m_commands[file]);
         if (command.isEmpty())
-            return u"The Mac does not compile it."_s;
+            return QStringLiteral("The Mac does not compile it.");
         const QString compiler = command.takeFirst();
         for (const QString& option : less)
             command.removeAll(option);
         QProcess process;
         process.setWorkingDirectory(m_build.path());
         process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(compiler, command + more + QStringList{u"-fsyntax-only"_s});
+        process.start(compiler, command + more + QStringList{QStringLiteral("-fsyntax-only")});
         if (!process.waitForFinished(120000))
-            return u"The compiler does not end."_s;
+            return QStringLiteral("The compiler does not end.");
         const QString said = QString::fromUtf8(process.readAll());
-        return process.exitCode() == 0 ? QString() : u"It failed. "_s + said;
+        return process.exitCode() == 0 ? QString() : QStringLiteral("It failed. ") + said;
     }
 
     void readCommands()
     {
-        const auto units = QJsonDocument::fromJson(content(u"compile_commands.json"_s)).array();
+        const auto units
+            = QJsonDocument::fromJson(content(QStringLiteral("compile_commands.json"))).array();
         for (const QJsonValue unit : units) {
             const QString command = unit[u"command"].toString();
-            if (command.contains(u" -o src/"_s)) // tests compile some files again
+            if (command.contains(QStringLiteral(" -o src/"))) // tests compile some files again
                 m_commands.insert(unit[u"file"].toString(), command);
         }
     }
@@ -78,11 +81,13 @@ private slots:
         QProcess cmake;
         cmake.setProcessChannelMode(QProcess::MergedChannels);
         cmake.start(QStringLiteral(CMAKE),
-            {u"-G"_s, u"Ninja"_s, u"-S"_s, source(QString()), u"-B"_s, m_build.path(),
-                u"-DCMAKE_TOOLCHAIN_FILE="_s + tests(u"darwin-claim.cmake"_s),
+            {QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-S"), source(QString()),
+                QStringLiteral("-B"), m_build.path(),
+                QStringLiteral("-DCMAKE_TOOLCHAIN_FILE=")
+                    + tests(QStringLiteral("darwin-claim.cmake")),
                 QStringLiteral("-DCMAKE_LIBRARY_ARCHITECTURE=" LIBRARY_ARCHITECTURE),
                 QStringLiteral("-DKORVANE_WERROR=" WERROR),
-                u"-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON"_s});
+                QStringLiteral("-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON")});
         QVERIFY(cmake.waitForFinished(240000));
         QVERIFY2(cmake.exitCode() == 0, cmake.readAll().constData());
         readCommands();
@@ -93,27 +98,29 @@ private slots:
         const QSet<QString> built(m_commands.keyBegin(), m_commands.keyEnd());
         QVERIFY(macSources().size() >= 6);
         QCOMPARE(macSources() - built, QSet<QString>());
-        QCOMPARE(sourcesLike(u"*_linux.cpp"_s) & built, QSet<QString>());
-        QVERIFY(built.contains(source(u"src/contacts/VCard.cpp"_s)));
+        QCOMPARE(sourcesLike(QStringLiteral("*_linux.cpp")) & built, QSet<QString>());
+        QVERIFY(built.contains(source(QStringLiteral("src/contacts/VCard.cpp"))));
     }
 
     void nothingOfAnotherDesktopIsBuilt()
     {
-        QVERIFY(!m_commands.contains(source(u"src/contacts/EvolutionSource.cpp"_s)));
-        QVERIFY(!m_commands[source(u"src/contacts/VCard.cpp"_s)].contains(u"QtDBus"_s));
+        QVERIFY(!m_commands.contains(source(QStringLiteral("src/contacts/EvolutionSource.cpp"))));
+        QVERIFY(!m_commands[source(QStringLiteral("src/contacts/VCard.cpp"))].contains(
+            QStringLiteral("QtDBus")));
     }
 
     void macFilesCompile_data()
     {
         QTest::addColumn<QString>("file");
-        for (const QString& file : sourcesLike(u"*_mac.cpp"_s))
+        for (const QString& file : sourcesLike(QStringLiteral("*_mac.cpp")))
             QTest::newRow(qPrintable(QFileInfo(file).fileName())) << file;
     }
 
     void macFilesCompile()
     {
         QFETCH(const QString, file);
-        const QStringList onlyOnAMac{u"-DSO_NOSIGPIPE=0x1022"_s, u"-DSO_NWRITE=0x1024"_s};
+        const QStringList onlyOnAMac{
+            QStringLiteral("-DSO_NOSIGPIPE=0x1022"), QStringLiteral("-DSO_NWRITE=0x1024")};
         QCOMPARE(complaints(file, {}, onlyOnAMac), QString());
     }
 
@@ -121,41 +128,42 @@ private slots:
     {
         QTest::addColumn<QStringList>("less");
         QTest::newRow("with automatic reference counting") << QStringList();
-        QTest::newRow("without") << QStringList{u"-fobjc-arc"_s};
+        QTest::newRow("without") << QStringList{QStringLiteral("-fobjc-arc")};
     }
 
     void contactsCompileForTheRuntimeOfTheMac()
     {
         QFETCH(const QStringList, less);
-        const QString adapter = source(u"src/contacts/ContactsFrameworkSource.mm"_s);
-        QVERIFY(m_commands[adapter].contains(u" -fobjc-arc "_s));
+        const QString adapter = source(QStringLiteral("src/contacts/ContactsFrameworkSource.mm"));
+        QVERIFY(m_commands[adapter].contains(QStringLiteral(" -fobjc-arc ")));
         QCOMPARE(complaints(adapter, less,
-                     {u"-fblocks"_s, u"-fobjc-runtime=macosx-13.0"_s, u"-isystem"_s,
-                         tests(u"foundation"_s), u"-isystem"_s, tests(QString())}),
+                     {QStringLiteral("-fblocks"), QStringLiteral("-fobjc-runtime=macosx-13.0"),
+                         QStringLiteral("-isystem"), tests(QStringLiteral("foundation")),
+                         QStringLiteral("-isystem"), tests(QString())}),
             QString());
     }
 
     void programsAreLinkedWithTheContactsFramework()
     {
-        const QByteArray rules = content(u"build.ninja"_s);
+        const QByteArray rules = content(QStringLiteral("build.ninja"));
         QVERIFY(rules.contains("-framework Contacts"));
         QVERIFY(rules.contains("-framework Foundation"));
     }
 
     void bundleSaysWhatItIs()
     {
-        const QJsonObject says
-            = readPlist(m_build.filePath(u"src/app/KorvaneSync.app/Contents/Info.plist"_s));
-        QCOMPARE(says[u"CFBundleIdentifier"], u"app.korvane.KorvaneSync"_s);
-        QCOMPARE(says[u"CFBundleName"], u"KorvaneSync"_s);
-        QCOMPARE(says[u"CFBundleExecutable"], u"KorvaneSync"_s);
-        QCOMPARE(says[u"CFBundleIconFile"], u"KorvaneSync.icns"_s);
-        QCOMPARE(says[u"CFBundlePackageType"], u"APPL"_s);
+        const QJsonObject says = readPlist(
+            m_build.filePath(QStringLiteral("src/app/KorvaneSync.app/Contents/Info.plist")));
+        QCOMPARE(says[u"CFBundleIdentifier"], QStringLiteral("app.korvane.KorvaneSync"));
+        QCOMPARE(says[u"CFBundleName"], QStringLiteral("KorvaneSync"));
+        QCOMPARE(says[u"CFBundleExecutable"], QStringLiteral("KorvaneSync"));
+        QCOMPARE(says[u"CFBundleIconFile"], QStringLiteral("KorvaneSync.icns"));
+        QCOMPARE(says[u"CFBundlePackageType"], QStringLiteral("APPL"));
         QCOMPARE(says[u"CFBundleShortVersionString"], QStringLiteral(VERSION));
         QCOMPARE(says[u"CFBundleVersion"], QStringLiteral(VERSION));
-        QCOMPARE(says[u"LSMinimumSystemVersion"], u"14.0"_s);
+        QCOMPARE(says[u"LSMinimumSystemVersion"], QStringLiteral("14.0"));
         QCOMPARE(says[u"LSUIElement"], true);
-        QCOMPARE(says[u"NSPrincipalClass"], u"NSApplication"_s);
+        QCOMPARE(says[u"NSPrincipalClass"], QStringLiteral("NSApplication"));
         QCOMPARE(says[u"NSHighResolutionCapable"], true);
         QVERIFY(!says[u"NSContactsUsageDescription"].toString().isEmpty());
         QVERIFY(!says[u"NSLocalNetworkUsageDescription"].toString().isEmpty());
@@ -163,23 +171,23 @@ private slots:
 
     void terminalProgramCarriesWhatItIs()
     {
-        const QString plist = m_build.filePath(u"Tool-Info.plist"_s);
+        const QString plist = m_build.filePath(QStringLiteral("Tool-Info.plist"));
         const QJsonObject says = readPlist(plist);
-        QCOMPARE(says[u"CFBundleIdentifier"], u"app.korvane.korvane-sync"_s);
+        QCOMPARE(says[u"CFBundleIdentifier"], QStringLiteral("app.korvane.korvane-sync"));
         QCOMPARE(says[u"CFBundleVersion"], QStringLiteral(VERSION));
         QVERIFY(!says[u"NSContactsUsageDescription"].toString().isEmpty());
-        QVERIFY(content(u"build.ninja"_s)
+        QVERIFY(content(QStringLiteral("build.ninja"))
                     .contains("-sectcreate -Xlinker __TEXT -Xlinker __info_plist -Xlinker "
                         + plist.toUtf8()));
     }
 
     void bundleHoldsIconAndTerminalProgram()
     {
-        const QString rules = QString::fromUtf8(content(u"build.ninja"_s));
-        QVERIFY(
-            rules.contains(u"build src/app/KorvaneSync.app/Contents/Resources/KorvaneSync.icns"_s));
-        const QRegularExpression copy(
-            u"copy_if_different \\S*src/cli/korvane-sync \\S*KorvaneSync.app/Contents/MacOS"_s);
+        const QString rules = QString::fromUtf8(content(QStringLiteral("build.ninja")));
+        QVERIFY(rules.contains(
+            QStringLiteral("build src/app/KorvaneSync.app/Contents/Resources/KorvaneSync.icns")));
+        const QRegularExpression copy(QStringLiteral(
+            "copy_if_different \\S*src/cli/korvane-sync \\S*KorvaneSync.app/Contents/MacOS"));
         QVERIFY(rules.contains(copy));
     }
 };

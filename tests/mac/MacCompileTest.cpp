@@ -11,8 +11,6 @@
 #include <cstdio>
 #include <optional>
 
-using namespace Qt::StringLiterals;
-
 /// Compiles every C++ file that CMake picks for a Mac, with the C and C++ headers of macOS and this
 /// system's headers of the libraries. Nothing is linked. The objects are kept, so that the next run
 /// compiles only what changed. Objective-C++ needs frameworks; DarwinConfigureTest checks it.
@@ -26,8 +24,10 @@ class MacCompileTest : public QObject {
     std::optional<QString> failure(const QString& program, const QStringList& arguments) const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"ZIG_GLOBAL_CACHE_DIR"_s, m_build + u"/cache"_s);
-        environment.insert(u"ZIG_LOCAL_CACHE_DIR"_s, m_build + u"/cache"_s);
+        environment.insert(
+            QStringLiteral("ZIG_GLOBAL_CACHE_DIR"), m_build + QStringLiteral("/cache"));
+        environment.insert(
+            QStringLiteral("ZIG_LOCAL_CACHE_DIR"), m_build + QStringLiteral("/cache"));
         QProcess process;
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::MergedChannels);
@@ -41,12 +41,12 @@ class MacCompileTest : public QObject {
 
     void readCommands()
     {
-        QFile file(m_build + u"/compile_commands.json"_s);
+        QFile file(m_build + QStringLiteral("/compile_commands.json"));
         QVERIFY(file.open(QIODevice::ReadOnly));
-        static const QRegularExpression object(u" -o (\\S+)"_s);
+        static const QRegularExpression object(QStringLiteral(" -o (\\S+)"));
         for (const QJsonValue unit : QJsonDocument::fromJson(file.readAll()).array()) {
             const QString command = unit[u"command"].toString();
-            if (unit[u"file"].toString().endsWith(u".cpp"_s))
+            if (unit[u"file"].toString().endsWith(QStringLiteral(".cpp")))
                 m_commands.insert(object.match(command).captured(1), command);
         }
     }
@@ -55,16 +55,18 @@ class MacCompileTest : public QObject {
     /// messages if it failed.
     std::optional<QString> complaint(const QByteArray& text) const
     {
-        const QString object = u"src/pairing/CMakeFiles/korvane-pairing.dir/LocalAddress.cpp.o"_s;
+        const QString object
+            = QStringLiteral("src/pairing/CMakeFiles/korvane-pairing.dir/LocalAddress.cpp.o");
         QStringList command = QProcess::splitCommand(m_commands[object]);
         const QTemporaryDir folder;
-        QFile file(folder.filePath(u"Some.cpp"_s));
+        QFile file(folder.filePath(QStringLiteral("Some.cpp")));
         if (command.isEmpty() || !file.open(QIODevice::WriteOnly))
-            return u"It was not compiled."_s;
+            return QStringLiteral("It was not compiled.");
         file.write(text);
         file.close();
         command.last() = file.fileName();
-        command[command.indexOf(u"-o"_s) + 1] = folder.filePath(u"Some.o"_s);
+        command[command.indexOf(QStringLiteral("-o")) + 1]
+            = folder.filePath(QStringLiteral("Some.o"));
         const QString compiler = command.takeFirst();
         return failure(compiler, command);
     }
@@ -74,11 +76,12 @@ private slots:
     {
         QVERIFY(QDir().mkpath(m_build));
         const auto failed = failure(QStringLiteral(CMAKE),
-            {u"-G"_s, u"Ninja"_s, u"-S"_s, QStringLiteral(SOURCE), u"-B"_s, m_build,
+            {QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-S"),
+                QStringLiteral(SOURCE), QStringLiteral("-B"), m_build,
                 QStringLiteral("-DCMAKE_TOOLCHAIN_FILE=" SOURCE "/tests/mac/darwin-zig.cmake"),
                 QStringLiteral("-DCMAKE_LIBRARY_ARCHITECTURE=" LIBRARY_ARCHITECTURE),
                 QStringLiteral("-DKORVANE_ZIG=" ZIG), QStringLiteral("-DKORVANE_HEADERS=" HEADERS),
-                u"-DKORVANE_TESTS=OFF"_s});
+                QStringLiteral("-DKORVANE_TESTS=OFF")});
         QVERIFY2(!failed, qPrintable(failed.value_or(QString())));
         readCommands();
     }
@@ -89,17 +92,18 @@ private slots:
             std::optional<QString>());
         QVERIFY(complaint("#include <sys/epoll.h>\n")
                     .value_or(QString())
-                    .contains(u"'sys/epoll.h' file not found"_s));
+                    .contains(QStringLiteral("'sys/epoll.h' file not found")));
         QVERIFY(complaint("#include <features.h>\n")
                     .value_or(QString())
-                    .contains(u"'features.h' file not found"_s));
+                    .contains(QStringLiteral("'features.h' file not found")));
     }
 
     void everySourceFileOfTheMacCompiles()
     {
         QVERIFY(m_commands.size() > 100);
-        const auto failed
-            = failure(u"ninja"_s, QStringList{u"--quiet"_s, u"-k"_s, u"0"_s} + m_commands.keys());
+        const auto failed = failure(QStringLiteral("ninja"),
+            QStringList{QStringLiteral("--quiet"), QStringLiteral("-k"), QStringLiteral("0")}
+                + m_commands.keys());
         if (failed)
             std::fputs(qPrintable(*failed), stderr); // QTest truncates long messages
         QVERIFY(!failed);

@@ -9,8 +9,6 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The files of the Mac's application: property lists, the icon, and the workflow of the machine
 /// that builds it.
 class MacFilesTest : public QObject {
@@ -36,7 +34,8 @@ class MacFilesTest : public QObject {
 
     static QByteArray madeIcon(const QString& path)
     {
-        printedBy(QStringLiteral(MAKE_ICNS), {source(u"src/app/resources/Guide.svg"_s), path});
+        printedBy(QStringLiteral(MAKE_ICNS),
+            {source(QStringLiteral("src/app/resources/Guide.svg")), path});
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
@@ -44,31 +43,35 @@ class MacFilesTest : public QObject {
 private slots:
     void entitlementsAreTheAddressBookAlone()
     {
-        const QJsonObject entitlements = readPlist(source(u"packaging/mac/entitlements.plist"_s));
+        const QJsonObject entitlements
+            = readPlist(source(QStringLiteral("packaging/mac/entitlements.plist")));
         QCOMPARE(entitlements,
-            (QJsonObject{{u"com.apple.security.personal-information.addressbook"_s, true}}));
+            (QJsonObject{
+                {QStringLiteral("com.apple.security.personal-information.addressbook"), true}}));
     }
 
     void templatesArePropertyLists_data()
     {
         QTest::addColumn<QString>("file");
-        QTest::newRow("application") << u"packaging/mac/Info.plist.in"_s;
-        QTest::newRow("terminal program") << u"packaging/mac/Tool-Info.plist.in"_s;
+        QTest::newRow("application") << QStringLiteral("packaging/mac/Info.plist.in");
+        QTest::newRow("terminal program") << QStringLiteral("packaging/mac/Tool-Info.plist.in");
     }
 
     void templatesArePropertyLists()
     {
         QFETCH(const QString, file);
         const QJsonObject plist = readPlist(source(file));
-        QCOMPARE(plist[u"LSMinimumSystemVersion"], u"14.0"_s);
-        QVERIFY(plist[u"NSContactsUsageDescription"].toString().contains(u"contacts"_s));
-        QVERIFY(plist[u"NSLocalNetworkUsageDescription"].toString().contains(u"phone"_s));
+        QCOMPARE(plist[u"LSMinimumSystemVersion"], QStringLiteral("14.0"));
+        QVERIFY(
+            plist[u"NSContactsUsageDescription"].toString().contains(QStringLiteral("contacts")));
+        QVERIFY(
+            plist[u"NSLocalNetworkUsageDescription"].toString().contains(QStringLiteral("phone")));
     }
 
     void iconHasEverySize()
     {
         const QTemporaryDir folder;
-        const auto pictures = picturesIn(madeIcon(folder.filePath(u"made.icns"_s)));
+        const auto pictures = picturesIn(madeIcon(folder.filePath(QStringLiteral("made.icns"))));
         const QMap<QByteArray, int> sizes{{"ic11", 32}, {"ic12", 64}, {"ic07", 128}, {"ic13", 256},
             {"ic08", 256}, {"ic14", 512}, {"ic09", 512}, {"ic10", 1024}};
         QCOMPARE(pictures.keys(), sizes.keys());
@@ -79,7 +82,8 @@ private slots:
     void iconIsTheGuideOnARoundedDarkGround()
     {
         const QTemporaryDir folder;
-        const QImage icon = picturesIn(madeIcon(folder.filePath(u"made.icns"_s))).value("ic10");
+        const QImage icon
+            = picturesIn(madeIcon(folder.filePath(QStringLiteral("made.icns")))).value("ic10");
         QCOMPARE(icon.pixelColor(50, 512).alpha(), 0); // margin
         QCOMPARE(icon.pixelColor(110, 110).alpha(), 0); // rounded corner
         QCOMPARE(icon.pixelColor(512, 120).alpha(), 255);
@@ -90,14 +94,17 @@ private slots:
 
     void iconIsReadByOthers()
     {
-        const QString reader = QStandardPaths::findExecutable(u"icns2png"_s);
+        const QString reader = QStandardPaths::findExecutable(QStringLiteral("icns2png"));
         if (reader.isEmpty())
             QSKIP("icns2png is not here.");
         const QTemporaryDir folder;
-        const QString icon = folder.filePath(u"made.icns"_s);
+        const QString icon = folder.filePath(QStringLiteral("made.icns"));
         QVERIFY(!madeIcon(icon).isEmpty());
-        printedBy(reader, {u"-x"_s, u"-s"_s, u"512x512"_s, u"-o"_s, folder.path(), icon});
-        const QStringList pictures = QDir(folder.path()).entryList({u"*512x512*.png"_s});
+        printedBy(reader,
+            {QStringLiteral("-x"), QStringLiteral("-s"), QStringLiteral("512x512"),
+                QStringLiteral("-o"), folder.path(), icon});
+        const QStringList pictures
+            = QDir(folder.path()).entryList({QStringLiteral("*512x512*.png")});
         QVERIFY(!pictures.isEmpty());
         QCOMPARE(QImage(folder.filePath(pictures[0])).size(), QSize(512, 512));
     }
@@ -105,25 +112,29 @@ private slots:
     void iconOfNothingIsAnError()
     {
         const QTemporaryDir folder;
-        QCOMPARE(QProcess::execute(QStringLiteral(MAKE_ICNS),
-                     {u"/no/drawing.svg"_s, folder.filePath(u"made.icns"_s)}),
+        QCOMPARE(
+            QProcess::execute(QStringLiteral(MAKE_ICNS),
+                {QStringLiteral("/no/drawing.svg"), folder.filePath(QStringLiteral("made.icns"))}),
             1);
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList());
     }
 
     void workflowBuildsTestsAndPacks()
     {
-        const QStringList noYaml{u"-c"_s, u"import yaml"_s};
+        const QStringList noYaml{QStringLiteral("-c"), QStringLiteral("import yaml")};
         if (QProcess::execute(QStringLiteral(PYTHON), noYaml) != 0)
             QSKIP("Python's yaml is not here.");
-        const QJsonObject workflow = readBy(u"yaml"_s, source(u".github/workflows/macos.yml"_s));
+        const QJsonObject workflow
+            = readBy(QStringLiteral("yaml"), source(QStringLiteral(".github/workflows/macos.yml")));
         const QJsonObject job = workflow[u"jobs"][u"application"].toObject();
-        QVERIFY(job[u"runs-on"].toString().startsWith(u"macos"_s));
+        QVERIFY(job[u"runs-on"].toString().startsWith(QStringLiteral("macos")));
         QString commands;
         for (const QJsonValue step : job[u"steps"].toArray())
             commands += step[u"run"].toString() + u'\n';
-        for (const QString& command : {u"brew install"_s, u"cmake --build"_s, u"ctest"_s,
-                 u"packaging/mac/bundle"_s, u"packaging/mac/sign"_s, u"packaging/mac/disk-image"_s})
+        for (const QString& command :
+            {QStringLiteral("brew install"), QStringLiteral("cmake --build"),
+                QStringLiteral("ctest"), QStringLiteral("packaging/mac/bundle"),
+                QStringLiteral("packaging/mac/sign"), QStringLiteral("packaging/mac/disk-image")})
             QVERIFY2(commands.contains(command), qPrintable(command));
     }
 };

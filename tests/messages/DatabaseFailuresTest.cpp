@@ -6,22 +6,6 @@
 
 namespace korvane {
 
-/// A database that fails after it was opened: the error has SQLite's text, and rows read before the
-/// failure are not returned.
-class DatabaseFailuresTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void lockedDatabaseIsAnError();
-    void lockOfAWriterThatOnlyPreparesDoesNoHarm();
-    void damageInTheMiddleIsAnError();
-    void damageInARowOfAnEarlierRunIsAnErrorForAReference();
-    void damageInOneChatSparesTheOthers();
-    void damageAmongTheMembersIsAnErrorForTheChatList();
-    void visitorsErrorPassesThrough();
-    void readerWorksOnAfterAFailure();
-};
-
 namespace {
 
 constexpr qint64 pageSize = 4096;
@@ -66,108 +50,115 @@ void damagePageWith(const TestDatabase& database, const std::string& text)
 
 } // namespace
 
-void DatabaseFailuresTest::lockedDatabaseIsAnError()
-{
-    OneChat database;
-    database.addMessage(1, "hello");
-    MessagesDB db(database.path());
-    database.sql().execute("BEGIN EXCLUSIVE");
-    QCOMPARE(errorOfChats(db), locked);
-    QCOMPARE(errorOfMessages(db), locked);
-}
+/// A database that fails after it was opened: the error has SQLite's text, and rows read before the
+/// failure are not returned.
+class DatabaseFailuresTest : public QObject {
+    Q_OBJECT
 
-void DatabaseFailuresTest::lockOfAWriterThatOnlyPreparesDoesNoHarm()
-{
-    OneChat database;
-    database.addMessage(1, "hello");
-    MessagesDB db(database.path());
-    database.sql().execute("BEGIN IMMEDIATE");
-    database.addMessage(1, "not yet there");
-    QCOMPARE(db.chats().at(0).messageCount, 1);
-    QCOMPARE(rowIDs(db.messages(1, 0)), std::vector<std::int64_t>{1});
-}
-
-void DatabaseFailuresTest::damageInTheMiddleIsAnError()
-{
-    OneChat database;
-    addLongMessages(database, 1, 1, 300);
-    damagePageWith(database, longText(150));
-
-    MessagesDB db(database.path());
-    QCOMPARE(errorOfMessages(db), damaged);
-    QCOMPARE(errorOfChats(db), damaged);
-}
-
-void DatabaseFailuresTest::damageInARowOfAnEarlierRunIsAnErrorForAReference()
-{
-    OneChat database;
-    addLongMessages(database, 1, 1, 300);
-    database.addMessage(1, "new");
-    database.addMessage(1, {.threadGuid = "M300"});
-    damagePageWith(database, longText(150));
-
-    MessagesDB db(database.path());
-    QCOMPARE(errorOfMessages(db, 1, 300), damaged);
-}
-
-void DatabaseFailuresTest::damageInOneChatSparesTheOthers()
-{
-    OneChat database;
-    database.addChat(2, "chat;2");
-    addLongMessages(database, 1, 1, 100);
-    addLongMessages(database, 2, 101, 300);
-    damagePageWith(database, longText(200));
-
-    MessagesDB db(database.path());
-    QCOMPARE(errorOfMessages(db, 2), damaged);
-    QCOMPARE(db.messages(1, 0).size(), std::size_t(100));
-}
-
-void DatabaseFailuresTest::damageAmongTheMembersIsAnErrorForTheChatList()
-{
-    OneChat database;
-    database.addMessage(1, "hello");
-    database.sql().execute("BEGIN");
-    for (int number = 2; number <= 100; ++number) {
-        database.addHandle(number, longText(number));
-        database.addMember(1, number);
+private slots:
+    void lockedDatabaseIsAnError()
+    {
+        OneChat database;
+        database.addMessage(1, "hello");
+        MessagesDB db(database.path());
+        database.sql().execute("BEGIN EXCLUSIVE");
+        QCOMPARE(errorOfChats(db), locked);
+        QCOMPARE(errorOfMessages(db), locked);
     }
-    database.sql().execute("COMMIT");
-    damagePageWith(database, longText(50));
 
-    MessagesDB db(database.path());
-    QCOMPARE(errorOfChats(db), damaged);
-    QCOMPARE(db.messages(1, 0).size(), std::size_t(1));
-}
+    void lockOfAWriterThatOnlyPreparesDoesNoHarm()
+    {
+        OneChat database;
+        database.addMessage(1, "hello");
+        MessagesDB db(database.path());
+        database.sql().execute("BEGIN IMMEDIATE");
+        database.addMessage(1, "not yet there");
+        QCOMPARE(db.chats().at(0).messageCount, 1);
+        QCOMPARE(rowIDs(db.messages(1, 0)), std::vector<std::int64_t>{1});
+    }
 
-void DatabaseFailuresTest::visitorsErrorPassesThrough()
-{
-    OneChat database;
-    database.addMessage(1, "one");
-    database.addMessage(1, "two");
-    MessagesDB db(database.path());
-    int visits = 0;
-    const auto visit = [&visits](const MessageRowView&) {
-        ++visits;
-        throw std::runtime_error("enough");
-    };
-    QVERIFY_THROWS_EXCEPTION(std::runtime_error, db.forEachMessage(1, 0, visit));
-    QCOMPARE(visits, 1);
-    QCOMPARE(db.messages(1, 0).size(), std::size_t(2));
-}
+    void damageInTheMiddleIsAnError()
+    {
+        OneChat database;
+        addLongMessages(database, 1, 1, 300);
+        damagePageWith(database, longText(150));
 
-void DatabaseFailuresTest::readerWorksOnAfterAFailure()
-{
-    OneChat database;
-    database.addMessage(1, "hello");
-    MessagesDB db(database.path());
-    database.sql().execute("BEGIN EXCLUSIVE");
-    QCOMPARE(errorOfChats(db), locked);
-    QCOMPARE(errorOfMessages(db), locked);
-    database.sql().execute("COMMIT");
-    QCOMPARE(db.chats().size(), std::size_t(1));
-    QCOMPARE(db.messages(1, 0).size(), std::size_t(1));
-}
+        MessagesDB db(database.path());
+        QCOMPARE(errorOfMessages(db), damaged);
+        QCOMPARE(errorOfChats(db), damaged);
+    }
+
+    void damageInARowOfAnEarlierRunIsAnErrorForAReference()
+    {
+        OneChat database;
+        addLongMessages(database, 1, 1, 300);
+        database.addMessage(1, "new");
+        database.addMessage(1, {.threadGuid = "M300"});
+        damagePageWith(database, longText(150));
+
+        MessagesDB db(database.path());
+        QCOMPARE(errorOfMessages(db, 1, 300), damaged);
+    }
+
+    void damageInOneChatSparesTheOthers()
+    {
+        OneChat database;
+        database.addChat(2, "chat;2");
+        addLongMessages(database, 1, 1, 100);
+        addLongMessages(database, 2, 101, 300);
+        damagePageWith(database, longText(200));
+
+        MessagesDB db(database.path());
+        QCOMPARE(errorOfMessages(db, 2), damaged);
+        QCOMPARE(db.messages(1, 0).size(), std::size_t(100));
+    }
+
+    void damageAmongTheMembersIsAnErrorForTheChatList()
+    {
+        OneChat database;
+        database.addMessage(1, "hello");
+        database.sql().execute("BEGIN");
+        for (int number = 2; number <= 100; ++number) {
+            database.addHandle(number, longText(number));
+            database.addMember(1, number);
+        }
+        database.sql().execute("COMMIT");
+        damagePageWith(database, longText(50));
+
+        MessagesDB db(database.path());
+        QCOMPARE(errorOfChats(db), damaged);
+        QCOMPARE(db.messages(1, 0).size(), std::size_t(1));
+    }
+
+    void visitorsErrorPassesThrough()
+    {
+        OneChat database;
+        database.addMessage(1, "one");
+        database.addMessage(1, "two");
+        MessagesDB db(database.path());
+        int visits = 0;
+        const auto visit = [&visits](const MessageRowView&) {
+            ++visits;
+            throw std::runtime_error("enough");
+        };
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, db.forEachMessage(1, 0, visit));
+        QCOMPARE(visits, 1);
+        QCOMPARE(db.messages(1, 0).size(), std::size_t(2));
+    }
+
+    void readerWorksOnAfterAFailure()
+    {
+        OneChat database;
+        database.addMessage(1, "hello");
+        MessagesDB db(database.path());
+        database.sql().execute("BEGIN EXCLUSIVE");
+        QCOMPARE(errorOfChats(db), locked);
+        QCOMPARE(errorOfMessages(db), locked);
+        database.sql().execute("COMMIT");
+        QCOMPARE(db.chats().size(), std::size_t(1));
+        QCOMPARE(db.messages(1, 0).size(), std::size_t(1));
+    }
+};
 
 } // namespace korvane
 

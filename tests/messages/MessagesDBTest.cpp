@@ -15,43 +15,6 @@
 
 namespace korvane {
 
-/// Opening a Messages database, and the error texts when that fails.
-class MessagesDBTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void init();
-    void liesInTheLibraryOfTheUser();
-    void missingFileCannotBeOpened();
-    void missingFileIsNotCreated();
-    void missingFolderCannotBeOpened();
-    void fileWithoutPermissionCannotBeOpened();
-    void whatIsNoMessagesDatabaseCountsAsLocked_data();
-    void whatIsNoMessagesDatabaseCountsAsLocked();
-    void emptyFileLeavesTheLogBesideItAlone();
-    void folderIsRefused();
-    void whatIsNoFileIsRefused_data();
-    void whatIsNoFileIsRefused();
-    void pipeBesideTheDatabaseDoesNotBlock_data();
-    void pipeBesideTheDatabaseDoesNotBlock();
-    void pipeBesideTheTargetOfALinkDoesNotBlock();
-    void databaseWithoutMessageTableCountsAsLocked();
-    void damagedDatabaseCountsAsLocked_data();
-    void damagedDatabaseCountsAsLocked();
-    void databaseCutShortCountsAsLocked();
-    void databaseInUseByAnExclusiveWriterCountsAsLocked();
-    void emptyMessageTableIsFine();
-    void oddNameIsTakenAsItStands();
-    void errorCarriesItsTextInAllPlaces();
-    void objectsOnOneFileAreIndependent();
-
-private:
-    std::string file(const QString& name) const { return m_folder->filePath(name).toStdString(); }
-    void write(const QString& name, const QByteArray& contents) const;
-
-    std::unique_ptr<QTemporaryDir> m_folder;
-};
-
 namespace {
 
 const std::string cannotOpen = "Can't open the Messages database.";
@@ -97,217 +60,222 @@ std::string copyAlone(OneChat& database)
 
 } // namespace
 
-void MessagesDBTest::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-}
+/// Opening a Messages database, and the error texts when that fails.
+class MessagesDBTest : public QObject {
+    Q_OBJECT
 
-void MessagesDBTest::write(const QString& name, const QByteArray& contents) const
-{
-    QFile file(m_folder->filePath(name));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(contents), qint64(contents.size()));
-}
+private slots:
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
 
-void MessagesDBTest::liesInTheLibraryOfTheUser()
-{
-    const QByteArray home = qgetenv("HOME");
-    qputenv("HOME", "/Users/ann lee");
-    QCOMPARE(MessagesDB::path(), "/Users/ann lee/Library/Messages/chat.db");
-    qputenv("HOME", "/Users/bo");
-    QCOMPARE(MessagesDB::path(), "/Users/ann lee/Library/Messages/chat.db"); // computed once
-    qputenv("HOME", home);
-}
-
-void MessagesDBTest::missingFileCannotBeOpened()
-{
-    QCOMPARE(openingError(file(QStringLiteral("chat.db"))), cannotOpen);
-}
-
-void MessagesDBTest::missingFileIsNotCreated()
-{
-    QCOMPARE(openingError(file(QStringLiteral("chat.db"))), cannotOpen);
-    QVERIFY(QDir(m_folder->path()).isEmpty());
-}
-
-void MessagesDBTest::missingFolderCannotBeOpened()
-{
-    QCOMPARE(openingError(file(QStringLiteral("Library/Messages/chat.db"))), cannotOpen);
-    QVERIFY(QDir(m_folder->path()).isEmpty());
-}
-
-void MessagesDBTest::fileWithoutPermissionCannotBeOpened()
-{
-    const Unprivileged user;
-    if (!user.works())
-        QSKIP("needs a user whom permissions stop");
-    const OneChat database;
-    QCOMPARE(openingError(database.path()), "(no error)");
-    QVERIFY(QFile::setPermissions(QString::fromStdString(database.path()), {}));
-    QCOMPARE(openingError(database.path()), cannotOpen);
-}
-
-void MessagesDBTest::whatIsNoMessagesDatabaseCountsAsLocked_data()
-{
-    QTest::addColumn<QByteArray>("contents");
-    QTest::newRow("an empty file") << QByteArray();
-    QTest::newRow("a text file") << QByteArray("Dear Ann,\n").repeated(1000);
-    QTest::newRow("the head of a database and nothing else") << QByteArray("SQLite format 3\0", 16);
-    QTest::newRow("NULs") << QByteArray(8192, '\0');
-}
-
-void MessagesDBTest::whatIsNoMessagesDatabaseCountsAsLocked()
-{
-    QFETCH(QByteArray, contents);
-    write(QStringLiteral("chat.db"), contents);
-    QCOMPARE(openingError(file(QStringLiteral("chat.db"))), locked);
-}
-
-void MessagesDBTest::folderIsRefused()
-{
-    QCOMPARE(openingError(m_folder->path().toStdString()), cannotOpen);
-}
-
-void MessagesDBTest::emptyFileLeavesTheLogBesideItAlone()
-{
-    write(QStringLiteral("chat.db"), {});
-    write(QStringLiteral("chat.db-wal"), "the newest messages");
-    QCOMPARE(openingError(file(QStringLiteral("chat.db"))), locked);
-    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files),
-        (QStringList{QStringLiteral("chat.db"), QStringLiteral("chat.db-wal")}));
-}
-
-void MessagesDBTest::whatIsNoFileIsRefused_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::newRow("a named pipe") << QStringLiteral("pipe");
-    QTest::newRow("a link to a named pipe") << QStringLiteral("link");
-    QTest::newRow("a device without contents") << QStringLiteral("/dev/null");
-    QTest::newRow("a device without an end") << QStringLiteral("/dev/zero");
-}
-
-void MessagesDBTest::whatIsNoFileIsRefused()
-{
-    QFETCH(QString, path);
-    QCOMPARE(::mkfifo(file(QStringLiteral("pipe")).c_str(), 0600), 0);
-    QVERIFY(QFile::link(
-        m_folder->filePath(QStringLiteral("pipe")), m_folder->filePath(QStringLiteral("link"))));
-    const QString absolute = QDir(m_folder->path()).absoluteFilePath(path);
-    QCOMPARE(openingErrorInTime(absolute.toStdString()), cannotOpen);
-}
-
-void MessagesDBTest::pipeBesideTheDatabaseDoesNotBlock_data()
-{
-    QTest::addColumn<QString>("suffix");
-    for (const char* suffix : {"-wal", "-shm", "-journal"})
-        QTest::newRow(suffix) << QString::fromUtf8(suffix);
-}
-
-/// SQLite opens these files read-write if permitted, and opening a pipe that way does not block on
-/// Linux. An unprivileged user makes it open them read-only.
-void MessagesDBTest::pipeBesideTheDatabaseDoesNotBlock()
-{
-    QFETCH(QString, suffix);
-    const Unprivileged user;
-    if (!user.works())
-        QSKIP("needs a user whom permissions stop");
-    OneChat database;
-    const std::string copy = copyAlone(database);
-    QCOMPARE(openingError(copy), "(no error)");
-    QFile::remove(QString::fromStdString(copy + suffix.toStdString()));
-    QCOMPARE(::mkfifo((copy + suffix.toStdString()).c_str(), 0444), 0);
-    QCOMPARE(openingErrorInTime(copy), locked);
-}
-
-void MessagesDBTest::pipeBesideTheTargetOfALinkDoesNotBlock()
-{
-    OneChat database;
-    const std::string copy = copyAlone(database);
-    QCOMPARE(::mkfifo((copy + "-journal").c_str(), 0600), 0);
-    const QString link = m_folder->filePath(QStringLiteral("link.db"));
-    QVERIFY(QFile::link(QString::fromStdString(copy), link));
-    QCOMPARE(openingErrorInTime(link.toStdString()), locked);
-}
-
-void MessagesDBTest::databaseWithoutMessageTableCountsAsLocked()
-{
-    OneChat database;
-    database.sql().execute("DROP TABLE message");
-    QCOMPARE(openingError(database.path()), locked);
-}
-
-void MessagesDBTest::damagedDatabaseCountsAsLocked_data()
-{
-    QTest::addColumn<int>("position");
-    QTest::newRow("its head") << 0;
-    QTest::newRow("its list of tables") << 100;
-}
-
-void MessagesDBTest::damagedDatabaseCountsAsLocked()
-{
-    QFETCH(int, position);
-    const OneChat database;
-    QFile file(QString::fromStdString(database.path()));
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.seek(position));
-    QCOMPARE(file.write(QByteArray(100, '\xFF')), qint64(100));
-    file.close();
-    QCOMPARE(openingError(database.path()), locked);
-}
-
-void MessagesDBTest::databaseCutShortCountsAsLocked()
-{
-    const OneChat database;
-    QFile file(QString::fromStdString(database.path()));
-    QVERIFY(file.resize(file.size() / 2));
-    QCOMPARE(openingError(database.path()), locked);
-}
-
-void MessagesDBTest::databaseInUseByAnExclusiveWriterCountsAsLocked()
-{
-    OneChat database;
-    database.sql().execute("BEGIN EXCLUSIVE");
-    QCOMPARE(openingError(database.path()), locked);
-    database.sql().execute("COMMIT");
-    QCOMPARE(openingError(database.path()), "(no error)");
-}
-
-void MessagesDBTest::emptyMessageTableIsFine()
-{
-    const OneChat database;
-    MessagesDB db(database.path());
-    QVERIFY(db.chats().empty());
-    QVERIFY(db.messages(1, 0).empty());
-}
-
-void MessagesDBTest::oddNameIsTakenAsItStands()
-{
-    const OneChat database;
-    QCOMPARE(openingError("file:" + database.path()), cannotOpen); // a file name, not a URI
-    const std::string odd = file(QStringLiteral("chat%20é.db?mode=ro#x"));
-    QVERIFY(QFile::copy(QString::fromStdString(database.path()), QString::fromStdString(odd)));
-    QCOMPARE(openingError(odd), "(no error)");
-}
-
-void MessagesDBTest::errorCarriesItsTextInAllPlaces()
-{
-    const DBError error("database is locked");
-    QCOMPARE(error.message, "database is locked");
-    QCOMPARE(error.errorDescription(), "database is locked");
-    QCOMPARE(std::string(error.what()), "database is locked");
-}
-
-void MessagesDBTest::objectsOnOneFileAreIndependent()
-{
-    OneChat database;
-    MessagesDB first(database.path());
+    void liesInTheLibraryOfTheUser()
     {
-        MessagesDB second(database.path());
-        database.addMessage(1, "hello");
-        QCOMPARE(second.messages(1, 0).size(), std::size_t(1));
+        const QByteArray home = qgetenv("HOME");
+        qputenv("HOME", "/Users/ann lee");
+        QCOMPARE(MessagesDB::path(), "/Users/ann lee/Library/Messages/chat.db");
+        qputenv("HOME", "/Users/bo");
+        QCOMPARE(MessagesDB::path(), "/Users/ann lee/Library/Messages/chat.db"); // computed once
+        qputenv("HOME", home);
     }
-    QCOMPARE(first.messages(1, 0).size(), std::size_t(1));
-}
+
+    void missingFileCannotBeOpened()
+    {
+        QCOMPARE(openingError(file(QStringLiteral("chat.db"))), cannotOpen);
+    }
+
+    void missingFileIsNotCreated()
+    {
+        QCOMPARE(openingError(file(QStringLiteral("chat.db"))), cannotOpen);
+        QVERIFY(QDir(m_folder->path()).isEmpty());
+    }
+
+    void missingFolderCannotBeOpened()
+    {
+        QCOMPARE(openingError(file(QStringLiteral("Library/Messages/chat.db"))), cannotOpen);
+        QVERIFY(QDir(m_folder->path()).isEmpty());
+    }
+
+    void fileWithoutPermissionCannotBeOpened()
+    {
+        const Unprivileged user;
+        if (!user.works())
+            QSKIP("needs a user whom permissions stop");
+        const OneChat database;
+        QCOMPARE(openingError(database.path()), "(no error)");
+        QVERIFY(QFile::setPermissions(QString::fromStdString(database.path()), {}));
+        QCOMPARE(openingError(database.path()), cannotOpen);
+    }
+
+    void whatIsNoMessagesDatabaseCountsAsLocked_data()
+    {
+        QTest::addColumn<QByteArray>("contents");
+        QTest::newRow("an empty file") << QByteArray();
+        QTest::newRow("a text file") << QByteArray("Dear Ann,\n").repeated(1000);
+        QTest::newRow("the head of a database and nothing else")
+            << QByteArray("SQLite format 3\0", 16);
+        QTest::newRow("NULs") << QByteArray(8192, '\0');
+    }
+
+    void whatIsNoMessagesDatabaseCountsAsLocked()
+    {
+        QFETCH(QByteArray, contents);
+        write(QStringLiteral("chat.db"), contents);
+        QCOMPARE(openingError(file(QStringLiteral("chat.db"))), locked);
+    }
+
+    void emptyFileLeavesTheLogBesideItAlone()
+    {
+        write(QStringLiteral("chat.db"), {});
+        write(QStringLiteral("chat.db-wal"), "the newest messages");
+        QCOMPARE(openingError(file(QStringLiteral("chat.db"))), locked);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files),
+            (QStringList{QStringLiteral("chat.db"), QStringLiteral("chat.db-wal")}));
+    }
+
+    void folderIsRefused() { QCOMPARE(openingError(m_folder->path().toStdString()), cannotOpen); }
+
+    void whatIsNoFileIsRefused_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("a named pipe") << QStringLiteral("pipe");
+        QTest::newRow("a link to a named pipe") << QStringLiteral("link");
+        QTest::newRow("a device without contents") << QStringLiteral("/dev/null");
+        QTest::newRow("a device without an end") << QStringLiteral("/dev/zero");
+    }
+
+    void whatIsNoFileIsRefused()
+    {
+        QFETCH(QString, path);
+        QCOMPARE(::mkfifo(file(QStringLiteral("pipe")).c_str(), 0600), 0);
+        QVERIFY(QFile::link(m_folder->filePath(QStringLiteral("pipe")),
+            m_folder->filePath(QStringLiteral("link"))));
+        const QString absolute = QDir(m_folder->path()).absoluteFilePath(path);
+        QCOMPARE(openingErrorInTime(absolute.toStdString()), cannotOpen);
+    }
+
+    void pipeBesideTheDatabaseDoesNotBlock_data()
+    {
+        QTest::addColumn<QString>("suffix");
+        for (const char* suffix : {"-wal", "-shm", "-journal"})
+            QTest::newRow(suffix) << QString::fromUtf8(suffix);
+    }
+
+    /// SQLite opens these files read-write if permitted, and opening a pipe that way does not block
+    /// on Linux. An unprivileged user makes it open them read-only.
+    void pipeBesideTheDatabaseDoesNotBlock()
+    {
+        QFETCH(QString, suffix);
+        const Unprivileged user;
+        if (!user.works())
+            QSKIP("needs a user whom permissions stop");
+        OneChat database;
+        const std::string copy = copyAlone(database);
+        QCOMPARE(openingError(copy), "(no error)");
+        QFile::remove(QString::fromStdString(copy + suffix.toStdString()));
+        QCOMPARE(::mkfifo((copy + suffix.toStdString()).c_str(), 0444), 0);
+        QCOMPARE(openingErrorInTime(copy), locked);
+    }
+
+    void pipeBesideTheTargetOfALinkDoesNotBlock()
+    {
+        OneChat database;
+        const std::string copy = copyAlone(database);
+        QCOMPARE(::mkfifo((copy + "-journal").c_str(), 0600), 0);
+        const QString link = m_folder->filePath(QStringLiteral("link.db"));
+        QVERIFY(QFile::link(QString::fromStdString(copy), link));
+        QCOMPARE(openingErrorInTime(link.toStdString()), locked);
+    }
+
+    void databaseWithoutMessageTableCountsAsLocked()
+    {
+        OneChat database;
+        database.sql().execute("DROP TABLE message");
+        QCOMPARE(openingError(database.path()), locked);
+    }
+
+    void damagedDatabaseCountsAsLocked_data()
+    {
+        QTest::addColumn<int>("position");
+        QTest::newRow("its head") << 0;
+        QTest::newRow("its list of tables") << 100;
+    }
+
+    void damagedDatabaseCountsAsLocked()
+    {
+        QFETCH(int, position);
+        const OneChat database;
+        QFile file(QString::fromStdString(database.path()));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.seek(position));
+        QCOMPARE(file.write(QByteArray(100, '\xFF')), qint64(100));
+        file.close();
+        QCOMPARE(openingError(database.path()), locked);
+    }
+
+    void databaseCutShortCountsAsLocked()
+    {
+        const OneChat database;
+        QFile file(QString::fromStdString(database.path()));
+        QVERIFY(file.resize(file.size() / 2));
+        QCOMPARE(openingError(database.path()), locked);
+    }
+
+    void databaseInUseByAnExclusiveWriterCountsAsLocked()
+    {
+        OneChat database;
+        database.sql().execute("BEGIN EXCLUSIVE");
+        QCOMPARE(openingError(database.path()), locked);
+        database.sql().execute("COMMIT");
+        QCOMPARE(openingError(database.path()), "(no error)");
+    }
+
+    void emptyMessageTableIsFine()
+    {
+        const OneChat database;
+        MessagesDB db(database.path());
+        QVERIFY(db.chats().empty());
+        QVERIFY(db.messages(1, 0).empty());
+    }
+
+    void oddNameIsTakenAsItStands()
+    {
+        const OneChat database;
+        QCOMPARE(openingError("file:" + database.path()), cannotOpen); // a file name, not a URI
+        const std::string odd = file(QStringLiteral("chat%20é.db?mode=ro#x"));
+        QVERIFY(QFile::copy(QString::fromStdString(database.path()), QString::fromStdString(odd)));
+        QCOMPARE(openingError(odd), "(no error)");
+    }
+
+    void errorCarriesItsTextInAllPlaces()
+    {
+        const DBError error("database is locked");
+        QCOMPARE(error.message, "database is locked");
+        QCOMPARE(error.errorDescription(), "database is locked");
+        QCOMPARE(std::string(error.what()), "database is locked");
+    }
+
+    void objectsOnOneFileAreIndependent()
+    {
+        OneChat database;
+        MessagesDB first(database.path());
+        {
+            MessagesDB second(database.path());
+            database.addMessage(1, "hello");
+            QCOMPARE(second.messages(1, 0).size(), std::size_t(1));
+        }
+        QCOMPARE(first.messages(1, 0).size(), std::size_t(1));
+    }
+
+private:
+    std::string file(const QString& name) const { return m_folder->filePath(name).toStdString(); }
+    void write(const QString& name, const QByteArray& contents) const
+    {
+        QFile file(m_folder->filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(contents), qint64(contents.size()));
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+};
 
 } // namespace korvane
 

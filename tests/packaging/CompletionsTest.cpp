@@ -5,8 +5,6 @@
 #include <QTemporaryDir>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// What bash, zsh and fish complete for korvane-sync. The tests ask the shells themselves and
 /// compare the answers with the program's --help.
 class CompletionsTest : public QObject {
@@ -16,10 +14,11 @@ private slots:
     void initTestCase()
     {
         QVERIFY(m_home.isValid());
-        QVERIFY(QDir(m_home.path()).mkpath(u"Library/Messages"_s));
+        QVERIFY(QDir(m_home.path()).mkpath(QStringLiteral("Library/Messages")));
         const Outcome sample = run(QStringLiteral(PROGRAM),
-            {u"sample"_s, m_home.filePath(u"Library/Messages/chat.db"_s), u"--messages"_s, u"100"_s,
-                u"--chats"_s, u"3"_s});
+            {QStringLiteral("sample"), m_home.filePath(QStringLiteral("Library/Messages/chat.db")),
+                QStringLiteral("--messages"), QStringLiteral("100"), QStringLiteral("--chats"),
+                QStringLiteral("3")});
         QCOMPARE(sample.code, 0);
     }
 
@@ -27,11 +26,13 @@ private slots:
     {
         QTest::addColumn<QString>("shell");
         QTest::addColumn<QString>("file");
-        QTest::newRow("bash") << u"bash"_s << u"korvane-sync.bash"_s;
-        QTest::newRow("bash, the window") << u"bash"_s << u"korvane-sync-app.bash"_s;
-        QTest::newRow("zsh") << u"zsh"_s << u"_korvane-sync"_s;
-        QTest::newRow("fish") << u"fish"_s << u"korvane-sync.fish"_s;
-        QTest::newRow("fish, the window") << u"fish"_s << u"korvane-sync-app.fish"_s;
+        QTest::newRow("bash") << QStringLiteral("bash") << QStringLiteral("korvane-sync.bash");
+        QTest::newRow("bash, the window")
+            << QStringLiteral("bash") << QStringLiteral("korvane-sync-app.bash");
+        QTest::newRow("zsh") << QStringLiteral("zsh") << QStringLiteral("_korvane-sync");
+        QTest::newRow("fish") << QStringLiteral("fish") << QStringLiteral("korvane-sync.fish");
+        QTest::newRow("fish, the window")
+            << QStringLiteral("fish") << QStringLiteral("korvane-sync-app.fish");
     }
 
     void shellsFindNoFaultInThem()
@@ -40,7 +41,7 @@ private slots:
         QFETCH(QString, file);
         if (QStandardPaths::findExecutable(shell).isEmpty())
             QSKIP("There is no such shell here.");
-        const Outcome check = run(shell, {u"-n"_s, pathOf(file)});
+        const Outcome check = run(shell, {QStringLiteral("-n"), pathOf(file)});
         QCOMPARE(check.said(), QByteArray());
         QCOMPARE(check.code, 0);
     }
@@ -51,8 +52,8 @@ private slots:
         QFETCH(Shell, complete);
         if (!has(complete))
             QSKIP("There is no such shell here.");
-        QCOMPARE(joined((this->*complete)({u"tr"_s})), u"transfer"_s);
-        QCOMPARE(joined((this->*complete)({u"zz"_s})), QString());
+        QCOMPARE(joined((this->*complete)({QStringLiteral("tr")})), QStringLiteral("transfer"));
+        QCOMPARE(joined((this->*complete)({QStringLiteral("zz")})), QString());
     }
 
     void everyCommandIsOffered_data() { shells(); }
@@ -84,9 +85,9 @@ private slots:
             QSKIP("There is no such shell here.");
         std::set<QString> options;
         for (const QString& option : optionsInHelp(command))
-            options.insert(u"--"_s + option);
+            options.insert(QStringLiteral("--") + option);
         QVERIFY(options.size() > 2);
-        QCOMPARE(joined((this->*complete)({command, u"--"_s})), joined(options));
+        QCOMPARE(joined((this->*complete)({command, QStringLiteral("--")})), joined(options));
     }
 
     void guidsComeFromTheDatabase_data() { completingShells(); }
@@ -95,13 +96,16 @@ private slots:
         QFETCH(Shell, complete);
         if (!has(complete))
             QSKIP("There is no such shell here.");
-        const QString json
-            = run(QStringLiteral(PROGRAM), {u"chats"_s, u"--json"_s}, environment()).out;
-        const std::set<QString> guids = allMatches(u"\"guid\":\"([^\"]+)\""_s, json);
+        const QString json = run(QStringLiteral(PROGRAM),
+            {QStringLiteral("chats"), QStringLiteral("--json")}, environment())
+                                 .out;
+        const std::set<QString> guids = allMatches(QStringLiteral("\"guid\":\"([^\"]+)\""), json);
         QCOMPARE(guids.size(), std::size_t{3});
-        QCOMPARE(joined((this->*complete)({u"transfer"_s, u"--chat"_s, QString()})), joined(guids));
         QCOMPARE(joined((this->*complete)(
-                     {u"export"_s, u"--database"_s, u"/nowhere"_s, u"--chat"_s, QString()})),
+                     {QStringLiteral("transfer"), QStringLiteral("--chat"), QString()})),
+            joined(guids));
+        QCOMPARE(joined((this->*complete)({QStringLiteral("export"), QStringLiteral("--database"),
+                     QStringLiteral("/nowhere"), QStringLiteral("--chat"), QString()})),
             QString());
     }
 
@@ -111,18 +115,22 @@ private slots:
         QFETCH(Shell, complete);
         if (!has(complete))
             QSKIP("There is no such shell here.");
-        const QString messages = m_home.filePath(u"Library/Messages"_s);
-        const QString file = messages + u"/chat.db"_s;
-        const QString word = messages + u"/ch"_s;
+        const QString messages = m_home.filePath(QStringLiteral("Library/Messages"));
+        const QString file = messages + QStringLiteral("/chat.db");
+        const QString word = messages + QStringLiteral("/ch");
         for (const QStringList& before :
-            {QStringList{u"chats"_s, u"--database"_s}, QStringList{u"export"_s, u"--contacts"_s},
-                QStringList{u"sample"_s}, QStringList{u"receive"_s, u"--output"_s}})
+            {QStringList{QStringLiteral("chats"), QStringLiteral("--database")},
+                QStringList{QStringLiteral("export"), QStringLiteral("--contacts")},
+                QStringList{QStringLiteral("sample")},
+                QStringList{QStringLiteral("receive"), QStringLiteral("--output")}})
             QCOMPARE(joined((this->*complete)(before + QStringList{word})), file);
-        const std::set<QString> folders
-            = (this->*complete)({u"export"_s, u"--folder"_s, m_home.filePath(u"Lib"_s)});
+        const std::set<QString> folders = (this->*complete)({QStringLiteral("export"),
+            QStringLiteral("--folder"), m_home.filePath(QStringLiteral("Lib"))});
+        QCOMPARE(joined(folders).remove(QRegularExpression(QStringLiteral("/$"))),
+            m_home.filePath(QStringLiteral("Library")));
         QCOMPARE(
-            joined(folders).remove(QRegularExpression(u"/$"_s)), m_home.filePath(u"Library"_s));
-        QCOMPARE(joined((this->*complete)({u"export"_s, u"--folder"_s, word})), QString());
+            joined((this->*complete)({QStringLiteral("export"), QStringLiteral("--folder"), word})),
+            QString());
     }
 
 private:
@@ -131,34 +139,41 @@ private:
 
     std::set<QString> bash(const QStringList& words) const
     {
-        const QString script = u"compopt() { :; }; source \"$1\"; shift;"
-                               "COMP_WORDS=(korvane-sync \"$@\"); COMP_CWORD=$#; _korvane_sync;"
-                               "printf '%s\\n' \"${COMPREPLY[@]}\""_s;
-        return lines(ask(
-            {u"bash"_s, u"--norc"_s, u"-c"_s, script, u"bash"_s}, u"korvane-sync.bash"_s, words));
+        const QString script
+            = QStringLiteral("compopt() { :; }; source \"$1\"; shift;"
+                             "COMP_WORDS=(korvane-sync \"$@\"); COMP_CWORD=$#; _korvane_sync;"
+                             "printf '%s\\n' \"${COMPREPLY[@]}\"");
+        return lines(ask({QStringLiteral("bash"), QStringLiteral("--norc"), QStringLiteral("-c"),
+                             script, QStringLiteral("bash")},
+            QStringLiteral("korvane-sync.bash"), words));
     }
 
     std::set<QString> fish(const QStringList& words) const
     {
-        const QString script = u"source $argv[1];"
-                               "complete -C \"korvane-sync \"(string join ' ' -- $argv[2..])"_s;
-        QString offered
-            = ask({u"fish"_s, u"--no-config"_s, u"-c"_s, script}, u"korvane-sync.fish"_s, words);
-        return lines(offered.remove(QRegularExpression(u"\\t.*"_s))); // the descriptions
+        const QString script
+            = QStringLiteral("source $argv[1];"
+                             "complete -C \"korvane-sync \"(string join ' ' -- $argv[2..])");
+        QString offered = ask(
+            {QStringLiteral("fish"), QStringLiteral("--no-config"), QStringLiteral("-c"), script},
+            QStringLiteral("korvane-sync.fish"), words);
+        return lines(
+            offered.remove(QRegularExpression(QStringLiteral("\\t.*")))); // the descriptions
     }
 
     /// zsh does not complete without a terminal. Instead, stubs of _arguments and _describe print
     /// what the completion passes to them.
     std::set<QString> zsh(const QStringList& words) const
     {
-        const QString script = u"_arguments() { print -rl -- \"$@\" };"
-                               "_describe() { print -rl -- \"${(@P)2}\" };"
-                               "file=$1; shift; words=(korvane-sync \"$@\") CURRENT=$#words;"
-                               "service=korvane-sync; set --; source $file"_s;
-        const QString asked
-            = ask({u"zsh"_s, u"-f"_s, u"-c"_s, script, u"zsh"_s}, u"_korvane-sync"_s, words);
+        const QString script
+            = QStringLiteral("_arguments() { print -rl -- \"$@\" };"
+                             "_describe() { print -rl -- \"${(@P)2}\" };"
+                             "file=$1; shift; words=(korvane-sync \"$@\") CURRENT=$#words;"
+                             "service=korvane-sync; set --; source $file");
+        const QString asked = ask({QStringLiteral("zsh"), QStringLiteral("-f"),
+                                      QStringLiteral("-c"), script, QStringLiteral("zsh")},
+            QStringLiteral("_korvane-sync"), words);
         std::set<QString> offered
-            = allMatches(u"^(?:\\([^)]*\\))?\\*?((?:--)?[a-z]+)[\\[:]"_s, asked);
+            = allMatches(QStringLiteral("^(?:\\([^)]*\\))?\\*?((?:--)?[a-z]+)[\\[:]"), asked);
         std::erase_if(
             offered, [&words](const QString& word) { return !word.startsWith(words.back()); });
         return offered;
@@ -193,21 +208,24 @@ private:
 
     static bool has(Shell shell)
     {
-        const QString name = shell == &CompletionsTest::bash ? u"bash"_s
-            : shell == &CompletionsTest::zsh                 ? u"zsh"_s
-                                                             : u"fish"_s;
+        const QString name = shell == &CompletionsTest::bash ? QStringLiteral("bash")
+            : shell == &CompletionsTest::zsh                 ? QStringLiteral("zsh")
+                                                             : QStringLiteral("fish");
         return !QStandardPaths::findExecutable(name).isEmpty();
     }
 
-    static std::set<QString> lines(const QString& text) { return allMatches(u"^(.+)$"_s, text); }
+    static std::set<QString> lines(const QString& text)
+    {
+        return allMatches(QStringLiteral("^(.+)$"), text);
+    }
 
     Variables environment() const
     {
         const QString programs = QFileInfo(QStringLiteral(PROGRAM)).path();
-        return {{u"HOME"_s, m_home.path()},
-            {u"PATH"_s, programs + u':' + qEnvironmentVariable("PATH")},
-            {u"XDG_CONFIG_HOME"_s, m_home.filePath(u"config"_s)},
-            {u"XDG_DATA_HOME"_s, m_home.filePath(u"data"_s)}};
+        return {{QStringLiteral("HOME"), m_home.path()},
+            {QStringLiteral("PATH"), programs + u':' + qEnvironmentVariable("PATH")},
+            {QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral("config"))},
+            {QStringLiteral("XDG_DATA_HOME"), m_home.filePath(QStringLiteral("data"))}};
     }
 
     static QString pathOf(const QString& file)

@@ -9,8 +9,6 @@
 #include <QTemporaryDir>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The files that "cmake --install" installs, checked by the desktop's validators.
 class InstallTest : public QObject {
     Q_OBJECT
@@ -20,29 +18,35 @@ private slots:
     {
         QVERIFY(m_root.isValid());
         const Outcome install = run(QStringLiteral(CMAKE),
-            {u"--install"_s, QStringLiteral(BUILD), u"--prefix"_s, u"/usr"_s},
-            {{u"DESTDIR"_s, m_root.path()}});
+            {QStringLiteral("--install"), QStringLiteral(BUILD), QStringLiteral("--prefix"),
+                QStringLiteral("/usr")},
+            {{QStringLiteral("DESTDIR"), m_root.path()}});
         QVERIFY2(install.code == 0, install.said().constData());
     }
 
     void filesAreInTheUsualPlaces()
     {
-        QStringList files{u"bin/korvane-sync"_s, u"bin/korvane-sync-app"_s,
-            u"lib/systemd/user/korvane-sync-export.service"_s,
-            u"share/applications/app.korvane.KorvaneSync.desktop"_s,
-            u"share/bash-completion/completions/korvane-sync"_s,
-            u"share/bash-completion/completions/korvane-sync-app"_s,
-            u"share/doc/korvane-sync/SECURITY.md"_s, u"share/doc/korvane-sync/changelog.gz"_s,
-            u"share/doc/korvane-sync/copyright"_s, u"share/doc/korvane-sync/export-format.md"_s,
-            u"share/doc/korvane-sync/protocol.md"_s,
-            u"share/fish/vendor_completions.d/korvane-sync-app.fish"_s,
-            u"share/fish/vendor_completions.d/korvane-sync.fish"_s,
-            u"share/icons/hicolor/scalable/apps/app.korvane.KorvaneSync.svg"_s,
-            u"share/icons/hicolor/symbolic/apps/app.korvane.KorvaneSync-symbolic.svg"_s,
-            u"share/korvane-sync/autostart/app.korvane.KorvaneSync.desktop"_s,
-            u"share/man/man1/korvane-sync-app.1.gz"_s, u"share/man/man1/korvane-sync.1.gz"_s,
-            u"share/metainfo/app.korvane.KorvaneSync.metainfo.xml"_s,
-            u"share/zsh/site-functions/_korvane-sync"_s};
+        QStringList files{QStringLiteral("bin/korvane-sync"),
+            QStringLiteral("bin/korvane-sync-app"),
+            QStringLiteral("lib/systemd/user/korvane-sync-export.service"),
+            QStringLiteral("share/applications/app.korvane.KorvaneSync.desktop"),
+            QStringLiteral("share/bash-completion/completions/korvane-sync"),
+            QStringLiteral("share/bash-completion/completions/korvane-sync-app"),
+            QStringLiteral("share/doc/korvane-sync/SECURITY.md"),
+            QStringLiteral("share/doc/korvane-sync/changelog.gz"),
+            QStringLiteral("share/doc/korvane-sync/copyright"),
+            QStringLiteral("share/doc/korvane-sync/export-format.md"),
+            QStringLiteral("share/doc/korvane-sync/protocol.md"),
+            QStringLiteral("share/fish/vendor_completions.d/korvane-sync-app.fish"),
+            QStringLiteral("share/fish/vendor_completions.d/korvane-sync.fish"),
+            QStringLiteral("share/icons/hicolor/scalable/apps/app.korvane.KorvaneSync.svg"),
+            QStringLiteral(
+                "share/icons/hicolor/symbolic/apps/app.korvane.KorvaneSync-symbolic.svg"),
+            QStringLiteral("share/korvane-sync/autostart/app.korvane.KorvaneSync.desktop"),
+            QStringLiteral("share/man/man1/korvane-sync-app.1.gz"),
+            QStringLiteral("share/man/man1/korvane-sync.1.gz"),
+            QStringLiteral("share/metainfo/app.korvane.KorvaneSync.metainfo.xml"),
+            QStringLiteral("share/zsh/site-functions/_korvane-sync")};
         QStringList found;
         QDirIterator entries(
             m_root.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
@@ -54,7 +58,8 @@ private slots:
 
     void terminalProgramStartsFromThere()
     {
-        const Outcome outcome = run(installed(u"bin/korvane-sync"_s), {u"--version"_s});
+        const Outcome outcome
+            = run(installed(QStringLiteral("bin/korvane-sync")), {QStringLiteral("--version")});
         QCOMPARE(outcome.code, 0);
         QCOMPARE(outcome.out, QStringLiteral("korvane-sync " VERSION "\n"));
     }
@@ -62,59 +67,67 @@ private slots:
     void windowPaintsItsPicturesFromThere()
     {
         const QTemporaryDir folder;
-        const Outcome outcome
-            = run(installed(u"bin/korvane-sync-app"_s), {u"--snapshot"_s, folder.path()});
+        const Outcome outcome = run(installed(QStringLiteral("bin/korvane-sync-app")),
+            {QStringLiteral("--snapshot"), folder.path()});
         QCOMPARE(outcome.code, 0);
-        QCOMPARE(QImage(folder.filePath(u"dropdown-list.png"_s)).size(), QSize(800, 1200));
-        QCOMPARE(QImage(folder.filePath(u"dropdown-qr.png"_s)).size(), QSize(800, 1320));
-        QCOMPARE(QImage(folder.filePath(u"dropdown-access.png"_s)).size(), QSize(800, 1200));
+        QCOMPARE(
+            QImage(folder.filePath(QStringLiteral("dropdown-list.png"))).size(), QSize(800, 1200));
+        QCOMPARE(
+            QImage(folder.filePath(QStringLiteral("dropdown-qr.png"))).size(), QSize(800, 1320));
+        QCOMPARE(QImage(folder.filePath(QStringLiteral("dropdown-access.png"))).size(),
+            QSize(800, 1200));
     }
 
     void desktopEntriesAreValid_data()
     {
         QTest::addColumn<QString>("file");
-        QTest::newRow("for the menu") << u"share/applications/app.korvane.KorvaneSync.desktop"_s;
+        QTest::newRow("for the menu")
+            << QStringLiteral("share/applications/app.korvane.KorvaneSync.desktop");
         QTest::newRow("for the autostart")
-            << u"share/korvane-sync/autostart/app.korvane.KorvaneSync.desktop"_s;
+            << QStringLiteral("share/korvane-sync/autostart/app.korvane.KorvaneSync.desktop");
     }
 
     void desktopEntriesAreValid()
     {
         QFETCH(QString, file);
         NEEDS_PROGRAM("desktop-file-validate");
-        const Outcome check = run(u"desktop-file-validate"_s, {installed(file)});
+        const Outcome check = run(QStringLiteral("desktop-file-validate"), {installed(file)});
         QCOMPARE(check.said(), QByteArray());
         QCOMPARE(check.code, 0);
         const QString entry = textOf(file);
-        QVERIFY(entry.contains(u"\nExec=korvane-sync-app\n"_s));
-        QVERIFY(entry.contains(u"\nIcon=app.korvane.KorvaneSync\n"_s));
+        QVERIFY(entry.contains(QStringLiteral("\nExec=korvane-sync-app\n")));
+        QVERIFY(entry.contains(QStringLiteral("\nIcon=app.korvane.KorvaneSync\n")));
     }
 
     void metainfoIsValid()
     {
         NEEDS_PROGRAM("appstreamcli");
-        QStringList arguments{u"validate"_s, u"--no-net"_s, u"--strict"_s,
-            installed(u"share/metainfo/app.korvane.KorvaneSync.metainfo.xml"_s)};
+        QStringList arguments{QStringLiteral("validate"), QStringLiteral("--no-net"),
+            QStringLiteral("--strict"),
+            installed(QStringLiteral("share/metainfo/app.korvane.KorvaneSync.metainfo.xml"))};
         // There is no home page, and "developer_name" is kept because versions before 1.0 do not
         // know its replacement. Newer versions complain of both.
-        if (!run(u"appstreamcli"_s, {u"--version"_s}).out.contains(u"version: 0."_s)) {
-            arguments
-                << u"--override=url-homepage-missing=pedantic,developer-info-missing=pedantic,"
-                   "developer-name-tag-deprecated=pedantic"_s;
+        if (!run(QStringLiteral("appstreamcli"), {QStringLiteral("--version")})
+                 .out.contains(QStringLiteral("version: 0."))) {
+            arguments << QStringLiteral(
+                "--override=url-homepage-missing=pedantic,developer-info-missing=pedantic,"
+                "developer-name-tag-deprecated=pedantic");
         }
-        const Outcome check = run(u"appstreamcli"_s, arguments);
+        const Outcome check = run(QStringLiteral("appstreamcli"), arguments);
         QVERIFY2(check.code == 0, check.said().constData());
     }
 
     void latestReleaseIsThisVersion()
     {
-        const QString metainfo = textOf(u"share/metainfo/app.korvane.KorvaneSync.metainfo.xml"_s);
-        const auto release = metainfo.indexOf(u"<release "_s);
+        const QString metainfo
+            = textOf(QStringLiteral("share/metainfo/app.korvane.KorvaneSync.metainfo.xml"));
+        const auto release = metainfo.indexOf(QStringLiteral("<release "));
         QVERIFY(release > 0);
         QVERIFY(metainfo.mid(release).startsWith(
             QStringLiteral("<release version=\"" VERSION "\" date=\"")));
-        const Outcome log
-            = run(u"gzip"_s, {u"-dc"_s, installed(u"share/doc/korvane-sync/changelog.gz"_s)});
+        const Outcome log = run(QStringLiteral("gzip"),
+            {QStringLiteral("-dc"),
+                installed(QStringLiteral("share/doc/korvane-sync/changelog.gz"))});
         QVERIFY(log.out.startsWith(QStringLiteral("korvane-sync (" VERSION ") ")));
     }
 
@@ -122,9 +135,9 @@ private slots:
     {
         QTest::addColumn<QString>("file");
         QTest::newRow("in colour")
-            << u"share/icons/hicolor/scalable/apps/app.korvane.KorvaneSync.svg"_s;
-        QTest::newRow("symbolic")
-            << u"share/icons/hicolor/symbolic/apps/app.korvane.KorvaneSync-symbolic.svg"_s;
+            << QStringLiteral("share/icons/hicolor/scalable/apps/app.korvane.KorvaneSync.svg");
+        QTest::newRow("symbolic") << QStringLiteral(
+            "share/icons/hicolor/symbolic/apps/app.korvane.KorvaneSync-symbolic.svg");
     }
 
     void iconsAreDrawn()
@@ -150,56 +163,66 @@ private slots:
     /// Desktops recolour the fill of a symbolic icon, but not its strokes.
     void symbolicIconIsFilledAndNotStroked()
     {
-        const QString icon
-            = textOf(u"share/icons/hicolor/symbolic/apps/app.korvane.KorvaneSync-symbolic.svg"_s);
-        QVERIFY(icon.contains(u"fill=\"#2e3436\""_s));
-        QVERIFY(!icon.contains(u"stroke="_s));
+        const QString icon = textOf(QStringLiteral(
+            "share/icons/hicolor/symbolic/apps/app.korvane.KorvaneSync-symbolic.svg"));
+        QVERIFY(icon.contains(QStringLiteral("fill=\"#2e3436\"")));
+        QVERIFY(!icon.contains(QStringLiteral("stroke=")));
     }
 
     void userUnitIsSound()
     {
         NEEDS_PROGRAM("systemd-analyze");
-        const QString name = u"korvane-sync-export.service"_s;
-        QString unit = textOf(u"lib/systemd/user/"_s + name);
-        QCOMPARE(unit.count(u"\nExecStart=korvane-sync "_s), 1);
+        const QString name = QStringLiteral("korvane-sync-export.service");
+        QString unit = textOf(QStringLiteral("lib/systemd/user/") + name);
+        QCOMPARE(unit.count(QStringLiteral("\nExecStart=korvane-sync ")), 1);
         // systemd looks for the program in the usual folders; this one is not installed there.
-        unit.replace(u"=korvane-sync "_s, u'=' + installed(u"bin/korvane-sync"_s) + u' ');
-        unit.remove(QRegularExpression(u"\nDocumentation=.*"_s)); // not installed, either
+        unit.replace(QStringLiteral("=korvane-sync "),
+            u'=' + installed(QStringLiteral("bin/korvane-sync")) + u' ');
+        unit.remove(
+            QRegularExpression(QStringLiteral("\nDocumentation=.*"))); // not installed, either
         const QTemporaryDir folder;
         QFile file(folder.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(unit.toUtf8()) > 0);
         file.close();
-        const QString runtime = folder.filePath(u"run"_s);
+        const QString runtime = folder.filePath(QStringLiteral("run"));
         QVERIFY(QDir().mkpath(runtime));
-        const Outcome check
-            = run(u"systemd-analyze"_s, {u"--user"_s, u"--man=no"_s, u"verify"_s, file.fileName()},
-                {{u"XDG_RUNTIME_DIR"_s, runtime}, {u"HOME"_s, folder.path()}});
+        const Outcome check = run(QStringLiteral("systemd-analyze"),
+            {QStringLiteral("--user"), QStringLiteral("--man=no"), QStringLiteral("verify"),
+                file.fileName()},
+            {{QStringLiteral("XDG_RUNTIME_DIR"), runtime},
+                {QStringLiteral("HOME"), folder.path()}});
         QVERIFY2(check.code == 0 && !check.err.contains(name), check.said().constData());
     }
 
     /// The program accepts the arguments in the unit.
     void userUnitSaysWhatTheProgramUnderstands()
     {
-        const QString unit = textOf(u"lib/systemd/user/korvane-sync-export.service"_s);
-        const auto command
-            = QRegularExpression(u"\nExecStart=korvane-sync (.*)"_s).match(unit).captured(1);
+        const QString unit = textOf(QStringLiteral("lib/systemd/user/korvane-sync-export.service"));
+        const auto command = QRegularExpression(QStringLiteral("\nExecStart=korvane-sync (.*)"))
+                                 .match(unit)
+                                 .captured(1);
         const QTemporaryDir home;
-        const Outcome outcome = run(installed(u"bin/korvane-sync"_s), command.split(u' '),
-            {{u"HOME"_s, home.path()}, {u"KORVANE_SYNC_HOME"_s, home.filePath(u"support"_s)}});
+        const Outcome outcome = run(installed(QStringLiteral("bin/korvane-sync")),
+            command.split(u' '),
+            {{QStringLiteral("HOME"), home.path()},
+                {QStringLiteral("KORVANE_SYNC_HOME"), home.filePath(QStringLiteral("support"))}});
         QCOMPARE(outcome.code, 1); // there is no database; bad usage would be 2
-        QVERIFY2(outcome.err.contains(u"chat.db"_s), outcome.said().constData());
+        QVERIFY2(outcome.err.contains(QStringLiteral("chat.db")), outcome.said().constData());
     }
 
     void nothingTurnsTheUnitOrTheAutostartOn()
     {
-        QVERIFY(!QFile::exists(m_root.path() + u"/etc"_s));
+        QVERIFY(!QFile::exists(m_root.path() + QStringLiteral("/etc")));
         QDirIterator links(m_root.path(), QDir::System | QDir::Files, QDirIterator::Subdirectories);
         while (links.hasNext())
             QVERIFY(!QFileInfo(links.next()).isSymLink());
     }
 
 private:
-    QString installed(const QString& file) const { return m_root.path() + u"/usr/"_s + file; }
+    QString installed(const QString& file) const
+    {
+        return m_root.path() + QStringLiteral("/usr/") + file;
+    }
 
     QString textOf(const QString& file) const
     {

@@ -3,8 +3,6 @@
 #include <QFile>
 
 using namespace korvane;
-using namespace Qt::StringLiterals;
-
 /// The manual pages: valid, and in agreement with the program.
 class ManPagesTest : public QObject {
     Q_OBJECT
@@ -15,8 +13,10 @@ private slots:
     {
         QFETCH(QString, page);
         NEEDS_PROGRAM("man");
-        const Outcome man = run(u"man"_s,
-            {u"--warnings"_s, u"-E"_s, u"UTF-8"_s, u"-l"_s, u"-Tutf8"_s, u"-Z"_s, pathOf(page)});
+        const Outcome man = run(QStringLiteral("man"),
+            {QStringLiteral("--warnings"), QStringLiteral("-E"), QStringLiteral("UTF-8"),
+                QStringLiteral("-l"), QStringLiteral("-Tutf8"), QStringLiteral("-Z"),
+                pathOf(page)});
         QCOMPARE(man.code, 0);
         QCOMPARE(man.err, QString());
     }
@@ -26,18 +26,23 @@ private slots:
     {
         QFETCH(QString, page);
         NEEDS_PROGRAM("man");
-        const Outcome man = run(u"man"_s, {u"-l"_s, pathOf(page)}, {{u"MANWIDTH"_s, u"100"_s}});
-        for (const QString& section : {u"NAME"_s, u"SYNOPSIS"_s, u"DESCRIPTION"_s, u"OPTIONS"_s,
-                 u"ENVIRONMENT"_s, u"FILES"_s, u"EXIT STATUS"_s, u"EXAMPLES"_s, u"SEE ALSO"_s})
+        const Outcome man = run(QStringLiteral("man"), {QStringLiteral("-l"), pathOf(page)},
+            {{QStringLiteral("MANWIDTH"), QStringLiteral("100")}});
+        for (const QString& section :
+            {QStringLiteral("NAME"), QStringLiteral("SYNOPSIS"), QStringLiteral("DESCRIPTION"),
+                QStringLiteral("OPTIONS"), QStringLiteral("ENVIRONMENT"), QStringLiteral("FILES"),
+                QStringLiteral("EXIT STATUS"), QStringLiteral("EXAMPLES"),
+                QStringLiteral("SEE ALSO")})
             QVERIFY2(man.out.contains(u'\n' + section + u'\n'), qPrintable(section));
     }
 
     void everyCommandIsInTheSynopsisAndExplained()
     {
-        const QString text = source(u"korvane-sync.1"_s);
-        QCOMPARE(
-            joined(allMatches(u"^\\.Cm ([a-z]+)$"_s, synopsis())), joined(subcommandsInHelp()));
-        QCOMPARE(joined(allMatches(u"^\\.Ss ([a-z]+)$"_s, text)), joined(subcommandsInHelp()));
+        const QString text = source(QStringLiteral("korvane-sync.1"));
+        QCOMPARE(joined(allMatches(QStringLiteral("^\\.Cm ([a-z]+)$"), synopsis())),
+            joined(subcommandsInHelp()));
+        QCOMPARE(joined(allMatches(QStringLiteral("^\\.Ss ([a-z]+)$"), text)),
+            joined(subcommandsInHelp()));
     }
 
     void synopsisHasTheOptionsOfTheCommand_data() { commands(); }
@@ -45,9 +50,11 @@ private slots:
     {
         QFETCH(QString, command);
         std::set<QString> options = optionsInHelp(command);
-        QVERIFY(options.erase(u"help"_s) == 1 && options.erase(u"version"_s) == 1);
+        QVERIFY(options.erase(QStringLiteral("help")) == 1
+            && options.erase(QStringLiteral("version")) == 1);
         QVERIFY(!options.empty());
-        QCOMPARE(joined(allMatches(u"Fl -([a-z-]+)"_s, synopsisOf(command))), joined(options));
+        QCOMPARE(joined(allMatches(QStringLiteral("Fl -([a-z-]+)"), synopsisOf(command))),
+            joined(options));
     }
 
     void optionsAreExplainedAndNoOthers()
@@ -55,16 +62,17 @@ private slots:
         std::set<QString> options;
         for (const QString& command : subcommands)
             options.merge(optionsInHelp(command));
-        const QString items = QStringList(source(u"korvane-sync.1"_s).split(u'\n'))
-                                  .filter(QRegularExpression(u"^\\.It Fl"_s))
+        const QString items = QStringList(source(QStringLiteral("korvane-sync.1")).split(u'\n'))
+                                  .filter(QRegularExpression(QStringLiteral("^\\.It Fl")))
                                   .join(u'\n');
-        QCOMPARE(joined(allMatches(u"(?:Fl|,) -([a-z-]+)"_s, items)), joined(options));
+        QCOMPARE(joined(allMatches(QStringLiteral("(?:Fl|,) -([a-z-]+)"), items)), joined(options));
     }
 
     void windowProgramHasTheOneOption()
     {
-        const QString text = source(u"korvane-sync-app.1"_s);
-        QCOMPARE(joined(allMatches(u"Fl -([a-z-]+)"_s, text)), u"snapshot"_s);
+        const QString text = source(QStringLiteral("korvane-sync-app.1"));
+        QCOMPARE(
+            joined(allMatches(QStringLiteral("Fl -([a-z-]+)"), text)), QStringLiteral("snapshot"));
     }
 
 private:
@@ -78,22 +86,22 @@ private:
 
     static QString synopsis()
     {
-        const QString text = source(u"korvane-sync.1"_s);
-        const auto begin = text.indexOf(u".Sh SYNOPSIS"_s);
-        return text.mid(begin, text.indexOf(u".Sh DESCRIPTION"_s) - begin);
+        const QString text = source(QStringLiteral("korvane-sync.1"));
+        const auto begin = text.indexOf(QStringLiteral(".Sh SYNOPSIS"));
+        return text.mid(begin, text.indexOf(QStringLiteral(".Sh DESCRIPTION")) - begin);
     }
 
     static QString synopsisOf(const QString& command)
     {
-        const QStringList forms = synopsis().split(u"\n.Nm\n"_s);
-        return forms.filter(u".Cm "_s + command + u'\n').value(0);
+        const QStringList forms = synopsis().split(QStringLiteral("\n.Nm\n"));
+        return forms.filter(QStringLiteral(".Cm ") + command + u'\n').value(0);
     }
 
     static void pages()
     {
         QTest::addColumn<QString>("page");
-        QTest::newRow("of the terminal program") << u"korvane-sync.1"_s;
-        QTest::newRow("of the window") << u"korvane-sync-app.1"_s;
+        QTest::newRow("of the terminal program") << QStringLiteral("korvane-sync.1");
+        QTest::newRow("of the window") << QStringLiteral("korvane-sync-app.1");
     }
 
     static void commands()

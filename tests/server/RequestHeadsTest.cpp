@@ -93,8 +93,99 @@ private slots:
         m_chat.reset();
     }
 
-    void eachHeadGetsItsAnswer_data();
-    void eachHeadGetsItsAnswer();
+    void eachHeadGetsItsAnswer_data()
+    {
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<int>("status");
+        const QByteArray line = "GET /v1/manifest HTTP/1.1\r\n";
+
+        add("plain", line + "<auth>\r\n", 200);
+        add("without a header", line + "\r\n", 401);
+        add("without a version", "GET /v1/manifest\r\n<auth>\r\n", 200);
+        add("another version", "GET /v1/manifest HTTP/1.0\r\n<auth>\r\n", 200);
+        add("no version at all", "GET /v1/manifest nonsense and more\r\n<auth>\r\n", 200);
+        add("several blanks between", "GET   /v1/manifest  HTTP/1.1\r\n<auth>\r\n", 200);
+        add("blanks around", "  GET /v1/manifest  \r\n<auth>\r\n", 200);
+        add("tab between", "GET\t/v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
+
+        add("nothing but a blank line", "\r\n\r\n", 405);
+        add("several blank lines first", "\r\n\r\n\r\n" + line + "<auth>\r\n", 405);
+        add("one line end first", "\r\n" + line + "<auth>\r\n", 405);
+        add("no target", "GET\r\n<auth>\r\n", 405);
+        add("blank for a target", "GET \r\n<auth>\r\n", 405);
+        add("only blanks", "   \r\n\r\n", 405);
+
+        add("lower-case method", "get /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
+        add("capitalised method", "Get /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
+        add("longer method", "GETS /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
+        add("HEAD", "HEAD /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
+        add("OPTIONS", "OPTIONS * HTTP/1.1\r\n<auth>\r\n", 405);
+        add("POST with a body",
+            "POST /v1/manifest HTTP/1.1\r\n<auth>Content-Length: 5\r\n\r\nhello", 405);
+        add("the preface of HTTP/2", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 405);
+
+        add("absolute target", "GET http://127.0.0.1/v1/manifest HTTP/1.1\r\n<auth>\r\n", 404);
+        add("absolute target, no token", "GET http://127.0.0.1/v1/manifest HTTP/1.1\r\n\r\n", 401);
+        add("asterisk target", "GET * HTTP/1.1\r\n<auth>\r\n", 404);
+        add("asterisk target, no token", "GET * HTTP/1.1\r\n\r\n", 401);
+        add("target without its slash", "GET v1/manifest HTTP/1.1\r\n<auth>\r\n", 404);
+        add("unknown ticket", "GET /v1/transfer/unknown HTTP/1.1\r\n\r\n", 410);
+        add("no ticket", "GET /v1/transfer/ HTTP/1.1\r\n\r\n", 404);
+
+        add("header in capitals", line + "AUTHORIZATION: Bearer <token>\r\n\r\n", 200);
+        add("header without a blank", line + "authorization:Bearer <token>\r\n\r\n", 200);
+        add("blanks and tabs around", line + "Authorization: \t Bearer <token> \t\r\n\r\n", 200);
+        add("two blanks inside", line + "Authorization: Bearer  <token>\r\n\r\n", 401);
+        add("blank before the colon", line + "Authorization : Bearer <token>\r\n\r\n", 401);
+        add("lines without a colon", line + "nonsense\r\n<auth>more of it\r\n\r\n", 200);
+        add("lines of a colon", line + ":\r\n::\r\n<auth>\r\n", 200);
+        add("doubled, the right one last", line + "Authorization: Bearer wrong\r\n<auth>\r\n", 200);
+        add("doubled, the right one first", line + "<auth>Authorization: Bearer wrong\r\n\r\n",
+            401);
+        add("doubled in another case", line + "<auth>authorization: no\r\n\r\n", 401);
+        add("folded header", line + "Authorization: Bearer\r\n <token>\r\n\r\n", 401);
+        add("header behind a blank", line + " <auth>\r\n", 401);
+        add("folded colon is a header of its own", line + "<auth> Authorization: x\r\n\r\n", 200);
+        add("thousands of headers", line + QByteArray("a:b\r\n").repeated(3000) + "<auth>\r\n",
+            200);
+        add("thousands behind it", line + "<auth>" + QByteArray("a:b\r\n").repeated(3000) + "\r\n",
+            200);
+
+        add("bare line feed ends no line", "GET /v1/manifest HTTP/1.1\n<auth>\r\n", 401);
+        add("bare line feed in a value", line + "x: a\nb\r\n<auth>\r\n", 200);
+        add("bare return in a value", line + "x: a\rb\r\n<auth>\r\n", 200);
+        const QByteArray nul("\0", 1);
+        add("NUL in another header", line + "x: a" + nul + "b\r\n<auth>\r\n", 200);
+        add("NUL in the method", "GET" + nul + " /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
+        add("NUL in the target", "GET /v1/manifest" + nul + " HTTP/1.1\r\n<auth>\r\n", 404);
+        add("NUL first", nul + line + "<auth>\r\n", 405);
+        add("high bytes in another header", line + "x: \xff\xfe\xc3\r\n<auth>\r\n", 200);
+        add("high bytes in the target", "GET /v1/manifest\xff HTTP/1.1\r\n<auth>\r\n", 404);
+        add("UTF-8 in the target", "GET /v1/transfer/\xc3\xa4 HTTP/1.1\r\n\r\n", 410);
+        add("high bytes in the method", "G\xc3\xa4T /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
+        add("start of a TLS connection", QByteArray("\x16\x03\x01\0\xa5\r\n\r\n", 9), 405);
+
+        add("one byte too much", QByteArray(most + 1, 'x'), dropped);
+        add("much too much", "GET /" + QByteArray(1'000'000, 'x'), dropped);
+        add("too many line feeds", QByteArray(2 * most, '\n'), dropped);
+    }
+
+    void eachHeadGetsItsAnswer()
+    {
+        QFETCH(const QByteArray, sent);
+        QFETCH(const int, status);
+        const Client client(m_running->port());
+        client.send(completed(sent).toStdString());
+        if (status == dropped) {
+            QVERIFY(client.isClosedWithin(Client::patience));
+            return;
+        }
+        const QByteArray all = client.readAll().value_or("(reset)");
+        if (status == 200)
+            QVERIFY(isManifest(taken(all)));
+        else
+            QCOMPARE(all, refusal(status));
+    }
 
     void targetIsTakenAsSent_data()
     {
@@ -223,98 +314,6 @@ private slots:
         QVERIFY(client.isClosedWithin(Client::patience));
     }
 };
-
-void RequestHeadsTest::eachHeadGetsItsAnswer_data()
-{
-    QTest::addColumn<QByteArray>("sent");
-    QTest::addColumn<int>("status");
-    const QByteArray line = "GET /v1/manifest HTTP/1.1\r\n";
-
-    add("plain", line + "<auth>\r\n", 200);
-    add("without a header", line + "\r\n", 401);
-    add("without a version", "GET /v1/manifest\r\n<auth>\r\n", 200);
-    add("another version", "GET /v1/manifest HTTP/1.0\r\n<auth>\r\n", 200);
-    add("no version at all", "GET /v1/manifest nonsense and more\r\n<auth>\r\n", 200);
-    add("several blanks between", "GET   /v1/manifest  HTTP/1.1\r\n<auth>\r\n", 200);
-    add("blanks around", "  GET /v1/manifest  \r\n<auth>\r\n", 200);
-    add("tab between", "GET\t/v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
-
-    add("nothing but a blank line", "\r\n\r\n", 405);
-    add("several blank lines first", "\r\n\r\n\r\n" + line + "<auth>\r\n", 405);
-    add("one line end first", "\r\n" + line + "<auth>\r\n", 405);
-    add("no target", "GET\r\n<auth>\r\n", 405);
-    add("blank for a target", "GET \r\n<auth>\r\n", 405);
-    add("only blanks", "   \r\n\r\n", 405);
-
-    add("lower-case method", "get /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
-    add("capitalised method", "Get /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
-    add("longer method", "GETS /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
-    add("HEAD", "HEAD /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
-    add("OPTIONS", "OPTIONS * HTTP/1.1\r\n<auth>\r\n", 405);
-    add("POST with a body", "POST /v1/manifest HTTP/1.1\r\n<auth>Content-Length: 5\r\n\r\nhello",
-        405);
-    add("the preface of HTTP/2", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 405);
-
-    add("absolute target", "GET http://127.0.0.1/v1/manifest HTTP/1.1\r\n<auth>\r\n", 404);
-    add("absolute target, no token", "GET http://127.0.0.1/v1/manifest HTTP/1.1\r\n\r\n", 401);
-    add("asterisk target", "GET * HTTP/1.1\r\n<auth>\r\n", 404);
-    add("asterisk target, no token", "GET * HTTP/1.1\r\n\r\n", 401);
-    add("target without its slash", "GET v1/manifest HTTP/1.1\r\n<auth>\r\n", 404);
-    add("unknown ticket", "GET /v1/transfer/unknown HTTP/1.1\r\n\r\n", 410);
-    add("no ticket", "GET /v1/transfer/ HTTP/1.1\r\n\r\n", 404);
-
-    add("header in capitals", line + "AUTHORIZATION: Bearer <token>\r\n\r\n", 200);
-    add("header without a blank", line + "authorization:Bearer <token>\r\n\r\n", 200);
-    add("blanks and tabs around", line + "Authorization: \t Bearer <token> \t\r\n\r\n", 200);
-    add("two blanks inside", line + "Authorization: Bearer  <token>\r\n\r\n", 401);
-    add("blank before the colon", line + "Authorization : Bearer <token>\r\n\r\n", 401);
-    add("lines without a colon", line + "nonsense\r\n<auth>more of it\r\n\r\n", 200);
-    add("lines of a colon", line + ":\r\n::\r\n<auth>\r\n", 200);
-    add("doubled, the right one last", line + "Authorization: Bearer wrong\r\n<auth>\r\n", 200);
-    add("doubled, the right one first", line + "<auth>Authorization: Bearer wrong\r\n\r\n", 401);
-    add("doubled in another case", line + "<auth>authorization: no\r\n\r\n", 401);
-    add("folded header", line + "Authorization: Bearer\r\n <token>\r\n\r\n", 401);
-    add("header behind a blank", line + " <auth>\r\n", 401);
-    add("folded colon is a header of its own", line + "<auth> Authorization: x\r\n\r\n", 200);
-    add("thousands of headers", line + QByteArray("a:b\r\n").repeated(3000) + "<auth>\r\n", 200);
-    add("thousands behind it", line + "<auth>" + QByteArray("a:b\r\n").repeated(3000) + "\r\n",
-        200);
-
-    add("bare line feed ends no line", "GET /v1/manifest HTTP/1.1\n<auth>\r\n", 401);
-    add("bare line feed in a value", line + "x: a\nb\r\n<auth>\r\n", 200);
-    add("bare return in a value", line + "x: a\rb\r\n<auth>\r\n", 200);
-    const QByteArray nul("\0", 1);
-    add("NUL in another header", line + "x: a" + nul + "b\r\n<auth>\r\n", 200);
-    add("NUL in the method", "GET" + nul + " /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
-    add("NUL in the target", "GET /v1/manifest" + nul + " HTTP/1.1\r\n<auth>\r\n", 404);
-    add("NUL first", nul + line + "<auth>\r\n", 405);
-    add("high bytes in another header", line + "x: \xff\xfe\xc3\r\n<auth>\r\n", 200);
-    add("high bytes in the target", "GET /v1/manifest\xff HTTP/1.1\r\n<auth>\r\n", 404);
-    add("UTF-8 in the target", "GET /v1/transfer/\xc3\xa4 HTTP/1.1\r\n\r\n", 410);
-    add("high bytes in the method", "G\xc3\xa4T /v1/manifest HTTP/1.1\r\n<auth>\r\n", 405);
-    add("start of a TLS connection", QByteArray("\x16\x03\x01\0\xa5\r\n\r\n", 9), 405);
-
-    add("one byte too much", QByteArray(most + 1, 'x'), dropped);
-    add("much too much", "GET /" + QByteArray(1'000'000, 'x'), dropped);
-    add("too many line feeds", QByteArray(2 * most, '\n'), dropped);
-}
-
-void RequestHeadsTest::eachHeadGetsItsAnswer()
-{
-    QFETCH(const QByteArray, sent);
-    QFETCH(const int, status);
-    const Client client(m_running->port());
-    client.send(completed(sent).toStdString());
-    if (status == dropped) {
-        QVERIFY(client.isClosedWithin(Client::patience));
-        return;
-    }
-    const QByteArray all = client.readAll().value_or("(reset)");
-    if (status == 200)
-        QVERIFY(isManifest(taken(all)));
-    else
-        QCOMPARE(all, refusal(status));
-}
 
 QTEST_GUILESS_MAIN(RequestHeadsTest)
 #include "RequestHeadsTest.moc"

@@ -29,26 +29,6 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
-/// Writing where fsync() fails: because it is not supported, or because of an I/O error.
-class FlushTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup() { flushError = 0; }
-    void writesWhereFlushingIsNotSupported_data();
-    void writesWhereFlushingIsNotSupported();
-    void reportsThatTheBytesDidNotReachTheDisk_data();
-    void reportsThatTheBytesDidNotReachTheDisk();
-    void appendsToADeviceThatCannotBeFlushed();
-
-private:
-    fs::path file(const char* name) const { return m_root / name; }
-
-    std::unique_ptr<QTemporaryDir> m_folder;
-    fs::path m_root;
-};
-
 namespace {
 
 using Text = std::optional<std::string>;
@@ -77,59 +57,72 @@ int errorOf(Action action)
 
 } // namespace
 
-void FlushTest::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_root = m_folder->path().toStdString();
-}
+/// Writing where fsync() fails: because it is not supported, or because of an I/O error.
+class FlushTest : public QObject {
+    Q_OBJECT
 
-void FlushTest::writesWhereFlushingIsNotSupported_data()
-{
-    QTest::addColumn<int>("error");
-    QTest::newRow("EINVAL") << EINVAL;
-    QTest::newRow("ENOTSUP") << ENOTSUP;
-    QTest::newRow("EOPNOTSUPP") << EOPNOTSUPP;
-    QTest::newRow("ENOSYS") << ENOSYS;
-    QTest::newRow("EROFS") << EROFS;
-}
+private slots:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_root = m_folder->path().toStdString();
+    }
 
-void FlushTest::writesWhereFlushingIsNotSupported()
-{
-    QFETCH(int, error);
-    flushError = error;
-    QCOMPARE(errorOf([this] { append(file("a"), "one"); }), 0);
-    QCOMPARE(errorOf([this] { append(file("a"), ", two"); }), 0);
-    QCOMPARE(errorOf([this] { Files::writeAtomically(file("b"), "new"); }), 0);
-    QCOMPARE(errorOf([this] { writeWhole(file("c")); }), 0);
-    QCOMPARE(Files::read(file("a")), Text("one, two"));
-    QCOMPARE(Files::read(file("b")), Text("new"));
-    QCOMPARE(Files::read(file("c")), Text("new"));
-}
+    void cleanup() { flushError = 0; }
+    void writesWhereFlushingIsNotSupported_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::newRow("EINVAL") << EINVAL;
+        QTest::newRow("ENOTSUP") << ENOTSUP;
+        QTest::newRow("EOPNOTSUPP") << EOPNOTSUPP;
+        QTest::newRow("ENOSYS") << ENOSYS;
+        QTest::newRow("EROFS") << EROFS;
+    }
 
-void FlushTest::reportsThatTheBytesDidNotReachTheDisk_data()
-{
-    QTest::addColumn<int>("error");
-    QTest::newRow("EIO") << EIO;
-    QTest::newRow("ENOSPC") << ENOSPC;
-    QTest::newRow("EDQUOT") << EDQUOT;
-}
+    void writesWhereFlushingIsNotSupported()
+    {
+        QFETCH(int, error);
+        flushError = error;
+        QCOMPARE(errorOf([this] { append(file("a"), "one"); }), 0);
+        QCOMPARE(errorOf([this] { append(file("a"), ", two"); }), 0);
+        QCOMPARE(errorOf([this] { Files::writeAtomically(file("b"), "new"); }), 0);
+        QCOMPARE(errorOf([this] { writeWhole(file("c")); }), 0);
+        QCOMPARE(Files::read(file("a")), Text("one, two"));
+        QCOMPARE(Files::read(file("b")), Text("new"));
+        QCOMPARE(Files::read(file("c")), Text("new"));
+    }
 
-void FlushTest::reportsThatTheBytesDidNotReachTheDisk()
-{
-    QFETCH(int, error);
-    Files::writeAtomically(file("b"), "old");
-    flushError = error;
-    QCOMPARE(errorOf([this] { append(file("a"), "one"); }), error);
-    QCOMPARE(errorOf([this] { Files::writeAtomically(file("b"), "new"); }), error);
-    QCOMPARE(errorOf([this] { writeWhole(file("c")); }), error);
-    QCOMPARE(Files::read(file("b")), Text("old"));
-    QVERIFY(!fs::exists(file("c")));
-}
+    void reportsThatTheBytesDidNotReachTheDisk_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::newRow("EIO") << EIO;
+        QTest::newRow("ENOSPC") << ENOSPC;
+        QTest::newRow("EDQUOT") << EDQUOT;
+    }
 
-void FlushTest::appendsToADeviceThatCannotBeFlushed()
-{
-    QCOMPARE(errorOf([] { append("/dev/null", "hello"); }), 0); // its fsync() fails with EINVAL
-}
+    void reportsThatTheBytesDidNotReachTheDisk()
+    {
+        QFETCH(int, error);
+        Files::writeAtomically(file("b"), "old");
+        flushError = error;
+        QCOMPARE(errorOf([this] { append(file("a"), "one"); }), error);
+        QCOMPARE(errorOf([this] { Files::writeAtomically(file("b"), "new"); }), error);
+        QCOMPARE(errorOf([this] { writeWhole(file("c")); }), error);
+        QCOMPARE(Files::read(file("b")), Text("old"));
+        QVERIFY(!fs::exists(file("c")));
+    }
+
+    void appendsToADeviceThatCannotBeFlushed()
+    {
+        QCOMPARE(errorOf([] { append("/dev/null", "hello"); }), 0); // its fsync() fails with EINVAL
+    }
+
+private:
+    fs::path file(const char* name) const { return m_root / name; }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    fs::path m_root;
+};
 
 } // namespace korvane
 

@@ -15,212 +15,188 @@ class PathsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void variableNamesTheFolder_data();
-    void variableNamesTheFolder();
-    void relativeVariableCountsFromTheCurrentFolder_data();
-    void relativeVariableCountsFromTheCurrentFolder();
-    void emptyVariableMeansTheCurrentFolder();
-    void variableIsReadEachTime();
-    void variableStopsTheMigration();
-    void withoutVariableItIsInTheApplicationData();
-    void applicationDataFollowsTheHomeFolder();
-    void firstAccessMigrates();
-    void laterAccessDoesNotMigrateAgain();
-    void existingFolderKeepsItsFiles();
-    void folderThatCannotBeMadeIsReturnedAllTheSame();
-    void exportsGoToTheCloudWhereThereIsOne_data();
-    void exportsGoToTheCloudWhereThereIsOne();
-    void defaultFolderIsNotCreated();
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_root = fs::canonical(m_folder->path().toStdString());
+        m_data = m_root / "data";
+        m_here = fs::current_path();
+        qunsetenv("KORVANE_SYNC_HOME");
+        qputenv("HOME", QByteArray::fromStdString(m_root.string()));
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_data.string()));
+    }
+
+    void cleanup() { fs::current_path(m_here); }
+
+    void variableNamesTheFolder_data()
+    {
+        QTest::addColumn<std::string>("name");
+        QTest::newRow("a new folder") << std::string("new");
+        QTest::newRow("a new folder in new folders") << std::string("a/b/c");
+        QTest::newRow("a slash at the end") << std::string("a/");
+        QTest::newRow("blanks and other letters") << std::string(" a \u00C4\u4E09 ");
+        QTest::newRow("an existing folder") << std::string(".");
+    }
+
+    void variableNamesTheFolder()
+    {
+        QFETCH(std::string, name);
+        const std::string folder = m_root.string() + "/" + name;
+        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder));
+        QCOMPARE(Paths::support().string(), folder);
+        QVERIFY(fs::is_directory(folder));
+        QVERIFY(!fs::exists(m_data));
+    }
+
+    void relativeVariableCountsFromTheCurrentFolder_data()
+    {
+        QTest::addColumn<std::string>("value");
+        QTest::newRow("a name") << std::string("support");
+        QTest::newRow("a path") << std::string("a/support");
+        QTest::newRow("no meaning in a tilde") << std::string("~/support");
+        QTest::newRow("no meaning in a variable") << std::string("$HOME/support");
+    }
+
+    void relativeVariableCountsFromTheCurrentFolder()
+    {
+        QFETCH(std::string, value);
+        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(value));
+        for (const char* name : {"one", "two"}) {
+            fs::create_directory(m_root / name);
+            fs::current_path(m_root / name);
+            QCOMPARE(Paths::support().string(), (m_root / name / value).string());
+            QVERIFY(fs::is_directory(m_root / name / value));
+        }
+    }
+
+    void emptyVariableMeansTheCurrentFolder()
+    {
+        qputenv("KORVANE_SYNC_HOME", "");
+        QVERIFY(qEnvironmentVariableIsSet("KORVANE_SYNC_HOME"));
+        fs::current_path(m_root);
+        QCOMPARE(Paths::support().string(), m_root.string());
+        QVERIFY(!fs::exists(m_data));
+    }
+
+    void variableIsReadEachTime()
+    {
+        for (const char* name : {"one", "two"}) {
+            qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString((m_root / name).string()));
+            QCOMPARE(Paths::support().string(), (m_root / name).string());
+        }
+        qunsetenv("KORVANE_SYNC_HOME");
+        QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
+    }
+
+    void variableStopsTheMigration()
+    {
+        write(m_data / "QuorvishSync/state.json");
+        write(m_root / "QuorvishSync/state.json");
+        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString((m_root / "KorvaneSync").string()));
+        QVERIFY(fs::is_empty(Paths::support()));
+        QVERIFY(!fs::exists(m_data / "KorvaneSync"));
+    }
+
+    void withoutVariableItIsInTheApplicationData()
+    {
+        QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
+        QVERIFY(fs::is_empty(m_data / "KorvaneSync"));
+        QVERIFY(!fs::exists(m_data / "QuorvishSync"));
+    }
+
+    void applicationDataFollowsTheHomeFolder()
+    {
+#ifdef Q_OS_MACOS
+        QSKIP("the Mac tells its folders by user, not by variable");
+#endif
+        qunsetenv("XDG_DATA_HOME");
+        QCOMPARE(Paths::support().string(), (m_root / ".local/share/KorvaneSync").string());
+    }
+
+    void firstAccessMigrates()
+    {
+        write(m_data / "QuorvishSync/state.json");
+        write(m_data / "QuorvishSync/pairing.json");
+        const fs::path support = Paths::support();
+        for (const fs::path& folder : {support, m_data / "QuorvishSync"}) {
+            QVERIFY(fs::exists(folder / "state.json"));
+            QVERIFY(fs::exists(folder / "pairing.json"));
+        }
+    }
+
+    void laterAccessDoesNotMigrateAgain()
+    {
+        write(m_data / "QuorvishSync/state.json");
+        fs::remove(Paths::support() / "state.json");
+        write(m_data / "QuorvishSync/late.json");
+        QVERIFY(fs::is_empty(Paths::support()));
+    }
+
+    void existingFolderKeepsItsFiles()
+    {
+        write(m_data / "KorvaneSync/state.json");
+        QVERIFY(fs::exists(Paths::support() / "state.json"));
+    }
+
+    void folderThatCannotBeMadeIsReturnedAllTheSame()
+    {
+        write(m_root / "file");
+        for (const char* name : {"file", "file/below"}) {
+            const std::string folder = (m_root / name).string();
+            qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder));
+            QCOMPARE(Paths::support().string(), folder);
+        }
+        QVERIFY(fs::is_regular_file(m_root / "file"));
+
+        qunsetenv("KORVANE_SYNC_HOME");
+        write(m_data / "KorvaneSync"); // a file in place of the folder
+        QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
+    }
+
+    void exportsGoToTheCloudWhereThereIsOne_data()
+    {
+        QTest::addColumn<std::string>("existing");
+        QTest::addColumn<std::string>("folder");
+        const std::string cloud = "Library/Mobile Documents/com~apple~CloudDocs";
+        const std::string documents = "Documents/Quorvish";
+        QTest::newRow("nothing") << std::string(".") << documents;
+        QTest::newRow("the cloud's folder") << cloud << cloud + "/Quorvish";
+        QTest::newRow("its parent alone") << std::string("Library/Mobile Documents") << documents;
+        QTest::newRow("documents") << std::string("Documents") << documents;
+    }
+
+    void exportsGoToTheCloudWhereThereIsOne()
+    {
+        QFETCH(std::string, existing);
+        QFETCH(std::string, folder);
+        fs::create_directories(m_root / existing);
+        QCOMPARE(Paths::defaultFolder().string(), (m_root / folder).string());
+    }
+
+    void defaultFolderIsNotCreated()
+    {
+        const fs::path folder = Paths::defaultFolder();
+        QVERIFY(!fs::exists(folder));
+        QVERIFY(!fs::exists(folder.parent_path()));
+
+        write(m_root / "Library/Mobile Documents/com~apple~CloudDocs"); // only existence counts
+        QCOMPARE(Paths::defaultFolder().string(),
+            (m_root / "Library/Mobile Documents/com~apple~CloudDocs/Quorvish").string());
+    }
 
 private:
-    void write(const fs::path& file) const;
+    void write(const fs::path& file) const
+    {
+        fs::create_directories(file.parent_path());
+        std::ofstream(file) << "contents";
+        QVERIFY(fs::exists(file));
+    }
 
     std::unique_ptr<QTemporaryDir> m_folder;
     fs::path m_root;
     fs::path m_data;
     fs::path m_here;
 };
-
-void PathsTest::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_root = fs::canonical(m_folder->path().toStdString());
-    m_data = m_root / "data";
-    m_here = fs::current_path();
-    qunsetenv("KORVANE_SYNC_HOME");
-    qputenv("HOME", QByteArray::fromStdString(m_root.string()));
-    qputenv("XDG_DATA_HOME", QByteArray::fromStdString(m_data.string()));
-}
-
-void PathsTest::cleanup()
-{
-    fs::current_path(m_here);
-}
-
-void PathsTest::write(const fs::path& file) const
-{
-    fs::create_directories(file.parent_path());
-    std::ofstream(file) << "contents";
-    QVERIFY(fs::exists(file));
-}
-
-void PathsTest::variableNamesTheFolder_data()
-{
-    QTest::addColumn<std::string>("name");
-    QTest::newRow("a new folder") << std::string("new");
-    QTest::newRow("a new folder in new folders") << std::string("a/b/c");
-    QTest::newRow("a slash at the end") << std::string("a/");
-    QTest::newRow("blanks and other letters") << std::string(" a \u00C4\u4E09 ");
-    QTest::newRow("an existing folder") << std::string(".");
-}
-
-void PathsTest::variableNamesTheFolder()
-{
-    QFETCH(std::string, name);
-    const std::string folder = m_root.string() + "/" + name;
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder));
-    QCOMPARE(Paths::support().string(), folder);
-    QVERIFY(fs::is_directory(folder));
-    QVERIFY(!fs::exists(m_data));
-}
-
-void PathsTest::relativeVariableCountsFromTheCurrentFolder_data()
-{
-    QTest::addColumn<std::string>("value");
-    QTest::newRow("a name") << std::string("support");
-    QTest::newRow("a path") << std::string("a/support");
-    QTest::newRow("no meaning in a tilde") << std::string("~/support");
-    QTest::newRow("no meaning in a variable") << std::string("$HOME/support");
-}
-
-void PathsTest::relativeVariableCountsFromTheCurrentFolder()
-{
-    QFETCH(std::string, value);
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(value));
-    for (const char* name : {"one", "two"}) {
-        fs::create_directory(m_root / name);
-        fs::current_path(m_root / name);
-        QCOMPARE(Paths::support().string(), (m_root / name / value).string());
-        QVERIFY(fs::is_directory(m_root / name / value));
-    }
-}
-
-void PathsTest::emptyVariableMeansTheCurrentFolder()
-{
-    qputenv("KORVANE_SYNC_HOME", "");
-    QVERIFY(qEnvironmentVariableIsSet("KORVANE_SYNC_HOME"));
-    fs::current_path(m_root);
-    QCOMPARE(Paths::support().string(), m_root.string());
-    QVERIFY(!fs::exists(m_data));
-}
-
-void PathsTest::variableIsReadEachTime()
-{
-    for (const char* name : {"one", "two"}) {
-        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString((m_root / name).string()));
-        QCOMPARE(Paths::support().string(), (m_root / name).string());
-    }
-    qunsetenv("KORVANE_SYNC_HOME");
-    QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
-}
-
-void PathsTest::variableStopsTheMigration()
-{
-    write(m_data / "QuorvishSync/state.json");
-    write(m_root / "QuorvishSync/state.json");
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString((m_root / "KorvaneSync").string()));
-    QVERIFY(fs::is_empty(Paths::support()));
-    QVERIFY(!fs::exists(m_data / "KorvaneSync"));
-}
-
-void PathsTest::withoutVariableItIsInTheApplicationData()
-{
-    QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
-    QVERIFY(fs::is_empty(m_data / "KorvaneSync"));
-    QVERIFY(!fs::exists(m_data / "QuorvishSync"));
-}
-
-void PathsTest::applicationDataFollowsTheHomeFolder()
-{
-#ifdef Q_OS_MACOS
-    QSKIP("the Mac tells its folders by user, not by variable");
-#endif
-    qunsetenv("XDG_DATA_HOME");
-    QCOMPARE(Paths::support().string(), (m_root / ".local/share/KorvaneSync").string());
-}
-
-void PathsTest::firstAccessMigrates()
-{
-    write(m_data / "QuorvishSync/state.json");
-    write(m_data / "QuorvishSync/pairing.json");
-    const fs::path support = Paths::support();
-    for (const fs::path& folder : {support, m_data / "QuorvishSync"}) {
-        QVERIFY(fs::exists(folder / "state.json"));
-        QVERIFY(fs::exists(folder / "pairing.json"));
-    }
-}
-
-void PathsTest::laterAccessDoesNotMigrateAgain()
-{
-    write(m_data / "QuorvishSync/state.json");
-    fs::remove(Paths::support() / "state.json");
-    write(m_data / "QuorvishSync/late.json");
-    QVERIFY(fs::is_empty(Paths::support()));
-}
-
-void PathsTest::existingFolderKeepsItsFiles()
-{
-    write(m_data / "KorvaneSync/state.json");
-    QVERIFY(fs::exists(Paths::support() / "state.json"));
-}
-
-void PathsTest::folderThatCannotBeMadeIsReturnedAllTheSame()
-{
-    write(m_root / "file");
-    for (const char* name : {"file", "file/below"}) {
-        const std::string folder = (m_root / name).string();
-        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder));
-        QCOMPARE(Paths::support().string(), folder);
-    }
-    QVERIFY(fs::is_regular_file(m_root / "file"));
-
-    qunsetenv("KORVANE_SYNC_HOME");
-    write(m_data / "KorvaneSync"); // a file in place of the folder
-    QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
-}
-
-void PathsTest::exportsGoToTheCloudWhereThereIsOne_data()
-{
-    QTest::addColumn<std::string>("existing");
-    QTest::addColumn<std::string>("folder");
-    const std::string cloud = "Library/Mobile Documents/com~apple~CloudDocs";
-    const std::string documents = "Documents/Quorvish";
-    QTest::newRow("nothing") << std::string(".") << documents;
-    QTest::newRow("the cloud's folder") << cloud << cloud + "/Quorvish";
-    QTest::newRow("its parent alone") << std::string("Library/Mobile Documents") << documents;
-    QTest::newRow("documents") << std::string("Documents") << documents;
-}
-
-void PathsTest::exportsGoToTheCloudWhereThereIsOne()
-{
-    QFETCH(std::string, existing);
-    QFETCH(std::string, folder);
-    fs::create_directories(m_root / existing);
-    QCOMPARE(Paths::defaultFolder().string(), (m_root / folder).string());
-}
-
-void PathsTest::defaultFolderIsNotCreated()
-{
-    const fs::path folder = Paths::defaultFolder();
-    QVERIFY(!fs::exists(folder));
-    QVERIFY(!fs::exists(folder.parent_path()));
-
-    write(m_root / "Library/Mobile Documents/com~apple~CloudDocs"); // only existence counts
-    QCOMPARE(Paths::defaultFolder().string(),
-        (m_root / "Library/Mobile Documents/com~apple~CloudDocs/Quorvish").string());
-}
 
 } // namespace korvane
 
