@@ -47,30 +47,30 @@ private slots:
     {
         QCOMPARE(messageQuery(all),
             R"(SELECT m.ROWID, m.date, m.is_from_me, h.id, m.text, m.attributedBody, m.cache_has_attachments,
-           m.associated_message_type, m.associated_message_guid, m.thread_originator_guid,
-           m.item_type, CASE WHEN EXISTS (SELECT 1 FROM message_attachment_join ma LEFT JOIN attachment a ON a.ROWID = ma.attachment_id
-                      WHERE ma.message_id = m.ROWID AND (a.mime_type IS NULL OR TRIM(a.mime_type) = ''))
-              OR (m.cache_has_attachments != 0 AND NOT EXISTS (SELECT 1 FROM message_attachment_join ma WHERE ma.message_id = m.ROWID))
-         THEN NULL ELSE (SELECT COUNT(*) FROM message_attachment_join ma JOIN attachment a ON a.ROWID = ma.attachment_id
-                         WHERE ma.message_id = m.ROWID AND a.mime_type LIKE 'image/%') END
-    FROM message m
-    JOIN chat_message_join j ON j.message_id = m.ROWID
-    LEFT JOIN handle h ON h.ROWID = m.handle_id
-    WHERE j.chat_id = ? AND m.ROWID > ?
-    ORDER BY m.date, m.ROWID)");
+       m.associated_message_type, m.associated_message_guid, m.thread_originator_guid,
+       m.item_type, CASE WHEN EXISTS (SELECT 1 FROM message_attachment_join ma LEFT JOIN attachment a ON a.ROWID = ma.attachment_id
+                  WHERE ma.message_id = m.ROWID AND (a.mime_type IS NULL OR TRIM(a.mime_type) = ''))
+          OR (m.cache_has_attachments != 0 AND NOT EXISTS (SELECT 1 FROM message_attachment_join ma WHERE ma.message_id = m.ROWID))
+     THEN NULL ELSE (SELECT COUNT(*) FROM message_attachment_join ma JOIN attachment a ON a.ROWID = ma.attachment_id
+                     WHERE ma.message_id = m.ROWID AND a.mime_type LIKE 'image/%') END
+FROM message m
+JOIN chat_message_join j ON j.message_id = m.ROWID
+LEFT JOIN handle h ON h.ROWID = m.handle_id
+WHERE j.chat_id = ? AND m.ROWID > ?
+ORDER BY m.date, m.ROWID)");
     }
 
     void noColumns()
     {
         QCOMPARE(messageQuery({}),
             R"(SELECT m.ROWID, m.date, m.is_from_me, h.id, m.text, m.attributedBody, m.cache_has_attachments,
-           NULL, NULL, NULL,
-           NULL, NULL
-    FROM message m
-    JOIN chat_message_join j ON j.message_id = m.ROWID
-    LEFT JOIN handle h ON h.ROWID = m.handle_id
-    WHERE j.chat_id = ? AND m.ROWID > ?
-    ORDER BY m.date, m.ROWID)");
+       NULL, NULL, NULL,
+       NULL, NULL
+FROM message m
+JOIN chat_message_join j ON j.message_id = m.ROWID
+LEFT JOIN handle h ON h.ROWID = m.handle_id
+WHERE j.chat_id = ? AND m.ROWID > ?
+ORDER BY m.date, m.ROWID)");
     }
 
     void eachColumnHasItsPlace_data()
@@ -139,12 +139,12 @@ private slots:
     {
         QCOMPARE(std::string(chatQuery),
             R"(SELECT c.ROWID, c.guid, COALESCE(c.display_name, ''), c.chat_identifier, c.style,
-           MAX(m.date), COUNT(m.ROWID)
-    FROM chat c
-    JOIN chat_message_join j ON j.chat_id = c.ROWID
-    JOIN message m ON m.ROWID = j.message_id
-    GROUP BY c.ROWID
-    ORDER BY MAX(m.date) DESC)");
+       MAX(m.date), COUNT(m.ROWID)
+FROM chat c
+JOIN chat_message_join j ON j.chat_id = c.ROWID
+JOIN message m ON m.ROWID = j.message_id
+GROUP BY c.ROWID
+ORDER BY MAX(m.date) DESC)");
     }
 
     void resultColumnsAreWhereTheirNamesSay()
