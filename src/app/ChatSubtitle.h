@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messages/ChatInfo.h"
+#include "messages/MessageTypes.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "messages/DBError.h"
 #include "messages/DatabaseFault.h"
+#include "messages/Sqlite.h"
 
 #include <string>
 

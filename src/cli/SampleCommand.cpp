@@ -1,7 +1,7 @@
 #include "cli/SampleCommand.h"
 
 #include "cli/ProgressBar.h"
-#include "messages/DBError.h"
+#include "messages/Sqlite.h"
 #include "process/Interruption.h"
 
 #include <array>

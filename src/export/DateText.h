@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messages/Timestamp.h"
+#include "messages/MessageTypes.h"
 
 #include <chrono>
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "contacts/ContactNames.h"
-#include "messages/ChatInfo.h"
+#include "messages/MessageTypes.h"
 #include "messages/MessagesDB.h"
 
 #include <cstdint>

@@ -2,8 +2,7 @@
 
 #include "contacts/ContactNames.h"
 #include "export/DateText.h"
-#include "messages/ChatInfo.h"
-#include "messages/MessageRow.h"
+#include "messages/MessageTypes.h"
 
 #include <string>
 #include <string_view>

@@ -1,19 +1,10 @@
-#include "messages/MessagesDB.h"
-#include "text/Utf8.h"
+#include "messages/AttributedBody.h"
 
-// An attributed body is an object archive in the platform's own stream format. This code does not
-// parse the archive. It looks for the first class name "NSString", skips five bytes of type
-// information and reads a length-prefixed text:
-//
-//     "NSString"  5 bytes  length              text
-//     "NSString"  5 bytes  0x81 low high       text        (length = low + 256 × high)
-//
-// If the length byte is 0x81, a 16-bit little-endian length follows. Any other value is the
-// length itself, in bytes.
+#include "text/Utf8.h"
 
 namespace korvane {
 
-std::optional<std::string_view> MessagesDB::decodeAttributedBody(std::string_view bytes)
+std::optional<std::string_view> textOfAttributedBody(std::string_view bytes)
 {
     constexpr std::string_view className = "NSString";
     constexpr std::size_t typeInformation = 5;

@@ -1,6 +1,5 @@
 #include "messages/DatabaseFault.h"
 
-#include "messages/MessagesDB.h"
 #include "messages/Sqlite.h"
 
 #include <filesystem>
@@ -84,7 +83,7 @@ DatabaseFault findDatabaseFault(const std::string& path)
 {
     if (auto fault = faultOfFiles(path))
         return *std::move(fault);
-    const auto failure = Sqlite::failureToRead(path, MessagesDB::firstRead);
+    const auto failure = Sqlite::failureToRead(path, databaseProbe);
     if (!failure)
         return {Cause::Gone, ""};
     return {causeOf(*failure), failure->message};

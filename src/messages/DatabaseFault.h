@@ -29,6 +29,9 @@ struct DatabaseFault {
     std::string reason; ///< text from SQLite or the system; for PipeBeside, the pipe's path
 };
 
+/// The statement that probes whether a database can be read.
+inline constexpr const char* databaseProbe = "SELECT 1 FROM message LIMIT 1";
+
 /// Finds the faults that file types and sizes reveal, without opening anything. Call this before
 /// SQLite opens the file: opening a named pipe blocks, and for an empty database SQLite deletes the
 /// log beside it. Absent if there is no such fault, including when the file does not exist.

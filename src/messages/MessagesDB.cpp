@@ -1,7 +1,8 @@
 #include "messages/MessagesDB.h"
 
+#include "messages/AttributedBody.h"
 #include "messages/DatabaseFault.h"
-#include "messages/GuidMap.h"
+#include "messages/MessageQuery.h"
 #include "messages/RowReader.h"
 #include "text/Utf8.h"
 
@@ -34,7 +35,7 @@ Sqlite openOrExplain(const std::string& path)
 void probe(Sqlite& db)
 {
     try {
-        db.execute(MessagesDB::firstRead);
+        db.execute(databaseProbe);
     } catch (const DBError&) {
         throw DBError(MessagesDB::cannotRead);
     }
@@ -92,6 +93,21 @@ MessageRow kept(const MessageRowView& row)
     };
 }
 
+/// Reads a table's columns once per connection. Reading them again for each chat would take longer
+/// than the query for a chat without new messages.
+void learnColumns(ColumnSet& columns, const std::string& table, Sqlite& db)
+{
+    if (!columns.isEmpty())
+        return;
+    ColumnSet names;
+    Sqlite::Statement row(db, "PRAGMA table_info(" + table + ")");
+    while (row.step()) {
+        if (auto name = textOf(row, 1))
+            names.insert(std::move(*name));
+    }
+    columns = std::move(names);
+}
+
 } // namespace
 
 const std::string& MessagesDB::path()
@@ -100,10 +116,14 @@ const std::string& MessagesDB::path()
     return path;
 }
 
-MessagesDB::MessagesDB(const std::string& path) : m_db(openOrExplain(path))
+MessagesDB::MessagesDB(const std::string& path)
+    : m_db(openOrExplain(path))
+    , m_columns(std::make_unique<MessageColumns>())
 {
     probe(m_db);
 }
+
+MessagesDB::~MessagesDB() = default;
 
 std::vector<ChatInfo> MessagesDB::chats()
 {
@@ -125,56 +145,27 @@ std::vector<MessageRow> MessagesDB::messages(std::int64_t chatID, std::int64_t a
 void MessagesDB::forEachMessage(
     std::int64_t chatID, std::int64_t afterRowID, const RowVisitor& visit)
 {
-    learnColumns(m_columns.message, "message");
+    learnColumns(m_columns->message, "message", m_db);
     std::optional<Sqlite::Statement> guidRows;
-    if (m_columns.message.contains("guid")) {
+    if (m_columns->message.contains("guid")) {
         guidRows.emplace(m_db, guidQuery);
         guidRows->bind(1, chatID);
     }
-    learnColumns(m_columns.attachment, "attachment");
-    learnColumns(m_columns.attachmentJoin, "message_attachment_join");
+    learnColumns(m_columns->attachment, "attachment", m_db);
+    learnColumns(m_columns->attachmentJoin, "message_attachment_join", m_db);
 
     GuidMap guids(std::move(guidRows));
-    Sqlite::Statement row(m_db, messageQuery(m_columns));
+    Sqlite::Statement row(m_db, messageQuery(*m_columns));
     row.bind(1, chatID);
     row.bind(2, afterRowID);
-    RowReader reader(row, guids, m_columns.message.contains("associated_message_type"));
+    RowReader reader(row, guids, m_columns->message.contains("associated_message_type"));
     while (row.step())
         visit(reader.read());
 }
 
-/// Reads a table's columns once per connection. Reading them again for each chat would take longer
-/// than the query for a chat without new messages.
-void MessagesDB::learnColumns(ColumnSet& columns, const std::string& table)
+std::optional<std::string_view> MessagesDB::decodeAttributedBody(std::string_view bytes)
 {
-    if (!columns.isEmpty())
-        return;
-    ColumnSet names;
-    Sqlite::Statement row(m_db, "PRAGMA table_info(" + table + ")");
-    while (row.step()) {
-        if (auto name = textOf(row, 1))
-            names.insert(std::move(*name));
-    }
-    columns = std::move(names);
+    return textOfAttributedBody(bytes);
 }
 
 } // namespace korvane
-
-std::size_t std::hash<korvane::ChatInfo>::operator()(const korvane::ChatInfo& chat) const noexcept
-{
-    std::size_t seed = 0;
-    const auto mix = [&seed](std::size_t value) {
-        seed ^= value + 0x9e3779b97f4a7c15U + (seed << 6U) + (seed >> 2U);
-    };
-    const std::hash<std::string> text;
-    mix(std::hash<std::int64_t>()(chat.id));
-    mix(text(chat.guid));
-    mix(text(chat.displayName));
-    mix(text(chat.identifier));
-    mix(std::hash<bool>()(chat.isGroup));
-    mix(std::hash<double>()(chat.lastDate.value_or(korvane::ReferenceTime()).count()));
-    mix(std::hash<std::int64_t>()(chat.messageCount));
-    for (const std::string& member : chat.members)
-        mix(text(member));
-    return seed;
-}

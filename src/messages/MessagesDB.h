@@ -1,19 +1,19 @@
 #pragma once
 
-#include "messages/ChatInfo.h"
-#include "messages/DBError.h"
-#include "messages/MessageQuery.h"
-#include "messages/MessageRow.h"
+#include "messages/MessageTypes.h"
 #include "messages/Sqlite.h"
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace korvane {
+
+struct MessageColumns;
 
 /// The only reader of the Messages database. Never writes to it. Each object holds one connection
 /// and is used by one thread at a time. Open a new object for each run: this one caches the
@@ -31,13 +31,11 @@ public:
     static constexpr const char* cannotRead
         = "Messages database is locked by macOS privacy settings.";
 
-    /// The statement that probes whether the database can be read.
-    static constexpr const char* firstRead = "SELECT 1 FROM message LIMIT 1";
-
     /// Opens the database and reads one row: a file hidden by macOS privacy protection can be
     /// opened but fails on the first read. Throws DBError with one of the two texts above. Does not
     /// block on a named pipe but throws at once.
     explicit MessagesDB(const std::string& path = MessagesDB::path());
+    ~MessagesDB();
 
     /// All chats that have messages, the one with the newest message first. Throws DBError, and
     /// std::overflow_error for a date out of range (see referenceTime()).
@@ -52,16 +50,12 @@ public:
     /// until `visit` returns. Throws as chats() does, possibly after some rows were visited.
     void forEachMessage(std::int64_t chatID, std::int64_t afterRowID, const RowVisitor& visit);
 
-    /// The plain text inside an archived attributed string, as a view into `bytes`. Found by a
-    /// fixed byte pattern (see AttributedBody.cpp). Absent if the pattern does not match or the
-    /// text is not valid UTF-8.
+    /// The same as textOfAttributedBody(). Required by the interface; only tests call it.
     static std::optional<std::string_view> decodeAttributedBody(std::string_view bytes);
 
 private:
-    void learnColumns(ColumnSet& columns, const std::string& table);
-
     Sqlite m_db;
-    MessageColumns m_columns; ///< filled by learnColumns(), table by table
+    std::unique_ptr<MessageColumns> m_columns; ///< filled by learnColumns(), table by table
 };
 
 } // namespace korvane

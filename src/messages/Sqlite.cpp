@@ -1,7 +1,5 @@
 #include "messages/Sqlite.h"
 
-#include "messages/DBError.h"
-
 #include <sqlite3.h>
 
 #include <cerrno>

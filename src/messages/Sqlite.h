@@ -1,15 +1,28 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace korvane {
+
+/// A failure of the database reader. `message` is shown to the user unchanged.
+struct DBError : std::exception {
+    explicit DBError(std::string text) : message(std::move(text)) { }
+
+    /// Required by the interface; only tests call it.
+    const std::string& errorDescription() const { return message; }
+    const char* what() const noexcept override { return message.c_str(); }
+
+    std::string message;
+};
 
 /// One connection to an SQLite file; the only class that calls SQLite. Unless stated otherwise,
 /// failures throw DBError with SQLite's own message. Used by one thread at a time.

@@ -1,6 +1,5 @@
 #include "sample/SampleDatabase.h"
 
-#include "messages/DBError.h"
 #include "messages/Sqlite.h"
 #include "sample/History.h"
 #include "sample/People.h"

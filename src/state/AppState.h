@@ -1,7 +1,7 @@
 #pragma once
 
 #include "export/Exporter.h"
-#include "messages/ChatInfo.h"
+#include "messages/MessageTypes.h"
 #include "state/AppEnvironment.h"
 #include "state/Settings.h"
 #include "state/Worker.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "messages/ChatInfo.h"
+#include "messages/MessageTypes.h"
 #include "messages/MessagesDB.h"
 #include "support/Printing.h"
 #include "support/TestDatabase.h"

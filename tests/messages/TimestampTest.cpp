@@ -1,4 +1,4 @@
-#include "messages/Timestamp.h"
+#include "messages/MessageTypes.h"
 
 #include <QtTest/QTest>
 

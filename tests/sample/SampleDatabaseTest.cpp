@@ -1,4 +1,4 @@
-#include "messages/DBError.h"
+#include "messages/Sqlite.h"
 #include "sample/TemporarySample.h"
 #include "support/Printing.h"
 

@@ -1,4 +1,4 @@
-#include "messages/DBError.h"
+#include "messages/Sqlite.h"
 #include "sample/SampleDatabase.h"
 #include "support/Printing.h"
 
