@@ -1,6 +1,5 @@
 #pragma once
 
-#include "contacts/ContactNames.h"
 #include "messages/MessageTypes.h"
 #include "messages/MessagesDB.h"
 
@@ -8,10 +7,11 @@
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace korvane {
+
+class ContactNames;
 
 /// The outcome of one sync.
 struct SyncResult {
@@ -33,18 +33,6 @@ namespace Exporter {
 /// The name under which a chat is shown: the user's own name for a group, otherwise the names of
 /// the first three members and the number of further ones ("Ann, Bo, Cy +2").
 std::string title(const ChatInfo& chat, const ContactNames& names);
-
-/// `title` as part of a file name. Characters that some file system forbids, and all control and
-/// format characters, become "_". Then leading and trailing blanks are removed, and the text is
-/// cut to 100 grapheme clusters.
-std::string safeFileName(std::string_view title);
-
-/// The name of a new export file: "<safe title> (<chat id>) Korvane Wrapped.jsonl.txt".
-std::string exportFileName(std::string_view title, std::int64_t chatID);
-
-/// The same name in at most 255 bytes, the limit of most file systems. Cuts the title between two
-/// grapheme clusters. The id is kept, so no two chats share a name.
-std::string shortenedFileName(std::string_view title, std::int64_t chatID);
 
 /// Brings the files of `chats` in `folder` up to date: appends the messages that arrived since the
 /// last sync. A file that is missing, or that was written under another title, is started from

@@ -1,4 +1,4 @@
-#include "export/Exporter.h"
+#include "export/FileName.h"
 
 #include "text/Utf8.h"
 

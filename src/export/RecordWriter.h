@@ -1,14 +1,17 @@
 #pragma once
 
-#include "contacts/ContactNames.h"
 #include "export/DateText.h"
 #include "messages/MessageTypes.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace korvane {
+
+class ContactNames;
 
 /// Writes the messages of one chat as records in the format of an export file:
 ///
@@ -59,6 +62,21 @@ private:
     const std::string m_membersWithoutHandle;
     std::unordered_map<std::string, std::string, TextHash, std::equal_to<>> m_handleMembers;
     DateText m_dates;
+};
+
+/// The bytes of one batch of records. They are kept in blocks of about 1 MiB, so a growing batch is
+/// not reallocated and copied as a whole. Used by one thread at a time.
+class RecordBuffer {
+public:
+    /// The block to append the next record to. Call it again for each record: it starts a new block
+    /// when the last one is full.
+    std::string& block();
+
+    /// All bytes in order. The views are valid until the buffer changes.
+    std::vector<std::string_view> pieces() const { return {m_blocks.begin(), m_blocks.end()}; }
+
+private:
+    std::vector<std::string> m_blocks;
 };
 
 } // namespace korvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "contacts/ContactNames.h"
 #include "export/ExportState.h"
 #include "export/Exporter.h"
 #include "support/TestDatabase.h"

@@ -1,4 +1,5 @@
 #include "export/ExportSetup.h"
+#include "export/FileName.h"
 #include "export/Manifest.h"
 #include "support/Printing.h"
 

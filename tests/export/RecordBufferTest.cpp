@@ -1,4 +1,4 @@
-#include "export/RecordBuffer.h"
+#include "export/RecordWriter.h"
 #include "support/Printing.h"
 
 namespace korvane {

@@ -1,3 +1,4 @@
+#include "contacts/ContactNames.h"
 #include "export/Exporter.h"
 #include "support/Printing.h"
 

@@ -1,5 +1,7 @@
 #include "state/StateSetup.h"
 
+#include "export/FileName.h"
+
 #include <QLocale>
 #include <QSettings>
 #include <QtTest/QTest>

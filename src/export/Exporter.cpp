@@ -1,6 +1,8 @@
-#include "export/ExportState.h"
 #include "export/Exporter.h"
-#include "export/RecordBuffer.h"
+
+#include "contacts/ContactNames.h"
+#include "export/ExportState.h"
+#include "export/FileName.h"
 #include "export/RecordWriter.h"
 #include "storage/Files.h"
 
@@ -199,6 +201,22 @@ SyncResult failed(std::string error)
 }
 
 } // namespace
+
+std::string Exporter::title(const ChatInfo& chat, const ContactNames& names)
+{
+    constexpr std::size_t mostNames = 3;
+    if (!chat.displayName.empty())
+        return chat.displayName;
+
+    const std::vector<std::string> handles
+        = chat.members.empty() ? std::vector{chat.identifier} : chat.members;
+    std::string title;
+    for (std::size_t i = 0; i < std::min(handles.size(), mostNames); ++i)
+        title.append(i > 0 ? ", " : "").append(names.name(handles[i]));
+    if (handles.size() > mostNames)
+        title += " +" + std::to_string(handles.size() - mostNames);
+    return title;
+}
 
 SyncResult Exporter::sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const fs::path& folder, const std::string& database, const BeforeChat& beforeChat)

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace korvane {
+
+/// The names of export files.
+namespace Exporter {
+
+/// `title` as part of a file name. Characters that some file system forbids, and all control and
+/// format characters, become "_". Then leading and trailing blanks are removed, and the text is
+/// cut to 100 grapheme clusters.
+std::string safeFileName(std::string_view title);
+
+/// The name of a new export file: "<safe title> (<chat id>) Korvane Wrapped.jsonl.txt".
+std::string exportFileName(std::string_view title, std::int64_t chatID);
+
+/// The same name in at most 255 bytes, the limit of most file systems. Cuts the title between two
+/// grapheme clusters. The id is kept, so no two chats share a name.
+std::string shortenedFileName(std::string_view title, std::int64_t chatID);
+
+} // namespace Exporter
+
+} // namespace korvane
