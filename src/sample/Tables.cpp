@@ -1,6 +1,8 @@
 #include "sample/Tables.h"
 
-#include "sample/MessageText.h"
+#include "sample/History.h"
+#include "sample/MessageContent.h"
+#include "sample/People.h"
 
 #include <utility>
 

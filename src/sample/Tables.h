@@ -1,8 +1,6 @@
 #pragma once
 
 #include "messages/Sqlite.h"
-#include "sample/History.h"
-#include "sample/People.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +11,10 @@
 #include <vector>
 
 namespace korvane::sample {
+
+struct Chat;
+struct Message;
+struct People;
 
 /// The statements that create the tables. Their unique constraints are those that cost little
 /// while rows are inserted in order.

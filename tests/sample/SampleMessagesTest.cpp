@@ -1,4 +1,4 @@
-#include "sample/MessageText.h"
+#include "sample/MessageContent.h"
 #include "sample/TemporarySample.h"
 #include "support/Printing.h"
 

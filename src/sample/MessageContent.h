@@ -3,8 +3,11 @@
 #include "sample/Random.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace korvane::sample {
 
@@ -21,6 +24,19 @@ std::string captionText(Random& random);
 /// The text that Messages stores with a reaction. `kind` counts from 0 (love) to 5 (question).
 /// `targetText` is the text of the message reacted to; it is empty if that is only a picture.
 std::string reactionText(int kind, bool isRemoval, std::string_view targetText);
+
+/// A row of the attachment table.
+struct Attachment {
+    std::string guid;
+    std::string filename;
+    std::string transferName;
+    std::optional<std::string_view> mimeType;
+    std::int64_t totalBytes = 0;
+};
+
+/// The attachments of the message with this guid: usually one, usually a photo. The type of some is
+/// unknown.
+std::vector<Attachment> makeAttachments(const std::string& guid, Random& random);
 
 /// The longest text, in bytes, that encodeAttributedBody() accepts.
 inline constexpr std::size_t maxAttributedBodyText = 0xFFFF;

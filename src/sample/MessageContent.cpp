@@ -1,8 +1,9 @@
-#include "sample/MessageText.h"
+#include "sample/MessageContent.h"
 
 #include "sample/Words.h"
 
 #include <cassert>
+#include <utility>
 
 namespace korvane::sample {
 
@@ -104,6 +105,71 @@ std::string reactionText(int kind, bool isRemoval, std::string_view targetText)
     if (targetText.empty())
         return text.append("an image");
     return text.append("“").append(targetText).append("”");
+}
+
+namespace {
+
+struct FileKind {
+    int perThousand;
+    std::string_view namePrefix;
+    std::string_view extension;
+    std::optional<std::string_view> mimeType;
+    std::int64_t typicalBytes;
+};
+
+/// Used when drawFileKind() draws none of the others.
+constexpr FileKind photo{0, "IMG_", ".jpeg", "image/jpeg", 2'400'000};
+constexpr FileKind otherKinds[] = {
+    {320, "IMG_", ".HEIC", "image/heic", 1'900'000},
+    {120, "Screenshot ", ".png", "image/png", 700'000},
+    {60, "IMG_", ".MOV", "video/quicktime", 28'000'000},
+    {25, "video-", ".mp4", "video/mp4", 9'000'000},
+    {35, "Invoice ", ".pdf", "application/pdf", 240'000},
+    {20, "Voice ", ".m4a", "audio/x-m4a", 120'000},
+    {25, "document-", "", std::nullopt, 54'000},
+    {10, "scan-", ".dat", "", 300'000},
+    {10, "export ", ".bin", "  ", 12'000},
+};
+
+const FileKind& drawFileKind(Random& random)
+{
+    std::int64_t draw = random.below(1000);
+    for (const FileKind& kind : otherKinds) {
+        draw -= kind.perThousand;
+        if (draw < 0)
+            return kind;
+    }
+    return photo;
+}
+
+std::int64_t drawAttachmentCount(Random& random)
+{
+    return random.chance(850) ? 1 : random.between(2, 5);
+}
+
+Attachment makeAttachment(std::string guid, Random& random)
+{
+    const FileKind& kind = drawFileKind(random);
+    Attachment attachment;
+    attachment.transferName = kind.namePrefix;
+    attachment.transferName.append(std::to_string(random.between(1000, 9999)));
+    attachment.transferName.append(kind.extension);
+    attachment.filename = "~/Library/Messages/Attachments/" + guid + "/" + attachment.transferName;
+    attachment.guid = std::move(guid);
+    attachment.mimeType = kind.mimeType;
+    attachment.totalBytes = random.between(kind.typicalBytes / 2, kind.typicalBytes * 2);
+    return attachment;
+}
+
+} // namespace
+
+std::vector<Attachment> makeAttachments(const std::string& guid, Random& random)
+{
+    const std::int64_t count = drawAttachmentCount(random);
+    std::vector<Attachment> attachments;
+    for (std::int64_t index = 0; index < count; ++index)
+        attachments.push_back(makeAttachment("at_" + std::to_string(index) + "_" + guid, random));
+    return attachments;
 }
 
 namespace {
