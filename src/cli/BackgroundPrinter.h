@@ -1,7 +1,5 @@
 #pragma once
 
-#include "cli/Console.h"
-
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -10,6 +8,8 @@
 #include <thread>
 
 namespace korvane {
+
+struct Console;
 
 /// Prints to a console's output from a background thread, so that a reader who has stopped (a
 /// paused pager, a terminal after Ctrl-S, a full pipe) blocks no other thread. Thread-safe.

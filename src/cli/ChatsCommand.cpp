@@ -1,6 +1,7 @@
 #include "cli/ChatsCommand.h"
 
-#include "cli/Table.h"
+#include "cli/Console.h"
+#include "contacts/ContactNames.h"
 #include "export/DateText.h"
 #include "export/Exporter.h"
 #include "text/Json.h"

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "cli/ChatSelection.h"
-#include "cli/Console.h"
+#include "cli/Sources.h"
 
 namespace korvane {
+
+struct Console;
 
 struct ChatsOptions {
     Sources sources;

@@ -1,7 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/ChatsCommand.h"
-#include "cli/DatabaseHelp.h"
+#include "cli/Console.h"
 #include "cli/ExportCommand.h"
 #include "cli/ReceiveCommand.h"
 #include "cli/SampleCommand.h"
@@ -64,6 +64,8 @@ std::string hostOfALink(const std::string& text)
 /// Declares the options of all commands and holds their parsed values.
 class Parser {
 public:
+    /// Lists all commands. A new one gets a line here and a function below, which declares its
+    /// options and says which function runs it.
     Parser()
     {
         m_app.require_subcommand(0, 1); // parse() reports a missing command

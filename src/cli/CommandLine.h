@@ -1,11 +1,11 @@
 #pragma once
 
-#include "cli/Console.h"
-
 #include <string>
 #include <vector>
 
 namespace korvane {
+
+struct Console;
 
 /// Runs `korvane-sync` with `arguments` (without the program's name) and returns its exit code.
 /// Bad usage prints one line on `console.err` and returns ExitCode::badUsage.

@@ -1,9 +1,10 @@
 #include "cli/Console.h"
 
-#include "cli/Table.h"
+#include "text/Utf8.h"
+
+#include <unicode/uchar.h>
 
 #include <algorithm>
-#include <string>
 
 namespace korvane {
 
@@ -35,6 +36,164 @@ bool Console::outputIsComplete() const
     out.clear();
     complain("Not all of the output could be written.");
     return false;
+}
+
+namespace {
+
+constexpr UChar32 zeroWidthJoiner = 0x200D;
+
+bool isUnsafe(UChar32 character)
+{
+    const auto category = u_charType(character);
+    const bool lineBreak = category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR;
+    return lineBreak || category == U_CONTROL_CHAR
+        || (category == U_FORMAT_CHAR && character != zeroWidthJoiner);
+}
+
+int widthOf(UChar32 character)
+{
+    const auto category = u_charType(character);
+    const bool joinsThePrevious = category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK
+        || category == U_FORMAT_CHAR || u_hasBinaryProperty(character, UCHAR_EMOJI_MODIFIER);
+    if (joinsThePrevious)
+        return 0;
+    const int eastAsian = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+    return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
+}
+
+/// The longest prefix of `text` that is at most `width` columns wide.
+std::string_view beginning(std::string_view text, int width)
+{
+    std::size_t length = 0;
+    int used = 0;
+    for (const auto [character, bytes] : CodePoints(text)) {
+        used += widthOf(character);
+        if (used > width)
+            break;
+        length += bytes.size();
+    }
+    return text.substr(0, length);
+}
+
+} // namespace
+
+std::string printable(std::string_view text)
+{
+    std::string safe;
+    for (const auto [character, bytes] : CodePoints(text))
+        safe += isUnsafe(character) ? replacementCharacter : bytes;
+    return safe;
+}
+
+int displayWidth(std::string_view text)
+{
+    int width = 0;
+    bool joined = false;
+    for (const auto [character, bytes] : CodePoints(text)) {
+        width += joined ? 0 : widthOf(character);
+        joined = character == zeroWidthJoiner;
+    }
+    return width;
+}
+
+std::string fitted(const std::string& text, int widest)
+{
+    if (displayWidth(text) <= widest)
+        return text;
+    return std::string(beginning(text, widest - 1)) + "…";
+}
+
+namespace {
+
+std::string cellText(const std::string& cell, const Table::Column& column)
+{
+    const std::string text = printable(cell);
+    return column.widest > 0 ? fitted(text, column.widest) : text;
+}
+
+std::string padded(const std::string& cell, int width, Table::Align align)
+{
+    const std::string blanks(static_cast<std::size_t>(width - displayWidth(cell)), ' ');
+    return align == Table::Align::Left ? cell + blanks : blanks + cell;
+}
+
+} // namespace
+
+Table::Table(std::vector<Column> columns) : m_columns(std::move(columns))
+{
+    std::vector<std::string> headings;
+    for (const Column& column : m_columns)
+        headings.push_back(column.heading);
+    add(headings);
+}
+
+void Table::add(const std::vector<std::string>& cells)
+{
+    std::vector<std::string> row;
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        row.push_back(cellText(cells[i], m_columns[i]));
+    m_rows.push_back(std::move(row));
+}
+
+std::string Table::text() const
+{
+    std::vector<int> widths(m_columns.size(), 0);
+    for (const auto& row : m_rows) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
+    }
+    std::string text;
+    for (const auto& row : m_rows) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            text.append(i > 0 ? "  " : "").append(padded(row[i], widths[i], m_columns[i].align));
+        text.erase(text.find_last_not_of(' ') + 1);
+        text += '\n';
+    }
+    return text;
+}
+
+namespace {
+
+constexpr std::string_view startOfLineAndWipe = "\r\x1B[K";
+
+std::string bar(std::int64_t percent)
+{
+    constexpr std::int64_t width = 24;
+    const std::int64_t filled = width * percent / 100;
+    std::string text = "[";
+    for (std::int64_t i = 0; i < width; ++i)
+        text += i < filled ? '#' : '.';
+    return text + "] " + std::to_string(percent) + "% ";
+}
+
+} // namespace
+
+ProgressBar::ProgressBar(
+    std::ostream& out, bool visible, std::int64_t total, Clock::duration patience)
+    : m_out(out)
+    , m_visible(visible)
+    , m_total(std::max<std::int64_t>(total, 1))
+    , m_nextDraw(Clock::now() + patience)
+{
+}
+
+ProgressBar::~ProgressBar()
+{
+    if (m_drawn)
+        m_out << startOfLineAndWipe << std::flush;
+}
+
+void ProgressBar::show(std::int64_t done, std::string_view doing)
+{
+    const auto now = Clock::now();
+    if (!m_visible || now < m_nextDraw)
+        return;
+    constexpr int doingWidth = 40;
+    const std::int64_t percent = std::clamp<std::int64_t>(100 * done / m_total, 0, 100);
+    m_out << startOfLineAndWipe << bar(percent) << fitted(printable(doing), doingWidth)
+          << std::flush;
+    m_nextDraw = now + std::chrono::milliseconds(100);
+    m_drawn = true;
 }
 
 } // namespace korvane

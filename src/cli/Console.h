@@ -1,8 +1,12 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <iostream>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace korvane {
 
@@ -32,5 +36,63 @@ inline constexpr int failure = 1; ///< part of the request could not be done
 inline constexpr int badUsage = 2; ///< the command line is wrong
 inline constexpr int interrupted = 130; ///< 128 + SIGINT, as in shells
 } // namespace ExitCode
+
+/// `text` made safe to print on a terminal: control and format characters and line separators,
+/// which could move the cursor or reverse the text direction, become U+FFFD. The zero-width joiner
+/// is kept, because emoji are composed with it.
+std::string printable(std::string_view text);
+
+/// The number of columns that `text` takes on a terminal: wide characters and emoji take two.
+int displayWidth(std::string_view text);
+
+/// `text`, truncated with an ellipsis if it is over `widest` columns wide.
+std::string fitted(const std::string& text, int widest);
+
+/// Formats a table: columns are as wide as their widest cell and two blanks apart.
+class Table {
+public:
+    enum class Align { Left, Right };
+
+    struct Column {
+        std::string heading;
+        Align align = Align::Left;
+        int widest = 0; ///< in columns; longer cells are truncated; 0 = no limit
+    };
+
+    explicit Table(std::vector<Column> columns);
+
+    /// Adds a row with one cell per column. Passes the cells through printable().
+    void add(const std::vector<std::string>& cells);
+
+    std::string text() const;
+
+private:
+    std::vector<Column> m_columns;
+    std::vector<std::vector<std::string>> m_rows;
+};
+
+/// A progress bar on a terminal. It appears after `patience`, is redrawn every 100 ms at most, and
+/// is erased by the destructor.
+class ProgressBar {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Draws nothing if `visible` is false. `total` is the amount of work, in any unit.
+    ProgressBar(std::ostream& out, bool visible, std::int64_t total,
+        Clock::duration patience = std::chrono::seconds(1));
+    ~ProgressBar();
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    /// `done` is the amount of work done so far, `doing` describes the current step.
+    void show(std::int64_t done, std::string_view doing);
+
+private:
+    std::ostream& m_out;
+    const bool m_visible;
+    const std::int64_t m_total;
+    Clock::time_point m_nextDraw;
+    bool m_drawn = false;
+};
 
 } // namespace korvane

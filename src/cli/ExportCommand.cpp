@@ -1,13 +1,14 @@
 #include "cli/ExportCommand.h"
 
-#include "cli/DatabaseHelp.h"
-#include "cli/SyncWithProgress.h"
+#include "cli/Console.h"
+#include "contacts/ContactNames.h"
 #include "process/Interruption.h"
 #include "storage/SupportLock.h"
 #include "text/Json.h"
 #include "text/Utf8.h"
 
 #include <filesystem>
+#include <numeric>
 #include <optional>
 #include <stdexcept>
 
@@ -155,6 +156,29 @@ int runExport(const ExportOptions& options, const Console& console)
 {
     Export command(options, console);
     return options.everySeconds ? command.runEvery(*options.everySeconds) : command.runOnce();
+}
+
+namespace {
+
+std::int64_t messageCount(const std::vector<ChatInfo>& chats)
+{
+    return std::accumulate(chats.begin(), chats.end(), std::int64_t{0},
+        [](std::int64_t sum, const ChatInfo& chat) { return sum + chat.messageCount; });
+}
+
+} // namespace
+
+SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
+    const std::string& folder, const std::string& database, const Interruption& interruption,
+    const Console& console)
+{
+    ProgressBar bar(console.err, console.errIsTerminal, messageCount(chats));
+    std::int64_t done = 0;
+    return Exporter::sync(chats, names, folder, database, [&](const ChatInfo& chat) {
+        bar.show(done, Exporter::title(chat, names));
+        done += chat.messageCount;
+        return !interruption.requested();
+    });
 }
 
 } // namespace korvane

@@ -1,13 +1,16 @@
 #pragma once
 
-#include "cli/ChatSelection.h"
-#include "cli/Console.h"
+#include "cli/Sources.h"
+#include "export/Exporter.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace korvane {
+
+struct Console;
+class Interruption;
 
 struct ExportOptions {
     Sources sources;
@@ -23,5 +26,11 @@ struct ExportOptions {
 /// fails; if it is the first run, no other follows. Throws std::overflow_error (see
 /// referenceTime()).
 int runExport(const ExportOptions& options, const Console& console);
+
+/// Exporter::sync() with a progress bar if `console.err` is a terminal. An interruption ends it
+/// after the current chat.
+SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
+    const std::string& folder, const std::string& database, const Interruption& interruption,
+    const Console& console);
 
 } // namespace korvane

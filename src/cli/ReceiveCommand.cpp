@@ -1,6 +1,6 @@
 #include "cli/ReceiveCommand.h"
 
-#include "cli/ProgressBar.h"
+#include "cli/Console.h"
 #include "storage/Files.h"
 
 #include <filesystem>

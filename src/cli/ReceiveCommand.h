@@ -1,12 +1,13 @@
 #pragma once
 
-#include "cli/Console.h"
 #include "cli/TransferClient.h"
 
 #include <optional>
 #include <string>
 
 namespace korvane {
+
+struct Console;
 
 struct ReceiveOptions {
     std::string link; ///< "" or "-": the first line of the console's input

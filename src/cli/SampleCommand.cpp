@@ -1,6 +1,6 @@
 #include "cli/SampleCommand.h"
 
-#include "cli/ProgressBar.h"
+#include "cli/Console.h"
 #include "messages/Sqlite.h"
 #include "process/Interruption.h"
 

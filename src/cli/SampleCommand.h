@@ -1,12 +1,13 @@
 #pragma once
 
-#include "cli/Console.h"
 #include "sample/SampleDatabase.h"
 
 #include <optional>
 #include <string>
 
 namespace korvane {
+
+struct Console;
 
 struct SampleOptions {
     std::string file;

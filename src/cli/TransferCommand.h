@@ -1,7 +1,6 @@
 #pragma once
 
-#include "cli/ChatSelection.h"
-#include "cli/Console.h"
+#include "cli/Sources.h"
 #include "server/ServerState.h"
 
 #include <cstdint>
@@ -10,6 +9,8 @@
 #include <string>
 
 namespace korvane {
+
+struct Console;
 
 struct TransferOptions {
     Sources sources;

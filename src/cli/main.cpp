@@ -1,4 +1,5 @@
 #include "cli/CommandLine.h"
+#include "cli/Console.h"
 #include "messages/Sqlite.h"
 #include "storage/Descriptor.h"
 #include "storage/LocaleWarning.h"

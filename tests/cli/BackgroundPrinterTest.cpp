@@ -1,5 +1,6 @@
 #include "cli/BackgroundPrinter.h"
 
+#include "cli/Console.h"
 #include "storage/Descriptor.h"
 
 #include <QElapsedTimer>

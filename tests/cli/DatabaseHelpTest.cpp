@@ -1,4 +1,5 @@
-#include "cli/DatabaseHelp.h"
+#include "cli/Sources.h"
+#include "messages/DatabaseFault.h"
 
 #include "support/Printing.h"
 

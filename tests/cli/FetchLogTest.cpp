@@ -1,4 +1,4 @@
-#include "cli/FetchLog.h"
+#include "cli/TransferOutput.h"
 
 #include "support/Printing.h"
 

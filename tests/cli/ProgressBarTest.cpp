@@ -1,4 +1,4 @@
-#include "cli/ProgressBar.h"
+#include "cli/Console.h"
 
 #include "support/Printing.h"
 

@@ -1,6 +1,7 @@
 #include "PaintedCode.h"
 
-#include "cli/QrPicture.h"
+#include "cli/TransferOutput.h"
+#include "pairing/QrCode.h"
 #include "pairing/TransferLink.h"
 #include "support/Printing.h"
 

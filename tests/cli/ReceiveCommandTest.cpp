@@ -1,6 +1,7 @@
 #include "CannedServer.h"
 #include "OfferedChat.h"
 
+#include "cli/Console.h"
 #include "cli/ReceiveCommand.h"
 #include "support/Printing.h"
 #include "support/SealedByOthers.h"

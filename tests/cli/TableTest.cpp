@@ -1,4 +1,4 @@
-#include "cli/Table.h"
+#include "cli/Console.h"
 
 #include "support/Printing.h"
 

@@ -1,6 +1,7 @@
 #include "Terminal.h"
 
 #include "cli/CommandLine.h"
+#include "cli/Console.h"
 #include "storage/Files.h"
 
 #include <algorithm>

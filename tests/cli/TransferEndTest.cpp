@@ -1,6 +1,7 @@
 #include "OutputPipe.h"
 #include "RunningTransfer.h"
 
+#include "cli/Console.h"
 #include "cli/TransferCommand.h"
 #include "server/RunningServer.h"
 #include "support/Printing.h"

@@ -1,4 +1,4 @@
-#include "cli/ChatSelection.h"
+#include "cli/Sources.h"
 #include "contacts/ContactNames.h"
 #include "contacts/FilledStore.h"
 #include "contacts/PrivateDesktop.h"

@@ -8,6 +8,13 @@
 
 namespace korvane {
 
+class QrCode;
+
+/// The code as lines for a terminal; each line of half blocks shows two rows of modules. Sets black
+/// and white explicitly, because with the colours of a dark terminal the code would be inverted,
+/// and phones may not read it.
+std::string terminalPicture(const QrCode& code);
+
 /// Turns transfer events into lines for the user, at a limited rate. Anybody who has seen the link
 /// can start and abort thousands of fetches, and their lines would scroll the QR code off the
 /// terminal. So only some fetches get a line, and the others are counted. Not thread-safe.
