@@ -39,6 +39,14 @@ public:
 
     TransferLink link() const { return linkIn(output.printed()); }
 
+    /// Fills the pipe, then fetches the chat.
+    int statusOfAFetchWhileFull()
+    {
+        const TransferLink known = link();
+        output.fill();
+        return get(known.port, known.target()).status;
+    }
+
     /// Sends a signal. Returns the milliseconds until the process ended; -1 if it goes on.
     qint64 endsAfter(int signal)
     {
@@ -91,12 +99,8 @@ private slots:
         const Owner owner;
         PipedTransfer transfer(owner);
         QVERIFY(transfer.isReady());
-        const TransferLink link = transfer.link();
-        transfer.output.fill();
-        QCOMPARE(get(link.port, link.target()).status, 200);
-        const qint64 time = transfer.endsAfter(signal);
-        QVERIFY2(time >= 0 && time < 3000, qPrintable(QString::number(time)));
-        QVERIFY(transfer.endedWell());
+        QCOMPARE(transfer.statusOfAFetchWhileFull(), 200);
+        endsSoonAndWell(transfer, signal);
     }
 
     void firstSignalEndsItBeforeTheCodeIsRead()
@@ -107,9 +111,7 @@ private slots:
         const auto hasExported = [&owner] { return std::filesystem::exists(owner.file()); };
         QTRY_VERIFY_WITH_TIMEOUT(hasExported(), patience);
         QTest::qWait(1000); // until it blocks in printing the code
-        const qint64 time = transfer.endsAfter(SIGINT);
-        QVERIFY2(time >= 0 && time < 3000, qPrintable(QString::number(time)));
-        QVERIFY(transfer.endedWell());
+        endsSoonAndWell(transfer, SIGINT);
     }
 
     void readerWhoGoesOnMissesNothing()
@@ -117,11 +119,17 @@ private slots:
         const Owner owner;
         PipedTransfer transfer(owner);
         QVERIFY(transfer.isReady());
-        const TransferLink link = transfer.link();
-        transfer.output.fill();
-        QCOMPARE(get(link.port, link.target()).status, 200);
+        QCOMPARE(transfer.statusOfAFetchWhileFull(), 200);
         QVERIFY(transfer.output.prints("  127.0.0.1 is fetching it\n"));
         QVERIFY(transfer.output.prints("  127.0.0.1 has it\n"));
+    }
+
+private:
+    static void endsSoonAndWell(PipedTransfer& transfer, int signal)
+    {
+        const qint64 time = transfer.endsAfter(signal);
+        QVERIFY2(time >= 0 && time < 3000, qPrintable(QString::number(time)));
+        QVERIFY(transfer.endedWell());
     }
 };
 
