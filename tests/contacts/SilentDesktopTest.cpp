@@ -14,37 +14,6 @@
 
 namespace korvane {
 
-/// Desktops without a contact store, or with one that does not answer: loading returns the names
-/// that are available within three seconds.
-class SilentDesktopTest : public QObject {
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void cleanup();
-    void withoutBusThereAreNoNames_data();
-    void withoutBusThereAreNoNames();
-    void withoutServiceThereAreNoNames();
-    void stoppedProcessCostsNoMoreThanThreeSeconds_data();
-    void stoppedProcessCostsNoMoreThanThreeSeconds();
-    void processStoppedInTheMiddleCostsNoMoreThanThreeSeconds_data();
-    void processStoppedInTheMiddleCostsNoMoreThanThreeSeconds();
-    void processThatEndsInTheMiddleCostsNothing_data();
-    void processThatEndsInTheMiddleCostsNothing();
-    void storeIsReadAgainWhenItGoesOn();
-    void bookThatHangsKeepsNoOtherBack();
-    void bookThatFailsKeepsNoOtherBack();
-
-private:
-    void fillStore(int contacts);
-    pid_t processOf(const QString& role) const;
-    template <typename Disturb>
-    void disturbInTheMiddle(const Disturb& disturb);
-
-    std::unique_ptr<PrivateDesktop> m_desktop;
-    std::unique_ptr<FilledStore> m_store;
-};
-
 namespace {
 
 constexpr qint64 patience = 3'000; // milliseconds
@@ -82,157 +51,166 @@ void addProcessesAndMoments(std::initializer_list<int> moments)
 
 } // namespace
 
-void SilentDesktopTest::initTestCase()
-{
-    if (!PrivateDesktop::isInstalled())
-        QSKIP("needs the packages evolution-data-server and dbus");
-}
+/// Desktops without a contact store, or with one that does not answer: loading returns the names
+/// that are available within three seconds.
+class SilentDesktopTest : public QObject {
+    Q_OBJECT
 
-void SilentDesktopTest::cleanup()
-{
-    m_store.reset();
-    m_desktop.reset();
-}
-
-/// Starts a desktop with a store in which each contact has two keys. All services are running then.
-void SilentDesktopTest::fillStore(int contacts)
-{
-    m_desktop = std::make_unique<PrivateDesktop>();
-    m_store = std::make_unique<FilledStore>();
-    m_store->addNumberedCards(contacts);
-    QCOMPARE(ContactNames::load().map.size(), std::size_t(2) * contacts);
-}
-
-pid_t SilentDesktopTest::processOf(const QString& role) const
-{
-    if (role == QStringLiteral("the bus"))
-        return m_desktop->bus();
-    return role == QStringLiteral("the service of books") ? m_store->booksProcess()
-                                                          : m_store->sourcesProcess();
-}
-
-/// Calls disturb() during a load and keeps the returned object until the load has ended.
-template <typename Disturb>
-void SilentDesktopTest::disturbInTheMiddle(const Disturb& disturb)
-{
-    QFETCH(QString, role);
-    QFETCH(int, moment);
-    constexpr int contacts = 1'000;
-    fillStore(contacts);
-    const pid_t process = processOf(role);
-    auto load = std::async(std::launch::async, loadInTime);
-    QTest::qSleep(moment);
-    [[maybe_unused]] const auto disturbance = disturb(process);
-    const ContactNames names = load.get();
-    QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
-}
-
-void SilentDesktopTest::withoutBusThereAreNoNames_data()
-{
-    QTest::addColumn<QByteArray>("address");
-    QTest::addColumn<QByteArray>("runtimeFolder");
-    const auto row = [](const char* name, const char* address, const char* runtimeFolder) {
-        QTest::newRow(name) << QByteArray(address) << QByteArray(runtimeFolder);
-    };
-    row("nothing is said", "", "");
-    row("a runtime folder without a bus", "", "/tmp");
-    row("no socket at the address", "unix:path=/nowhere/bus", "");
-    row("no bus at any of the addresses", "unix:path=/nowhere/a;unix:abstract=korvane-none", "");
-    row("no socket but a file", "unix:path=/etc/hostname", "");
-    row("a port where nothing listens", "tcp:host=127.0.0.1,port=1", "");
-    row("no address", "here", "");
-    row("an unknown kind of address", "pigeon:loft=1", "");
-    row("a broken escape", "unix:path=%zz", "");
-}
-
-void SilentDesktopTest::withoutBusThereAreNoNames()
-{
-    QFETCH(QByteArray, address);
-    QFETCH(QByteArray, runtimeFolder);
-    const QTemporaryDir home;
-    qputenv("HOME", home.path().toUtf8());
-    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
-    qputenv("XDG_RUNTIME_DIR", runtimeFolder);
-    QVERIFY(loadInTime().map.empty());
-}
-
-void SilentDesktopTest::withoutServiceThereAreNoNames()
-{
-    m_desktop = std::make_unique<PrivateDesktop>(PrivateDesktop::Services::None);
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(ContactNames::load().map.empty());
-    QVERIFY(timer.elapsed() < 1'000); // there is nothing to wait for: no timeout
-}
-
-void SilentDesktopTest::stoppedProcessCostsNoMoreThanThreeSeconds_data()
-{
-    addProcesses();
-}
-
-void SilentDesktopTest::stoppedProcessCostsNoMoreThanThreeSeconds()
-{
-    QFETCH(QString, role);
-    fillStore(3);
-    const Stopped stopped(processOf(role));
-    QVERIFY(loadInTime().map.empty());
-}
-
-void SilentDesktopTest::processStoppedInTheMiddleCostsNoMoreThanThreeSeconds_data()
-{
-    addProcessesAndMoments({1, 5, 10, 20});
-}
-
-void SilentDesktopTest::processStoppedInTheMiddleCostsNoMoreThanThreeSeconds()
-{
-    disturbInTheMiddle([](pid_t process) { return Stopped(process); });
-}
-
-void SilentDesktopTest::processThatEndsInTheMiddleCostsNothing_data()
-{
-    addProcessesAndMoments({1, 10});
-}
-
-void SilentDesktopTest::processThatEndsInTheMiddleCostsNothing()
-{
-    disturbInTheMiddle([](pid_t process) { return ::kill(process, SIGKILL); });
-}
-
-void SilentDesktopTest::storeIsReadAgainWhenItGoesOn()
-{
-    fillStore(3);
+private slots:
+    void initTestCase()
     {
-        const Stopped stopped(m_store->booksProcess());
+        if (!PrivateDesktop::isInstalled())
+            QSKIP("needs the packages evolution-data-server and dbus");
+    }
+
+    void cleanup()
+    {
+        m_store.reset();
+        m_desktop.reset();
+    }
+
+    void withoutBusThereAreNoNames_data()
+    {
+        QTest::addColumn<QByteArray>("address");
+        QTest::addColumn<QByteArray>("runtimeFolder");
+        const auto row = [](const char* name, const char* address, const char* runtimeFolder) {
+            QTest::newRow(name) << QByteArray(address) << QByteArray(runtimeFolder);
+        };
+        row("nothing is said", "", "");
+        row("a runtime folder without a bus", "", "/tmp");
+        row("no socket at the address", "unix:path=/nowhere/bus", "");
+        row("no bus at any of the addresses", "unix:path=/nowhere/a;unix:abstract=korvane-none",
+            "");
+        row("no socket but a file", "unix:path=/etc/hostname", "");
+        row("a port where nothing listens", "tcp:host=127.0.0.1,port=1", "");
+        row("no address", "here", "");
+        row("an unknown kind of address", "pigeon:loft=1", "");
+        row("a broken escape", "unix:path=%zz", "");
+    }
+
+    void withoutBusThereAreNoNames()
+    {
+        QFETCH(QByteArray, address);
+        QFETCH(QByteArray, runtimeFolder);
+        const QTemporaryDir home;
+        qputenv("HOME", home.path().toUtf8());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+        qputenv("XDG_RUNTIME_DIR", runtimeFolder);
         QVERIFY(loadInTime().map.empty());
     }
-    QCOMPARE(loadInTime().map.size(), std::size_t(6));
-}
 
-/// The directory server of this book accepts connections and never answers.
-void SilentDesktopTest::bookThatHangsKeepsNoOtherBack()
-{
-    fillStore(3);
-    QTcpServer silent;
-    QVERIFY(silent.listen(QHostAddress::LocalHost));
-    m_store->addBook(QStringLiteral("a-directory"),
-        QStringLiteral("[Data Source]\nDisplayName=Directory\nParent=ldap-stub\nEnabled=true\n\n"
-                       "[Address Book]\nBackendName=ldap\n\n"
-                       "[Authentication]\nHost=127.0.0.1\nPort=%1\nMethod=none\n\n"
-                       "[LDAP Backend]\nRootDn=dc=example\nScope=subtree\nLimit=100\n\n"
-                       "[Security]\nMethod=none\n")
-            .arg(silent.serverPort()));
-    QCOMPARE(loadInTime().map.size(), std::size_t(6));
-    QVERIFY(silent.hasPendingConnections() || silent.waitForNewConnection(0));
-}
+    void withoutServiceThereAreNoNames()
+    {
+        m_desktop = std::make_unique<PrivateDesktop>(PrivateDesktop::Services::None);
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(ContactNames::load().map.empty());
+        QVERIFY(timer.elapsed() < 1'000); // there is nothing to wait for: no timeout
+    }
 
-void SilentDesktopTest::bookThatFailsKeepsNoOtherBack()
-{
-    fillStore(3);
-    QString keyFile = FilledStore::localBook({});
-    keyFile.replace(QStringLiteral("BackendName=local"), QStringLiteral("BackendName=unheard-of"));
-    m_store->addSource(QStringLiteral("a-book"), keyFile);
-    QCOMPARE(loadInTime().map.size(), std::size_t(6));
-}
+    void stoppedProcessCostsNoMoreThanThreeSeconds_data() { addProcesses(); }
+
+    void stoppedProcessCostsNoMoreThanThreeSeconds()
+    {
+        QFETCH(QString, role);
+        fillStore(3);
+        const Stopped stopped(processOf(role));
+        QVERIFY(loadInTime().map.empty());
+    }
+
+    void processStoppedInTheMiddleCostsNoMoreThanThreeSeconds_data()
+    {
+        addProcessesAndMoments({1, 5, 10, 20});
+    }
+
+    void processStoppedInTheMiddleCostsNoMoreThanThreeSeconds()
+    {
+        disturbInTheMiddle([](pid_t process) { return Stopped(process); });
+    }
+
+    void processThatEndsInTheMiddleCostsNothing_data() { addProcessesAndMoments({1, 10}); }
+
+    void processThatEndsInTheMiddleCostsNothing()
+    {
+        disturbInTheMiddle([](pid_t process) { return ::kill(process, SIGKILL); });
+    }
+
+    void storeIsReadAgainWhenItGoesOn()
+    {
+        fillStore(3);
+        {
+            const Stopped stopped(m_store->booksProcess());
+            QVERIFY(loadInTime().map.empty());
+        }
+        QCOMPARE(loadInTime().map.size(), std::size_t(6));
+    }
+
+    /// The directory server of this book accepts connections and never answers.
+    void bookThatHangsKeepsNoOtherBack()
+    {
+        fillStore(3);
+        QTcpServer silent;
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        m_store->addBook(QStringLiteral("a-directory"),
+            QStringLiteral(
+                "[Data Source]\nDisplayName=Directory\nParent=ldap-stub\nEnabled=true\n\n"
+                "[Address Book]\nBackendName=ldap\n\n"
+                "[Authentication]\nHost=127.0.0.1\nPort=%1\nMethod=none\n\n"
+                "[LDAP Backend]\nRootDn=dc=example\nScope=subtree\nLimit=100\n\n"
+                "[Security]\nMethod=none\n")
+                .arg(silent.serverPort()));
+        QCOMPARE(loadInTime().map.size(), std::size_t(6));
+        QVERIFY(silent.hasPendingConnections() || silent.waitForNewConnection(0));
+    }
+
+    void bookThatFailsKeepsNoOtherBack()
+    {
+        fillStore(3);
+        QString keyFile = FilledStore::localBook({});
+        keyFile.replace(
+            QStringLiteral("BackendName=local"), QStringLiteral("BackendName=unheard-of"));
+        m_store->addSource(QStringLiteral("a-book"), keyFile);
+        QCOMPARE(loadInTime().map.size(), std::size_t(6));
+    }
+
+private:
+    /// Starts a desktop with a store in which each contact has two keys. All services are running
+    /// then.
+    void fillStore(int contacts)
+    {
+        m_desktop = std::make_unique<PrivateDesktop>();
+        m_store = std::make_unique<FilledStore>();
+        m_store->addNumberedCards(contacts);
+        QCOMPARE(ContactNames::load().map.size(), std::size_t(2) * contacts);
+    }
+
+    pid_t processOf(const QString& role) const
+    {
+        if (role == QStringLiteral("the bus"))
+            return m_desktop->bus();
+        return role == QStringLiteral("the service of books") ? m_store->booksProcess()
+                                                              : m_store->sourcesProcess();
+    }
+
+    /// Calls disturb() during a load and keeps the returned object until the load has ended.
+    template <typename Disturb>
+    void disturbInTheMiddle(const Disturb& disturb)
+    {
+        QFETCH(QString, role);
+        QFETCH(int, moment);
+        constexpr int contacts = 1'000;
+        fillStore(contacts);
+        const pid_t process = processOf(role);
+        auto load = std::async(std::launch::async, loadInTime);
+        QTest::qSleep(moment);
+        [[maybe_unused]] const auto disturbance = disturb(process);
+        const ContactNames names = load.get();
+        QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
+    }
+
+    std::unique_ptr<PrivateDesktop> m_desktop;
+    std::unique_ptr<FilledStore> m_store;
+};
 
 } // namespace korvane
 
