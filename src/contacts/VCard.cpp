@@ -1,22 +1,126 @@
 #include "contacts/VCard.h"
 
-#include "contacts/VCardContact.h"
-#include "contacts/VCardEncoding.h"
-#include "contacts/VCardFolds.h"
-#include "contacts/VCardLines.h"
+#include "contacts/VCardText.h"
 #include "text/Ascii.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace korvane {
 
 namespace {
 
-/// Extends a quoted-printable value by the lines that follow its soft line breaks.
-void joinSoftBreaks(VCardLines& lines, VCardProperty& property)
+// From the properties of one card to a contact.
+
+bool hasProperty(const std::vector<VCardProperty>& card, VCardField field, std::string_view value)
 {
-    if (!endsInSoftBreak(property.value) || !encodingOf(property).quotedPrintable)
-        return;
-    while (endsInSoftBreak(property.value) && lines.join(property.value)) { }
+    return std::any_of(card.begin(), card.end(), [&](const VCardProperty& property) {
+        return property.field == field && equalIgnoringCase(withoutBlanks(property.value), value);
+    });
 }
+
+bool isDistributionList(const std::vector<VCardProperty>& card)
+{
+    return hasProperty(card, VCardField::Kind, "group")
+        || hasProperty(card, VCardField::EvolutionList, "TRUE");
+}
+
+VCardVersion versionOf(const std::vector<VCardProperty>& card)
+{
+    if (hasProperty(card, VCardField::Version, "2.1"))
+        return VCardVersion::V21;
+    return hasProperty(card, VCardField::Version, "4.0") ? VCardVersion::V40 : VCardVersion::V30;
+}
+
+void addUnlessEmpty(std::vector<std::string>& texts, std::string text)
+{
+    if (!text.empty())
+        texts.push_back(std::move(text));
+}
+
+/// Builds a contact from the properties of one card.
+class ContactBuilder {
+public:
+    explicit ContactBuilder(VCardVersion version) : m_version(version) { }
+
+    void add(const VCardProperty& property);
+    Contact finished();
+
+private:
+    void takeName(std::string_view value);
+
+    VCardVersion m_version;
+    Contact m_contact;
+    std::string m_formattedName;
+    bool m_hasName = false; ///< the card has an N, possibly empty
+};
+
+void ContactBuilder::takeName(std::string_view value)
+{
+    m_hasName = true;
+    if (!m_contact.familyName.empty() || !m_contact.givenName.empty())
+        return;
+    m_contact.familyName = componentText(value, 0, m_version);
+    m_contact.givenName = componentText(value, 1, m_version);
+}
+
+void ContactBuilder::add(const VCardProperty& property)
+{
+    const std::string value = decodedValue(property, m_version);
+    switch (property.field) {
+    case VCardField::Name:
+        takeName(value);
+        break;
+    case VCardField::FormattedName:
+        if (m_formattedName.empty())
+            m_formattedName = wholeText(value, m_version);
+        break;
+    case VCardField::Organization:
+        if (m_contact.organizationName.empty())
+            m_contact.organizationName = componentText(value, 0, m_version);
+        break;
+    case VCardField::Phone:
+        addUnlessEmpty(
+            m_contact.phoneNumbers, withoutScheme(wholeText(value, m_version), "tel:", ';'));
+        break;
+    case VCardField::Email:
+        addUnlessEmpty(
+            m_contact.emailAddresses, withoutScheme(wholeText(value, m_version), "mailto:", '?'));
+        break;
+    default:
+        break;
+    }
+}
+
+Contact ContactBuilder::finished()
+{
+    const bool unnamed = m_contact.familyName.empty() && m_contact.givenName.empty();
+    // Address books write the card of a company with an ORG and an empty N.
+    const bool company = m_contact.organizationName == m_formattedName
+        || (m_hasName && !m_contact.organizationName.empty());
+    if (unnamed && !company)
+        m_contact.givenName = std::move(m_formattedName);
+    return std::move(m_contact);
+}
+
+/// The contact that the properties of one card describe. Absent if the card is a distribution list
+/// or none of the properties read has a value.
+std::optional<Contact> contactOf(const std::vector<VCardProperty>& card)
+{
+    if (isDistributionList(card))
+        return std::nullopt;
+    ContactBuilder builder(versionOf(card));
+    for (const VCardProperty& property : card)
+        builder.add(property);
+    Contact contact = builder.finished();
+    if (contact == Contact())
+        return std::nullopt;
+    return contact;
+}
+
+// From the properties of a file to cards.
 
 bool isCard(const VCardProperty& beginOrEnd)
 {
@@ -95,18 +199,12 @@ void CardGatherer::add(const VCardProperty& property)
 
 } // namespace
 
-void readVCards(std::string_view bytes, const ContactSource::Visitor& visit)
+void readVCards(std::string bytes, const ContactSource::Visitor& visit)
 {
-    std::string buffer;
-    VCardLines lines(fileText(bytes, buffer));
+    VCardText text(std::move(bytes));
     CardGatherer cards(visit);
-    while (const auto line = lines.next()) {
-        auto property = parseVCardProperty(*line);
-        if (!property)
-            continue;
-        joinSoftBreaks(lines, *property);
+    while (const auto property = text.next())
         cards.add(*property);
-    }
     cards.finishCard();
 }
 

@@ -2,7 +2,7 @@
 
 #include "contacts/ContactSource.h"
 
-#include <string_view>
+#include <string>
 
 namespace korvane {
 
@@ -28,6 +28,6 @@ namespace korvane {
 /// BEGIN or at the end of the file. Bytes that are invalid in a value's charset become U+FFFD. If
 /// no known charset is named, a value that is not valid UTF-8 is read as windows-1252, which old
 /// programs write in versions 2.1 and 3.0. In version 4.0 it is still read as UTF-8.
-void readVCards(std::string_view bytes, const ContactSource::Visitor& visit);
+void readVCards(std::string bytes, const ContactSource::Visitor& visit);
 
 } // namespace korvane

@@ -12,8 +12,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -58,24 +61,8 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-/// Reads card files. Reuses one buffer for all of them.
-class Reader {
-public:
-    explicit Reader(const ContactSource::Visitor& visit) : m_visit(visit) { }
-
-    void readFile(const fs::path& path);
-    void readFolder(const fs::path& folder);
-    void readPipe(const fs::path& path);
-
-private:
-    bool readToEnd(int pipe);
-
-    const ContactSource::Visitor& m_visit;
-    std::string m_bytes;
-};
-
 /// Opens regular files only: file_size() fails for any other kind.
-void Reader::readFile(const fs::path& path)
+void readFile(const fs::path& path, const ContactSource::Visitor& visit)
 {
     std::error_code error;
     const std::uintmax_t size = fs::file_size(path, error);
@@ -84,21 +71,21 @@ void Reader::readFile(const fs::path& path)
     const File file(std::fopen(path.c_str(), "rb"));
     if (!file)
         return;
-    m_bytes.resize(static_cast<std::size_t>(size));
-    m_bytes.resize(std::fread(m_bytes.data(), 1, m_bytes.size(), file.get()));
-    readVCards(m_bytes, m_visit);
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file.get()));
+    readVCards(std::move(bytes), visit);
 }
 
-void Reader::readFolder(const fs::path& folder)
+void readFolder(const fs::path& folder, const ContactSource::Visitor& visit)
 {
     for (const fs::directory_entry& entry : entriesOf(folder)) {
         std::error_code ignored;
         if (isLeftOut(entry.path()))
             continue;
         if (entry.is_directory(ignored) && !entry.is_symlink(ignored))
-            readFolder(entry.path());
+            readFolder(entry.path(), visit);
         else if (isCardFile(entry.path()))
-            readFile(entry.path());
+            readFile(entry.path(), visit);
     }
 }
 
@@ -109,32 +96,34 @@ bool waitForBytes(int pipe)
     return ::poll(&readable, 1, -1) > 0;
 }
 
-/// Reads until the last writer has closed the pipe. False if there are more than `largestFile`
+/// Reads until the last writer has closed the pipe. Absent if there are more than `largestFile`
 /// bytes, reading fails or a signal interrupts.
-bool Reader::readToEnd(int pipe)
+std::optional<std::string> readToEnd(int pipe)
 {
     constexpr std::size_t pieceSize = 65536;
+    std::string bytes;
     std::size_t size = 0;
     while (size <= largestFile) {
-        m_bytes.resize(size + pieceSize);
-        const ssize_t count = ::read(pipe, m_bytes.data() + size, pieceSize);
+        bytes.resize(size + pieceSize);
+        const ssize_t count = ::read(pipe, bytes.data() + size, pieceSize);
         if (count < 0 && (errno != EAGAIN || !waitForBytes(pipe)))
-            return false;
+            return std::nullopt;
         size += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-        m_bytes.resize(size);
+        bytes.resize(size);
         if (count == 0)
-            return true;
+            return bytes;
     }
-    return false;
+    return std::nullopt;
 }
 
 /// Uses O_NONBLOCK because open() would otherwise block until a writer opens the pipe.
-void Reader::readPipe(const fs::path& path)
+void readPipe(const fs::path& path, const ContactSource::Visitor& visit)
 {
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const File pipe(descriptor < 0 ? nullptr : ::fdopen(descriptor, "rb"));
-    if (pipe && readToEnd(descriptor))
-        readVCards(m_bytes, m_visit);
+    auto bytes = pipe ? readToEnd(descriptor) : std::nullopt;
+    if (bytes)
+        readVCards(std::move(*bytes), visit);
 }
 
 } // namespace
@@ -144,13 +133,12 @@ VCardSource::VCardSource(fs::path fileOrFolder) : m_path(std::move(fileOrFolder)
 void VCardSource::forEachContact(const Visitor& visit) const
 {
     std::error_code ignored;
-    Reader reader(visit);
     if (fs::is_directory(m_path, ignored))
-        reader.readFolder(m_path);
+        readFolder(m_path, visit);
     else if (fs::is_fifo(m_path, ignored))
-        reader.readPipe(m_path);
+        readPipe(m_path, visit);
     else
-        reader.readFile(m_path);
+        readFile(m_path, visit);
 }
 
 } // namespace korvane

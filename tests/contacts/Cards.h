@@ -41,7 +41,7 @@ std::string withNulls(const char (&literal)[size])
 inline Contacts contactsIn(std::string_view bytes)
 {
     Contacts contacts;
-    readVCards(bytes, [&](const Contact& contact) { contacts.push_back(contact); });
+    readVCards(std::string(bytes), [&](const Contact& contact) { contacts.push_back(contact); });
     return contacts;
 }
 

@@ -270,6 +270,31 @@ private slots:
         QVERIFY(!contacts.empty());
         QCOMPARE(contacts.front().phoneNumbers.front(), "1");
     }
+
+    void readsEightMegabytesOfOneLineBreakInLinearTime_data()
+    {
+        QTest::addColumn<std::string>("lineBreak");
+        QTest::newRow("CR") << std::string("\r");
+        QTest::newRow("LF") << std::string("\n");
+        QTest::newRow("CRLF") << std::string("\r\n");
+    }
+
+    /// A search for a line break that the file does not contain, repeated in each line, would take
+    /// a minute.
+    void readsEightMegabytesOfOneLineBreakInLinearTime()
+    {
+        QFETCH(std::string, lineBreak);
+        const std::string line = "NOTE:" + std::string(60, 'a') + lineBreak;
+        std::string file = "BEGIN:VCARD" + lineBreak;
+        while (file.size() < 8'000'000)
+            file += line;
+        file += "TEL:1" + lineBreak + "END:VCARD" + lineBreak;
+
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(contactsIn(file) == Contacts({phone("1")}));
+        QVERIFY2(timer.elapsed() < 5'000, qPrintable(QString::number(timer.elapsed())));
+    }
 };
 
 } // namespace korvane

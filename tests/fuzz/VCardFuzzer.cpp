@@ -41,7 +41,7 @@ void checkValues(const std::vector<std::string>& values)
 /// of its numbers and addresses.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
     korvane::readVCards(bytes, [](const korvane::Contact& contact) {
         require(contact != korvane::Contact());
         checkText(contact.givenName);
