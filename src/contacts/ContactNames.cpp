@@ -1,5 +1,6 @@
 #include "contacts/ContactNames.h"
 
+#include "contacts/ContactSource.h"
 #include "text/Ascii.h"
 #include "text/Utf8.h"
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "contacts/ContactSource.h"
-
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,7 +9,7 @@
 
 namespace korvane {
 
-using ContactSources = std::vector<std::unique_ptr<ContactSource>>;
+class ContactSource;
 
 /// Maps phone numbers and e-mail addresses to the names of the user's contacts. A plain value,
 /// built once by load() or loadChosen() and not changed afterwards.
@@ -22,7 +20,7 @@ struct ContactNames {
     /// Reads all `sources` in order. A later contact replaces an earlier one with the same key.
     /// Does not throw when a source fails: the contacts read until then are kept. Blocks while it
     /// reads, so the window calls it on a worker thread.
-    static ContactNames load(const ContactSources& sources);
+    static ContactNames load(const std::vector<std::unique_ptr<ContactSource>>& sources);
 
     /// The same with platformContactSources().
     static ContactNames load();
@@ -37,18 +35,15 @@ struct ContactNames {
     /// The name for `handle`, or null. The pointer is valid as long as the map is unchanged.
     const std::string* find(std::string_view handle) const;
 
-    /// The key of a handle. A handle with an "@" counts as an e-mail address and is converted to
-    /// lower case. Any other is reduced to its last ten numeric characters, of any script, so that
-    /// +1 (555) 123-4567 and 555-123-4567 have the same key.
+    /// The key of a handle. Two handles are the same if their keys are equal.
+    ///
+    /// When are two phone numbers the same? When their last ten numeric characters are, of any
+    /// script, as in +1 (555) 123-4567 and 555-123-4567. All other characters are ignored, and so
+    /// is the country code. A handle with an "@" is an e-mail address: its key is the address in
+    /// lower case.
     static std::string normalize(std::string_view handle);
 
     bool operator==(const ContactNames&) const = default;
 };
-
-/// The places where this system keeps contacts, in reading order: the user's own store, then, on
-/// Linux, folders of card files. A store that does not answer times out, see
-/// EvolutionSource::patience (for the whole store) and ContactsFrameworkSource (for each silence).
-/// Reading files has no timeout.
-ContactSources platformContactSources();
 
 } // namespace korvane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -30,5 +31,13 @@ public:
     /// visited; those remain valid.
     virtual void forEachContact(const Visitor& visit) const = 0;
 };
+
+using ContactSources = std::vector<std::unique_ptr<ContactSource>>;
+
+/// The places where this system keeps contacts, in reading order: the user's own store, then, on
+/// Linux, folders of card files. A store that does not answer times out, see
+/// EvolutionSource::patience (for the whole store) and ContactsFrameworkSource (for each silence).
+/// Reading files has no timeout.
+ContactSources platformContactSources();
 
 } // namespace korvane

@@ -1,4 +1,5 @@
 #include "contacts/ContactNames.h"
+#include "contacts/ContactSource.h"
 #include "support/Printing.h"
 
 #include <stdexcept>

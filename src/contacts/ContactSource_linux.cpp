@@ -1,4 +1,4 @@
-#include "contacts/ContactNames.h"
+#include "contacts/ContactSource.h"
 #include "contacts/EvolutionSource.h"
 #include "contacts/VCardSource.h"
 
