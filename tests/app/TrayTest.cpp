@@ -4,7 +4,6 @@
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusContext>
-#include <QDBusInterface>
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QDir>
@@ -71,18 +70,14 @@ public:
     /// A property of the registered icon.
     QVariant property(const QString& name) const
     {
-        const QDBusMessage answer
-            = QDBusInterface(item, QStringLiteral("/StatusNotifierItem"),
-                QStringLiteral("org.freedesktop.DBus.Properties"), *m_connection)
-                  .call(QStringLiteral("Get"), QStringLiteral("org.kde.StatusNotifierItem"), name);
+        const QDBusMessage answer = call(QStringLiteral("org.freedesktop.DBus.Properties"),
+            QStringLiteral("Get"), {QStringLiteral("org.kde.StatusNotifierItem"), name});
         return answer.arguments().value(0).value<QDBusVariant>().variant();
     }
 
     void activate() const
     {
-        QDBusInterface(item, QStringLiteral("/StatusNotifierItem"),
-            QStringLiteral("org.kde.StatusNotifierItem"), *m_connection)
-            .call(QStringLiteral("Activate"), 500, 10);
+        call(QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"), {500, 10});
     }
 
     QString address;
@@ -93,6 +88,17 @@ public slots:
     void RegisterStatusNotifierItem(const QString& /*service*/) { item = message().service(); }
 
 private:
+    /// Calls a method of the registered icon. Not with QDBusInterface, which first asks the icon to
+    /// describe its interfaces: Qt 6.4 leaks a part of that description.
+    QDBusMessage call(
+        const QString& interface, const QString& method, const QVariantList& arguments) const
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            item, QStringLiteral("/StatusNotifierItem"), interface, method);
+        message.setArguments(arguments);
+        return m_connection->call(message);
+    }
+
     Program m_bus;
     std::unique_ptr<QDBusConnection> m_connection;
 };
