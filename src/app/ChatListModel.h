@@ -1,8 +1,11 @@
 #pragma once
 
+#include "messages/MessageTypes.h"
 #include "state/AppState.h"
 
 #include <QAbstractListModel>
+#include <QSortFilterProxyModel>
+#include <QString>
 
 #include <vector>
 
@@ -50,5 +53,31 @@ private:
     AppState& m_state;
     std::vector<Row> m_rows;
 };
+
+/// Filters the list of chats by the text in the search field. Main thread only.
+class ChatFilter : public QSortFilterProxyModel {
+    Q_OBJECT
+
+public:
+    using QSortFilterProxyModel::QSortFilterProxyModel;
+
+    /// Accepts the chats whose title contains `query`, ignoring case and any spaces and tabs around
+    /// the query. An empty query accepts all chats.
+    void setQuery(const QString& query);
+
+    /// The query in its original case, without the spaces and tabs around it.
+    const QString& typed() const { return m_typed; }
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
+
+private:
+    QString m_typed;
+    QString m_query; ///< in lower case
+};
+
+/// The line below a chat's title: "1,234 messages, last Nov 21, 2026". The user's locale formats
+/// the number and the date, which has an abbreviated month. Without the date if the chat has none.
+QString chatSubtitle(const ChatInfo& chat);
 
 } // namespace korvane

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "app/Buttons.h"
-#include "app/ChatFilter.h"
 #include "app/ChatListModel.h"
 #include "app/ChatListView.h"
 #include "app/Pieces.h"

@@ -1,6 +1,5 @@
 #include "WindowSetup.h"
 
-#include "app/ChatFilter.h"
 #include "app/ChatListModel.h"
 
 #include <QAbstractItemModelTester>

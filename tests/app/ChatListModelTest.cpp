@@ -1,7 +1,6 @@
 #include "WindowSetup.h"
 
 #include "app/ChatListModel.h"
-#include "app/ChatSubtitle.h"
 #include "state/Settings.h"
 #include "support/Printing.h"
 

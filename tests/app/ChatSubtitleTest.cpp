@@ -1,6 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/ChatSubtitle.h"
+#include "app/ChatListModel.h"
 
 #include <QProcess>
 #include <QtTest/QTest>
