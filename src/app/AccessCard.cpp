@@ -1,6 +1,6 @@
 #include "app/AccessCard.h"
 
-#include "app/Buttons.h"
+#include "app/Controls.h"
 #include "app/Look.h"
 
 #include <QHBoxLayout>

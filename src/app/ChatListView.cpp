@@ -1,7 +1,7 @@
 #include "app/ChatListView.h"
 
 #include "app/ChatListModel.h"
-#include "app/FocusRing.h"
+#include "app/Controls.h"
 #include "app/Look.h"
 #include "app/Pieces.h"
 

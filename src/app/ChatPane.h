@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/Buttons.h"
 #include "app/ChatListModel.h"
 #include "app/ChatListView.h"
+#include "app/Controls.h"
 #include "app/Pieces.h"
 
 #include <QLineEdit>

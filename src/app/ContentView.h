@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/ChatPane.h"
-#include "app/FocusRing.h"
+#include "app/Controls.h"
 #include "app/Middle.h"
 #include "app/TransferCard.h"
 #include "state/AppState.h"

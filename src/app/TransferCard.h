@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Buttons.h"
+#include "app/Controls.h"
 #include "app/Pieces.h"
 #include "state/AppState.h"
 

@@ -1,6 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/CoralSwitch.h"
+#include "app/Controls.h"
 #include "app/Look.h"
 
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/CoralSwitch.h"
+#include "app/Controls.h"
 #include "app/Pieces.h"
 #include "app/PreviewStates.h"
 #include "state/Settings.h"

@@ -1,7 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/Buttons.h"
-#include "app/CoralSwitch.h"
+#include "app/Controls.h"
 #include "app/Footer.h"
 #include "app/Header.h"
 #include "app/Look.h"

@@ -1,6 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/Buttons.h"
+#include "app/Controls.h"
 #include "app/Look.h"
 #include "app/Pieces.h"
 #include "app/PreviewStates.h"
