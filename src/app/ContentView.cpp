@@ -1,8 +1,7 @@
 #include "app/ContentView.h"
 
 #include "app/AccessCard.h"
-#include "app/Footer.h"
-#include "app/Header.h"
+#include "app/HeaderAndFooter.h"
 #include "app/Look.h"
 
 #include <QAccessibleWidget>

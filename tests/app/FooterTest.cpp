@@ -1,7 +1,7 @@
 #include "WindowSetup.h"
 
 #include "app/Controls.h"
-#include "app/Footer.h"
+#include "app/HeaderAndFooter.h"
 #include "app/Look.h"
 #include "app/Pieces.h"
 #include "app/PreviewStates.h"

@@ -1,7 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/Footer.h"
-#include "app/Header.h"
+#include "app/HeaderAndFooter.h"
 #include "app/PreviewStates.h"
 
 #include <QScreen>

@@ -9,6 +9,20 @@
 
 namespace korvane {
 
+/// The program's drawing and name, and a line that says what to do next. Main thread only.
+class Header : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit Header(const AppState& state, QWidget* parent = nullptr);
+
+private:
+    void updateSubtitle();
+
+    const AppState& m_state;
+    Text* m_subtitle;
+};
+
 /// The export folder, the switch for automatic exports, and the status line, with the buttons that
 /// belong to them. Main thread only.
 class Footer : public QWidget {
