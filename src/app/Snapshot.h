@@ -1,11 +1,11 @@
 #pragma once
 
+#include "state/AppState.h"
+
 #include <filesystem>
 #include <string>
 
 namespace korvane {
-
-class AppState;
 
 /// Pictures of the window for documentation, made without touching any database, network, setting
 /// or support folder. Main thread only. Needs a QApplication, but no display.
@@ -19,5 +19,15 @@ void write(const std::filesystem::path& folder);
 void write(const std::filesystem::path& folder, const std::string& name, AppState& state);
 
 } // namespace Snapshot
+
+/// Three states of the window, with invented chats: choosing a chat, transferring it, and without
+/// access to the database.
+namespace PreviewStates {
+
+AppState::Preview list();
+AppState::Preview qr();
+AppState::Preview access();
+
+} // namespace PreviewStates
 
 } // namespace korvane

@@ -1,6 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/PreviewStates.h"
+#include "app/Snapshot.h"
 
 #include <QAccessible>
 #include <QtTest/QTest>

@@ -3,7 +3,7 @@
 #include "app/Controls.h"
 #include "app/Look.h"
 #include "app/Pieces.h"
-#include "app/PreviewStates.h"
+#include "app/Snapshot.h"
 #include "pairing/ReadBack.h"
 #include "support/Printing.h"
 

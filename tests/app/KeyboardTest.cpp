@@ -2,7 +2,7 @@
 
 #include "app/Controls.h"
 #include "app/Pieces.h"
-#include "app/PreviewStates.h"
+#include "app/Snapshot.h"
 #include "state/Settings.h"
 
 #include <QScrollBar>

@@ -4,7 +4,7 @@
 #include "app/HeaderAndFooter.h"
 #include "app/Look.h"
 #include "app/Pieces.h"
-#include "app/PreviewStates.h"
+#include "app/Snapshot.h"
 
 #include <QScrollBar>
 #include <QtTest/QTest>

@@ -1,7 +1,7 @@
 #include "WindowSetup.h"
 
 #include "app/HeaderAndFooter.h"
-#include "app/PreviewStates.h"
+#include "app/Snapshot.h"
 
 #include <QScreen>
 #include <QScrollArea>

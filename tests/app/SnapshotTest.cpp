@@ -2,7 +2,6 @@
 
 #include "app/Application.h"
 #include "app/Look.h"
-#include "app/PreviewStates.h"
 #include "app/Snapshot.h"
 #include "pairing/ReadBack.h"
 #include "support/Printing.h"
