@@ -2,7 +2,6 @@
 
 #include "app/ContentView.h"
 #include "app/Display.h"
-#include "app/FolderPicker.h"
 #include "app/Look.h"
 #include "app/MenuBarExtra.h"
 #include "app/SingleInstance.h"
@@ -12,6 +11,7 @@
 #include "storage/Paths.h"
 
 #include <QApplication>
+#include <QFileDialog>
 #include <QSocketNotifier>
 
 #include <algorithm>
@@ -22,6 +22,17 @@
 namespace korvane {
 
 namespace {
+
+/// Shows a modal dialog for choosing or creating a folder, starting in `start`. Blocks until it is
+/// closed. Returns nothing if the user cancels.
+std::optional<std::filesystem::path> pickFolder(const std::filesystem::path& start)
+{
+    const QString folder = QFileDialog::getExistingDirectory(QApplication::activeWindow(),
+        QFileDialog::tr("Choose a folder for the export"), QString::fromStdString(start.native()));
+    if (folder.isEmpty())
+        return std::nullopt;
+    return folder.toStdString();
+}
 
 AppEnvironment realEnvironment()
 {
