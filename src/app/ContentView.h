@@ -2,13 +2,14 @@
 
 #include "app/ChatPane.h"
 #include "app/Controls.h"
-#include "app/Middle.h"
 #include "app/TransferCard.h"
 #include "state/AppState.h"
 
 #include <QWidget>
 
 namespace korvane {
+
+class Middle;
 
 /// The content of the window: header, footer and, between them, the access card, the transfer card
 /// or the chat pane, depending on AppState. Main thread only.
