@@ -2,8 +2,8 @@
 
 #include "app/ChatListModel.h"
 #include "app/Controls.h"
+#include "app/Labels.h"
 #include "app/Look.h"
-#include "app/Pieces.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>

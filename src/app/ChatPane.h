@@ -3,7 +3,7 @@
 #include "app/ChatListModel.h"
 #include "app/ChatListView.h"
 #include "app/Controls.h"
-#include "app/Pieces.h"
+#include "app/Labels.h"
 
 #include <QLineEdit>
 #include <QStackedLayout>

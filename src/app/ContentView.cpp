@@ -1,6 +1,6 @@
 #include "app/ContentView.h"
 
-#include "app/AccessCard.h"
+#include "app/Cards.h"
 #include "app/HeaderAndFooter.h"
 #include "app/Look.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "app/Cards.h"
 #include "app/ChatPane.h"
 #include "app/Controls.h"
-#include "app/TransferCard.h"
 #include "state/AppState.h"
 
 #include <QWidget>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/Controls.h"
-#include "app/Pieces.h"
+#include "app/Labels.h"
 #include "state/AppState.h"
 
 #include <QHBoxLayout>

@@ -1,6 +1,6 @@
 #include "WindowSetup.h"
 
-#include "app/Pieces.h"
+#include "app/Labels.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>

@@ -2,8 +2,8 @@
 
 #include "app/Controls.h"
 #include "app/HeaderAndFooter.h"
+#include "app/Labels.h"
 #include "app/Look.h"
-#include "app/Pieces.h"
 #include "app/Snapshot.h"
 #include "state/Settings.h"
 

@@ -1,8 +1,8 @@
 #include "WindowSetup.h"
 
 #include "app/Controls.h"
+#include "app/Labels.h"
 #include "app/Look.h"
-#include "app/Pieces.h"
 #include "app/Snapshot.h"
 #include "pairing/ReadBack.h"
 #include "support/Printing.h"

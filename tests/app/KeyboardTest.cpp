@@ -1,7 +1,7 @@
 #include "WindowSetup.h"
 
 #include "app/Controls.h"
-#include "app/Pieces.h"
+#include "app/Labels.h"
 #include "app/Snapshot.h"
 #include "state/Settings.h"
 

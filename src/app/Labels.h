@@ -4,7 +4,7 @@
 
 #include <functional>
 
-/// The window's widgets that only display something. Main thread only. Sizes are in points.
+/// The window's texts and pictures. Main thread only. Sizes are in points.
 namespace korvane {
 
 /// Plain text, never read as markup, in one font and colour. Wraps if setWordWrap() allows it.
@@ -76,21 +76,6 @@ private:
 
     const QColor m_colour;
     int m_maximumLines = 1;
-};
-
-/// A panel on a rounded background.
-class Card : public QWidget {
-    Q_OBJECT
-
-public:
-    Card(double radius, const QColor& colour, QWidget* parent = nullptr);
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    const double m_radius;
-    const QColor m_colour;
 };
 
 /// A picture of fixed size, rendered at the resolution of the device that it is painted on.

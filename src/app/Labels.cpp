@@ -1,4 +1,4 @@
-#include "app/Pieces.h"
+#include "app/Labels.h"
 
 #include <QPainter>
 #include <QTextLayout>
@@ -184,22 +184,6 @@ void Paragraph::paintEvent(QPaintEvent* /*event*/)
         painter.drawText(line, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);
         line.translate(0, line.height());
     }
-}
-
-Card::Card(double radius, const QColor& colour, QWidget* parent)
-    : QWidget(parent)
-    , m_radius(radius)
-    , m_colour(colour)
-{
-}
-
-void Card::paintEvent(QPaintEvent* /*event*/)
-{
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(m_colour);
-    painter.drawRoundedRect(rect(), m_radius, m_radius);
 }
 
 Picture::Picture(const QSize& size, Paint paint, QWidget* parent)
