@@ -98,8 +98,7 @@ void ChatRowDelegate::paint(
     const QRect row = option.rect.adjusted(0, 0, 0, -gap);
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    painter->setLayoutDirection(
-        Qt::LayoutDirectionAuto); // the title's own; Qt 6.8 has the window's
+    useDirectionOfText(*painter);
     paintGround(painter, row, isSelected, (option.state & QStyle::State_MouseOver) != 0);
     const QRect mark(row.left() + padding, row.center().y() - markSize / 2 + 1, markSize, markSize);
     paintMark(painter, mark, isSelected);

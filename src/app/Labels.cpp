@@ -36,6 +36,11 @@ QTextOption wrapping()
 
 } // namespace
 
+void useDirectionOfText(QPainter& painter)
+{
+    painter.setLayoutDirection(Qt::LayoutDirectionAuto);
+}
+
 QString elided(const QString& text, const QFontMetrics& metrics, Qt::TextElideMode cut, int width)
 {
     QString shown = metrics.elidedText(text, cut, width);
@@ -98,7 +103,7 @@ void OneLine::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setPen(m_colour);
-    painter.setLayoutDirection(Qt::LayoutDirectionAuto); // the text's own; Qt 6.8 has the window's
+    useDirectionOfText(painter);
     painter.drawText(rect(), static_cast<int>(alignment()) | Qt::TextSingleLine, shown());
 }
 
@@ -176,7 +181,7 @@ void Paragraph::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setPen(m_colour);
-    painter.setLayoutDirection(Qt::LayoutDirectionAuto); // the text's own; Qt 6.8 has the window's
+    useDirectionOfText(painter);
     const QStringList texts = lines(width());
     const int height = fontMetrics().height();
     QRect line(0, (this->height() - static_cast<int>(texts.size()) * height) / 2, width(), height);

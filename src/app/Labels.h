@@ -41,6 +41,10 @@ private:
     const Qt::TextElideMode m_cut;
 };
 
+/// Makes each text that `painter` draws run in its own direction. Qt 6.8 and later would otherwise
+/// use the widget's direction for all of them.
+void useDirectionOfText(QPainter& painter);
+
 /// Elides `text` to `width`. With Qt::ElideRight, the ellipsis stays next to the last character
 /// that is kept, even if that is in a run of the opposite direction (left-to-right or
 /// right-to-left).
