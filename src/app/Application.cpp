@@ -8,6 +8,8 @@
 #include "app/Snapshot.h"
 #include "process/ExitHook.h"
 #include "process/Interruption.h"
+#include "state/AppEnvironment.h"
+#include "state/AppState.h"
 #include "storage/Paths.h"
 
 #include <QApplication>

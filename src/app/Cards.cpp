@@ -3,6 +3,7 @@
 #include "app/Controls.h"
 #include "app/Labels.h"
 #include "app/Look.h"
+#include "state/AppState.h"
 
 #include <QHBoxLayout>
 #include <QPainter>

@@ -1,5 +1,7 @@
 #include "app/ChatListModel.h"
 
+#include "state/AppState.h"
+
 #include <QDateTime>
 #include <QLocale>
 

@@ -1,15 +1,16 @@
 #pragma once
 
-#include "messages/MessageTypes.h"
-#include "state/AppState.h"
-
 #include <QAbstractListModel>
 #include <QSortFilterProxyModel>
 #include <QString>
 
+#include <string>
 #include <vector>
 
 namespace korvane {
+
+class AppState;
+struct ChatInfo;
 
 /// AppState's chats as rows, in AppState's order; selected chats are checked. Main thread only. If
 /// the new list has the same chats in the same order, rows are updated in place (dataChanged). Any

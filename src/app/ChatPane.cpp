@@ -1,9 +1,16 @@
 #include "app/ChatPane.h"
 
+#include "app/Cards.h"
+#include "app/ChatListView.h"
+#include "app/Controls.h"
+#include "app/Labels.h"
 #include "app/Look.h"
+#include "state/AppState.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QStackedLayout>
 #include <QVBoxLayout>
 
 namespace korvane {

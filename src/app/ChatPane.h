@@ -1,15 +1,18 @@
 #pragma once
 
 #include "app/ChatListModel.h"
-#include "app/ChatListView.h"
-#include "app/Controls.h"
-#include "app/Labels.h"
 
-#include <QLineEdit>
-#include <QStackedLayout>
 #include <QWidget>
 
+class QLineEdit;
+class QStackedLayout;
+
 namespace korvane {
+
+class AppState;
+class ChatListView;
+class Pill;
+class Text;
 
 /// The pane for choosing a chat: a search field, the list or a text that says why it is empty, and
 /// the button that starts the transfer. Main thread only.

@@ -1,8 +1,10 @@
 #include "app/ContentView.h"
 
 #include "app/Cards.h"
+#include "app/ChatPane.h"
 #include "app/HeaderAndFooter.h"
 #include "app/Look.h"
+#include "state/AppState.h"
 
 #include <QAccessibleWidget>
 #include <QKeyEvent>

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "app/Cards.h"
-#include "app/ChatPane.h"
 #include "app/Controls.h"
-#include "state/AppState.h"
 
 #include <QWidget>
 
 namespace korvane {
 
+class AppState;
+class ChatPane;
 class Middle;
+class TransferCard;
 
 /// The content of the window: header, footer and, between them, the access card, the transfer card
 /// or the chat pane, depending on AppState. Main thread only.

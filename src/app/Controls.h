@@ -1,14 +1,14 @@
 #pragma once
 
 #include <QAbstractButton>
-#include <QObject>
-#include <QPainter>
 #include <QVariantAnimation>
-#include <QWidget>
 
+class QPainter;
+
+/// The window's controls, and the ring that marks the one with keyboard focus. Main thread only.
 namespace korvane {
 
-/// True if the widget must draw the ring: it has focus, and the user navigates by keyboard.
+/// True if the widget must draw the focus ring: it has focus, and the user navigates by keyboard.
 bool showsFocus(const QWidget& widget);
 
 /// Draws the ring just inside `around`, with rounded corners.
@@ -81,7 +81,7 @@ bool isReturn(const QKeyEvent& event);
 /// because the desktop's theme decides whether it reacts to Return.
 bool pressByReturn(QAbstractButton& button, const QKeyEvent& event);
 
-/// A labelled on/off switch, whose knob slides when it is toggled. Main thread only.
+/// A labelled on/off switch, whose knob slides when it is toggled.
 class CoralSwitch : public QAbstractButton {
     Q_OBJECT
 

@@ -1,7 +1,9 @@
 #include "app/HeaderAndFooter.h"
 
 #include "app/Controls.h"
+#include "app/Labels.h"
 #include "app/Look.h"
+#include "state/AppState.h"
 
 #include <QDir>
 #include <QHBoxLayout>

@@ -1,13 +1,16 @@
 #pragma once
 
-#include "app/Controls.h"
-#include "app/Labels.h"
-#include "state/AppState.h"
-
-#include <QHBoxLayout>
 #include <QWidget>
 
+class QLayout;
+
 namespace korvane {
+
+class AppState;
+class CoralSwitch;
+class OneLine;
+class Paragraph;
+class Text;
 
 /// The program's drawing and name, and a line that says what to do next. Main thread only.
 class Header : public QWidget {

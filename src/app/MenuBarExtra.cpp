@@ -1,5 +1,6 @@
 #include "app/MenuBarExtra.h"
 
+#include "app/ContentView.h"
 #include "app/Display.h"
 
 #include <QApplication>

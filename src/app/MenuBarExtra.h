@@ -1,7 +1,5 @@
 #pragma once
 
-#include "app/ContentView.h"
-
 #include <QElapsedTimer>
 #include <QSystemTrayIcon>
 #include <QTimer>
@@ -10,6 +8,8 @@
 #include <optional>
 
 namespace korvane {
+
+class ContentView;
 
 /// The icon in the menu bar or tray, and the popup window attached to it. A click on the icon opens
 /// or closes the popup, which also closes when it is deactivated, except by a modal dialog. While

@@ -1,5 +1,6 @@
 #include "WindowSetup.h"
 
+#include "app/ChatListView.h"
 #include "app/Controls.h"
 #include "app/Labels.h"
 #include "app/Snapshot.h"

@@ -1,5 +1,6 @@
 #include "WindowSetup.h"
 
+#include "app/ChatListView.h"
 #include "app/Controls.h"
 #include "app/Labels.h"
 #include "app/Look.h"
@@ -9,6 +10,7 @@
 #include "support/Printing.h"
 
 #include <QHelpEvent>
+#include <QLineEdit>
 #include <QScrollBar>
 #include <QToolTip>
 #include <QWheelEvent>

@@ -1,5 +1,9 @@
 #include "WindowSetup.h"
 
+#include "app/ChatListModel.h"
+#include "app/ChatListView.h"
+
+#include <QLineEdit>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QtTest/QTest>

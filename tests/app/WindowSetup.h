@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/ContentView.h"
+#include "state/AppEnvironment.h"
+#include "state/AppState.h"
 #include "support/TestDatabase.h"
 
 #include <QImage>
