@@ -1,7 +1,5 @@
 #include "state/Settings.h"
 
-#include "state/SettingsStore.h"
-
 #include <QStringList>
 
 namespace korvane {
@@ -26,17 +24,15 @@ std::optional<bool> asBoolean(const QVariant& value)
 
 } // namespace
 
-Settings::Settings()
-    : m_store(SettingsStore::format(), QSettings::UserScope, SettingsStore::organization(),
-        SettingsStore::application())
+Settings::Settings() : m_store(openSettingsStore())
 {
-    m_store.setFallbacksEnabled(false);
+    m_store->setFallbacksEnabled(false);
 }
 
 std::set<std::string> Settings::selected() const
 {
     std::set<std::string> guids;
-    for (const QString& guid : m_store.value(selectedKey).toStringList())
+    for (const QString& guid : m_store->value(selectedKey).toStringList())
         guids.insert(guid.toStdString());
     return guids;
 }
@@ -46,22 +42,22 @@ void Settings::setSelected(const std::set<std::string>& guids)
     QStringList list;
     for (const std::string& guid : guids)
         list.append(QString::fromStdString(guid));
-    m_store.setValue(selectedKey, list);
+    m_store->setValue(selectedKey, list);
 }
 
 bool Settings::autoSync() const
 {
-    return asBoolean(m_store.value(autoSyncKey)).value_or(true);
+    return asBoolean(m_store->value(autoSyncKey)).value_or(true);
 }
 
 void Settings::setAutoSync(bool on)
 {
-    m_store.setValue(autoSyncKey, on);
+    m_store->setValue(autoSyncKey, on);
 }
 
 std::optional<std::filesystem::path> Settings::folder() const
 {
-    const QVariant folder = m_store.value(folderKey);
+    const QVariant folder = m_store->value(folderKey);
     if (folder.typeId() != QMetaType::QString || folder.toString().isEmpty())
         return std::nullopt;
     return folder.toString().toStdString();
@@ -69,7 +65,7 @@ std::optional<std::filesystem::path> Settings::folder() const
 
 void Settings::setFolder(const std::filesystem::path& folder)
 {
-    m_store.setValue(folderKey, QString::fromStdString(folder.native()));
+    m_store->setValue(folderKey, QString::fromStdString(folder.native()));
 }
 
 } // namespace korvane

@@ -3,11 +3,15 @@
 #include <QSettings>
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 
 namespace korvane {
+
+/// Opens the store that this platform keeps for the user and this program.
+std::unique_ptr<QSettings> openSettingsStore();
 
 /// The user's settings, kept in the platform's own store: the user defaults on a Mac, an INI file
 /// under $XDG_CONFIG_HOME elsewhere. Main thread only.
@@ -34,7 +38,7 @@ public:
     void setFolder(const std::filesystem::path& folder);
 
 private:
-    QSettings m_store;
+    const std::unique_ptr<QSettings> m_store;
 };
 
 } // namespace korvane

@@ -1,13 +1,12 @@
 #include "WindowSetup.h"
 
-#include "state/SettingsStore.h"
+#include "state/Settings.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPainter>
-#include <QSettings>
 #include <QtTest/QTest>
 
 namespace korvane {
@@ -41,9 +40,7 @@ void WindowTest::useScreen(const QString& file, int width, int height)
 
 WindowSetup::WindowSetup()
 {
-    QSettings(SettingsStore::format(), QSettings::UserScope, SettingsStore::organization(),
-        SettingsStore::application())
-        .clear();
+    openSettingsStore()->clear();
 }
 
 void WindowSetup::addChats(int count)
