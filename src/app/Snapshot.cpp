@@ -1,6 +1,7 @@
 #include "app/Snapshot.h"
 
 #include "app/ContentView.h"
+#include "state/PhoneTransfer.h"
 
 #include <QImage>
 
@@ -84,13 +85,11 @@ AppState::Preview PreviewStates::list()
 
 AppState::Preview PreviewStates::qr()
 {
-    constexpr double side = 320;
-    constexpr double pixelsPerPoint = 3;
     AppState::Preview preview = filled();
-    preview.transferQR = QR::image("https://example.com/korvane-sync?host=192.0.2.20&port=49152"
-                                   "&note=leads-nowhere-and-is-as-long-as-those-that-a-phone"
-                                   "-scans-so-that-the-code-looks-alike",
-        side, pixelsPerPoint);
+    preview.transferQR
+        = PhoneTransfer::picture("https://example.com/korvane-sync?host=192.0.2.20&port=49152"
+                                 "&note=leads-nowhere-and-is-as-long-as-those-that-a-phone"
+                                 "-scans-so-that-the-code-looks-alike");
     preview.transferChatTitle = handedOver;
     return preview;
 }

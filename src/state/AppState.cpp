@@ -1,48 +1,89 @@
 #include "state/AppState.h"
 
-#include "state/AppStateTools.h"
+#include "export/Exporter.h"
+#include "messages/MessagesDB.h"
+#include "server/Transfer.h"
+#include "state/AppEnvironment.h"
+#include "state/ExportJobs.h"
+#include "state/PhoneTransfer.h"
+#include "state/Settings.h"
+#include "state/Worker.h"
 #include "storage/Paths.h"
 
+#include <QLocale>
+#include <QTimer>
+
+#include <algorithm>
 #include <exception>
+#include <iterator>
+#include <utility>
 
 namespace korvane {
 
-/// The result of reading the list of chats: nothing if the database cannot be read.
-struct AppState::ChatList {
-    std::optional<std::vector<ChatInfo>> chats;
+struct AppState::Services {
+    explicit Services(AppEnvironment given)
+        : environment(std::move(given))
+        , transfer(environment.server, environment.localAddress)
+        , exports(environment.database)
+    {
+    }
+
+    const AppEnvironment environment;
+    ContactNames names;
+    PhoneTransfer transfer;
+    Settings settings;
+    ExportJobs exports;
+    QTimer passTimer;
+    Worker worker; ///< declared last, so that no job is running when the others are destroyed
 };
 
-AppState::AppState(AppEnvironment environment)
-    : m_environment(std::move(environment))
-    , m_server(std::make_unique<SyncServer>(m_environment.server))
-    , m_settings(std::in_place)
-    , m_selected(m_settings->selected())
-    , m_autoSync(m_settings->autoSync())
-    , m_outputFolder(m_settings->folder().value_or(defaultFolder()))
+namespace {
+
+/// Nothing if the database cannot be read.
+std::optional<std::vector<ChatInfo>> readChats(const std::string& database)
 {
-    m_passTimer.setSingleShot(true);
-    connect(&m_passTimer, &QTimer::timeout, this, &AppState::pass);
-    connect(
-        this, &AppState::serverReady, this,
-        [this](quint16 port) {
-            m_serverPort = port;
-            makeTransferQR();
-        },
-        Qt::QueuedConnection);
-    m_server->onReady = [this](std::uint16_t port) { emit serverReady(port); };
+    try {
+        return MessagesDB(database).chats();
+    } catch (const std::exception&) { // any failure is shown as missing access
+        return std::nullopt;
+    }
+}
+
+/// The status line after an export that ended at `time`.
+std::string summary(const SyncResult& result, QTime time)
+{
+    if (!result.errors.empty())
+        return "Error: " + result.errors.front();
+    const std::string shown = QLocale().toString(time, QLocale::ShortFormat).toStdString();
+    if (result.added == 0)
+        return "Up to date · " + shown;
+    return "Added " + std::to_string(result.added) + " messages · " + shown;
+}
+
+} // namespace
+
+AppState::AppState(AppEnvironment environment)
+    : m_services(std::make_unique<Services>(std::move(environment)))
+{
+    m_selected = m_services->settings.selected();
+    m_autoSync = m_services->settings.autoSync();
+    m_outputFolder = m_services->settings.folder().value_or(defaultFolder());
+    m_services->passTimer.setSingleShot(true);
+    connect(&m_services->passTimer, &QTimer::timeout, this, &AppState::pass);
+    connect(&m_services->transfer, &PhoneTransfer::ready, this, &AppState::makeTransferQR);
     QMetaObject::invokeMethod(this, &AppState::start, Qt::QueuedConnection);
 }
 
 AppState::AppState(Preview preview)
     : m_chats(std::move(preview.chats))
     , m_titles(std::move(preview.titles))
-    , m_hasReadChats(true)
+    , m_selected(std::move(preview.selected))
+    , m_outputFolder(std::move(preview.outputFolder))
     , m_status(std::move(preview.status))
+    , m_hasReadChats(true)
     , m_needsAccess(preview.needsAccess)
     , m_transferQR(std::move(preview.transferQR))
     , m_transferChatTitle(std::move(preview.transferChatTitle))
-    , m_selected(std::move(preview.selected))
-    , m_outputFolder(std::move(preview.outputFolder))
 {
 }
 
@@ -53,15 +94,44 @@ AppState::~AppState()
 
 void AppState::interruptExport()
 {
-    *m_stopping = true;
-    m_worker.waitForJob();
-    *m_stopping = false;
+    if (isPreview())
+        return;
+    m_services->exports.setStopping(true);
+    m_services->worker.waitForJob();
+    m_services->exports.setStopping(false);
 }
 
 void AppState::stop()
 {
-    *m_stopping = true;
-    m_worker.stop();
+    if (isPreview())
+        return;
+    m_services->exports.setStopping(true);
+    m_services->worker.stop();
+}
+
+/// Calls `job` on the worker thread, and later `then` with its result on the main thread, unless
+/// this object has been destroyed by then. `job` must own all data that it uses and must not throw.
+template <typename Job, typename Then>
+void AppState::runInBackground(Job job, Then then)
+{
+    m_services->worker.run([job = std::move(job), then = std::move(then)]() -> Worker::Delivery {
+        return [then, result = job()]() mutable { then(std::move(result)); };
+    });
+}
+
+/// Assigns `value` and emits `changed`, unless the field has that value already.
+template <typename T>
+void AppState::update(T& field, T value, void (AppState::*changed)())
+{
+    if (field == value)
+        return;
+    field = std::move(value);
+    emit(this->*changed)();
+}
+
+void AppState::setStatus(std::string status)
+{
+    update(m_status, std::move(status), &AppState::statusChanged);
 }
 
 void AppState::start()
@@ -71,7 +141,7 @@ void AppState::start()
 
 void AppState::schedulePass()
 {
-    m_passTimer.start(m_environment.autoSyncInterval);
+    m_services->passTimer.start(m_services->environment.autoSyncInterval);
 }
 
 void AppState::pass()
@@ -84,8 +154,8 @@ void AppState::pass()
 
 void AppState::loadNames(const Done& done)
 {
-    runInBackground(m_environment.loadNames, [this, done](ContactNames names) {
-        m_names = std::move(names);
+    runInBackground(m_services->environment.loadNames, [this, done](ContactNames names) {
+        m_services->names = std::move(names);
         done();
     });
 }
@@ -99,41 +169,33 @@ void AppState::reloadChats(const Done& done)
 {
     if (isPreview())
         return;
-    const auto read = [database = m_environment.database]() -> ChatList {
-        try {
-            return {MessagesDB(database).chats()};
-        } catch (const std::exception&) { // any failure is shown as missing access
-            return {};
-        }
-    };
-    runInBackground(read, [this, done](ChatList list) {
-        show(std::move(list));
-        done();
-    });
+    runInBackground([database = m_services->environment.database] { return readChats(database); },
+        [this, done](std::optional<std::vector<ChatInfo>> chats) {
+            show(std::move(chats));
+            done();
+        });
 }
 
-void AppState::show(ChatList list)
+void AppState::show(std::optional<std::vector<ChatInfo>> chats)
 {
-    update(m_needsAccess, !list.chats, &AppState::needsAccessChanged);
-    if (!list.chats)
-        return update(m_status, std::string("Needs Full Disk Access"), &AppState::statusChanged);
-    m_chats = std::move(*list.chats);
+    update(m_needsAccess, !chats, &AppState::needsAccessChanged);
+    if (!chats)
+        return setStatus("Needs Full Disk Access");
+    m_chats = std::move(*chats);
     m_hasReadChats = true;
     m_titles.clear();
     for (const ChatInfo& chat : m_chats)
-        m_titles[chat.id] = Exporter::title(chat, m_names);
+        m_titles[chat.id] = Exporter::title(chat, m_services->names);
     emit chatsChanged();
-    update(m_status,
-        std::to_string(m_chats.size()) + " chats · " + std::to_string(m_selected.size())
-            + " selected",
-        &AppState::statusChanged);
+    setStatus(std::to_string(m_chats.size()) + " chats · " + std::to_string(m_selected.size())
+        + " selected");
 }
 
 void AppState::setSelected(std::set<std::string> guids)
 {
     update(m_selected, std::move(guids), &AppState::selectedChanged);
-    if (m_settings)
-        m_settings->setSelected(m_selected);
+    if (!isPreview())
+        m_services->settings.setSelected(m_selected);
 }
 
 void AppState::toggle(const std::string& guid)
@@ -147,15 +209,15 @@ void AppState::toggle(const std::string& guid)
 void AppState::setAutoSync(bool on)
 {
     update(m_autoSync, on, &AppState::autoSyncChanged);
-    if (m_settings)
-        m_settings->setAutoSync(on);
+    if (!isPreview())
+        m_services->settings.setAutoSync(on);
 }
 
 void AppState::setOutputFolder(std::filesystem::path folder)
 {
     update(m_outputFolder, std::move(folder), &AppState::outputFolderChanged);
-    if (m_settings)
-        m_settings->setFolder(m_outputFolder);
+    if (!isPreview())
+        m_services->settings.setFolder(m_outputFolder);
 }
 
 std::filesystem::path AppState::defaultFolder()
@@ -165,24 +227,115 @@ std::filesystem::path AppState::defaultFolder()
 
 void AppState::chooseFolder()
 {
-    if (!m_environment.pickFolder)
+    if (isPreview() || !m_services->environment.pickFolder)
         return;
     const bool endsInSlash = !m_outputFolder.has_filename();
     const auto folder = endsInSlash ? m_outputFolder.parent_path() : m_outputFolder;
-    if (const auto chosen = m_environment.pickFolder(folder.parent_path()))
+    if (const auto chosen = m_services->environment.pickFolder(folder.parent_path()))
         setOutputFolder(*chosen);
 }
 
 void AppState::openAccessSettings()
 {
+    if (isPreview() || !m_services->environment.openUrl)
+        return;
     const QUrl url(
         QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_AllFiles"));
-    if (m_environment.openUrl && url.isValid() && !m_environment.openUrl(url)) {
-        update(m_status,
-            std::string("Could not open System Settings. Let this program read chat.db, then try "
-                        "again."),
-            &AppState::statusChanged);
+    if (url.isValid() && !m_services->environment.openUrl(url))
+        setStatus("Could not open System Settings. Let this program read chat.db, then try again.");
+}
+
+void AppState::syncNow()
+{
+    syncNow([] {});
+}
+
+void AppState::syncNow(const Done& done)
+{
+    if (m_isSyncing || isPreview())
+        return done();
+    std::vector<ChatInfo> chats = selectedChats();
+    if (chats.empty()) {
+        setStatus("Select at least one chat");
+        return done();
     }
+    update(m_isSyncing, true, &AppState::isSyncingChanged);
+    loadNames([this, chats = std::move(chats), done] {
+        const auto sync = m_services->exports.make(chats, m_services->names, m_outputFolder);
+        runInBackground(sync, [this, done](const SyncResult& result) {
+            update(m_isSyncing, false, &AppState::isSyncingChanged);
+            setStatus(summary(result, m_services->environment.timeOfDay()));
+            reloadChats(done);
+        });
+    });
+}
+
+std::vector<ChatInfo> AppState::selectedChats() const
+{
+    std::vector<ChatInfo> chats;
+    std::copy_if(m_chats.begin(), m_chats.end(), std::back_inserter(chats),
+        [this](const ChatInfo& chat) { return m_selected.contains(chat.guid); });
+    return chats;
+}
+
+void AppState::prepareTransfer()
+{
+    if (isPreview())
+        return;
+    const std::vector<ChatInfo> chats = selectedChats();
+    if (m_selected.size() != 1 || chats.empty())
+        return setStatus("Select exactly one chat to create its QR code");
+    if (m_needsAccess || m_isSyncing)
+        return;
+    update(m_isSyncing, true, &AppState::isSyncingChanged);
+    update(m_transferQR, {}, &AppState::transferQRChanged);
+    loadNames([this, chat = chats.front()] { exportForTransfer(chat); });
+}
+
+void AppState::exportForTransfer(const ChatInfo& chat)
+{
+    update(m_transferChatTitle, std::optional(Exporter::title(chat, m_services->names)),
+        &AppState::transferChatTitleChanged);
+    setStatus("Preparing selected chat…");
+    const auto sync = m_services->exports.make({chat}, m_services->names, m_outputFolder);
+    runInBackground([sync, folder = m_outputFolder,
+                        guid = chat.guid] { return PhoneTransfer::exportFile(sync, folder, guid); },
+        [this](const TransferFile& file) {
+            update(m_isSyncing, false, &AppState::isSyncingChanged);
+            offer(file);
+        });
+}
+
+void AppState::offer(const TransferFile& file)
+{
+    if (!file.failure.empty())
+        return setStatus(file.failure);
+    m_services->transfer.offer(file);
+    if (m_services->transfer.isListening())
+        return makeTransferQR();
+    m_services->transfer.listen();
+    setStatus("Starting secure local transfer…");
+}
+
+void AppState::makeTransferQR()
+{
+    try {
+        if (isPreview())
+            throw TransferError(Transfer::Text::noLink);
+        update(
+            m_transferQR, std::optional(m_services->transfer.code()), &AppState::transferQRChanged);
+        setStatus("Ready to scan · link expires in 10 minutes");
+    } catch (const TransferError& error) {
+        setStatus(error.what());
+    }
+}
+
+void AppState::endTransfer()
+{
+    update(m_transferQR, {}, &AppState::transferQRChanged);
+    if (!isPreview())
+        m_services->transfer.forgetFile();
+    update(m_transferChatTitle, {}, &AppState::transferChatTitleChanged);
 }
 
 } // namespace korvane

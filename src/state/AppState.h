@@ -1,17 +1,10 @@
 #pragma once
 
-#include "export/Exporter.h"
 #include "messages/MessageTypes.h"
-#include "state/AppEnvironment.h"
-#include "state/Settings.h"
-#include "state/Worker.h"
-#include "storage/SupportLock.h"
 
 #include <QImage>
 #include <QObject>
-#include <QTimer>
 
-#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -24,11 +17,14 @@
 
 namespace korvane {
 
+struct AppEnvironment;
+struct TransferFile;
+
 /// The model behind the window: the chats, the selection, the settings, the status line, the export
 /// and the transfer of one chat. Lives on the main thread; except for stop(), only that thread may
-/// use it. Slow work runs on a worker thread, on copies, and returns its result by value. The
-/// object may be destroyed at any time; the destructor waits until the chat being exported is
-/// complete.
+/// use it, and all signals are emitted there. Slow work runs on a worker thread, on copies, and
+/// returns its result by value. The object may be destroyed at any time; the destructor waits until
+/// the chat being exported is complete and the progress is saved.
 class AppState : public QObject {
     Q_OBJECT
 
@@ -127,30 +123,21 @@ signals:
     void transferQRChanged();
     void transferChatTitleChanged();
 
-    /// Emitted on the server's thread; handled on the main thread by a queued connection.
-    void serverReady(quint16 port);
-
 private:
-    struct ChatList;
-    struct TransferFile;
+    struct Services;
     using Done = std::function<void()>;
 
-    bool isPreview() const { return !m_server; }
+    bool isPreview() const { return !m_services; }
     void start();
     void schedulePass();
     void pass();
     void loadNames(const Done& done);
     void reloadChats(const Done& done);
-    void show(ChatList list);
+    void show(std::optional<std::vector<ChatInfo>> chats);
     void syncNow(const Done& done);
     std::vector<ChatInfo> selectedChats() const;
-    std::string summary(const SyncResult& result) const;
-    std::function<SyncResult()> exportOf(std::vector<ChatInfo> chats);
-    bool holdsLock(std::string& reason);
-    const ChatInfo* soleSelectedChat() const;
     void exportForTransfer(const ChatInfo& chat);
     void offer(const TransferFile& file);
-    void drawTransferQR();
 
     template <typename Job, typename Then>
     void runInBackground(Job job, Then then);
@@ -158,31 +145,23 @@ private:
     template <typename T>
     void update(T& field, T value, void (AppState::*changed)());
 
-    const AppEnvironment m_environment;
+    void setStatus(std::string status);
+
     std::vector<ChatInfo> m_chats;
     Titles m_titles;
-    bool m_hasReadChats = false;
+    std::set<std::string> m_selected;
+    bool m_autoSync = true;
+    std::filesystem::path m_outputFolder;
     std::string m_status = "Loading chats…";
+    bool m_hasReadChats = false;
     bool m_needsAccess = false;
     bool m_isSyncing = false;
     std::optional<QImage> m_transferQR;
     std::optional<std::string> m_transferChatTitle;
-    ContactNames m_names;
-    std::unique_ptr<SyncServer> m_server; ///< null in a preview
-    std::optional<std::uint16_t> m_serverPort;
-    std::optional<std::string> m_transferFileName;
 
-    std::optional<Settings> m_settings; ///< empty in a preview
-    std::set<std::string> m_selected;
-    bool m_autoSync = true;
-    std::filesystem::path m_outputFolder;
-
-    std::optional<SupportLock> m_lock; ///< held from the first export on
-    QTimer m_passTimer;
-    std::shared_ptr<std::atomic<bool>> m_stopping = std::make_shared<std::atomic<bool>>(false);
-
-    /// Declared last, so that it is destroyed first: no delivery can run on destroyed members.
-    Worker m_worker;
+    /// All that reads, stores and starts something; null in a preview. Declared last, so that it is
+    /// destroyed first: no result of a job can arrive at destroyed members.
+    std::unique_ptr<Services> m_services;
 };
 
 } // namespace korvane

@@ -1,3 +1,4 @@
+#include "state/Settings.h"
 #include "state/StateSetup.h"
 #include "support/Printing.h"
 

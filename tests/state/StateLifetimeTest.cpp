@@ -1,4 +1,5 @@
 #include "sample/SampleDatabase.h"
+#include "state/Settings.h"
 #include "state/StateSetup.h"
 #include "support/Printing.h"
 
