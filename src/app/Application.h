@@ -18,6 +18,10 @@ int writeSnapshots(const std::string& folder, int& argc, char** argv);
 /// Opens the window and runs until the user quits, a signal arrives or the session ends. If another
 /// process is the first instance, only asks that one to show its window. Returns the process's exit
 /// code. Startup failures go to stderr.
+///
+/// Ctrl-C (SIGINT), SIGTERM and SIGHUP end the program as "Quit" does: run() leaves the event loop,
+/// and returns when the chat that is being exported is complete and the progress is saved. A second
+/// SIGINT kills the process (see Interruption).
 int run(int& argc, char** argv);
 
 } // namespace Application

@@ -18,11 +18,13 @@ namespace korvane {
 
 /// Everything outside the process that AppState depends on. The defaults are for real use, except
 /// that the two callbacks at the end are empty: then what they are for does nothing. Tests pass
-/// their own database and contacts, and a shorter interval.
+/// their own database and contacts, and a shorter interval. AppState calls the callbacks on the
+/// main thread, except `loadNames`, and `server.now`, which the server also calls on its own
+/// thread.
 struct AppEnvironment {
     std::string database = MessagesDB::path();
 
-    /// Called on AppState's worker thread.
+    /// Called on the worker thread.
     std::function<ContactNames()> loadNames = [] { return ContactNames::load(); };
 
     std::chrono::milliseconds autoSyncInterval = std::chrono::seconds(30);
