@@ -6,6 +6,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// What the window tells a screen reader, through QAccessible.
 class AccessibilityTest : public WindowTest {
     Q_OBJECT

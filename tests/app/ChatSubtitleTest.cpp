@@ -8,6 +8,7 @@
 #include <iostream>
 
 using namespace korvane;
+
 /// The line below a title in the list. A process reads its locale and time zone only once, so for
 /// each of them this program starts itself and prints one subtitle.
 class ChatSubtitleTest : public WindowTest {

@@ -7,6 +7,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// The text shown in place of a list without rows.
 class EmptyListTest : public WindowTest {
     Q_OBJECT

@@ -10,6 +10,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// Which card the window shows, and its contents.
 class HeaderAndCardsTest : public WindowTest {
     Q_OBJECT

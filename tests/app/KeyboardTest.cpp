@@ -11,6 +11,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// The window, used by keyboard.
 class KeyboardTest : public WindowTest {
     Q_OBJECT

@@ -9,6 +9,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// The window on a screen that is lower than the window wants to be: 600 points, or as many as the
 /// environment variable SCREEN_HEIGHT says.
 class LowScreenTest : public WindowTest {

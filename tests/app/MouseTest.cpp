@@ -18,6 +18,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// The window, used by mouse. The test runs at several scale factors.
 class MouseTest : public WindowTest {
     Q_OBJECT

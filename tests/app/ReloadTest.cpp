@@ -9,6 +9,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// A list of 10,000 chats is reloaded while the user is somewhere in its middle.
 class ReloadTest : public WindowTest {
     Q_OBJECT

@@ -8,6 +8,7 @@
 #include <QtTest/QTest>
 
 using namespace korvane;
+
 /// Runs the window program with --snapshot: without a display, and without leaving other files.
 class SnapshotProcessTest : public WindowTest {
     Q_OBJECT
