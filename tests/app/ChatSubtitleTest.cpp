@@ -14,8 +14,6 @@ using namespace korvane;
 class ChatSubtitleTest : public WindowTest {
     Q_OBJECT
 
-    static constexpr double newYear2026 = 788'918'400; // 2026-01-01 UTC, seconds since 2001
-
 private slots:
     void numberAndDateAreWrittenAsTheLocaleDoes_data()
     {
@@ -96,6 +94,8 @@ private slots:
     }
 
 private:
+    static constexpr double newYear2026 = 788'918'400; // 2026-01-01 UTC, seconds since 2001
+
     using Variables = std::vector<std::pair<QString, QString>>;
 
     /// A variable whose value is "" is not set.

@@ -15,8 +15,6 @@ using namespace korvane;
 class HeaderAndCardsTest : public WindowTest {
     Q_OBJECT
 
-    enum Pane { Access, Transfer, Chats };
-
 private slots:
     void exactlyOnePaneIsShown_data()
     {
@@ -255,6 +253,8 @@ private slots:
     }
 
 private:
+    enum Pane { Access, Transfer, Chats };
+
     static QString why()
     {
         return QStringLiteral(

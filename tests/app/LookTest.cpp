@@ -12,8 +12,6 @@ using namespace korvane;
 class LookTest : public WindowTest {
     Q_OBJECT
 
-    using Drawing = Look::Drawing;
-
 private slots:
     void coloursAreThoseOfThePalette_data()
     {
@@ -164,6 +162,8 @@ private slots:
     }
 
 private:
+    using Drawing = Look::Drawing;
+
     /// A colour from fractions (0 to 1), with 8 bits per channel.
     static QRgb of(double red, double green, double blue, double opacity = 1)
     {

@@ -14,9 +14,6 @@ using namespace korvane;
 class ReloadTest : public WindowTest {
     Q_OBJECT
 
-    static constexpr int count = 10'000;
-    static constexpr int rowHeight = 60;
-
 private slots:
     void placeIsKept_data()
     {
@@ -162,6 +159,9 @@ private slots:
     }
 
 private:
+    static constexpr int count = 10'000;
+    static constexpr int rowHeight = 60;
+
     /// Numbers of chats; the newest chat has the highest and is at the top.
     static constexpr int topmost = 5500;
     static constexpr int current = 5498;

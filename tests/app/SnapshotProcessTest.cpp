@@ -13,9 +13,6 @@ using namespace korvane;
 class SnapshotProcessTest : public WindowTest {
     Q_OBJECT
 
-    static inline const QStringList threeNames{QStringLiteral("dropdown-access.png"),
-        QStringLiteral("dropdown-list.png"), QStringLiteral("dropdown-qr.png")};
-
 private slots:
     void picturesAreWrittenUnderAnEmptyEnvironment()
     {
@@ -135,6 +132,9 @@ private slots:
     }
 
 private:
+    static inline const QStringList threeNames{QStringLiteral("dropdown-access.png"),
+        QStringLiteral("dropdown-list.png"), QStringLiteral("dropdown-qr.png")};
+
     using Variables = std::vector<std::pair<QString, QString>>;
 
     struct Outcome {

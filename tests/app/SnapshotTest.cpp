@@ -18,8 +18,6 @@ namespace fs = std::filesystem;
 class SnapshotTest : public WindowTest {
     Q_OBJECT
 
-    using Names = std::set<std::string>;
-
 private slots:
     void threeFilesAreWritten()
     {
@@ -179,6 +177,8 @@ private slots:
     }
 
 private:
+    using Names = std::set<std::string>;
+
     static void names()
     {
         QTest::addColumn<QString>("name");

@@ -18,58 +18,6 @@ Q_DECLARE_METATYPE(Break)
 class AccessTest : public QObject {
     Q_OBJECT
 
-    static std::function<void()> remove(StateSetup& setup)
-    {
-        const fs::path file = setup.files.db.path();
-        const fs::path aside = file.native() + ".aside";
-        fs::rename(file, aside);
-        return [file, aside] { fs::rename(aside, file); };
-    }
-
-    static std::function<void()> lock(StateSetup& setup)
-    {
-        setup.files.db.sql().execute("BEGIN EXCLUSIVE");
-        return [&setup] { setup.files.db.sql().execute("COMMIT"); };
-    }
-
-    static std::function<void()> replace(StateSetup& setup, const std::string& contents)
-    {
-        const auto mend = remove(setup);
-        const fs::path file = setup.files.db.path();
-        writeFile(file, contents);
-        return [mend, file] {
-            fs::remove(file);
-            mend();
-        };
-    }
-
-    static std::function<void()> takeTableAway(StateSetup& setup)
-    {
-        setup.files.db.sql().execute("ALTER TABLE chat_handle_join RENAME TO aside");
-        return [&setup] {
-            setup.files.db.sql().execute("ALTER TABLE aside RENAME TO chat_handle_join");
-        };
-    }
-
-    static std::function<void()> addDateOutOfRange(StateSetup& setup)
-    {
-        setup.files.db.addChat(90, "odd");
-        setup.files.db.addMessage(90, {.date = std::numeric_limits<std::int64_t>::min()});
-        return [&setup] { setup.files.db.sql().execute("DELETE FROM chat WHERE ROWID = 90"); };
-    }
-
-    static void addBreaks()
-    {
-        QTest::addColumn<Break>("breaks");
-        QTest::newRow("missing") << Break(remove);
-        QTest::newRow("locked by a writer") << Break(lock);
-        QTest::newRow("no database")
-            << Break([](StateSetup& setup) { return replace(setup, std::string(10'000, 'x')); });
-        QTest::newRow("empty") << Break([](StateSetup& setup) { return replace(setup, ""); });
-        QTest::newRow("without a table") << Break(takeTableAway);
-        QTest::newRow("a date out of range") << Break(addDateOutOfRange);
-    }
-
 private slots:
     void databaseThatCannotBeReadNeedsAccess_data() { addBreaks(); }
     void databaseThatCannotBeReadNeedsAccess()
@@ -141,6 +89,59 @@ private slots:
         StateSetup::settle();
         QCOMPARE(recorder.changes(), std::string());
         QVERIFY(state.needsAccess());
+    }
+
+private:
+    static std::function<void()> remove(StateSetup& setup)
+    {
+        const fs::path file = setup.files.db.path();
+        const fs::path aside = file.native() + ".aside";
+        fs::rename(file, aside);
+        return [file, aside] { fs::rename(aside, file); };
+    }
+
+    static std::function<void()> lock(StateSetup& setup)
+    {
+        setup.files.db.sql().execute("BEGIN EXCLUSIVE");
+        return [&setup] { setup.files.db.sql().execute("COMMIT"); };
+    }
+
+    static std::function<void()> replace(StateSetup& setup, const std::string& contents)
+    {
+        const auto mend = remove(setup);
+        const fs::path file = setup.files.db.path();
+        writeFile(file, contents);
+        return [mend, file] {
+            fs::remove(file);
+            mend();
+        };
+    }
+
+    static std::function<void()> takeTableAway(StateSetup& setup)
+    {
+        setup.files.db.sql().execute("ALTER TABLE chat_handle_join RENAME TO aside");
+        return [&setup] {
+            setup.files.db.sql().execute("ALTER TABLE aside RENAME TO chat_handle_join");
+        };
+    }
+
+    static std::function<void()> addDateOutOfRange(StateSetup& setup)
+    {
+        setup.files.db.addChat(90, "odd");
+        setup.files.db.addMessage(90, {.date = std::numeric_limits<std::int64_t>::min()});
+        return [&setup] { setup.files.db.sql().execute("DELETE FROM chat WHERE ROWID = 90"); };
+    }
+
+    static void addBreaks()
+    {
+        QTest::addColumn<Break>("breaks");
+        QTest::newRow("missing") << Break(remove);
+        QTest::newRow("locked by a writer") << Break(lock);
+        QTest::newRow("no database")
+            << Break([](StateSetup& setup) { return replace(setup, std::string(10'000, 'x')); });
+        QTest::newRow("empty") << Break([](StateSetup& setup) { return replace(setup, ""); });
+        QTest::newRow("without a table") << Break(takeTableAway);
+        QTest::newRow("a date out of range") << Break(addDateOutOfRange);
     }
 };
 

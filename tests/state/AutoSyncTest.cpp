@@ -13,17 +13,6 @@ namespace fs = std::filesystem;
 class AutoSyncTest : public QObject {
     Q_OBJECT
 
-    static constexpr std::chrono::milliseconds interval{10};
-
-    /// Opens a state that has read the chats, and selects chat 1. Auto-sync is as stored.
-    static AppState& opened(StateSetup& setup, std::chrono::milliseconds every = interval)
-    {
-        setup.environment.autoSyncInterval = every;
-        AppState& state = setup.open();
-        setup.select({1});
-        return state;
-    }
-
 private slots:
     void newMessagesArriveInTheFileByThemselves()
     {
@@ -188,6 +177,18 @@ private slots:
         QTRY_VERIFY(pause >= 0);
         QVERIFY2(pause >= every.count() * 9 / 10,
             qPrintable(QString::number(pause))); // coarse timers may fire early
+    }
+
+private:
+    static constexpr std::chrono::milliseconds interval{10};
+
+    /// Opens a state that has read the chats, and selects chat 1. Auto-sync is as stored.
+    static AppState& opened(StateSetup& setup, std::chrono::milliseconds every = interval)
+    {
+        setup.environment.autoSyncInterval = every;
+        AppState& state = setup.open();
+        setup.select({1});
+        return state;
     }
 };
 

@@ -15,33 +15,6 @@ namespace fs = std::filesystem;
 class PrepareTransferTest : public QObject {
     Q_OBJECT
 
-    static constexpr auto ready = "Ready to scan · link expires in 10 minutes";
-
-    /// Selects the chat, prepares its transfer and waits for the QR code.
-    static bool transfer(StateSetup& setup, std::int64_t chat)
-    {
-        setup.select({chat});
-        const Recorder recorder(setup.state());
-        setup.state().prepareTransfer();
-        return QTest::qWaitFor(
-            [&recorder] { return recorder.changes().ends_with(std::string(ready) + "\n"); });
-    }
-
-    /// The link in the QR code, read back from its picture.
-    static TransferLink scanned(const AppState& state)
-    {
-        return TransferLink::fromString(readBack(state.transferQR().value()).value()).value();
-    }
-
-    static Response fetched(const TransferLink& link) { return get(link.port, link.target()); }
-
-    /// The decrypted body of an answer; "(sealed)" if the link's key does not open it.
-    static std::string opened(const TransferLink& link, const Response& response)
-    {
-        const auto text = SealedByOthers::open(link.key.bytes(), response.body, link.target());
-        return text ? text->toStdString() : "(sealed)";
-    }
-
 private slots:
     void firstTransferStartsTheServerAndShowsTheCodeByItself()
     {
@@ -270,6 +243,34 @@ private slots:
         QCOMPARE(recorder.count("transferQR: none"), 0);
         const TransferLink link = scanned(state);
         QCOMPARE(opened(link, fetched(link)), readFile(setup.exportFile(1, "Team")));
+    }
+
+private:
+    static constexpr auto ready = "Ready to scan · link expires in 10 minutes";
+
+    /// Selects the chat, prepares its transfer and waits for the QR code.
+    static bool transfer(StateSetup& setup, std::int64_t chat)
+    {
+        setup.select({chat});
+        const Recorder recorder(setup.state());
+        setup.state().prepareTransfer();
+        return QTest::qWaitFor(
+            [&recorder] { return recorder.changes().ends_with(std::string(ready) + "\n"); });
+    }
+
+    /// The link in the QR code, read back from its picture.
+    static TransferLink scanned(const AppState& state)
+    {
+        return TransferLink::fromString(readBack(state.transferQR().value()).value()).value();
+    }
+
+    static Response fetched(const TransferLink& link) { return get(link.port, link.target()); }
+
+    /// The decrypted body of an answer; "(sealed)" if the link's key does not open it.
+    static std::string opened(const TransferLink& link, const Response& response)
+    {
+        const auto text = SealedByOthers::open(link.key.bytes(), response.body, link.target());
+        return text ? text->toStdString() : "(sealed)";
     }
 };
 

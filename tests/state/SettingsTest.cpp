@@ -15,20 +15,6 @@ using Guids = std::set<std::string>;
 class SettingsTest : public QObject {
     Q_OBJECT
 
-    /// Writes the settings file directly, as another program could.
-    static void store(const StateSetup& setup, const std::string& lines)
-    {
-        fs::create_directories(setup.settingsFile().parent_path());
-        writeFile(setup.settingsFile(), "[General]\n" + lines);
-    }
-
-    static std::string stored(const StateSetup& setup, const char* key)
-    {
-        const QSettings file(
-            QString::fromStdString(setup.settingsFile().native()), QSettings::IniFormat);
-        return file.value(QLatin1String(key)).toString().toStdString();
-    }
-
 private slots:
     void initTestCase()
     {
@@ -219,6 +205,21 @@ private slots:
         state.setSelected({"one"});
         QTRY_COMPARE(state.status(), std::string("0 chats · 1 selected"));
         QVERIFY(!state.autoSync());
+    }
+
+private:
+    /// Writes the settings file directly, as another program could.
+    static void store(const StateSetup& setup, const std::string& lines)
+    {
+        fs::create_directories(setup.settingsFile().parent_path());
+        writeFile(setup.settingsFile(), "[General]\n" + lines);
+    }
+
+    static std::string stored(const StateSetup& setup, const char* key)
+    {
+        const QSettings file(
+            QString::fromStdString(setup.settingsFile().native()), QSettings::IniFormat);
+        return file.value(QLatin1String(key)).toString().toStdString();
     }
 };
 

@@ -23,46 +23,6 @@ Q_DECLARE_METATYPE(Approach)
 class StateLifetimeTest : public QObject {
     Q_OBJECT
 
-    static void handleEventsFor(std::chrono::microseconds time)
-    {
-        QElapsedTimer since;
-        since.start();
-        while (since.nsecsElapsed() < std::chrono::nanoseconds(time).count())
-            QCoreApplication::processEvents();
-    }
-
-    /// Waits up to 5 s for the condition, in steps of 20 µs. Those of QTest::qWaitFor() take 10 ms.
-    static bool comes(const std::function<bool()>& what)
-    {
-        QElapsedTimer since;
-        since.start();
-        while (!what() && !since.hasExpired(5000)) {
-            QCoreApplication::processEvents();
-            std::this_thread::sleep_for(20us);
-        }
-        return what();
-    }
-
-    static bool hasChats(StateSetup& setup)
-    {
-        return comes([&] { return setup.state().status() != "Loading chats…"; });
-    }
-
-    static bool prepares(StateSetup& setup)
-    {
-        if (!hasChats(setup))
-            return false;
-        if (setup.state().selected().empty()) // stored once: storing is slow
-            setup.select({1});
-        setup.state().prepareTransfer();
-        return setup.state().isSyncing();
-    }
-
-    static bool says(StateSetup& setup, const std::string& status)
-    {
-        return comes([&] { return setup.state().status() == status; });
-    }
-
 private slots:
     void stateIsDestroyedAtThisPoint_data()
     {
@@ -209,6 +169,47 @@ private slots:
             fs::remove(setup.files.stateFile());
             fs::remove_all(setup.files.folder());
         }
+    }
+
+private:
+    static void handleEventsFor(std::chrono::microseconds time)
+    {
+        QElapsedTimer since;
+        since.start();
+        while (since.nsecsElapsed() < std::chrono::nanoseconds(time).count())
+            QCoreApplication::processEvents();
+    }
+
+    /// Waits up to 5 s for the condition, in steps of 20 µs. Those of QTest::qWaitFor() take 10 ms.
+    static bool comes(const std::function<bool()>& what)
+    {
+        QElapsedTimer since;
+        since.start();
+        while (!what() && !since.hasExpired(5000)) {
+            QCoreApplication::processEvents();
+            std::this_thread::sleep_for(20us);
+        }
+        return what();
+    }
+
+    static bool hasChats(StateSetup& setup)
+    {
+        return comes([&] { return setup.state().status() != "Loading chats…"; });
+    }
+
+    static bool prepares(StateSetup& setup)
+    {
+        if (!hasChats(setup))
+            return false;
+        if (setup.state().selected().empty()) // stored once: storing is slow
+            setup.select({1});
+        setup.state().prepareTransfer();
+        return setup.state().isSyncing();
+    }
+
+    static bool says(StateSetup& setup, const std::string& status)
+    {
+        return comes([&] { return setup.state().status() == status; });
     }
 };
 

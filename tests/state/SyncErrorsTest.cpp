@@ -14,26 +14,6 @@ namespace fs = std::filesystem;
 class SyncErrorsTest : public QObject {
     Q_OBJECT
 
-    static constexpr auto cannotOpen = "Error: Can't open the Messages database.";
-    static constexpr auto cannotRead
-        = "Error: Messages database is locked by macOS privacy settings.";
-
-    /// Creates a folder in the place of the chat's file.
-    static void obstruct(const StateSetup& setup, std::int64_t chat, const std::string& title)
-    {
-        fs::create_directories(setup.exportFile(chat, title) / "full");
-    }
-
-    static bool isLockFree()
-    {
-        try {
-            const SupportLock lock;
-            return true;
-        } catch (const std::runtime_error&) {
-            return false;
-        }
-    }
-
 private slots:
     void errorIsToldAndThenTheChats()
     {
@@ -215,6 +195,27 @@ private slots:
         QCOMPARE(rowIDsIn(once).size(), 1U);
         QVERIFY(setup.sync());
         QCOMPARE(readFile(setup.exportFile(2, "Team")), once);
+    }
+
+private:
+    static constexpr auto cannotOpen = "Error: Can't open the Messages database.";
+    static constexpr auto cannotRead
+        = "Error: Messages database is locked by macOS privacy settings.";
+
+    /// Creates a folder in the place of the chat's file.
+    static void obstruct(const StateSetup& setup, std::int64_t chat, const std::string& title)
+    {
+        fs::create_directories(setup.exportFile(chat, title) / "full");
+    }
+
+    static bool isLockFree()
+    {
+        try {
+            const SupportLock lock;
+            return true;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
     }
 };
 

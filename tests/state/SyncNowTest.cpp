@@ -12,8 +12,6 @@ namespace fs = std::filesystem;
 class SyncNowTest : public QObject {
     Q_OBJECT
 
-    static constexpr auto atLeastOne = "Select at least one chat";
-
 private slots:
     void nothingToExportIsSaidAndNothingElseHappens_data()
     {
@@ -245,6 +243,9 @@ private slots:
         QCOMPARE(state.chats().size(), 2U);
         QCOMPARE(state.titles().at(2), std::string("Family"));
     }
+
+private:
+    static constexpr auto atLeastOne = "Select at least one chat";
 };
 
 QTEST_GUILESS_MAIN(SyncNowTest)

@@ -12,36 +12,6 @@ namespace fs = std::filesystem;
 class TransferRefusalsTest : public QObject {
     Q_OBJECT
 
-    static constexpr auto exactlyOne = "Select exactly one chat to create its QR code";
-    static constexpr auto noLink
-        = "Could not create a transfer link. Check Wi-Fi and select one chat.";
-    static constexpr auto ready = "Ready to scan · link expires in 10 minutes";
-    static constexpr std::uintmax_t largest = 67'108'864;
-
-    /// Prepares the transfer of the selected chat. Returns the changes after the export, up to the
-    /// first status that does not end with "…".
-    static std::string outcome(StateSetup& setup)
-    {
-        AppState& state = setup.state();
-        const Recorder recorder(state);
-        state.prepareTransfer();
-        const bool ended = QTest::qWaitFor([&] {
-            return recorder.count("isSyncing: false") == 1 && !state.status().ends_with("…");
-        });
-        const std::string changes = recorder.changes();
-        const std::string end = "isSyncing: false\n";
-        return ended ? changes.substr(changes.find(end) + end.size()) : "(no end) " + changes;
-    }
-
-    /// Adds a chat "Team" as number 1, opens a state and selects that chat.
-    static AppState& opened(StateSetup& setup)
-    {
-        setup.addChat(1, "Team");
-        AppState& state = setup.open();
-        setup.select({1});
-        return state;
-    }
-
 private slots:
     void exactlyOneChatOfTheListMustBeSelected_data()
     {
@@ -270,6 +240,37 @@ private slots:
         fs::resize_file(setup.exportFile(1, "Team"), largest + 1);
         outcome(setup);
         QVERIFY(!state.transferQR());
+    }
+
+private:
+    static constexpr auto exactlyOne = "Select exactly one chat to create its QR code";
+    static constexpr auto noLink
+        = "Could not create a transfer link. Check Wi-Fi and select one chat.";
+    static constexpr auto ready = "Ready to scan · link expires in 10 minutes";
+    static constexpr std::uintmax_t largest = 67'108'864;
+
+    /// Prepares the transfer of the selected chat. Returns the changes after the export, up to the
+    /// first status that does not end with "…".
+    static std::string outcome(StateSetup& setup)
+    {
+        AppState& state = setup.state();
+        const Recorder recorder(state);
+        state.prepareTransfer();
+        const bool ended = QTest::qWaitFor([&] {
+            return recorder.count("isSyncing: false") == 1 && !state.status().ends_with("…");
+        });
+        const std::string changes = recorder.changes();
+        const std::string end = "isSyncing: false\n";
+        return ended ? changes.substr(changes.find(end) + end.size()) : "(no end) " + changes;
+    }
+
+    /// Adds a chat "Team" as number 1, opens a state and selects that chat.
+    static AppState& opened(StateSetup& setup)
+    {
+        setup.addChat(1, "Team");
+        AppState& state = setup.open();
+        setup.select({1});
+        return state;
     }
 };
 
