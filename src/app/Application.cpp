@@ -61,7 +61,7 @@ void preferScreenFont()
     QApplication::setFont(font);
 }
 
-int complain(const std::string& text)
+int printError(const std::string& text)
 {
     std::fprintf(stderr, "korvane-sync-app: %s\n", text.c_str());
     return EXIT_FAILURE;
@@ -90,7 +90,7 @@ int runWindow(int& argc, char** argv)
     if (instance.place() == Place::Second)
         return EXIT_SUCCESS;
     if (instance.place() == Place::None)
-        return complain(
+        return printError(
             "Another window works on " + Paths::support().string() + " and does not answer.");
     const Interruption interruption; // outlives `state`, whose destructor may wait for an export
     AppState state(realEnvironment());
@@ -125,11 +125,12 @@ int Application::writeSnapshots(const std::string& folder, int& argc, char** arg
 int Application::run(int& argc, char** argv)
 {
     if (!hasDisplay())
-        return complain("There is no display to open a window on. korvane-sync works without one.");
+        return printError(
+            "There is no display to open a window on. korvane-sync works without one.");
     try {
         return runWindow(argc, argv);
     } catch (const std::exception& error) { // at startup; later errors go to the status line
-        return complain(error.what());
+        return printError(error.what());
     }
 }
 

@@ -143,12 +143,12 @@ void TransferCard::takeFocus()
 
 QWidget* TransferCard::code()
 {
-    auto* ground = new Card(18, Look::paper);
-    auto* inside = new QVBoxLayout(ground);
+    auto* panel = new Card(18, Look::paper);
+    auto* inside = new QVBoxLayout(panel);
     inside->setSizeConstraint(QLayout::SetFixedSize);
     inside->setContentsMargins(codePadding, codePadding, codePadding, codePadding);
     inside->addWidget(new CodeView(m_state));
-    return ground;
+    return panel;
 }
 
 void TransferCard::updateTitle()

@@ -125,22 +125,22 @@ QString withoutBlanksAround(QStringView text)
 
 void ChatFilter::setQuery(const QString& query)
 {
-    m_typed = withoutBlanksAround(query);
-    const QString wanted = m_typed.toLower();
-    if (wanted == m_query)
+    m_query = withoutBlanksAround(query);
+    const QString wanted = m_query.toLower();
+    if (wanted == m_lowerCaseQuery)
         return;
-    m_query = wanted;
+    m_lowerCaseQuery = wanted;
     invalidateFilter();
 }
 
 bool ChatFilter::filterAcceptsRow(int row, const QModelIndex& parent) const
 {
-    return m_query.isEmpty()
+    return m_lowerCaseQuery.isEmpty()
         || sourceModel()
                ->index(row, 0, parent)
                .data(ChatListModel::SearchRole)
                .toString()
-               .contains(m_query);
+               .contains(m_lowerCaseQuery);
 }
 
 namespace {

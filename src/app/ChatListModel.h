@@ -67,14 +67,14 @@ public:
     void setQuery(const QString& query);
 
     /// The query in its original case, without the spaces and tabs around it.
-    const QString& typed() const { return m_typed; }
+    const QString& query() const { return m_query; }
 
 protected:
     bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
 
 private:
-    QString m_typed;
-    QString m_query; ///< in lower case
+    QString m_query;
+    QString m_lowerCaseQuery;
 };
 
 /// The line below a chat's title: "1,234 messages, last Nov 21, 2026". The user's locale formats

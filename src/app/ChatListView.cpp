@@ -52,16 +52,16 @@ QPixmap symbolOf(const QModelIndex& index, double pixelsPerPoint)
         : QPixmap();
 }
 
-void paintGround(QPainter* painter, const QRectF& area, bool isSelected, bool isUnderPointer)
+void paintBackground(QPainter* painter, const QRectF& area, bool isSelected, bool isUnderPointer)
 {
     constexpr double half = 0.5; // keeps the 1-point outline inside `area`
-    const QColor ground = isUnderPointer ? Look::raised : Look::card;
-    painter->setPen(QPen(isSelected ? Look::faded(Look::coral, 0.7) : ground, 1));
-    painter->setBrush(ground);
+    const QColor background = isUnderPointer ? Look::raised : Look::card;
+    painter->setPen(QPen(isSelected ? Look::faded(Look::coral, 0.7) : background, 1));
+    painter->setBrush(background);
     painter->drawRoundedRect(area.adjusted(half, half, -half, -half), radius, radius);
 }
 
-void paintMark(QPainter* painter, const QRectF& area, bool isSelected)
+void paintCheckMark(QPainter* painter, const QRectF& area, bool isSelected)
 {
     constexpr double half = 0.5;
     painter->setPen(isSelected ? QPen(Look::coral, 1) : QPen(Look::mute, 1));
@@ -99,9 +99,9 @@ void ChatRowDelegate::paint(
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
     useDirectionOfText(*painter);
-    paintGround(painter, row, isSelected, (option.state & QStyle::State_MouseOver) != 0);
+    paintBackground(painter, row, isSelected, (option.state & QStyle::State_MouseOver) != 0);
     const QRect mark(row.left() + padding, row.center().y() - markSize / 2 + 1, markSize, markSize);
-    paintMark(painter, mark, isSelected);
+    paintCheckMark(painter, mark, isSelected);
 
     const QRect text = textAreaOf(row);
     const int half = text.height() / 2;

@@ -46,7 +46,7 @@ Text* placeholder()
 }
 
 /// The query for display, cut to 60 UTF-16 code units.
-QString quoted(const QString& query)
+QString shortened(const QString& query)
 {
     constexpr int longest = 60;
     return query.size() <= longest ? query : query.left(longest) + QStringLiteral("…");
@@ -60,8 +60,8 @@ ChatPane::ChatPane(AppState& state, QWidget* parent)
     , m_model(state)
     , m_search(searchField())
     , m_list(new ChatListView)
-    , m_nothing(placeholder())
-    , m_place(new QStackedLayout)
+    , m_emptyText(placeholder())
+    , m_stack(new QStackedLayout)
     , m_button(new Pill({}))
 {
     m_search->installEventFilter(this);
@@ -74,9 +74,9 @@ ChatPane::ChatPane(AppState& state, QWidget* parent)
     rows->setContentsMargins({});
     rows->setSpacing(spacing);
     rows->addWidget(searchRow());
-    rows->addLayout(m_place, 1);
-    m_place->addWidget(m_list);
-    m_place->addWidget(m_nothing);
+    rows->addLayout(m_stack, 1);
+    m_stack->addWidget(m_list);
+    m_stack->addWidget(m_emptyText);
     rows->addWidget(m_button);
 
     connect(m_search, &QLineEdit::textChanged, &m_filter, &ChatFilter::setQuery);
@@ -130,17 +130,18 @@ void ChatPane::pressButton()
 void ChatPane::updateList()
 {
     if (!m_state.hasReadChats()) {
-        m_nothing->clear();
+        m_emptyText->clear();
     } else if (m_state.chats().empty()) {
-        m_nothing->setText(tr("No chats yet. When Messages on this Mac has some, quit Korvane Sync "
-                              "and start it again."));
+        m_emptyText->setText(
+            tr("No chats yet. When Messages on this Mac has some, quit Korvane Sync "
+               "and start it again."));
     } else {
-        m_nothing->setText(tr("No chat matches “%1”.").arg(quoted(m_filter.typed())));
+        m_emptyText->setText(tr("No chat matches “%1”.").arg(shortened(m_filter.query())));
     }
     const bool isEmpty = m_state.hasReadChats() && m_filter.rowCount() == 0;
     if (isEmpty)
         m_list->doItemsLayout(); // a hidden list would keep its former scroll range
-    m_place->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_nothing) : m_list);
+    m_stack->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_emptyText) : m_list);
 }
 
 void ChatPane::updateButton()

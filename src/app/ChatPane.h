@@ -39,8 +39,8 @@ private:
     ChatFilter m_filter;
     QLineEdit* m_search;
     ChatListView* m_list;
-    Text* m_nothing; ///< shown instead of the list if it has no rows
-    QStackedLayout* m_place;
+    Text* m_emptyText; ///< shown instead of the list if it has no rows
+    QStackedLayout* m_stack;
     Pill* m_button;
 };
 

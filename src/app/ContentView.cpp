@@ -158,12 +158,12 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     rows->addWidget(footer);
 
     connect(footer, &Footer::quitRequested, this, &ContentView::quitRequested);
-    connect(&m_state, &AppState::needsAccessChanged, this, &ContentView::showWhatIsCalledFor);
-    connect(&m_state, &AppState::transferQRChanged, this, &ContentView::showWhatIsCalledFor);
-    showWhatIsCalledFor();
+    connect(&m_state, &AppState::needsAccessChanged, this, &ContentView::updateMiddle);
+    connect(&m_state, &AppState::transferQRChanged, this, &ContentView::updateMiddle);
+    updateMiddle();
 }
 
-void ContentView::showWhatIsCalledFor()
+void ContentView::updateMiddle()
 {
     const bool access = m_state.needsAccess();
     const bool transfer = !access && m_state.transferQR().has_value();

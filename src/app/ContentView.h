@@ -36,7 +36,7 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    void showWhatIsCalledFor();
+    void updateMiddle();
     void fitToScreen();
 
     const AppState& m_state;

@@ -17,7 +17,7 @@ namespace {
 
 /// True for keys that move focus or activate something. Letters are typed into the search field,
 /// and a modifier alone may belong to a shortcut of the desktop.
-bool movesOrActs(const QEvent& event)
+bool isNavigationOrActionKey(const QEvent& event)
 {
     constexpr std::array keys{Qt::Key_Tab, Qt::Key_Backtab, Qt::Key_Up, Qt::Key_Down, Qt::Key_Left,
         Qt::Key_Right, Qt::Key_Home, Qt::Key_End, Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Space,
@@ -58,7 +58,7 @@ bool FocusVisibility::eventFilter(QObject* watched, QEvent* event)
     if (!isKey && event->type() != QEvent::MouseButtonPress)
         return false;
     const auto* widget = qobject_cast<QWidget*>(watched);
-    if (widget && widget->window() == &m_window && (!isKey || movesOrActs(*event)))
+    if (widget && widget->window() == &m_window && (!isKey || isNavigationOrActionKey(*event)))
         setVisible(isKey);
     return false;
 }
@@ -88,7 +88,7 @@ bool isReturn(const QKeyEvent& event)
     return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
 }
 
-bool pressByReturn(QAbstractButton& button, const QKeyEvent& event)
+bool clickOnReturn(QAbstractButton& button, const QKeyEvent& event)
 {
     if (!isReturn(event))
         return false;
@@ -112,7 +112,7 @@ QSize Pill::sizeHint() const
 
 void Pill::keyPressEvent(QKeyEvent* event)
 {
-    if (!pressByReturn(*this, *event))
+    if (!clickOnReturn(*this, *event))
         QAbstractButton::keyPressEvent(event);
 }
 
@@ -166,7 +166,7 @@ void Word::keyPressEvent(QKeyEvent* event)
 {
     if (m_leavesReturn && isReturn(*event))
         event->ignore();
-    else if (!pressByReturn(*this, *event))
+    else if (!clickOnReturn(*this, *event))
         QAbstractButton::keyPressEvent(event);
 }
 

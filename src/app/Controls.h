@@ -79,7 +79,7 @@ bool isReturn(const QKeyEvent& event);
 /// If the key is Return or Enter, clicks the button and returns true. Auto-repeat does not click
 /// again: the first click may have moved focus to another button. Not left to QAbstractButton,
 /// because the desktop's theme decides whether it reacts to Return.
-bool pressByReturn(QAbstractButton& button, const QKeyEvent& event);
+bool clickOnReturn(QAbstractButton& button, const QKeyEvent& event);
 
 /// A labelled on/off switch, whose knob slides when it is toggled.
 class CoralSwitch : public QAbstractButton {

@@ -129,12 +129,12 @@ bool hasTray()
 /// program handles the scheme. So ask xdg-mime first, which prints the handler's name.
 bool openUrl(const QUrl& url)
 {
-    constexpr int patience = 5000; // milliseconds
+    constexpr int timeout = 5000; // milliseconds
     QProcess query;
     query.start(QStringLiteral("xdg-mime"),
         {QStringLiteral("query"), QStringLiteral("default"),
             QStringLiteral("x-scheme-handler/") + url.scheme()});
-    const bool hasAnswer = query.waitForFinished(patience);
+    const bool hasAnswer = query.waitForFinished(timeout);
     if (hasAnswer && query.readAllStandardOutput().trimmed().isEmpty())
         return false;
     return QDesktopServices::openUrl(url);

@@ -19,8 +19,8 @@ constexpr int gap = 6; ///< points between icon and popup
 /// The icon's rectangle on the screen or, if the tray does not report it, the mouse position.
 QRect anchor(const QSystemTrayIcon& icon)
 {
-    const QRect place = icon.geometry();
-    return place.isValid() ? place : QRect(QCursor::pos(), QSize(1, 1));
+    const QRect area = icon.geometry();
+    return area.isValid() ? area : QRect(QCursor::pos(), QSize(1, 1));
 }
 
 } // namespace
@@ -71,7 +71,7 @@ void MenuBarExtra::open()
     if (m_icon && !m_isPopup && !m_window.isVisible())
         becomePopup();
     if (m_isPopup)
-        m_window.move(place());
+        m_window.move(popupPosition());
     m_window.show();
     m_window.raise();
     m_window.activateWindow();
@@ -107,16 +107,16 @@ void MenuBarExtra::toggle()
 bool MenuBarExtra::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Resize && m_isPopup && m_window.isVisible())
-        m_window.move(place()); // keeps it attached to the icon
-    const bool turnedAway = event->type() == QEvent::WindowDeactivate && m_isPopup;
-    if (turnedAway && !QApplication::activeModalWidget())
+        m_window.move(popupPosition()); // keeps it attached to the icon
+    const bool isDeactivated = event->type() == QEvent::WindowDeactivate && m_isPopup;
+    if (isDeactivated && !QApplication::activeModalWidget())
         close();
     return QObject::eventFilter(watched, event);
 }
 
 /// The popup's top left corner: below the icon, or above it if the icon is in the lower half of the
 /// screen; moved as needed to keep the popup on the screen.
-QPoint MenuBarExtra::place() const
+QPoint MenuBarExtra::popupPosition() const
 {
     const QRect icon = anchor(*m_icon);
     const QScreen* screen = QApplication::screenAt(icon.center());

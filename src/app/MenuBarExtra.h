@@ -35,7 +35,7 @@ private:
     void becomePopup();
     void toggle();
     void close();
-    QPoint place() const;
+    QPoint popupPosition() const;
 
     ContentView& m_window;
     bool m_isPopup = false;

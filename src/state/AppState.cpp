@@ -33,7 +33,7 @@ struct AppState::Services {
     PhoneTransfer transfer;
     Settings settings;
     ExportJobs exports;
-    QTimer passTimer;
+    QTimer autoSyncTimer;
     Worker worker; ///< declared last, so that no job is running when the others are destroyed
 };
 
@@ -68,8 +68,8 @@ AppState::AppState(AppEnvironment environment)
     m_selected = m_services->settings.selected();
     m_autoSync = m_services->settings.autoSync();
     m_outputFolder = m_services->settings.folder().value_or(defaultFolder());
-    m_services->passTimer.setSingleShot(true);
-    connect(&m_services->passTimer, &QTimer::timeout, this, &AppState::pass);
+    m_services->autoSyncTimer.setSingleShot(true);
+    connect(&m_services->autoSyncTimer, &QTimer::timeout, this, &AppState::runAutoSync);
     connect(&m_services->transfer, &PhoneTransfer::ready, this, &AppState::makeTransferQR);
     QMetaObject::invokeMethod(this, &AppState::start, Qt::QueuedConnection);
 }
@@ -136,20 +136,20 @@ void AppState::setStatus(std::string status)
 
 void AppState::start()
 {
-    loadNames([this] { reloadChats([this] { schedulePass(); }); });
+    loadNames([this] { reloadChats([this] { scheduleAutoSync(); }); });
 }
 
-void AppState::schedulePass()
+void AppState::scheduleAutoSync()
 {
-    m_services->passTimer.start(m_services->environment.autoSyncInterval);
+    m_services->autoSyncTimer.start(m_services->environment.autoSyncInterval);
 }
 
-void AppState::pass()
+void AppState::runAutoSync()
 {
     if (m_autoSync && !m_selected.empty() && !m_needsAccess)
-        syncNow([this] { schedulePass(); });
+        syncNow([this] { scheduleAutoSync(); });
     else
-        schedulePass();
+        scheduleAutoSync();
 }
 
 void AppState::loadNames(const Done& done)

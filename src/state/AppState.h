@@ -129,8 +129,8 @@ private:
 
     bool isPreview() const { return !m_services; }
     void start();
-    void schedulePass();
-    void pass();
+    void scheduleAutoSync();
+    void runAutoSync();
     void loadNames(const Done& done);
     void reloadChats(const Done& done);
     void show(std::optional<std::vector<ChatInfo>> chats);
