@@ -269,5 +269,5 @@ private slots:
 
 } // namespace korvane
 
-QTEST_APPLESS_MAIN(korvane::ContactNamesTest)
+QTEST_GUILESS_MAIN(korvane::ContactNamesTest)
 #include "ContactNamesTest.moc"

@@ -266,5 +266,5 @@ private:
 
 } // namespace korvane
 
-QTEST_APPLESS_MAIN(korvane::VCardSourceTest)
+QTEST_GUILESS_MAIN(korvane::VCardSourceTest)
 #include "VCardSourceTest.moc"

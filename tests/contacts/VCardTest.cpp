@@ -299,5 +299,5 @@ private slots:
 
 } // namespace korvane
 
-QTEST_APPLESS_MAIN(korvane::VCardTest)
+QTEST_GUILESS_MAIN(korvane::VCardTest)
 #include "VCardTest.moc"

@@ -279,5 +279,5 @@ private:
 
 } // namespace korvane
 
-QTEST_APPLESS_MAIN(korvane::VCardTextTest)
+QTEST_GUILESS_MAIN(korvane::VCardTextTest)
 #include "VCardTextTest.moc"

@@ -43,5 +43,5 @@ private slots:
 
 } // namespace korvane
 
-QTEST_APPLESS_MAIN(korvane::AsciiTest)
+QTEST_GUILESS_MAIN(korvane::AsciiTest)
 #include "AsciiTest.moc"

@@ -258,5 +258,5 @@ private slots:
 
 } // namespace korvane
 
-QTEST_APPLESS_MAIN(korvane::JsonTest)
+QTEST_GUILESS_MAIN(korvane::JsonTest)
 #include "JsonTest.moc"

@@ -120,5 +120,5 @@ private slots:
 
 } // namespace korvane
 
-QTEST_APPLESS_MAIN(korvane::Utf8Test)
+QTEST_GUILESS_MAIN(korvane::Utf8Test)
 #include "Utf8Test.moc"
