@@ -9,6 +9,7 @@
 #include "Child.h"
 #include "Floor.h"
 
+#include "contacts/ContactNames.h"
 #include "contacts/VCardSource.h"
 #include "export/ExportState.h"
 #include "export/Exporter.h"
