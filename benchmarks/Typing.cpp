@@ -5,6 +5,7 @@
 
 #include "app/ContentView.h"
 #include "sample/Words.h"
+#include "state/AppState.h"
 
 #include <QApplication>
 #include <QKeyEvent>
