@@ -3,9 +3,8 @@
 #include "storage/Files.h"
 #include "storage/Paths.h"
 #include "text/Base64Url.h"
-
-#include <QJsonDocument>
-#include <QJsonObject>
+#include "text/Json.h"
+#include "text/JsonReader.h"
 
 #include <stdexcept>
 #include <system_error>
@@ -16,17 +15,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr auto tokenMember = QLatin1String("token");
-constexpr auto keyMember = QLatin1String("key");
-
 fs::path pairingFile()
 {
     return Paths::support() / "pairing.json";
 }
 
-std::optional<SymmetricKey> keyFrom(const QString& base64)
+std::optional<SymmetricKey> keyFrom(const std::string& base64)
 {
-    const auto bytes = fromBase64(base64.toUtf8());
+    const auto bytes = fromBase64(QByteArray::fromStdString(base64));
     return bytes ? SymmetricKey::fromBytes(*bytes) : std::nullopt;
 }
 
@@ -55,37 +51,38 @@ Pairing Pairing::make()
 Pairing Pairing::load()
 {
     const auto json = Files::read(pairingFile());
-    auto pairing = json ? fromJson(QByteArray::fromStdString(*json)) : std::nullopt;
+    auto pairing = json ? fromJson(*json) : std::nullopt;
     if (!pairing)
         return PairingStore::reset();
     closeToOthers(pairingFile());
     return std::move(*pairing);
 }
 
-QByteArray Pairing::toJson() const
+std::string Pairing::toJson() const
 {
-    const QJsonObject record{{tokenMember, QString::fromStdString(token)},
-        {keyMember, QString::fromLatin1(key.bytes().toBase64())}};
-    return QJsonDocument(record).toJson(QJsonDocument::Compact);
+    return Json::Object()
+        .text("key", key.bytes().toBase64().toStdString())
+        .text("token", token)
+        .finished();
 }
 
-std::optional<Pairing> Pairing::fromJson(const QByteArray& json)
-{
-    const QJsonDocument record = QJsonDocument::fromJson(json);
-    const QJsonValue token = record[tokenMember];
-    const auto key = keyFrom(record[keyMember].toString());
-    if (!token.isString() || !key)
-        return std::nullopt;
-    return Pairing{token.toString().toStdString(), *key};
+std::optional<Pairing> Pairing::fromJson(std::string_view json)
+try {
+    using namespace JsonReader;
+    const auto document = parsed(json);
+    const Value& record = object(document);
+    const std::string token = text(required(record, "token"));
+    const auto key = keyFrom(text(required(record, "key")));
+    return key ? std::optional(Pairing{token, *key}) : std::nullopt;
+} catch (const JsonReader::Malformed&) {
+    return std::nullopt;
 }
 
 Pairing PairingStore::reset()
 {
     Pairing pairing = Pairing::make();
-    const QByteArray json = pairing.toJson();
     try {
-        Files::writeAtomically(pairingFile(), {json.data(), static_cast<std::size_t>(json.size())},
-            Files::Access::OwnerOnly);
+        Files::writeAtomically(pairingFile(), pairing.toJson(), Files::Access::OwnerOnly);
     } catch (const std::system_error&) { // not saved: the next start makes another one
     }
     return pairing;

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace korvane {
 
@@ -30,8 +31,8 @@ struct Pairing {
     /// PairingStore::reset(). Throws what make() throws.
     static Pairing load();
 
-    QByteArray toJson() const;
-    static std::optional<Pairing> fromJson(const QByteArray& json);
+    std::string toJson() const;
+    static std::optional<Pairing> fromJson(std::string_view json);
 };
 
 namespace PairingStore {

@@ -78,7 +78,8 @@ private slots:
     void keyIsInStandardBase64()
     {
         const Pairing pairing{"token", *SymmetricKey::fromBytes(QByteArray(32, '\xFF'))};
-        const QString text = QJsonDocument::fromJson(pairing.toJson())[u"key"].toString();
+        const QByteArray json = QByteArray::fromStdString(pairing.toJson());
+        const QString text = QJsonDocument::fromJson(json)[u"key"].toString();
         QCOMPARE(text.toLatin1(), QByteArray(42, '/') + "8=");
         QVERIFY(Pairing::fromJson(pairing.toJson()) == pairing);
     }
@@ -87,7 +88,7 @@ private slots:
     {
         const Pairing first = Pairing::load();
         const QByteArray json = contents();
-        QVERIFY(Pairing::fromJson(json) == first);
+        QVERIFY(Pairing::fromJson(json.toStdString()) == first);
         QVERIFY(Pairing::load() == first);
         QCOMPARE(contents(), json);
         QVERIFY(PairingStore::reset() != first);
@@ -208,7 +209,7 @@ private slots:
         const Pairing pairing = Pairing::load();
         QCOMPARE(pairing.token.size(), 22U);
         QVERIFY(pairing.key.bytes() != QByteArray(32, '\0'));
-        QVERIFY(Pairing::fromJson(contents()) == pairing);
+        QVERIFY(Pairing::fromJson(contents().toStdString()) == pairing);
         QCOMPARE(modeOf(file()), "600");
         QVERIFY(Pairing::load() == pairing);
         QCOMPARE(std::distance(fs::directory_iterator(support()), {}), 1);
@@ -218,7 +219,7 @@ private slots:
     {
         useSupport(m_folder->path().toStdString() + "/a/b");
         const Pairing pairing = Pairing::load();
-        QVERIFY(Pairing::fromJson(contents()) == pairing);
+        QVERIFY(Pairing::fromJson(contents().toStdString()) == pairing);
         QCOMPARE(modeOf(file()), "600");
     }
 

@@ -209,7 +209,7 @@ private slots:
         const Pairing pairing = server.state().pairing;
         QCOMPARE(pairing.token.size(), 22U);
         QVERIFY(pairing.token != Pairing::make().token);
-        const auto stored = Pairing::fromJson(QByteArray::fromStdString(readFile(file)));
+        const auto stored = Pairing::fromJson(readFile(file));
         QVERIFY(stored);
         QVERIFY(*stored == pairing);
         QVERIFY(SyncServer().state().pairing == pairing);
@@ -219,7 +219,7 @@ private slots:
     {
         const ExportSetup setup;
         const Pairing pairing = Pairing::make();
-        writeFile(setup.home() / "pairing.json", pairing.toJson().toStdString());
+        writeFile(setup.home() / "pairing.json", pairing.toJson());
         QVERIFY(SyncServer().state().pairing == pairing);
     }
 };
