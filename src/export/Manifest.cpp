@@ -110,13 +110,20 @@ ManifestItem itemFrom(const JsonReader::Value& object)
 
 } // namespace
 
-std::string ManifestItem::toJson() const
+std::string ManifestItem::toJson(Form form) const
 {
-    Json::Object object;
-    object.text("id", id).text("title", title).text("file", file).number("size", size);
-    object.number("messages", messages).text("epoch", epoch);
+    const auto slash = form == Form::Sent ? Json::Slash::Escaped : Json::Slash::Plain;
+    const auto quoted = [slash](const std::string& text) { return Json::quoted(text, slash); };
+    std::vector<std::pair<std::string_view, std::string>> members{{"id", quoted(id)},
+        {"title", quoted(title)}, {"file", quoted(file)}, {"size", std::to_string(size)},
+        {"messages", std::to_string(messages)}, {"epoch", quoted(epoch)}};
     if (updated)
-        object.text("updated", *updated);
+        members.emplace_back("updated", quoted(*updated));
+    if (form == Form::Sent)
+        std::sort(members.begin(), members.end());
+    Json::Object object;
+    for (const auto& [key, json] : members)
+        object.value(key, json);
     return object.finished();
 }
 

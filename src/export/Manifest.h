@@ -10,7 +10,8 @@
 
 namespace korvane {
 
-/// One export file as readers see it. In JSON, an object whose keys are these fields.
+/// One export file as readers see it. In JSON, a compact object whose keys are these fields;
+/// "updated" is omitted if absent.
 struct ManifestItem {
     std::string id; ///< the chat's guid
     std::string title; ///< the chat's title; the file name if the title is unknown
@@ -22,11 +23,14 @@ struct ManifestItem {
 
     bool operator==(const ManifestItem&) const = default;
 
-    /// A compact object with the keys in the order of the fields. "updated" is omitted if absent.
-    std::string toJson() const;
+    /// Fields: the keys in the order of the fields, "/" as it is; only tests use it. Sent: the keys
+    /// in alphabetical order, "/" escaped, as the server sends it to the phone.
+    enum class Form { Fields, Sent };
 
-    /// Absent if `json` is not such an object. Every key except "updated" is required. Required by
-    /// the interface; only tests call it.
+    std::string toJson(Form form = Form::Fields) const;
+
+    /// Absent if `json` is not such an object, in any order of keys. Every key except "updated" is
+    /// required. Required by the interface; only tests call it.
     static std::optional<ManifestItem> fromJson(std::string_view json);
 };
 

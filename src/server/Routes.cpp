@@ -11,6 +11,7 @@ namespace korvane {
 
 namespace {
 
+using Form = ManifestItem::Form;
 using Kind = Answer::Kind;
 
 constexpr std::string_view manifestPath = "/v1/manifest";
@@ -34,21 +35,11 @@ std::optional<ManifestItem> itemWhere(const ServerState& state, Condition wanted
     return item == items.end() ? std::nullopt : std::optional(*item);
 }
 
-/// The keys in alphabetical order.
-std::string asJson(const ManifestItem& item)
-{
-    Json::Object object(Json::Slash::Escaped);
-    object.text("epoch", item.epoch).text("file", item.file).text("id", item.id);
-    object.number("messages", item.messages).number("size", item.size).text("title", item.title);
-    if (item.updated)
-        object.text("updated", *item.updated);
-    return object.finished();
-}
-
 Answer manifest(const HttpRequest& request, const ServerState& state)
 {
     const auto items = Exporter::manifest(state.folder, state.guids);
-    const std::string json = Json::Object().value("chats", Json::array(items, asJson)).finished();
+    const auto toJson = [](const ManifestItem& item) { return item.toJson(Form::Sent); };
+    const std::string json = Json::Object().value("chats", Json::array(items, toJson)).finished();
     const auto body = state.pairing.key.seal(Envelope(json), request.target);
     if (!body)
         return {HttpResponse::serverError()};
