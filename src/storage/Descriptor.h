@@ -35,10 +35,4 @@ private:
 /// How many descriptors this process may have open at a time (the soft limit).
 std::size_t descriptorLimit();
 
-/// Raises the soft limit to 1,024, or to the hard limit if that is lower: macOS starts a program
-/// with 256, which the server's connections alone can use up. Not higher, because child processes
-/// inherit the limit, and select() cannot handle descriptors above 1,023. A higher soft limit
-/// stays. main() calls this before it starts a thread.
-void raiseDescriptorLimit();
-
 } // namespace korvane
