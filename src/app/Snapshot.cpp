@@ -1,6 +1,7 @@
 #include "app/Snapshot.h"
 
 #include "app/ContentView.h"
+#include "pairing/QrImage.h"
 #include "state/PhoneTransfer.h"
 
 #include <QImage>

@@ -6,7 +6,7 @@
 #include "cli/TransferOutput.h"
 #include "contacts/ContactNames.h"
 #include "export/Exporter.h"
-#include "pairing/QR.h"
+#include "pairing/LocalAddress.h"
 #include "pairing/QrCode.h"
 #include "process/Interruption.h"
 #include "server/SyncServer.h"

@@ -2,7 +2,7 @@
 
 #include "contacts/ContactNames.h"
 #include "messages/MessagesDB.h"
-#include "pairing/QR.h"
+#include "pairing/LocalAddress.h"
 #include "server/SyncServer.h"
 
 #include <QTime>

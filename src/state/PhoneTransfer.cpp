@@ -1,7 +1,7 @@
 #include "state/PhoneTransfer.h"
 
 #include "export/Exporter.h"
-#include "pairing/QR.h"
+#include "pairing/QrImage.h"
 #include "server/SyncServer.h"
 #include "server/Transfer.h"
 

@@ -1,6 +1,6 @@
 #include "app/Desktop.h"
 
-#include "pairing/QR.h"
+#include "pairing/LocalAddress.h"
 #include "pairing/TransferLink.h"
 #include "sample/SampleDatabase.h"
 #include "server/Client.h"

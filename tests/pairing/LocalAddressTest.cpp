@@ -1,4 +1,4 @@
-#include "pairing/QR.h"
+#include "pairing/LocalAddress.h"
 
 #include "support/Printing.h"
 

@@ -1,6 +1,6 @@
 #include "ReadBack.h"
 
-#include "pairing/QR.h"
+#include "pairing/QrImage.h"
 #include "pairing/QrCode.h"
 #include "support/Printing.h"
 

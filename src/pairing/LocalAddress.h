@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QImage>
-
 #include <optional>
 #include <span>
 #include <string>
@@ -19,8 +17,7 @@ struct InterfaceAddress {
     bool operator==(const InterfaceAddress&) const = default;
 };
 
-/// What a link for a phone needs: this machine's address, and the link as a QR code. Stateless; may
-/// be called from any thread.
+/// This machine's address for the link in a QR code. Stateless; may be called from any thread.
 namespace QR {
 
 /// The IPv4 address at which a phone on the same Wi-Fi reaches this machine, or nothing. Among the
@@ -38,12 +35,6 @@ std::vector<InterfaceAddress> systemAddresses();
 
 /// The prefixes of interface names to try on this platform, in order of preference.
 std::span<const std::string_view> interfacePrefixes();
-
-/// `text` as a QR code, black on white, `size` points wide and high, including the quiet zone. Each
-/// module has the same whole number of pixels; the remainder widens the white border.
-/// `pixelsPerPoint` is the screen's device pixel ratio. Nothing if the text is too long for a QR
-/// code, or if the size is not positive, is over 16,384 pixels, or needs too much memory.
-std::optional<QImage> image(const std::string& text, double size, double pixelsPerPoint = 1);
 
 } // namespace QR
 

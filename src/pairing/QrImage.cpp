@@ -1,4 +1,4 @@
-#include "pairing/QR.h"
+#include "pairing/QrImage.h"
 #include "pairing/QrCode.h"
 
 #include <algorithm>
