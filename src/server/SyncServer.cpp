@@ -9,56 +9,27 @@ SyncServer::SyncServer(ServerOptions options)
     : m_options(std::move(options))
     , m_state{.pairing = Pairing::load()}
 {
-    m_queue.setObjectName(QStringLiteral("KorvaneSync.server"));
-    m_wakeUp.moveToThread(&m_queue);
-    QObject::connect(
-        &m_wakeUp, &WakeUp::posted, &m_wakeUp, [this] { runTasks(); }, Qt::QueuedConnection);
+    m_thread.setObjectName(QStringLiteral("KorvaneSync.server"));
+    m_tasks.moveToThread(&m_thread);
 }
 
 SyncServer::~SyncServer()
 {
-    post([this] {
+    m_tasks.post([this] {
         m_listener.reset();
         m_pool.reset();
         endCryptoOnThread();
-        m_queue.quit();
+        m_thread.quit();
     });
-    m_queue.wait();
-    const std::lock_guard lock(m_lock);
-    m_tasks.clear();
+    m_thread.wait();
 }
 
 void SyncServer::start(std::uint16_t preferredPort)
 {
-    m_queue.start(); // only here: a window that never transfers anything needs no thread for it
-    post([this, preferredPort] { launch(preferredPort); });
-}
-
-/// Queues the task even if called on the server's thread: the caller may be a callback of the
-/// listener that the task destroys.
-void SyncServer::post(Task task)
-{
-    {
-        const std::lock_guard lock(m_lock);
-        m_tasks.push_back(std::move(task));
-    }
-    emit m_wakeUp.posted();
-}
-
-void SyncServer::runTasks()
-{
-    while (const Task task = nextTask())
-        task();
-}
-
-SyncServer::Task SyncServer::nextTask()
-{
-    const std::lock_guard lock(m_lock);
-    if (m_tasks.empty())
-        return {};
-    Task task = std::move(m_tasks.front());
-    m_tasks.pop_front();
-    return task;
+    m_thread.start(); // only here: a window that never transfers anything needs no thread for it
+    // Queued even on the server's thread: the caller may be a callback of the listener that
+    // launch() destroys.
+    m_tasks.post([this, preferredPort] { launch(preferredPort); });
 }
 
 void SyncServer::launch(std::uint16_t port)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "process/TaskQueue.h"
 #include "server/ConnectionPool.h"
 #include "server/ServerLimits.h"
 #include "server/ServerState.h"
@@ -8,7 +9,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -20,14 +20,6 @@
 namespace korvane {
 
 class Listener;
-
-/// Wakes the server's thread: lives there, so that queued connections to posted() run there.
-class WakeUp : public QObject {
-    Q_OBJECT
-
-signals:
-    void posted();
-};
 
 /// A step in sending one ticket's file to one peer. A plain value.
 struct TransferEvent {
@@ -87,11 +79,6 @@ public:
     ServerState state() const;
 
 private:
-    using Task = std::function<void()>;
-
-    void post(Task task);
-    void runTasks();
-    Task nextTask();
     void launch(std::uint16_t port);
     bool listen(std::uint16_t port);
     Answer respond(std::string_view head) const;
@@ -101,14 +88,13 @@ private:
 
     mutable std::mutex m_lock;
     ServerState m_state; ///< guarded by `m_lock`
-    std::deque<Task> m_tasks; ///< to run on the server's thread, in order; guarded by `m_lock`
 
     // Used on the server's thread only, and destroyed before it ends.
     std::unique_ptr<ConnectionPool> m_pool;
     std::unique_ptr<Listener> m_listener;
 
-    QThread m_queue;
-    WakeUp m_wakeUp; ///< lives on the server's thread
+    QThread m_thread;
+    TaskQueue m_tasks; ///< lives on the server's thread
 };
 
 } // namespace korvane

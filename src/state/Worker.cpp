@@ -1,23 +1,32 @@
 #include "state/Worker.h"
 
+#include <utility>
+
 namespace korvane {
 
 Worker::Worker()
 {
-    connect(this, &Worker::jobDone, this, &Worker::deliver, Qt::QueuedConnection);
-    m_thread = std::thread([this] { work(); });
+    m_thread.setObjectName(QStringLiteral("KorvaneSync.worker"));
+    m_jobs.moveToThread(&m_thread);
+    m_thread.start();
 }
 
 Worker::~Worker()
 {
     stop();
-    m_thread.join();
+    m_thread.quit();
+    m_thread.wait();
+}
+
+void Worker::run(Job job)
+{
+    m_jobs.post([this, job = std::move(job)] { perform(job); });
 }
 
 void Worker::waitForJob()
 {
     std::unique_lock lock(m_lock);
-    m_changed.wait(lock, [this] { return !m_working; });
+    m_idle.wait(lock, [this] { return !m_working; });
 }
 
 void Worker::stop()
@@ -26,55 +35,23 @@ void Worker::stop()
         const std::lock_guard lock(m_lock);
         m_ending = true;
     }
-    m_changed.notify_all();
     waitForJob();
 }
 
-void Worker::run(Job job)
+void Worker::perform(const Job& job)
 {
     {
         const std::lock_guard lock(m_lock);
-        m_jobs.push_back(std::move(job));
+        if (m_ending)
+            return;
+        m_working = true;
     }
-    m_changed.notify_all();
-}
-
-void Worker::work()
-{
-    while (const Job job = nextJob()) {
-        Delivery delivery = job();
-        {
-            const std::lock_guard lock(m_lock);
-            m_deliveries.push_back(std::move(delivery));
-            m_working = false;
-        }
-        m_changed.notify_all();
-        emit jobDone();
-    }
-}
-
-/// Blocks until there is a job. Returns an empty function once stop() was called.
-Worker::Job Worker::nextJob()
-{
-    std::unique_lock lock(m_lock);
-    m_changed.wait(lock, [this] { return m_ending || !m_jobs.empty(); });
-    if (m_ending)
-        return {};
-    Job job = std::move(m_jobs.front());
-    m_jobs.pop_front();
-    m_working = true;
-    return job;
-}
-
-void Worker::deliver()
-{
-    Delivery delivery;
+    m_deliveries.post(job());
     {
         const std::lock_guard lock(m_lock);
-        delivery = std::move(m_deliveries.front());
-        m_deliveries.pop_front();
+        m_working = false;
     }
-    delivery();
+    m_idle.notify_all();
 }
 
 } // namespace korvane

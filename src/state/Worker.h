@@ -1,30 +1,30 @@
 #pragma once
 
-#include <QObject>
+#include "process/TaskQueue.h"
+
+#include <QThread>
 
 #include <condition_variable>
-#include <deque>
 #include <functional>
 #include <mutex>
-#include <thread>
 
 namespace korvane {
 
 /// Runs jobs one at a time, in order, on its own thread. The object lives on its owner's thread,
 /// whose event loop delivers the results. The destructor waits for the running job, and drops
 /// queued jobs and undelivered results.
-class Worker : public QObject {
-    Q_OBJECT
-
+class Worker {
 public:
     /// Handles a job's result. Runs on the owner's thread.
-    using Delivery = std::function<void()>;
+    using Delivery = TaskQueue::Task;
 
     /// Runs on the worker thread. Must own all data that it uses, and must not throw.
     using Job = std::function<Delivery()>;
 
     Worker();
-    ~Worker() override;
+    ~Worker();
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
 
     /// Queues a job. It never runs if stop() is called before its turn.
     void run(Job job);
@@ -36,22 +36,16 @@ public:
     /// Like waitForJob(), and no further job starts.
     void stop();
 
-signals:
-    /// Emitted on the worker's thread; deliver() runs on the owner's by a queued connection.
-    void jobDone();
-
 private:
-    void work();
-    Job nextJob();
-    void deliver();
+    void perform(const Job& job);
 
     std::mutex m_lock;
-    std::condition_variable m_changed;
-    std::deque<Job> m_jobs; ///< guarded by `m_lock`
-    std::deque<Delivery> m_deliveries; ///< guarded by `m_lock`
+    std::condition_variable m_idle;
     bool m_working = false; ///< a job is running; guarded by `m_lock`
     bool m_ending = false; ///< stop() was called; guarded by `m_lock`
-    std::thread m_thread; ///< started in the constructor, joined in the destructor
+    TaskQueue m_deliveries; ///< lives on the owner's thread
+    QThread m_thread;
+    TaskQueue m_jobs; ///< lives on `m_thread`
 };
 
 } // namespace korvane
