@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 namespace korvane {
@@ -42,31 +43,41 @@ bool bindAndListen(const Descriptor& socket, const addrinfo& address)
         && ::listen(socket.get(), backlog) == 0;
 }
 
-/// If the result is empty, `errno` says why.
-Descriptor listeningSocket(const std::string& host, std::uint16_t port)
+struct Opened {
+    Descriptor socket; ///< empty if there is an error
+    std::error_code error;
+};
+
+Opened failed()
+{
+    return {Descriptor(), std::error_code(errno, std::generic_category())};
+}
+
+Opened listeningSocket(const std::string& host, std::uint16_t port)
 {
     const Addresses address = numericAddress(host, port);
-    if (!address) {
-        errno = EADDRNOTAVAIL;
-        return Descriptor();
-    }
+    if (!address)
+        return {Descriptor(), std::make_error_code(std::errc::address_not_available)};
     Descriptor socket(::socket(address->ai_family, address->ai_socktype, address->ai_protocol));
     if (!socket)
-        return Descriptor();
+        return failed();
     ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
     ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
     set(socket, SOL_SOCKET, SO_REUSEADDR, 1); // old connections in TIME_WAIT do not block the port
     if (address->ai_family == AF_INET6)
         set(socket, IPPROTO_IPV6, IPV6_V6ONLY, 0);
-    return bindAndListen(socket, *address) ? std::move(socket) : Descriptor();
+    if (!bindAndListen(socket, *address))
+        return failed();
+    return {std::move(socket), {}};
 }
 
 /// A dual-stack socket. If that fails, as on a system without IPv6, a socket for IPv4 only, unless
 /// the port is in use.
-Descriptor socketForAll(std::uint16_t port)
+Opened socketForAll(std::uint16_t port)
 {
-    Descriptor both = listeningSocket("::", port);
-    return both || errno == EADDRINUSE ? std::move(both) : listeningSocket("0.0.0.0", port);
+    Opened both = listeningSocket("::", port);
+    const bool isFinal = !both.error || both.error == std::errc::address_in_use;
+    return isFinal ? std::move(both) : listeningSocket("0.0.0.0", port);
 }
 
 /// True if accept() can be called again at once: it was interrupted, or only the one connection
@@ -91,11 +102,11 @@ bool isNoneWaiting(int code)
 std::unique_ptr<Listener> Listener::on(
     const std::string& address, std::uint16_t port, Accept accept, FreeDescriptors free)
 {
-    Descriptor socket = address.empty() ? socketForAll(port) : listeningSocket(address, port);
-    if (!socket)
+    Opened opened = address.empty() ? socketForAll(port) : listeningSocket(address, port);
+    if (opened.error)
         return nullptr;
     return std::unique_ptr<Listener>(
-        new Listener(std::move(socket), std::move(accept), std::move(free)));
+        new Listener(std::move(opened.socket), std::move(accept), std::move(free)));
 }
 
 Listener::Listener(Descriptor socket, Accept accept, FreeDescriptors free)
