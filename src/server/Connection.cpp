@@ -1,7 +1,5 @@
 #include "server/Connection.h"
 
-#include "server/SocketPlatform.h"
-
 #include <algorithm>
 #include <array>
 
@@ -125,7 +123,7 @@ void Connection::drain()
     std::array<char, readSize> ignored;
     const auto [status, count] = m_socket.read(ignored);
     if (status == Socket::Status::Failed) // reset, perhaps after the peer received everything
-        finish(SocketPlatform::hadAllAtReset(m_socket.descriptor(), m_answerSize));
+        finish(m_socket.hadAllAtReset(m_answerSize));
     else if (status == Socket::Status::Ended && (isOver() || m_kind == Answer::Kind::Refusal))
         close(); // the kernel sends the rest of a refusal; no need to wait for it
     else if (status == Socket::Status::Ended)
@@ -197,8 +195,7 @@ void Connection::close()
 
 bool Connection::isDelivered() const
 {
-    return hasTakenAll()
-        || (isOver() && SocketPlatform::hadAllAtReset(m_socket.descriptor(), m_answerSize));
+    return hasTakenAll() || (isOver() && m_socket.hadAllAtReset(m_answerSize));
 }
 
 void Connection::finish(bool delivered)

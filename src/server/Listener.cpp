@@ -1,6 +1,6 @@
 #include "server/Listener.h"
 
-#include "server/SocketPlatform.h"
+#include "server/Socket.h"
 
 #include <fcntl.h>
 #include <netdb.h>
@@ -136,7 +136,7 @@ void Listener::acceptSome()
 bool Listener::acceptOne()
 {
     sockaddr_storage peer{};
-    const int descriptor = SocketPlatform::accept(m_socket.get(), peer);
+    const int descriptor = Socket::accept(m_socket.get(), peer);
     const int error = errno;
     if (descriptor >= 0)
         m_accept(descriptor, peer);

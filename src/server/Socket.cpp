@@ -1,7 +1,5 @@
 #include "server/Socket.h"
 
-#include "server/SocketPlatform.h"
-
 #include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -59,7 +57,7 @@ PeerNetwork networkOf(const sockaddr_storage& address)
 Socket::Socket(int descriptor) : m_descriptor(descriptor)
 {
     ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
-    SocketPlatform::sendWithoutSignal(descriptor);
+    sendWithoutSignal();
 }
 
 Socket::Transferred Socket::read(std::span<char> to) const
@@ -74,7 +72,7 @@ Socket::Transferred Socket::send(std::string_view first, std::string_view second
     msghdr message{};
     message.msg_iov = pieces.data();
     message.msg_iovlen = pieces.size();
-    return outcomeOf(::sendmsg(descriptor(), &message, SocketPlatform::sendFlags()));
+    return outcomeOf(::sendmsg(descriptor(), &message, sendFlags()));
 }
 
 void Socket::finishSending() const
@@ -93,11 +91,6 @@ bool Socket::isConnected() const
     sockaddr_storage address{};
     socklen_t size = sizeof address;
     return ::getpeername(descriptor(), reinterpret_cast<sockaddr*>(&address), &size) == 0;
-}
-
-std::int64_t Socket::unacknowledged() const
-{
-    return SocketPlatform::unacknowledged(descriptor());
 }
 
 std::string numericHost(const sockaddr_storage& address)

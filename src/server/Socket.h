@@ -24,10 +24,13 @@ PeerNetwork networkOf(const sockaddr_storage& address);
 /// after its request would get no answer.
 class Socket {
 public:
+    /// Accepts a connection as a close-on-exec descriptor and stores the peer's address. Negative,
+    /// with `errno` set, on failure. The address must be read here: getpeername() fails once the
+    /// peer has reset the connection.
+    static int accept(int listening, sockaddr_storage& peer);
+
     /// Takes ownership of the descriptor of a connected stream socket.
     explicit Socket(int descriptor);
-
-    int descriptor() const { return m_descriptor.get(); }
 
     /// The outcome of read() or send(). NotNow: try again once the socket is ready.
     enum class Status { Done, NotNow, Ended, Failed };
@@ -57,11 +60,26 @@ public:
     /// tell: if the peer sent a FIN before its reset, read() reports the end of the input only.
     bool isConnected() const;
 
-    /// Bytes that were sent and that the peer has not acknowledged yet. On Linux, an unacknowledged
-    /// FIN counts as one.
+    /// Bytes that were sent and that the peer has not acknowledged yet: those in the kernel's send
+    /// queue. On Linux, an unacknowledged FIN counts as one.
     std::int64_t unacknowledged() const;
 
+    /// Guesses whether a peer that has reset the connection had received the whole answer of `size`
+    /// bytes. The kernel ignores the acknowledgement in the reset itself, and a receiver may delay
+    /// that of its last two segments (RFC 9293, section 3.8.6.3). So the last two segments count as
+    /// received if everything before them, and at least one byte, was acknowledged. Always false on
+    /// macOS, which empties its send queue on a reset.
+    bool hadAllAtReset(std::int64_t size) const;
+
 private:
+    /// Sending to a peer that is gone must fail with EPIPE instead of raising SIGPIPE, which would
+    /// kill the process. macOS has a socket option for that, which sendWithoutSignal() sets. Linux
+    /// has a flag for each call, which sendFlags() returns.
+    void sendWithoutSignal() const;
+    static int sendFlags();
+
+    int descriptor() const { return m_descriptor.get(); }
+
     Descriptor m_descriptor;
 };
 
