@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/Routes.h"
-#include "server/ServerLimits.h"
+#include "server/ServerOptions.h"
 #include "server/Socket.h"
 
 #include <QObject>

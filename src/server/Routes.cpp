@@ -1,7 +1,8 @@
 #include "server/Routes.h"
 
+#include "export/Manifest.h"
 #include "pairing/TransferLink.h"
-#include "server/RequestTarget.h"
+#include "server/ServerState.h"
 #include "storage/FileReader.h"
 #include "text/Json.h"
 
@@ -24,15 +25,6 @@ bool isAuthorized(const HttpRequest& request, const Pairing& pairing)
     const auto header = request.headers.find("authorization");
     return header != request.headers.end()
         && isSameSecret(header->second, "Bearer " + pairing.token);
-}
-
-/// The first export file on offer that satisfies `wanted`.
-template <typename Condition>
-std::optional<ManifestItem> itemWhere(const ServerState& state, Condition wanted)
-{
-    const auto items = Exporter::manifest(state.folder, state.guids);
-    const auto item = std::find_if(items.begin(), items.end(), wanted);
-    return item == items.end() ? std::nullopt : std::optional(*item);
 }
 
 Answer manifest(const HttpRequest& request, const ServerState& state)
@@ -78,8 +70,7 @@ Answer fileFrom(const HttpRequest& request, const ServerState& state, const Mani
 Answer file(const HttpRequest& request, const RequestTarget& target, const ServerState& state)
 {
     const auto name = percentDecoded(std::string_view(target.path).substr(filesPath.size()));
-    const auto item = itemWhere(
-        state, [&](const ManifestItem& each) { return each.file == name.value_or(""); });
+    const auto item = state.fileOnOffer(name.value_or(""));
     if (!item)
         return {HttpResponse::notFound()};
     const std::int64_t offset = decimal(target.parameter("offset").value_or("0")).value_or(0);
@@ -105,7 +96,7 @@ std::optional<Envelope> contentsOf(const std::filesystem::path& path)
 Answer transferOf(
     const HttpRequest& request, const ServerState& state, const TransferTicket& ticket)
 {
-    const auto item = transferItem(state, ticket.fileName);
+    const auto item = state.fileForTicket(ticket.fileName);
     if (!item)
         return {HttpResponse::notFound()};
     auto contents = contentsOf(pathOf(*item, state));
@@ -148,13 +139,6 @@ Answer answer(
     if (target.path.starts_with(filesPath))
         return file(*request, target, state);
     return {HttpResponse::notFound()};
-}
-
-std::optional<ManifestItem> transferItem(const ServerState& state, const std::string& fileName)
-{
-    return itemWhere(state, [&](const ManifestItem& item) {
-        return item.file == fileName && item.size <= TransferTicket::largestFile;
-    });
 }
 
 } // namespace korvane

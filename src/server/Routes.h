@@ -1,15 +1,14 @@
 #pragma once
 
-#include "export/Manifest.h"
-#include "server/HttpRequest.h"
-#include "server/HttpResponse.h"
-#include "server/ServerState.h"
+#include "server/Http.h"
 
+#include <chrono>
 #include <cstdint>
-#include <optional>
-#include <string>
+#include <string_view>
 
 namespace korvane {
+
+struct ServerState;
 
 /// The largest piece of a file in one answer to the paired phone, in bytes.
 inline constexpr std::int64_t maxChunk = 4'194'304;
@@ -34,9 +33,6 @@ struct Answer {
 /// All but the first require the pairing's token. Without it, every other path gets a 401, whether
 /// it exists or not.
 Answer answer(
-    std::string_view head, const ServerState& state, TransferTicket::Clock::time_point now);
-
-/// The export file `fileName`, if the state offers it and it is not too large for a ticket.
-std::optional<ManifestItem> transferItem(const ServerState& state, const std::string& fileName);
+    std::string_view head, const ServerState& state, std::chrono::system_clock::time_point now);
 
 } // namespace korvane

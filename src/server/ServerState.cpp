@@ -1,14 +1,30 @@
 #include "server/ServerState.h"
 
-#include "server/Routes.h"
+#include "export/Manifest.h"
 #include "text/Base64Url.h"
 
+#include <algorithm>
+
 namespace korvane {
+
+std::optional<ManifestItem> ServerState::fileOnOffer(const std::string& fileName) const
+{
+    const auto items = Exporter::manifest(folder, guids);
+    const auto item = std::find_if(items.begin(), items.end(),
+        [&](const ManifestItem& each) { return each.file == fileName; });
+    return item == items.end() ? std::nullopt : std::optional(*item);
+}
+
+std::optional<ManifestItem> ServerState::fileForTicket(const std::string& fileName) const
+{
+    auto item = fileOnOffer(fileName);
+    return item && item->size <= TransferTicket::largestFile ? std::move(item) : std::nullopt;
+}
 
 std::optional<IssuedTransfer> ServerState::issueTransfer(
     const std::string& fileName, TransferTicket::Clock::time_point now)
 {
-    if (guids.size() != 1 || !transferItem(*this, fileName))
+    if (guids.size() != 1 || !fileForTicket(fileName))
         return std::nullopt;
     std::erase_if(
         transferTickets, [now](const auto& entry) { return entry.second.expiresAt <= now; });

@@ -12,6 +12,8 @@
 
 namespace korvane {
 
+struct ManifestItem;
+
 /// Permission to fetch one file for a limited time without being paired. A plain value.
 struct TransferTicket {
     using Clock = std::chrono::system_clock;
@@ -43,6 +45,12 @@ struct ServerState {
     std::map<std::string, TransferTicket> transferTickets; ///< by ticket
 
     bool operator==(const ServerState&) const = default;
+
+    /// The export file `fileName`, if its chat is on offer. Reads the export folder.
+    std::optional<ManifestItem> fileOnOffer(const std::string& fileName) const;
+
+    /// The same, unless the file is larger than TransferTicket::largestFile.
+    std::optional<ManifestItem> fileForTicket(const std::string& fileName) const;
 
     /// Makes a ticket for the export file `fileName`, valid for TransferTicket::lifetime from `now`
     /// on, and drops expired ones. Nothing unless exactly one chat may be fetched and the file is

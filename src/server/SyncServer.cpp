@@ -1,6 +1,7 @@
 #include "server/SyncServer.h"
 
 #include "pairing/Crypto.h"
+#include "server/ConnectionPool.h"
 #include "server/Listener.h"
 
 namespace korvane {

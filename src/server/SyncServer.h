@@ -1,8 +1,7 @@
 #pragma once
 
 #include "process/TaskQueue.h"
-#include "server/ConnectionPool.h"
-#include "server/ServerLimits.h"
+#include "server/ServerOptions.h"
 #include "server/ServerState.h"
 
 #include <QThread>
@@ -19,7 +18,9 @@
 
 namespace korvane {
 
+class ConnectionPool;
 class Listener;
+struct Answer;
 
 /// A step in sending one ticket's file to one peer. A plain value.
 struct TransferEvent {
@@ -29,13 +30,6 @@ struct TransferEvent {
     std::string peer; ///< the peer's numeric address
 
     bool operator==(const TransferEvent&) const = default;
-};
-
-/// Settings that only tests change.
-struct ServerOptions {
-    std::function<TransferTicket::Clock::time_point()> now = TransferTicket::Clock::now;
-    ServerLimits limits;
-    std::string address; ///< numeric address to listen on; empty for all addresses
 };
 
 /// The local HTTP server from which phones fetch exported chats. Its functions may be called from

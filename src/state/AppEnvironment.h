@@ -3,7 +3,7 @@
 #include "contacts/ContactNames.h"
 #include "messages/MessagesDB.h"
 #include "pairing/LocalAddress.h"
-#include "server/SyncServer.h"
+#include "server/ServerOptions.h"
 
 #include <QTime>
 #include <QUrl>

@@ -1,5 +1,5 @@
 #include "export/ExportState.h"
-#include "server/RequestTarget.h"
+#include "server/Http.h"
 #include "server/Routes.h"
 #include "text/Utf8.h"
 

@@ -1,5 +1,6 @@
 #include "server/Listener.h"
 #include "server/RunningServer.h"
+#include "server/Socket.h"
 
 #include "support/Printing.h"
 

@@ -1,4 +1,4 @@
-#include "server/HttpRequest.h"
+#include "server/Http.h"
 
 #include "support/Printing.h"
 

@@ -1,4 +1,4 @@
-#include "server/HttpResponse.h"
+#include "server/Http.h"
 
 #include "support/Printing.h"
 

@@ -1,4 +1,4 @@
-#include "server/RequestTarget.h"
+#include "server/Http.h"
 
 #include "support/Printing.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "export/ExportSetup.h"
+#include "server/ServerState.h"
 #include "state/AppEnvironment.h"
 #include "state/AppState.h"
 #include "state/Contacts.h"

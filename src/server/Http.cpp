@@ -1,4 +1,4 @@
-#include "server/RequestTarget.h"
+#include "server/Http.h"
 
 #include "text/Ascii.h"
 #include "text/Utf8.h"
@@ -9,6 +9,34 @@
 namespace korvane {
 
 namespace {
+
+constexpr std::string_view lineEnd = "\r\n";
+
+/// Removes the text up to and including the next `separator` from `rest`. Returns it without the
+/// separator.
+std::string_view takeUntil(std::string_view separator, std::string_view& rest)
+{
+    const std::size_t end = rest.find(separator);
+    const std::string_view taken = rest.substr(0, end);
+    rest.remove_prefix(end == rest.npos ? rest.size() : end + separator.size());
+    return taken;
+}
+
+/// Removes and returns the next word of `rest`, which is separated by spaces; empty at the end.
+std::string_view takeWord(std::string_view& rest)
+{
+    std::string_view word;
+    while (word.empty() && !rest.empty())
+        word = takeUntil(" ", rest);
+    return word;
+}
+
+void addHeader(std::string_view line, std::map<std::string, std::string>& headers)
+{
+    const std::size_t colon = line.find(':');
+    if (colon != line.npos)
+        headers[lowered(line.substr(0, colon))] = trimmed(line.substr(colon + 1), " \t");
+}
 
 constexpr std::size_t escapeSize = 3; // "%2F"
 
@@ -90,6 +118,21 @@ struct Pieces {
 
 } // namespace
 
+std::optional<HttpRequest> HttpRequest::fromHead(std::string_view head)
+{
+    const std::string text = repairedUtf8(head);
+    std::string_view lines = text;
+    std::string_view requestLine = takeUntil(lineEnd, lines);
+    const std::string_view method = takeWord(requestLine);
+    const std::string_view target = takeWord(requestLine);
+    if (method != "GET" || target.empty())
+        return std::nullopt;
+    HttpRequest request{.target = std::string(target)};
+    while (!lines.empty())
+        addHeader(takeUntil(lineEnd, lines), request.headers);
+    return request;
+}
+
 RequestTarget RequestTarget::fromText(std::string_view target)
 {
     const Pieces pieces(target);
@@ -136,6 +179,56 @@ std::optional<std::int64_t> decimal(std::string_view text)
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);
     return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+std::string HttpResponse::head() const
+{
+    std::string text = "HTTP/1.1 " + std::to_string(status) + ' ' + reason + "\r\nContent-Length: "
+        + std::to_string(body.size()) + "\r\nConnection: close\r\nCache-Control: no-store\r\n";
+    for (const auto& [name, value] : headers)
+        text.append(name).append(": ").append(value).append("\r\n");
+    return text + "\r\n";
+}
+
+HttpResponse HttpResponse::ok(
+    std::vector<std::pair<std::string, std::string>> headers, QByteArray body)
+{
+    return {200, "OK", std::move(headers), std::move(body)};
+}
+
+HttpResponse HttpResponse::unauthorized()
+{
+    return {401, "Unauthorized", {}, {}};
+}
+
+HttpResponse HttpResponse::notFound()
+{
+    return {404, "Not Found", {}, {}};
+}
+
+HttpResponse HttpResponse::methodNotAllowed()
+{
+    return {405, "Method Not Allowed", {}, {}};
+}
+
+HttpResponse HttpResponse::transferExpired()
+{
+    return {410, "Transfer Expired", {}, {}};
+}
+
+HttpResponse HttpResponse::rangeNotSatisfiable()
+{
+    return {416, "Range Not Satisfiable", {}, {}};
+}
+
+HttpResponse HttpResponse::serverError()
+{
+    return {500, "Server Error", {}, {}};
+}
+
+HttpResponse HttpResponse::transferFailed()
+{
+    return {500, "Transfer Failed", {}, {}};
 }
 
 } // namespace korvane
