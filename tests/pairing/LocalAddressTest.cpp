@@ -36,9 +36,6 @@ InterfaceAddress other(const char* name)
 class LocalAddressTest : public QObject {
     Q_OBJECT
 
-    using Addresses = std::vector<InterfaceAddress>;
-    using Text = std::optional<std::string>;
-
 private slots:
     void addressIsThatOfTheBestInterface_data()
     {
@@ -205,6 +202,9 @@ private slots:
     }
 
 private:
+    using Addresses = std::vector<InterfaceAddress>;
+    using Text = std::optional<std::string>;
+
     static constexpr std::array<std::string_view, 1> macPrefixes{"en"};
     static constexpr std::array<std::string_view, 3> linuxPrefixes{"en", "wl", "eth"};
 

@@ -1,7 +1,7 @@
 #include "ReadBack.h"
 
-#include "pairing/QrImage.h"
 #include "pairing/QrCode.h"
+#include "pairing/QrImage.h"
 #include "support/Printing.h"
 
 #include <cmath>
@@ -12,8 +12,6 @@ using namespace korvane;
 /// The image of a QR code: decoded by another program, and compared pixel by pixel.
 class QrImageTest : public QObject {
     Q_OBJECT
-
-    using Text = std::optional<std::string>;
 
 private slots:
     void everyPictureIsReadBack_data()
@@ -167,6 +165,8 @@ private slots:
     }
 
 private:
+    using Text = std::optional<std::string>;
+
     static void addRow(const char* what, const std::string& text, double size, double ratio)
     {
         QTest::addRow("%s, %g points, %g pixels a point", what, size, ratio)

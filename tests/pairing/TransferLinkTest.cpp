@@ -8,8 +8,6 @@ using namespace korvane;
 class TransferLinkTest : public QObject {
     Q_OBJECT
 
-    using Link = std::optional<TransferLink>;
-
 private slots:
     void textIsExactlyThis()
     {
@@ -178,6 +176,8 @@ private slots:
     }
 
 private:
+    using Link = std::optional<TransferLink>;
+
     inline static const std::string hostItem = "host=192.168.1.20";
     inline static const std::string portItem = "port=49152";
     inline static const std::string ticketItem

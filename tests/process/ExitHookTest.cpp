@@ -12,20 +12,6 @@ using namespace korvane;
 class ExitHookTest : public QObject {
     Q_OBJECT
 
-    /// Runs the function, then exit(1), in a child process. Returns its exit code; -1 if killed.
-    template <typename Function>
-    static int codeAfter(Function run)
-    {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            run();
-            std::exit(1);
-        }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
 private slots:
     void exitCallsTheFunction()
     {
@@ -57,6 +43,21 @@ private slots:
     {
         ExitHook::run();
         QCOMPARE(codeAfter([] {}), 1);
+    }
+
+private:
+    /// Runs the function, then exit(1), in a child process. Returns its exit code; -1 if killed.
+    template <typename Function>
+    static int codeAfter(Function run)
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            run();
+            std::exit(1);
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 };
 

@@ -16,37 +16,6 @@ using namespace korvane;
 class InterruptionTest : public QObject {
     Q_OBJECT
 
-    static constexpr int cameToItsEnd = 7;
-
-    /// Runs the function in a child process and returns its status, as from waitpid().
-    static int statusAfter(const std::function<void()>& run)
-    {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-                ::signal(signal, SIG_DFL); // instead of QTest's handlers
-            run();
-            ::_exit(cameToItsEnd);
-        }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return status;
-    }
-
-    static bool isReadable(int descriptor)
-    {
-        pollfd poll{descriptor, POLLIN, 0};
-        return ::poll(&poll, 1, 0) == 1;
-    }
-
-    static void addSignals()
-    {
-        QTest::addColumn<int>("signal");
-        QTest::newRow("SIGINT") << SIGINT;
-        QTest::newRow("SIGTERM") << SIGTERM;
-        QTest::newRow("SIGHUP") << SIGHUP;
-    }
-
 private slots:
     void firstSignalAsksForTheEnd_data() { addSignals(); }
     void firstSignalAsksForTheEnd()
@@ -131,6 +100,38 @@ private slots:
         const Interruption interruption;
         QVERIFY(!interruption.requested());
         QVERIFY(!isReadable(interruption.descriptor()));
+    }
+
+private:
+    static constexpr int cameToItsEnd = 7;
+
+    /// Runs the function in a child process and returns its status, as from waitpid().
+    static int statusAfter(const std::function<void()>& run)
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+                ::signal(signal, SIG_DFL); // instead of QTest's handlers
+            run();
+            ::_exit(cameToItsEnd);
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return status;
+    }
+
+    static bool isReadable(int descriptor)
+    {
+        pollfd poll{descriptor, POLLIN, 0};
+        return ::poll(&poll, 1, 0) == 1;
+    }
+
+    static void addSignals()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGTERM") << SIGTERM;
+        QTest::newRow("SIGHUP") << SIGHUP;
     }
 };
 

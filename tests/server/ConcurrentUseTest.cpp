@@ -16,6 +16,76 @@ namespace fs = std::filesystem;
 class ConcurrentUseTest : public QObject {
     Q_OBJECT
 
+private slots:
+    void ticketsOffersAndFetchesAtOnce()
+    {
+        World world;
+        Tally tally;
+        std::vector<std::thread> threads;
+        for (int client = 0; client < clients; ++client) {
+            threads.emplace_back([&world, &tally, client] {
+                for (int i = 0; i < fetches; ++i)
+                    fetchOne(world, world.tickets.at(client + i), tally);
+                --tally.running;
+            });
+        }
+        threads.emplace_back([&] {
+            while (tally.running > 0)
+                world.issue(); // fails while nothing is on offer
+        });
+
+        SyncServer& server = world.running.server();
+        int strange = 0;
+        while (tally.running > 0) {
+            world.offer(world.other());
+            strange += world.issue() ? 0 : 1;
+            server.offer({}, world.other());
+            strange += world.issue() ? 1 : 0;
+            server.offer({ExportSetup::guid(1), ExportSetup::guid(2)}, world.chat.setup.folder());
+            strange += world.issue() ? 1 : 0;
+            world.offer(world.chat.setup.folder());
+            strange += world.issue() ? 0 : 1;
+            strange += server.state().guids.size() == 1 ? 0 : 1;
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        QCOMPARE(strange, 0);
+        QCOMPARE(tally.wrong.load(), 0);
+        QCOMPARE(tally.whole + tally.refused, clients * fetches);
+        QVERIFY(tally.whole > 0);
+    }
+
+    void startsAndFetchesAtOnce()
+    {
+        World world;
+        std::mutex lock;
+        std::vector<std::uint16_t> ports;
+        SyncServer server(ServerOptions{.address = "127.0.0.1"});
+        server.onReady = [&](std::uint16_t port) {
+            const std::lock_guard guard(lock);
+            ports.push_back(port);
+        };
+        constexpr int starts = 50;
+        std::vector<std::thread> threads;
+        for (int client = 0; client < clients; ++client) {
+            threads.emplace_back([&] {
+                for (int i = 0; i < starts / clients + 1; ++i) {
+                    server.start(0);
+                    server.offer({ExportSetup::guid(1)}, world.other());
+                }
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        const auto reports = [&] {
+            const std::lock_guard guard(lock);
+            return ports.size();
+        };
+        QTRY_COMPARE(reports(), static_cast<std::size_t>(clients * (starts / clients + 1)));
+        QCOMPARE(get(ports.back(), "/").status, 401);
+    }
+
+private:
     static constexpr int clients = 8;
     static constexpr int fetches = 40; ///< per client
     static constexpr int ticketsKept = 16;
@@ -97,75 +167,6 @@ class ConcurrentUseTest : public QObject {
         const auto opened = SealedByOthers::open(ticket.key, response.body, ticket.target);
         const std::string text = opened ? opened->toStdString() : "";
         ++(text == world.text || text == world.otherText ? tally.whole : tally.wrong);
-    }
-
-private slots:
-    void ticketsOffersAndFetchesAtOnce()
-    {
-        World world;
-        Tally tally;
-        std::vector<std::thread> threads;
-        for (int client = 0; client < clients; ++client) {
-            threads.emplace_back([&world, &tally, client] {
-                for (int i = 0; i < fetches; ++i)
-                    fetchOne(world, world.tickets.at(client + i), tally);
-                --tally.running;
-            });
-        }
-        threads.emplace_back([&] {
-            while (tally.running > 0)
-                world.issue(); // fails while nothing is on offer
-        });
-
-        SyncServer& server = world.running.server();
-        int strange = 0;
-        while (tally.running > 0) {
-            world.offer(world.other());
-            strange += world.issue() ? 0 : 1;
-            server.offer({}, world.other());
-            strange += world.issue() ? 1 : 0;
-            server.offer({ExportSetup::guid(1), ExportSetup::guid(2)}, world.chat.setup.folder());
-            strange += world.issue() ? 1 : 0;
-            world.offer(world.chat.setup.folder());
-            strange += world.issue() ? 0 : 1;
-            strange += server.state().guids.size() == 1 ? 0 : 1;
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-        QCOMPARE(strange, 0);
-        QCOMPARE(tally.wrong.load(), 0);
-        QCOMPARE(tally.whole + tally.refused, clients * fetches);
-        QVERIFY(tally.whole > 0);
-    }
-
-    void startsAndFetchesAtOnce()
-    {
-        World world;
-        std::mutex lock;
-        std::vector<std::uint16_t> ports;
-        SyncServer server(ServerOptions{.address = "127.0.0.1"});
-        server.onReady = [&](std::uint16_t port) {
-            const std::lock_guard guard(lock);
-            ports.push_back(port);
-        };
-        constexpr int starts = 50;
-        std::vector<std::thread> threads;
-        for (int client = 0; client < clients; ++client) {
-            threads.emplace_back([&] {
-                for (int i = 0; i < starts / clients + 1; ++i) {
-                    server.start(0);
-                    server.offer({ExportSetup::guid(1)}, world.other());
-                }
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-        const auto reports = [&] {
-            const std::lock_guard guard(lock);
-            return ports.size();
-        };
-        QTRY_COMPARE(reports(), static_cast<std::size_t>(clients * (starts / clients + 1)));
-        QCOMPARE(get(ports.back(), "/").status, 401);
     }
 };
 

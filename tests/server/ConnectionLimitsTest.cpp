@@ -14,43 +14,6 @@ using namespace std::chrono_literals;
 class ConnectionLimitsTest : public QObject {
     Q_OBJECT
 
-    using Clock = std::chrono::steady_clock;
-
-    static constexpr auto soon = 300ms; ///< a timeout short enough for a test
-    static constexpr auto late = 3s; ///< upper bound for what must happen
-
-    static constexpr qsizetype large
-        = qsizetype{32} * 1024 * 1024; ///< more than the socket buffers hold
-
-    static bool isAnswered(const Client& client)
-    {
-        client.send("GET / HTTP/1.1\r\n\r\n");
-        return taken(client.readAll().value_or(QByteArray())).status == 401;
-    }
-
-    /// Opens connections, in this order, that send nothing.
-    static std::vector<Client> silent(std::uint16_t port, std::size_t count)
-    {
-        std::vector<Client> clients;
-        for (std::size_t i = 0; i < count; ++i)
-            clients.emplace_back(port);
-        return clients;
-    }
-
-    static std::ptrdiff_t openDescriptors()
-    {
-        namespace fs = std::filesystem;
-        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    }
-
-    static std::size_t closedAmong(const std::vector<Client>& clients)
-    {
-        std::size_t count = 0;
-        for (const Client& client : clients)
-            count += client.isClosedWithin(20ms) ? 1 : 0;
-        return count;
-    }
-
 private slots:
     void theLimitsAreThese()
     {
@@ -244,6 +207,44 @@ private slots:
         QVERIFY(fetching.readAll().value_or(QByteArray()).size() > large - 1000);
         QVERIFY(alsoFetching.readAll().value_or(QByteArray()).size() > large - 1000);
         QVERIFY(isAnswered(Client(running.port())));
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    static constexpr auto soon = 300ms; ///< a timeout short enough for a test
+    static constexpr auto late = 3s; ///< upper bound for what must happen
+
+    static constexpr qsizetype large
+        = qsizetype{32} * 1024 * 1024; ///< more than the socket buffers hold
+
+    static bool isAnswered(const Client& client)
+    {
+        client.send("GET / HTTP/1.1\r\n\r\n");
+        return taken(client.readAll().value_or(QByteArray())).status == 401;
+    }
+
+    /// Opens connections, in this order, that send nothing.
+    static std::vector<Client> silent(std::uint16_t port, std::size_t count)
+    {
+        std::vector<Client> clients;
+        for (std::size_t i = 0; i < count; ++i)
+            clients.emplace_back(port);
+        return clients;
+    }
+
+    static std::ptrdiff_t openDescriptors()
+    {
+        namespace fs = std::filesystem;
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    }
+
+    static std::size_t closedAmong(const std::vector<Client>& clients)
+    {
+        std::size_t count = 0;
+        for (const Client& client : clients)
+            count += client.isClosedWithin(20ms) ? 1 : 0;
+        return count;
     }
 };
 

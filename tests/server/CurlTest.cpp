@@ -13,46 +13,6 @@ using namespace korvane;
 class CurlTest : public QObject {
     Q_OBJECT
 
-    std::optional<ExportedChat> m_chat;
-    std::unique_ptr<RunningServer> m_running;
-
-    /// What curl printed, and its exit code.
-    struct Outcome {
-        int code = -1;
-        QByteArray output;
-    };
-
-    QString url(const QString& target) const
-    {
-        return QStringLiteral("http://127.0.0.1:%1%2").arg(m_running->port()).arg(target);
-    }
-
-    static Outcome curl(const QStringList& arguments)
-    {
-        constexpr int patience = 20'000;
-        QProcess process;
-        process.start(QStringLiteral("curl"),
-            QStringList{QStringLiteral("-sS"), QStringLiteral("--noproxy"), QStringLiteral("*"),
-                QStringLiteral("--max-time"), QStringLiteral("10")}
-                + arguments);
-        if (!process.waitForFinished(patience))
-            return {};
-        return {process.exitCode(), process.readAllStandardOutput()};
-    }
-
-    /// The options "-H" and "Authorization: …".
-    QStringList authorized() const
-    {
-        const QString line = QString::fromStdString(m_running->authorization()).trimmed();
-        return {QStringLiteral("-H"), line};
-    }
-
-    static QByteArray refusal(const QByteArray& statusAndReason)
-    {
-        return "HTTP/1.1 " + statusAndReason
-            + "\r\nContent-Length: 0\r\nConnection: close\r\nCache-Control: no-store\r\n\r\n";
-    }
-
 private slots:
     void initTestCase()
     {
@@ -177,6 +137,47 @@ private slots:
         const Outcome outcome = curl({QStringLiteral("-i"), target, target, target});
         QCOMPARE(outcome.code, 0);
         QCOMPARE(outcome.output, refusal("410 Transfer Expired").repeated(3));
+    }
+
+private:
+    std::optional<ExportedChat> m_chat;
+    std::unique_ptr<RunningServer> m_running;
+
+    /// What curl printed, and its exit code.
+    struct Outcome {
+        int code = -1;
+        QByteArray output;
+    };
+
+    QString url(const QString& target) const
+    {
+        return QStringLiteral("http://127.0.0.1:%1%2").arg(m_running->port()).arg(target);
+    }
+
+    static Outcome curl(const QStringList& arguments)
+    {
+        constexpr int patience = 20'000;
+        QProcess process;
+        process.start(QStringLiteral("curl"),
+            QStringList{QStringLiteral("-sS"), QStringLiteral("--noproxy"), QStringLiteral("*"),
+                QStringLiteral("--max-time"), QStringLiteral("10")}
+                + arguments);
+        if (!process.waitForFinished(patience))
+            return {};
+        return {process.exitCode(), process.readAllStandardOutput()};
+    }
+
+    /// The options "-H" and "Authorization: …".
+    QStringList authorized() const
+    {
+        const QString line = QString::fromStdString(m_running->authorization()).trimmed();
+        return {QStringLiteral("-H"), line};
+    }
+
+    static QByteArray refusal(const QByteArray& statusAndReason)
+    {
+        return "HTTP/1.1 " + statusAndReason
+            + "\r\nContent-Length: 0\r\nConnection: close\r\nCache-Control: no-store\r\n\r\n";
     }
 };
 

@@ -16,58 +16,6 @@ using namespace std::chrono_literals;
 class DescriptorsTest : public QObject {
     Q_OBJECT
 
-    /// The CPU time that this process has used so far, in user and kernel mode.
-    static std::chrono::microseconds processorTime()
-    {
-        rusage usage{};
-        ::getrusage(RUSAGE_SELF, &usage);
-        const auto total = [](const timeval& time) {
-            return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
-        };
-        return total(usage.ru_utime) + total(usage.ru_stime);
-    }
-
-    /// RAII: lowers or raises the soft limit RLIMIT_NOFILE and restores it at the end. New
-    /// descriptors are below the limit.
-    class SoftLimit {
-    public:
-        explicit SoftLimit(rlim_t limit)
-        {
-            ::getrlimit(RLIMIT_NOFILE, &m_before);
-            const rlimit now{std::min(limit, m_before.rlim_max), m_before.rlim_max};
-            ::setrlimit(RLIMIT_NOFILE, &now);
-        }
-        ~SoftLimit() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
-        Q_DISABLE_COPY_MOVE(SoftLimit)
-
-    private:
-        rlimit m_before{};
-    };
-
-    static constexpr int aside = 2000; ///< the lowest descriptor of socketsAside()
-    static constexpr rlim_t enough = 3000;
-
-    /// Makes sockets to be connected later. Their descriptors are above any low limit, so that only
-    /// the server needs low ones.
-    static std::vector<Descriptor> socketsAside(int count)
-    {
-        const SoftLimit high(enough);
-        std::vector<Descriptor> sockets;
-        for (int i = 0; i < count; ++i) {
-            const Descriptor low = Client::unconnected({});
-            sockets.emplace_back(::fcntl(low.get(), F_DUPFD_CLOEXEC, aside));
-        }
-        return sockets;
-    }
-
-    static std::vector<Client> connected(std::uint16_t port, std::vector<Descriptor> sockets)
-    {
-        std::vector<Client> clients;
-        for (Descriptor& socket : sockets)
-            clients.emplace_back(port, std::move(socket));
-        return clients;
-    }
-
 private slots:
     void initTestCase()
     {
@@ -166,6 +114,59 @@ private slots:
         }
         QCOMPARE(ask(running.port(), head).status, 200);
         QVERIFY(running.server().issueTransfer(file));
+    }
+
+private:
+    /// The CPU time that this process has used so far, in user and kernel mode.
+    static std::chrono::microseconds processorTime()
+    {
+        rusage usage{};
+        ::getrusage(RUSAGE_SELF, &usage);
+        const auto total = [](const timeval& time) {
+            return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+        };
+        return total(usage.ru_utime) + total(usage.ru_stime);
+    }
+
+    /// RAII: lowers or raises the soft limit RLIMIT_NOFILE and restores it at the end. New
+    /// descriptors are below the limit.
+    class SoftLimit {
+    public:
+        explicit SoftLimit(rlim_t limit)
+        {
+            ::getrlimit(RLIMIT_NOFILE, &m_before);
+            const rlimit now{std::min(limit, m_before.rlim_max), m_before.rlim_max};
+            ::setrlimit(RLIMIT_NOFILE, &now);
+        }
+        ~SoftLimit() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+        Q_DISABLE_COPY_MOVE(SoftLimit)
+
+    private:
+        rlimit m_before{};
+    };
+
+    static constexpr int aside = 2000; ///< the lowest descriptor of socketsAside()
+    static constexpr rlim_t enough = 3000;
+
+    /// Makes sockets to be connected later. Their descriptors are above any low limit, so that only
+    /// the server needs low ones.
+    static std::vector<Descriptor> socketsAside(int count)
+    {
+        const SoftLimit high(enough);
+        std::vector<Descriptor> sockets;
+        for (int i = 0; i < count; ++i) {
+            const Descriptor low = Client::unconnected({});
+            sockets.emplace_back(::fcntl(low.get(), F_DUPFD_CLOEXEC, aside));
+        }
+        return sockets;
+    }
+
+    static std::vector<Client> connected(std::uint16_t port, std::vector<Descriptor> sockets)
+    {
+        std::vector<Client> clients;
+        for (Descriptor& socket : sockets)
+            clients.emplace_back(port, std::move(socket));
+        return clients;
     }
 };
 

@@ -21,100 +21,6 @@ using namespace std::chrono_literals;
 class FloodTest : public QObject {
     Q_OBJECT
 
-    using Clock = std::chrono::steady_clock;
-    using Kinds = std::vector<TransferEvent::Kind>;
-    using Clients = std::vector<Client>;
-
-    /// What a hostile client does with one connection. If it stays open, it is moved into `open`.
-    using Attack = void (*)(Client client, Clients& open);
-
-    static constexpr const char* request = "GET / HTTP/1.1\r\n\r\n";
-    static constexpr const char* host = "127.0.0.1"; ///< the clients' usual source address
-    static constexpr const char* neighbour = "127.0.0.9";
-
-    static void closeWithoutReading(Client client, Clients& /*open*/) { client.send(request); }
-
-    static void acknowledgeNothing(Client client, Clients& open)
-    {
-        if (!client.discardIncoming())
-            throw std::runtime_error("no packet filters here");
-        client.send(request);
-        open.push_back(std::move(client));
-    }
-
-    static void sayNothing(Client client, Clients& open) { open.push_back(std::move(client)); }
-
-    static void scan(Client client, Clients& open)
-    {
-        if (open.size() % 2 == 0) // otherwise it closes with a FIN
-            client.reset();
-    }
-
-    /// Uses the attacks above in turn.
-    static void mix(Client client, Clients& open)
-    {
-        static constexpr std::array attacks{
-            closeWithoutReading, acknowledgeNothing, sayNothing, scan};
-        static std::atomic<std::size_t> turn = 0;
-        attacks.at(turn++ % attacks.size())(std::move(client), open);
-    }
-
-    static void attackData()
-    {
-        QTest::addColumn<Attack>("attack");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QByteArray>("source");
-        for (const char* source : {host, neighbour}) {
-            const QByteArray from = QByteArray(" from ") + source;
-            QTest::newRow("closes without reading" + from)
-                << Attack(closeWithoutReading) << 850 << QByteArray(source);
-            QTest::newRow("acknowledges nothing" + from)
-                << Attack(acknowledgeNothing) << 300 << QByteArray(source);
-            QTest::newRow("says nothing" + from) << Attack(sayNothing) << 300 << QByteArray(source);
-            QTest::newRow("scans ports" + from) << Attack(scan) << 850 << QByteArray(source);
-            QTest::newRow("mixed" + from) << Attack(mix) << 500 << QByteArray(source);
-        }
-    }
-
-    /// The time from a request to its answer; nullopt if the answer is not the expected one.
-    static std::optional<std::chrono::milliseconds> answerTime(std::uint16_t port)
-    {
-        const auto start = Clock::now();
-        if (get(port, "/v1/manifest").status != 401)
-            return std::nullopt;
-        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-    }
-
-    static bool isAnswered(const Client& client)
-    {
-        client.send(request);
-        return taken(client.readAll().value_or(QByteArray())).status == 401;
-    }
-
-    static Client idle(const RunningServer& running, const char* source)
-    {
-        return Client(running.port(), {.source = source});
-    }
-
-    static sockaddr_storage socketAddress(const std::string& text)
-    {
-        sockaddr_storage storage{};
-        auto& ipv6 = reinterpret_cast<sockaddr_in6&>(storage);
-        auto& ipv4 = reinterpret_cast<sockaddr_in&>(storage);
-        const bool isIPv6 = text.find(':') != text.npos;
-        storage.ss_family = isIPv6 ? AF_INET6 : AF_INET;
-        void* const numeric = isIPv6 ? static_cast<void*>(&ipv6.sin6_addr) : &ipv4.sin_addr;
-        if (::inet_pton(storage.ss_family, text.c_str(), numeric) != 1)
-            throw std::invalid_argument(text);
-        return storage;
-    }
-
-    static std::ptrdiff_t openDescriptors()
-    {
-        namespace fs = std::filesystem;
-        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    }
-
 private slots:
     void initTestCase()
     {
@@ -325,6 +231,101 @@ private slots:
         }
         QCOMPARE(accepted.size(), crowd.size());
         QVERIFY2(most <= 32, std::to_string(most).c_str());
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    using Kinds = std::vector<TransferEvent::Kind>;
+    using Clients = std::vector<Client>;
+
+    /// What a hostile client does with one connection. If it stays open, it is moved into `open`.
+    using Attack = void (*)(Client client, Clients& open);
+
+    static constexpr const char* request = "GET / HTTP/1.1\r\n\r\n";
+    static constexpr const char* host = "127.0.0.1"; ///< the clients' usual source address
+    static constexpr const char* neighbour = "127.0.0.9";
+
+    static void closeWithoutReading(Client client, Clients& /*open*/) { client.send(request); }
+
+    static void acknowledgeNothing(Client client, Clients& open)
+    {
+        if (!client.discardIncoming())
+            throw std::runtime_error("no packet filters here");
+        client.send(request);
+        open.push_back(std::move(client));
+    }
+
+    static void sayNothing(Client client, Clients& open) { open.push_back(std::move(client)); }
+
+    static void scan(Client client, Clients& open)
+    {
+        if (open.size() % 2 == 0) // otherwise it closes with a FIN
+            client.reset();
+    }
+
+    /// Uses the attacks above in turn.
+    static void mix(Client client, Clients& open)
+    {
+        static constexpr std::array attacks{
+            closeWithoutReading, acknowledgeNothing, sayNothing, scan};
+        static std::atomic<std::size_t> turn = 0;
+        attacks.at(turn++ % attacks.size())(std::move(client), open);
+    }
+
+    static void attackData()
+    {
+        QTest::addColumn<Attack>("attack");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QByteArray>("source");
+        for (const char* source : {host, neighbour}) {
+            const QByteArray from = QByteArray(" from ") + source;
+            QTest::newRow("closes without reading" + from)
+                << Attack(closeWithoutReading) << 850 << QByteArray(source);
+            QTest::newRow("acknowledges nothing" + from)
+                << Attack(acknowledgeNothing) << 300 << QByteArray(source);
+            QTest::newRow("says nothing" + from) << Attack(sayNothing) << 300 << QByteArray(source);
+            QTest::newRow("scans ports" + from) << Attack(scan) << 850 << QByteArray(source);
+            QTest::newRow("mixed" + from) << Attack(mix) << 500 << QByteArray(source);
+        }
+    }
+
+    /// The time from a request to its answer; nullopt if the answer is not the expected one.
+    static std::optional<std::chrono::milliseconds> answerTime(std::uint16_t port)
+    {
+        const auto start = Clock::now();
+        if (get(port, "/v1/manifest").status != 401)
+            return std::nullopt;
+        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+    }
+
+    static bool isAnswered(const Client& client)
+    {
+        client.send(request);
+        return taken(client.readAll().value_or(QByteArray())).status == 401;
+    }
+
+    static Client idle(const RunningServer& running, const char* source)
+    {
+        return Client(running.port(), {.source = source});
+    }
+
+    static sockaddr_storage socketAddress(const std::string& text)
+    {
+        sockaddr_storage storage{};
+        auto& ipv6 = reinterpret_cast<sockaddr_in6&>(storage);
+        auto& ipv4 = reinterpret_cast<sockaddr_in&>(storage);
+        const bool isIPv6 = text.find(':') != text.npos;
+        storage.ss_family = isIPv6 ? AF_INET6 : AF_INET;
+        void* const numeric = isIPv6 ? static_cast<void*>(&ipv6.sin6_addr) : &ipv4.sin_addr;
+        if (::inet_pton(storage.ss_family, text.c_str(), numeric) != 1)
+            throw std::invalid_argument(text);
+        return storage;
+    }
+
+    static std::ptrdiff_t openDescriptors()
+    {
+        namespace fs = std::filesystem;
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
     }
 };
 

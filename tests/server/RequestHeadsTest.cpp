@@ -14,71 +14,6 @@ using namespace korvane;
 class RequestHeadsTest : public QObject {
     Q_OBJECT
 
-    std::optional<ExportedChat> m_chat;
-    std::unique_ptr<RunningServer> m_running;
-
-    static constexpr int dropped = 0; ///< in place of a status: closed without a response
-    static constexpr std::size_t most = 16'384; ///< limit of bytes without the end of a head
-
-    /// Replaces "<token>" by the token and "<auth>" by the Authorization header line.
-    QByteArray completed(QByteArray text) const
-    {
-        text.replace(
-            "<token>", QByteArray::fromStdString(m_running->server().state().pairing.token));
-        return text.replace("<auth>", QByteArray::fromStdString(m_running->authorization()));
-    }
-
-    std::string manifestHead() const
-    {
-        return completed("GET /v1/manifest x\r\n<auth>\r\n").toStdString();
-    }
-
-    bool isManifest(const Response& response, std::string_view target = "/v1/manifest") const
-    {
-        const auto text = SealedByOthers::open(m_running->key(), response.body, target);
-        return response.status == 200 && text && text->startsWith("{\"chats\":[{");
-    }
-
-    /// Sends the pieces with pauses, so that the server reads each on its own, and returns all that
-    /// comes back.
-    QByteArray answerTo(const std::vector<std::string_view>& pieces) const
-    {
-        const Client client(m_running->port());
-        for (const std::string_view piece : pieces) {
-            client.send(piece);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return client.readAll().value_or(QByteArray());
-    }
-
-    static QByteArray refusal(const QByteArray& statusAndReason)
-    {
-        return "HTTP/1.1 " + statusAndReason
-            + "\r\nContent-Length: 0\r\nConnection: close\r\nCache-Control: no-store\r\n\r\n";
-    }
-
-    static QByteArray refusal(int status)
-    {
-        const std::map<int, QByteArray> reasons{{401, "401 Unauthorized"}, {404, "404 Not Found"},
-            {405, "405 Method Not Allowed"}, {410, "410 Transfer Expired"},
-            {416, "416 Range Not Satisfiable"}};
-        return refusal(reasons.at(status));
-    }
-
-    /// An authorized request for the manifest, padded to `size` bytes including the blank line.
-    std::string headOfSize(std::size_t size) const
-    {
-        std::string head = manifestHead();
-        head.insert(head.size() - 2, "x:\r\n");
-        head.insert(head.size() - 4, size - head.size(), 'x');
-        return head;
-    }
-
-    static void add(const char* name, const QByteArray& sent, int status)
-    {
-        QTest::newRow(name) << sent << status;
-    }
-
 private slots:
     void initTestCase()
     {
@@ -312,6 +247,72 @@ private slots:
         QVERIFY(!client.isClosedWithin(std::chrono::milliseconds(20)));
         client.finishSending();
         QVERIFY(client.isClosedWithin(Client::patience));
+    }
+
+private:
+    std::optional<ExportedChat> m_chat;
+    std::unique_ptr<RunningServer> m_running;
+
+    static constexpr int dropped = 0; ///< in place of a status: closed without a response
+    static constexpr std::size_t most = 16'384; ///< limit of bytes without the end of a head
+
+    /// Replaces "<token>" by the token and "<auth>" by the Authorization header line.
+    QByteArray completed(QByteArray text) const
+    {
+        text.replace(
+            "<token>", QByteArray::fromStdString(m_running->server().state().pairing.token));
+        return text.replace("<auth>", QByteArray::fromStdString(m_running->authorization()));
+    }
+
+    std::string manifestHead() const
+    {
+        return completed("GET /v1/manifest x\r\n<auth>\r\n").toStdString();
+    }
+
+    bool isManifest(const Response& response, std::string_view target = "/v1/manifest") const
+    {
+        const auto text = SealedByOthers::open(m_running->key(), response.body, target);
+        return response.status == 200 && text && text->startsWith("{\"chats\":[{");
+    }
+
+    /// Sends the pieces with pauses, so that the server reads each on its own, and returns all that
+    /// comes back.
+    QByteArray answerTo(const std::vector<std::string_view>& pieces) const
+    {
+        const Client client(m_running->port());
+        for (const std::string_view piece : pieces) {
+            client.send(piece);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return client.readAll().value_or(QByteArray());
+    }
+
+    static QByteArray refusal(const QByteArray& statusAndReason)
+    {
+        return "HTTP/1.1 " + statusAndReason
+            + "\r\nContent-Length: 0\r\nConnection: close\r\nCache-Control: no-store\r\n\r\n";
+    }
+
+    static QByteArray refusal(int status)
+    {
+        const std::map<int, QByteArray> reasons{{401, "401 Unauthorized"}, {404, "404 Not Found"},
+            {405, "405 Method Not Allowed"}, {410, "410 Transfer Expired"},
+            {416, "416 Range Not Satisfiable"}};
+        return refusal(reasons.at(status));
+    }
+
+    /// An authorized request for the manifest, padded to `size` bytes including the blank line.
+    std::string headOfSize(std::size_t size) const
+    {
+        std::string head = manifestHead();
+        head.insert(head.size() - 2, "x:\r\n");
+        head.insert(head.size() - 4, size - head.size(), 'x');
+        return head;
+    }
+
+    static void add(const char* name, const QByteArray& sent, int status)
+    {
+        QTest::newRow(name) << sent << status;
     }
 };
 

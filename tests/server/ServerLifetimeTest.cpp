@@ -11,8 +11,6 @@ using namespace korvane;
 class ServerLifetimeTest : public QObject {
     Q_OBJECT
 
-    static constexpr int rounds = 300;
-
 private slots:
     void callbacksRunOnTheServersThread()
     {
@@ -116,6 +114,9 @@ private slots:
             phones.join();
         }
     }
+
+private:
+    static constexpr int rounds = 300;
 };
 
 QTEST_GUILESS_MAIN(ServerLifetimeTest)

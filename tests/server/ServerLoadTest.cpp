@@ -18,6 +18,97 @@ namespace fs = std::filesystem;
 class ServerLoadTest : public QObject {
     Q_OBJECT
 
+private slots:
+    void initTestCase()
+    {
+        if (!fs::exists("/proc/self/statm") || !fs::exists("/proc/self/fd"))
+            QSKIP("no list of what a process uses here");
+        rlimit files{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &files), 0);
+        files.rlim_cur = files.rlim_max;
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &files), 0);
+        if (files.rlim_max < 2000)
+            QSKIP("too few descriptors for a thousand clients and their server");
+        m_chat.emplace();
+        m_running = std::make_unique<RunningServer>();
+        m_chat->offer(m_running->server());
+        m_descriptors = openDescriptors(); // before any connection
+    }
+
+    void cleanupTestCase()
+    {
+        m_running.reset();
+        m_chat.reset();
+    }
+
+    void init()
+    {
+        openAndReset(m_running->port(), 300); // warm-up: makes one-time allocations
+        QVERIFY(isAnsweredWithinASecond(m_running->port()));
+        QTRY_COMPARE(openDescriptors(), m_descriptors);
+        m_memory = residentBytes();
+    }
+
+    void cleanup()
+    {
+        QVERIFY(isAnsweredWithinASecond(m_running->port()));
+        QTRY_VERIFY2(isAsBefore(),
+            QByteArray::number((residentBytes() - m_memory) / mebibyte) + " MiB and "
+                + QByteArray::number(openDescriptors() - m_descriptors) + " descriptors more");
+    }
+
+    void tenThousandAreOpenedAndReset() { openAndReset(m_running->port(), 10'000); }
+
+    void tenThousandAreOpenedAndResetByEightAtOnce()
+    {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back([this] { openAndReset(m_running->port(), 10'000 / 8); });
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+
+    void aThousandAreIdle()
+    {
+        const auto clients = connected(m_running->port(), 1000);
+        QVERIFY(isAnsweredWithinASecond(m_running->port()));
+        // This process holds both ends of each connection; the server keeps at most `connections`.
+        const auto most = m_descriptors + std::ssize(clients)
+            + static_cast<std::ptrdiff_t>(ServerLimits().connections);
+        QTRY_VERIFY(openDescriptors() <= most);
+        QVERIFY(isAnsweredWithinASecond(m_running->port()));
+        QVERIFY(clients.front().isClosedWithin(1s));
+        QVERIFY(!clients[990].isClosedWithin(0ms));
+    }
+
+    void twoHundredSendAByteNowAndThen()
+    {
+        const auto clients = connected(m_running->port(), 200);
+        for (int round = 0; round < 8; ++round) {
+            for (const Client& client : clients)
+                QVERIFY(client.send("x"));
+            QVERIFY(isAnsweredWithinASecond(m_running->port()));
+            std::this_thread::sleep_for(300ms);
+        }
+    }
+
+    void largeTransfersAreBrokenOff()
+    {
+        m_chat->resize(static_cast<std::uintmax_t>(TransferTicket::largestFile));
+        const std::string head = headFor(m_running->targetFor(m_chat->fileName()));
+        std::vector<Client> clients;
+        for (int i = 0; i < 6; ++i) {
+            clients.emplace_back(m_running->port());
+            QVERIFY(clients.back().send(head));
+            QCOMPARE(clients.back().readExactly(1024).value_or(QByteArray()).size(), 1024);
+        }
+        if (memoryCounts)
+            QVERIFY(residentBytes() - m_memory > tolerated); // the server holds the answers
+        for (Client& client : clients)
+            client.reset();
+    }
+
+private:
     using Clock = std::chrono::steady_clock;
 
     static constexpr std::int64_t mebibyte = std::int64_t{1024} * 1024;
@@ -76,99 +167,6 @@ class ServerLoadTest : public QObject {
     {
         return openDescriptors() == m_descriptors
             && (!memoryCounts || residentBytes() - m_memory < tolerated);
-    }
-
-private slots:
-    void initTestCase()
-    {
-        if (!fs::exists("/proc/self/statm") || !fs::exists("/proc/self/fd"))
-            QSKIP("no list of what a process uses here");
-        rlimit files{};
-        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &files), 0);
-        files.rlim_cur = files.rlim_max;
-        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &files), 0);
-        if (files.rlim_max < 2000)
-            QSKIP("too few descriptors for a thousand clients and their server");
-        m_chat.emplace();
-        m_running = std::make_unique<RunningServer>();
-        m_chat->offer(m_running->server());
-        m_descriptors = openDescriptors(); // before any connection
-    }
-
-    void cleanupTestCase()
-    {
-        m_running.reset();
-        m_chat.reset();
-    }
-
-    void init()
-    {
-        openAndReset(m_running->port(), 300); // warm-up: makes one-time allocations
-        QVERIFY(isAnsweredWithinASecond(m_running->port()));
-        QTRY_COMPARE(openDescriptors(), m_descriptors);
-        m_memory = residentBytes();
-    }
-
-    void cleanup()
-    {
-        QVERIFY(isAnsweredWithinASecond(m_running->port()));
-        QTRY_VERIFY2(isAsBefore(),
-            QByteArray::number((residentBytes() - m_memory) / mebibyte) + " MiB and "
-                + QByteArray::number(openDescriptors() - m_descriptors) + " descriptors more");
-    }
-
-    void tenThousandAreOpenedAndReset()
-    {
-        openAndReset(m_running->port(), 10'000);
-    }
-
-    void tenThousandAreOpenedAndResetByEightAtOnce()
-    {
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 8; ++i)
-            threads.emplace_back([this] { openAndReset(m_running->port(), 10'000 / 8); });
-        for (std::thread& thread : threads)
-            thread.join();
-    }
-
-    void aThousandAreIdle()
-    {
-        const auto clients = connected(m_running->port(), 1000);
-        QVERIFY(isAnsweredWithinASecond(m_running->port()));
-        // This process holds both ends of each connection; the server keeps at most `connections`.
-        const auto most = m_descriptors + std::ssize(clients)
-            + static_cast<std::ptrdiff_t>(ServerLimits().connections);
-        QTRY_VERIFY(openDescriptors() <= most);
-        QVERIFY(isAnsweredWithinASecond(m_running->port()));
-        QVERIFY(clients.front().isClosedWithin(1s));
-        QVERIFY(!clients[990].isClosedWithin(0ms));
-    }
-
-    void twoHundredSendAByteNowAndThen()
-    {
-        const auto clients = connected(m_running->port(), 200);
-        for (int round = 0; round < 8; ++round) {
-            for (const Client& client : clients)
-                QVERIFY(client.send("x"));
-            QVERIFY(isAnsweredWithinASecond(m_running->port()));
-            std::this_thread::sleep_for(300ms);
-        }
-    }
-
-    void largeTransfersAreBrokenOff()
-    {
-        m_chat->resize(static_cast<std::uintmax_t>(TransferTicket::largestFile));
-        const std::string head = headFor(m_running->targetFor(m_chat->fileName()));
-        std::vector<Client> clients;
-        for (int i = 0; i < 6; ++i) {
-            clients.emplace_back(m_running->port());
-            QVERIFY(clients.back().send(head));
-            QCOMPARE(clients.back().readExactly(1024).value_or(QByteArray()).size(), 1024);
-        }
-        if (memoryCounts)
-            QVERIFY(residentBytes() - m_memory > tolerated); // the server holds the answers
-        for (Client& client : clients)
-            client.reset();
     }
 };
 

@@ -14,64 +14,6 @@ using namespace std::chrono_literals;
 class SlowPeersTest : public QObject {
     Q_OBJECT
 
-    using Clock = std::chrono::steady_clock;
-    using Kinds = std::vector<TransferEvent::Kind>;
-
-    static constexpr qsizetype largest = qsizetype{64} * 1024 * 1024;
-
-    /// A client with a small receive buffer, so that the server soon has to wait for it.
-    static constexpr Client::Settings small{.receiveBuffer = 16 * 1024, .segment = 1400};
-
-    /// A server with a ticket for a file of `size` bytes.
-    struct Offered {
-        explicit Offered(qsizetype size, ServerLimits limits = {}) : running(limits)
-        {
-            chat.resize(static_cast<std::uintmax_t>(size));
-            chat.offer(running.server());
-            head = headFor(running.targetFor(chat.fileName()));
-        }
-
-        /// A client that has the first bytes of its answer.
-        Client fetching(Client::Settings settings = small) const
-        {
-            Client client(running.port(), settings);
-            client.send(head);
-            if (client.readExactly(1024).value_or(QByteArray()).size() != 1024)
-                throw std::runtime_error("no answer");
-            return client;
-        }
-
-        ExportedChat chat;
-        RunningServer running;
-        std::string head;
-    };
-
-    static std::chrono::milliseconds since(Clock::time_point start)
-    {
-        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-    }
-
-    /// Reads until the connection ends or is reset, and returns the number of bytes.
-    static qsizetype restOf(const Client& client)
-    {
-        qsizetype size = 0;
-        constexpr std::size_t most = std::size_t{1024} * 1024;
-        for (auto some = client.readSome(most); some && !some->isEmpty();
-             some = client.readSome(most))
-            size += some->size();
-        return size;
-    }
-
-    /// Reads 4 KiB every 20 ms, at most 200 KiB/s, until the connection ends or is reset.
-    static void readSlowly(const Client& client)
-    {
-        for (auto some = client.readSome(4096); some && !some->isEmpty();
-             some = client.readSome(4096))
-            std::this_thread::sleep_for(20ms);
-    }
-
-    static constexpr qsizetype restOfLargest = largest - 2048; ///< lower bound after fetching()
-
 private slots:
     void oneThatStopsReadingKeepsNobodyWaiting()
     {
@@ -243,6 +185,65 @@ private slots:
         QVERIFY(restOf(older) < restOfLargest);
         QVERIFY(restOf(early) > restOfLargest);
     }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    using Kinds = std::vector<TransferEvent::Kind>;
+
+    static constexpr qsizetype largest = qsizetype{64} * 1024 * 1024;
+
+    /// A client with a small receive buffer, so that the server soon has to wait for it.
+    static constexpr Client::Settings small{.receiveBuffer = 16 * 1024, .segment = 1400};
+
+    /// A server with a ticket for a file of `size` bytes.
+    struct Offered {
+        explicit Offered(qsizetype size, ServerLimits limits = {}) : running(limits)
+        {
+            chat.resize(static_cast<std::uintmax_t>(size));
+            chat.offer(running.server());
+            head = headFor(running.targetFor(chat.fileName()));
+        }
+
+        /// A client that has the first bytes of its answer.
+        Client fetching(Client::Settings settings = small) const
+        {
+            Client client(running.port(), settings);
+            client.send(head);
+            if (client.readExactly(1024).value_or(QByteArray()).size() != 1024)
+                throw std::runtime_error("no answer");
+            return client;
+        }
+
+        ExportedChat chat;
+        RunningServer running;
+        std::string head;
+    };
+
+    static std::chrono::milliseconds since(Clock::time_point start)
+    {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+    }
+
+    /// Reads until the connection ends or is reset, and returns the number of bytes.
+    static qsizetype restOf(const Client& client)
+    {
+        qsizetype size = 0;
+        constexpr std::size_t most = std::size_t{1024} * 1024;
+        for (auto some = client.readSome(most); some && !some->isEmpty();
+             some = client.readSome(most))
+            size += some->size();
+        return size;
+    }
+
+    /// Reads 4 KiB every 20 ms, at most 200 KiB/s, until the connection ends or is reset.
+    static void readSlowly(const Client& client)
+    {
+        for (auto some = client.readSome(4096); some && !some->isEmpty();
+             some = client.readSome(4096))
+            std::this_thread::sleep_for(20ms);
+    }
+
+    static constexpr qsizetype restOfLargest = largest - 2048; ///< lower bound after fetching()
 };
 
 QTEST_GUILESS_MAIN(SlowPeersTest)

@@ -14,57 +14,6 @@ using namespace korvane;
 class SyncServerTest : public QObject {
     Q_OBJECT
 
-    /// A server and the ports that it reported.
-    struct Reporting {
-        explicit Reporting(const std::string& address = "127.0.0.1")
-            : server(ServerOptions{.address = address})
-        {
-            server.onReady = [this](std::uint16_t port) {
-                const std::lock_guard guard(lock);
-                ports.push_back(port);
-            };
-        }
-
-        std::size_t count() const
-        {
-            const std::lock_guard guard(lock);
-            return ports.size();
-        }
-
-        std::uint16_t last() const
-        {
-            const std::lock_guard guard(lock);
-            return ports.back();
-        }
-
-        mutable std::mutex lock;
-        std::vector<std::uint16_t> ports;
-        SyncServer server; // last: its destructor ends the callbacks that use the others
-    };
-
-    static bool isRefused(std::uint16_t port)
-    {
-        try {
-            const Client client(port);
-        } catch (const std::system_error& error) {
-            return error.code() == std::errc::connection_refused;
-        }
-        return false;
-    }
-
-    static int openSockets()
-    {
-        int count = 0;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;
-            const auto target = std::filesystem::read_symlink(entry.path(), gone);
-            count += target.native().starts_with("socket:") ? 1 : 0;
-        }
-        return count;
-    }
-
-    static constexpr int settled = 100; ///< ms within which a surplus report would arrive
-
 private slots:
     void ticketFetchesTheFileSealedWithItsKey()
     {
@@ -222,6 +171,58 @@ private slots:
         writeFile(setup.home() / "pairing.json", pairing.toJson());
         QVERIFY(SyncServer().state().pairing == pairing);
     }
+
+private:
+    /// A server and the ports that it reported.
+    struct Reporting {
+        explicit Reporting(const std::string& address = "127.0.0.1")
+            : server(ServerOptions{.address = address})
+        {
+            server.onReady = [this](std::uint16_t port) {
+                const std::lock_guard guard(lock);
+                ports.push_back(port);
+            };
+        }
+
+        std::size_t count() const
+        {
+            const std::lock_guard guard(lock);
+            return ports.size();
+        }
+
+        std::uint16_t last() const
+        {
+            const std::lock_guard guard(lock);
+            return ports.back();
+        }
+
+        mutable std::mutex lock;
+        std::vector<std::uint16_t> ports;
+        SyncServer server; // last: its destructor ends the callbacks that use the others
+    };
+
+    static bool isRefused(std::uint16_t port)
+    {
+        try {
+            const Client client(port);
+        } catch (const std::system_error& error) {
+            return error.code() == std::errc::connection_refused;
+        }
+        return false;
+    }
+
+    static int openSockets()
+    {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            const auto target = std::filesystem::read_symlink(entry.path(), gone);
+            count += target.native().starts_with("socket:") ? 1 : 0;
+        }
+        return count;
+    }
+
+    static constexpr int settled = 100; ///< ms within which a surplus report would arrive
 };
 
 QTEST_GUILESS_MAIN(SyncServerTest)

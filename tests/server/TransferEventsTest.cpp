@@ -10,34 +10,6 @@ using namespace korvane;
 class TransferEventsTest : public QObject {
     Q_OBJECT
 
-    using Kind = TransferEvent::Kind;
-    using Kinds = std::vector<Kind>;
-
-    static constexpr qsizetype large
-        = qsizetype{32} * 1024 * 1024; ///< more than the socket buffers hold
-
-    /// A server with a ticket for a file of `size` bytes.
-    struct Offered {
-        explicit Offered(std::uintmax_t size, ServerLimits limits = {}) : running(limits)
-        {
-            chat.resize(size);
-            chat.offer(running.server());
-            head = headFor(running.targetFor(chat.fileName()));
-        }
-
-        ExportedChat chat;
-        RunningServer running;
-        std::string head;
-    };
-
-    static Kinds delivered(int times)
-    {
-        Kinds kinds;
-        for (int i = 0; i < times; ++i)
-            kinds.insert(kinds.end(), {Kind::Started, Kind::Delivered});
-        return kinds;
-    }
-
 private slots:
     void wholeFileIsStartedAndDelivered_data()
     {
@@ -200,6 +172,35 @@ private slots:
         QCOMPARE(offered.running.phoneSyncs(), 1);
         QCOMPARE(get(port, "/v1/manifest?again", bearer).status, 200);
         QCOMPARE(offered.running.phoneSyncs(), 2);
+    }
+
+private:
+    using Kind = TransferEvent::Kind;
+    using Kinds = std::vector<Kind>;
+
+    static constexpr qsizetype large
+        = qsizetype{32} * 1024 * 1024; ///< more than the socket buffers hold
+
+    /// A server with a ticket for a file of `size` bytes.
+    struct Offered {
+        explicit Offered(std::uintmax_t size, ServerLimits limits = {}) : running(limits)
+        {
+            chat.resize(size);
+            chat.offer(running.server());
+            head = headFor(running.targetFor(chat.fileName()));
+        }
+
+        ExportedChat chat;
+        RunningServer running;
+        std::string head;
+    };
+
+    static Kinds delivered(int times)
+    {
+        Kinds kinds;
+        for (int i = 0; i < times; ++i)
+            kinds.insert(kinds.end(), {Kind::Started, Kind::Delivered});
+        return kinds;
     }
 };
 

@@ -13,52 +13,6 @@ using namespace korvane;
 class TransferFetchTest : public QObject {
     Q_OBJECT
 
-    static constexpr std::uintmax_t largest = 67'108'864;
-
-    /// Pseudo-random bytes, so that a missing, repeated or misplaced piece shows.
-    static std::string pattern(std::size_t size)
-    {
-        std::string bytes(size, '\0');
-        std::uint32_t state = 1;
-        for (char& byte : bytes) {
-            state = state * 1664525 + 1013904223;
-            byte = static_cast<char>(state >> 24);
-        }
-        return bytes;
-    }
-
-    /// A server, a chat whose file has these bytes, and a ticket for it.
-    struct Offered {
-        explicit Offered(const std::string& bytes) : contents(bytes)
-        {
-            writeFile(chat.setup.file(1), bytes);
-            chat.offer(running.server());
-            issue();
-        }
-
-        void issue()
-        {
-            const auto issued = running.server().issueTransfer(chat.fileName()).value();
-            key = issued.key.bytes();
-            target = "/v1/transfer/" + issued.ticket;
-        }
-
-        Response fetch() const { return get(running.port(), target); }
-        int status() const { return fetch().status; }
-
-        bool isWhole(const Response& response) const
-        {
-            const auto text = SealedByOthers::open(key, response.body, target);
-            return response.status == 200 && text && text->toStdString() == contents;
-        }
-
-        ExportedChat chat;
-        std::string contents;
-        RunningServer running;
-        QByteArray key;
-        std::string target;
-    };
-
 private slots:
     void answerSaysWhatItIs()
     {
@@ -209,6 +163,53 @@ private slots:
         QCOMPARE(get(port, "/v1/transfer/").status, 404);
         QCOMPARE(get(port, "/v1/transfer").status, 401);
     }
+
+private:
+    static constexpr std::uintmax_t largest = 67'108'864;
+
+    /// Pseudo-random bytes, so that a missing, repeated or misplaced piece shows.
+    static std::string pattern(std::size_t size)
+    {
+        std::string bytes(size, '\0');
+        std::uint32_t state = 1;
+        for (char& byte : bytes) {
+            state = state * 1664525 + 1013904223;
+            byte = static_cast<char>(state >> 24);
+        }
+        return bytes;
+    }
+
+    /// A server, a chat whose file has these bytes, and a ticket for it.
+    struct Offered {
+        explicit Offered(const std::string& bytes) : contents(bytes)
+        {
+            writeFile(chat.setup.file(1), bytes);
+            chat.offer(running.server());
+            issue();
+        }
+
+        void issue()
+        {
+            const auto issued = running.server().issueTransfer(chat.fileName()).value();
+            key = issued.key.bytes();
+            target = "/v1/transfer/" + issued.ticket;
+        }
+
+        Response fetch() const { return get(running.port(), target); }
+        int status() const { return fetch().status; }
+
+        bool isWhole(const Response& response) const
+        {
+            const auto text = SealedByOthers::open(key, response.body, target);
+            return response.status == 200 && text && text->toStdString() == contents;
+        }
+
+        ExportedChat chat;
+        std::string contents;
+        RunningServer running;
+        QByteArray key;
+        std::string target;
+    };
 };
 
 QTEST_GUILESS_MAIN(TransferFetchTest)
