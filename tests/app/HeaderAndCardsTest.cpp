@@ -4,6 +4,7 @@
 #include "app/Labels.h"
 #include "app/Look.h"
 #include "app/Snapshot.h"
+#include "pairing/QrImage.h"
 #include "pairing/ReadBack.h"
 #include "support/Printing.h"
 
