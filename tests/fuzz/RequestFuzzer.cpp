@@ -1,6 +1,7 @@
 #include "export/ExportState.h"
 #include "server/Http.h"
 #include "server/Routes.h"
+#include "server/ServerState.h"
 #include "text/Utf8.h"
 
 #include <QTemporaryDir>
