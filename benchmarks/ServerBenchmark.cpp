@@ -13,6 +13,7 @@
 #include "OfferingServer.h"
 
 #include "pairing/TransferLink.h"
+#include "server/Routes.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
