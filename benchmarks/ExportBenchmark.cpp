@@ -73,17 +73,21 @@ ContactNames names(const Scene& scene)
     return ContactNames::load(sources);
 }
 
+SupportFolder supportOf(const Scene& scene)
+{
+    return SupportFolder(scene.folder + "/support");
+}
+
 void startAfresh(const Scene& scene)
 {
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(scene.folder + "/support"));
     fs::remove_all(scene.folder + "/export");
     fs::remove_all(scene.folder + "/support");
 }
 
 void exportScene(const Scene& scene, const std::vector<ChatInfo>& chats)
 {
-    const SyncResult result
-        = Exporter::sync(chats, names(scene), scene.folder + "/export", scene.database);
+    const SyncResult result = Exporter::sync(
+        chats, names(scene), scene.folder + "/export", supportOf(scene), scene.database);
     for (const std::string& error : result.errors)
         throw std::runtime_error(error);
 }
@@ -122,7 +126,7 @@ constexpr int repeats = 20;
 
 double bareQuestions(const Scene& scene)
 {
-    const ExportState state = ExportState::load();
+    const ExportState state = ExportState::load(supportOf(scene));
     std::vector<std::pair<std::int64_t, std::int64_t>> questions;
     for (const ChatInfo& chat : MessagesDB(scene.database).chats())
         questions.emplace_back(chat.id, state.chats.at(chat.guid).lastRowID);
@@ -139,14 +143,14 @@ double exportsOfNothingNew(const Scene& scene)
     const ContactNames contacts = names(scene);
     return secondsOf([&] {
         for (int i = 0; i < repeats; ++i)
-            Exporter::sync(chats, contacts, scene.folder + "/export", scene.database);
+            Exporter::sync(
+                chats, contacts, scene.folder + "/export", supportOf(scene), scene.database);
     });
 }
 
 bool measureNothingNew(const Scene& scene, int rounds)
 {
     inChild([&] { return fullExport(scene); });
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(scene.folder + "/support"));
     const auto costs = medians(
         {[&] { return bareQuestions(scene); }, [&] { return exportsOfNothingNew(scene); }}, rounds);
     std::cout << scene.name << ": floor of nothing new " << costs[0].seconds / repeats * 1000

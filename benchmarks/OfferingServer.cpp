@@ -34,7 +34,6 @@ Scene Scene::prepared(const std::string& home, std::int64_t size, std::int64_t w
     Scene scene{home, "Team (1) Korvane Wrapped.jsonl.txt", size};
     fs::create_directories(home);
     writeFile(scene, written);
-    scene.enter();
     ExportState state;
     state.chats[guid] = {.lastRowID = 1,
         .fileName = scene.fileName,
@@ -42,7 +41,7 @@ Scene Scene::prepared(const std::string& home, std::int64_t size, std::int64_t w
         .messages = 1,
         .epoch = "5C9D2E58-2B1A-4C39-9D0E-5A0C3B7F6A11",
         .formatVersion = currentFormatVersion};
-    Exporter::saveState(state);
+    Exporter::saveState(state, scene.support());
     return scene;
 }
 
@@ -51,12 +50,9 @@ Descriptor Scene::open() const
     return Descriptor(::open(path().c_str(), O_RDONLY));
 }
 
-void Scene::enter() const
-{
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(home));
-}
-
-OfferingServer::OfferingServer(const Scene& scene) : m_fileName(scene.fileName)
+OfferingServer::OfferingServer(const Scene& scene)
+    : m_fileName(scene.fileName)
+    , m_server(scene.support(), {.address = "127.0.0.1"})
 {
     const auto ready = std::make_shared<std::promise<std::uint16_t>>();
     m_server.onReady = [ready](std::uint16_t port) { ready->set_value(port); };

@@ -23,14 +23,13 @@ struct Scene {
     std::string path() const { return home + "/" + fileName; }
     Descriptor open() const;
 
-    /// Makes `home` the support folder of this process, through the environment.
-    void enter() const;
+    SupportFolder support() const { return SupportFolder(home); }
 };
 
 /// The server under measurement. It offers the scene's chat on the loopback interface.
 class OfferingServer {
 public:
-    /// Starts the server and waits until it listens. Call `scene.enter()` before.
+    /// Starts the server and waits until it listens.
     explicit OfferingServer(const Scene& scene);
 
     /// An invitation with a new ticket for the scene's file.
@@ -41,7 +40,7 @@ public:
 
 private:
     const std::string m_fileName;
-    SyncServer m_server{{.address = "127.0.0.1"}};
+    SyncServer m_server;
     std::uint16_t m_port = 0;
 };
 

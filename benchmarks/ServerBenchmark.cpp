@@ -47,7 +47,6 @@ double fetchTransfer(Client& client, const Scene& scene)
 double servedTransfer(const Scene& scene)
 {
     ClientProcess client([&](Client& each) { return fetchTransfer(each, scene); });
-    scene.enter();
     OfferingServer server(scene);
     return client.secondsWith(server.withTicket());
 }
@@ -117,7 +116,6 @@ double fetchChunks(Client& client, const Scene& scene)
 double servedChunks(const Scene& scene)
 {
     ClientProcess client([&](Client& each) { return fetchChunks(each, scene); });
-    scene.enter();
     const OfferingServer server(scene);
     return client.secondsWith(server.withToken());
 }
@@ -167,7 +165,6 @@ double fetchRefusals(Client& client, int requests)
 double servedRefusals(const Scene& scene, int requests)
 {
     ClientProcess client([=](Client& each) { return fetchRefusals(each, requests); });
-    scene.enter();
     const OfferingServer server(scene);
     return client.secondsWith(server.withToken());
 }

@@ -40,7 +40,7 @@ int main()
     constexpr int chats = 10'000;
     constexpr double limit = 100;
     const QTemporaryDir folder;
-    qputenv("KORVANE_SYNC_HOME", folder.path().toUtf8());
+    const SupportFolder support(folder.path().toStdString());
     const ExportState state = largeState(chats);
     std::set<std::string> guids;
     for (const auto& [guid, chat] : state.chats) {
@@ -48,10 +48,10 @@ int main()
         guids.insert(guid);
     }
 
-    const double saving = secondsOf([&] { Exporter::saveState(state); });
-    const double loading = secondsOf([] { ExportState::load(); });
+    const double saving = secondsOf([&] { Exporter::saveState(state, support); });
+    const double loading = secondsOf([&] { ExportState::load(support); });
     const double listing
-        = secondsOf([&] { Exporter::manifest(folder.path().toStdString(), guids); });
+        = secondsOf([&] { Exporter::manifest(folder.path().toStdString(), guids, support); });
     bool good = report("save the state of 10,000 chats", saving * 1000, limit, "ms");
     good = report("load the state of 10,000 chats", loading * 1000, limit, "ms") && good;
     good = report("manifest of 10,000 chats", listing * 1000, limit, "ms") && good;

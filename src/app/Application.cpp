@@ -36,9 +36,9 @@ std::optional<std::filesystem::path> pickFolder(const std::filesystem::path& sta
     return folder.toStdString();
 }
 
-AppEnvironment realEnvironment()
+AppEnvironment realEnvironment(const SupportFolder& support)
 {
-    AppEnvironment environment;
+    AppEnvironment environment{.support = support};
     environment.pickFolder = pickFolder;
     environment.openUrl = openUrl;
     return environment;
@@ -81,24 +81,27 @@ int runUntilQuit(const Interruption& interruption, AppState& state)
     return QApplication::exec();
 }
 
-int runWindow(int& argc, char** argv)
+int runWindow(const SupportFolder& support, int& argc, char** argv)
 {
+    // Destroyed last: the end of an export and of QApplication takes time, and a second signal during
+    // it must not kill the process.
+    std::optional<Interruption> interruption;
     const QApplication application(argc, argv);
     nameApplication();
-    using Place = SingleInstance::Place;
-    SingleInstance instance;
-    if (instance.place() == Place::Second)
+    using Role = SingleInstance::Role;
+    SingleInstance instance(support);
+    if (instance.role() == Role::Secondary)
         return EXIT_SUCCESS;
-    if (instance.place() == Place::None)
+    if (instance.role() == Role::Blocked)
         return printError(
-            "Another window works on " + Paths::support().string() + " and does not answer.");
-    const Interruption interruption; // outlives `state`, whose destructor may wait for an export
-    AppState state(realEnvironment());
+            "Another window works on " + support.path().string() + " and does not answer.");
+    interruption.emplace();
+    AppState state(realEnvironment(support));
     ContentView window(state);
     MenuBarExtra extra(window);
     QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);
     QObject::connect(&window, &ContentView::quitRequested, &QApplication::quit);
-    const int code = runUntilQuit(interruption, state);
+    const int code = runUntilQuit(*interruption, state);
     instance.retire(); // before ~AppState, which may wait for an export
     return code;
 }
@@ -122,13 +125,13 @@ int Application::writeSnapshots(const std::string& folder, int& argc, char** arg
     return EXIT_SUCCESS;
 }
 
-int Application::run(int& argc, char** argv)
+int Application::run(const SupportFolder& support, int& argc, char** argv)
 {
     if (!hasDisplay())
         return printError(
             "There is no display to open a window on. korvane-sync works without one.");
     try {
-        return runWindow(argc, argv);
+        return runWindow(support, argc, argv);
     } catch (const std::exception& error) { // at startup; later errors go to the status line
         return printError(error.what());
     }

@@ -6,6 +6,8 @@
 
 namespace korvane {
 
+class SupportFolder;
+
 /// The two modes of the window program. Called by main() only, on the main thread.
 namespace Application {
 
@@ -22,7 +24,7 @@ int writeSnapshots(const std::string& folder, int& argc, char** argv);
 /// Ctrl-C (SIGINT), SIGTERM and SIGHUP end the program as "Quit" does: run() leaves the event loop,
 /// and returns when the chat that is being exported is complete and the progress is saved. A second
 /// SIGINT kills the process (see Interruption).
-int run(int& argc, char** argv);
+int run(const SupportFolder& support, int& argc, char** argv);
 
 } // namespace Application
 

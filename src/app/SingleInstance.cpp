@@ -1,80 +1,59 @@
 #include "app/SingleInstance.h"
 
-#include "storage/Paths.h"
-
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <array>
-#include <cerrno>
 #include <thread>
 
 namespace korvane {
 
 namespace {
 
-constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
-
-std::filesystem::path pipePath()
-{
-    return Paths::support() / "window.pipe";
-}
-
 /// Opens the named pipe. Returns an empty Descriptor if there is none or, with O_WRONLY, if no
 /// process has it open for reading (ENXIO).
-Descriptor openedPipe(int mode)
+Descriptor openedPipe(const std::filesystem::path& path, int mode)
 {
-    Descriptor opened(::open(pipePath().c_str(), mode | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
+    Descriptor opened(::open(path.c_str(), mode | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
     struct stat status { };
     const bool isPipe = opened && ::fstat(opened.get(), &status) == 0 && S_ISFIFO(status.st_mode);
     return isPipe ? std::move(opened) : Descriptor();
 }
 
-Descriptor openedLock()
-{
-    const std::filesystem::path path = Paths::support() / "window.lock";
-    return Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ownerOnly));
-}
-
-bool isHeldByAnother(const Descriptor& lock)
-{
-    return lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-}
-
-bool askToShow()
-{
-    const Descriptor pipe = openedPipe(O_WRONLY);
-    return pipe && ::write(pipe.get(), "s", 1) == 1;
-}
-
 } // namespace
 
-SingleInstance::SingleInstance(std::chrono::milliseconds patience)
-    : m_lock(openedLock())
-    , m_place(settle(patience))
+SingleInstance::SingleInstance(const SupportFolder& support, std::chrono::milliseconds timeout)
+    : m_pipe(support.file("window.pipe"))
+    , m_lock(support.file("window.lock"))
+    , m_role(settledRole(timeout))
 {
-    if (m_place == Place::First)
+    if (m_role == Role::Primary)
         listen();
 }
 
-SingleInstance::Place SingleInstance::settle(std::chrono::milliseconds patience) const
+SingleInstance::Role SingleInstance::settledRole(std::chrono::milliseconds timeout) const
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (isHeldByAnother(m_lock)) {
+    const auto end = std::chrono::steady_clock::now() + timeout;
+    while (m_lock.tryLock() == FileLock::Outcome::HeldByAnother) {
         if (askToShow())
-            return Place::Second;
+            return Role::Secondary;
         if (std::chrono::steady_clock::now() >= end)
-            return Place::None;
+            return Role::Blocked;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    return Place::First;
+    return Role::Primary;
+}
+
+bool SingleInstance::askToShow() const
+{
+    const Descriptor pipe = openedPipe(m_pipe, O_WRONLY);
+    return pipe && ::write(pipe.get(), "s", 1) == 1;
 }
 
 void SingleInstance::listen()
 {
-    ::mkfifo(pipePath().c_str(), ownerOnly);
-    m_requests = openedPipe(O_RDWR);
+    ::mkfifo(m_pipe.c_str(), S_IRUSR | S_IWUSR);
+    m_requests = openedPipe(m_pipe, O_RDWR);
     if (!m_requests)
         return;
     m_waiting = std::make_unique<QSocketNotifier>(m_requests.get(), QSocketNotifier::Read);

@@ -1,6 +1,7 @@
 #include "app/Application.h"
 #include "messages/Sqlite.h"
 #include "process/ProcessSetup.h"
+#include "storage/Paths.h"
 
 int main(int argc, char* argv[])
 {
@@ -11,5 +12,5 @@ int main(int argc, char* argv[])
     ProcessSetup::raiseDescriptorLimit();
     ProcessSetup::ignoreFileSizeSignal();
     Sqlite::configureProcess();
-    return Application::run(argc, argv);
+    return Application::run(Paths::support(), argc, argv);
 }

@@ -66,7 +66,7 @@ class Parser {
 public:
     /// Lists all commands. A new one gets a line here and a function below, which declares its
     /// options and says which function runs it.
-    Parser()
+    explicit Parser(const SupportFolder& support) : m_support(support)
     {
         m_app.require_subcommand(0, 1); // parse() reports a missing command
         addVersion(m_app);
@@ -131,7 +131,7 @@ private:
     void addExport()
     {
         CLI::App& command = addCommand("export", "Brings the export files of chats up to date",
-            [this](const Console& console) { return runExport(m_export, console); });
+            [this](const Console& console) { return runExport(m_export, m_support, console); });
         CLI::Option_group& which = *command.add_option_group("Chats", "Which chats to export");
         which.require_option(1);
         which.add_flag("--all", m_export.all, "Every chat");
@@ -157,7 +157,7 @@ private:
     {
         CLI::App& command = addCommand("transfer",
             "Hands one chat to a phone or another machine, by link or QR code",
-            [this](const Console& console) { return runTransfer(m_transfer, console); });
+            [this](const Console& console) { return runTransfer(m_transfer, m_support, console); });
         command.add_option("--chat", m_transfer.chat, "The chat")
             ->type_name("GUID")
             ->check(guid)
@@ -211,6 +211,7 @@ private:
 
     CLI::App m_app{
         "Turns the Messages history of a Mac into plain, readable files.", "korvane-sync"};
+    const SupportFolder m_support;
     ChatsOptions m_chats;
     ExportOptions m_export;
     TransferOptions m_transfer;
@@ -253,9 +254,10 @@ int runOrComplain(const Command& command, const Console& console)
 
 } // namespace
 
-int runCommandLine(const std::vector<std::string>& arguments, const Console& console)
+int runCommandLine(
+    const std::vector<std::string>& arguments, const SupportFolder& support, const Console& console)
 {
-    Parser parser;
+    Parser parser(support);
     try {
         const Command command = parser.parse(arguments);
         return runOrComplain(command, console);

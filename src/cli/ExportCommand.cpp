@@ -64,8 +64,9 @@ bool isOpeningFailure(const SyncResult& result)
 /// Runs the export, once or repeatedly. Handles signals while it lives (see Interruption).
 class Export {
 public:
-    Export(const ExportOptions& options, const Console& console)
+    Export(const ExportOptions& options, const SupportFolder& support, const Console& console)
         : m_options(options)
+        , m_support(support)
         , m_console(console)
     {
     }
@@ -114,12 +115,12 @@ private:
 
     SyncResult sync()
     {
-        const SupportLock lock;
+        const SupportLock lock(m_support);
         const ChatSelection selection = chosenChats(m_options);
         if (!m_names || !contactsArePipe(m_options.sources))
             m_names = readNames(m_options.sources);
         m_begun = true;
-        SyncResult result = syncWithProgress(selection.chats, *m_names, m_options.folder,
+        SyncResult result = syncWithProgress(selection.chats, *m_names, m_options.folder, m_support,
             m_options.sources.database, m_interruption, m_console);
         if (isOpeningFailure(result))
             m_help = databaseHelp(m_options.sources.database);
@@ -143,6 +144,7 @@ private:
     }
 
     const ExportOptions& m_options;
+    const SupportFolder& m_support;
     const Console& m_console;
     const Interruption m_interruption;
     std::optional<ContactNames> m_names; ///< of the last run
@@ -152,9 +154,9 @@ private:
 
 } // namespace
 
-int runExport(const ExportOptions& options, const Console& console)
+int runExport(const ExportOptions& options, const SupportFolder& support, const Console& console)
 {
-    Export command(options, console);
+    Export command(options, support, console);
     return options.everySeconds ? command.runEvery(*options.everySeconds) : command.runOnce();
 }
 
@@ -169,12 +171,12 @@ std::int64_t messageCount(const std::vector<ChatInfo>& chats)
 } // namespace
 
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
-    const std::string& folder, const std::string& database, const Interruption& interruption,
-    const Console& console)
+    const std::string& folder, const SupportFolder& support, const std::string& database,
+    const Interruption& interruption, const Console& console)
 {
     ProgressBar bar(console.err, console.errIsTerminal, messageCount(chats));
     std::int64_t done = 0;
-    return Exporter::sync(chats, names, folder, database, [&](const ChatInfo& chat) {
+    return Exporter::sync(chats, names, folder, support, database, [&](const ChatInfo& chat) {
         bar.show(done, Exporter::title(chat, names));
         done += chat.messageCount;
         return !interruption.requested();

@@ -9,8 +9,9 @@
 
 namespace korvane {
 
-struct Console;
 class Interruption;
+class SupportFolder;
+struct Console;
 
 struct ExportOptions {
     Sources sources;
@@ -25,12 +26,12 @@ struct ExportOptions {
 /// after the current chat and saves its progress. A run that cannot begin is reported like one that
 /// fails; if it is the first run, no other follows. Throws std::overflow_error (see
 /// referenceTime()).
-int runExport(const ExportOptions& options, const Console& console);
+int runExport(const ExportOptions& options, const SupportFolder& support, const Console& console);
 
 /// Exporter::sync() with a progress bar if `console.err` is a terminal. An interruption ends it
 /// after the current chat.
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
-    const std::string& folder, const std::string& database, const Interruption& interruption,
-    const Console& console);
+    const std::string& folder, const SupportFolder& support, const std::string& database,
+    const Interruption& interruption, const Console& console);
 
 } // namespace korvane

@@ -100,8 +100,10 @@ private:
 /// Exports one chat and serves its file until the link expires. Used by one thread.
 class ChatTransfer {
 public:
-    ChatTransfer(const TransferOptions& options, const Console& console)
+    ChatTransfer(
+        const TransferOptions& options, const SupportFolder& support, const Console& console)
         : m_options(options)
+        , m_support(support)
         , m_console(console)
         , m_report(console)
     {
@@ -121,8 +123,9 @@ public:
 private:
     void serve()
     {
-        const std::string fileName = Transfer::exportedFile(m_options.folder, m_options.chat);
-        SyncServer server({.now = m_options.now});
+        const std::string fileName
+            = Transfer::exportedFile(m_options.folder, m_options.chat, m_support);
+        SyncServer server(m_support, {.now = m_options.now});
         server.offer({m_options.chat}, m_options.folder);
         server.onTransfer = [this](const TransferEvent& event) { m_report.tell(event); };
         const Moment expiry = m_options.now() + TransferTicket::lifetime;
@@ -133,12 +136,12 @@ private:
 
     void exportChat()
     {
-        const SupportLock lock;
+        const SupportLock lock(m_support);
         const ChatInfo chat = chosenChat(m_options);
         const ContactNames names = readNames(m_options.sources);
         m_title = Exporter::title(chat, names);
-        const SyncResult result = syncWithProgress(
-            {chat}, names, m_options.folder, m_options.sources.database, m_interruption, m_console);
+        const SyncResult result = syncWithProgress({chat}, names, m_options.folder, m_support,
+            m_options.sources.database, m_interruption, m_console);
         if (!result.errors.empty())
             throw TransferError("Error: " + result.errors.front());
     }
@@ -190,6 +193,7 @@ private:
     }
 
     const TransferOptions& m_options;
+    const SupportFolder& m_support;
     const Console& m_console;
     const Interruption m_interruption;
     std::string m_title;
@@ -198,9 +202,10 @@ private:
 
 } // namespace
 
-int runTransfer(const TransferOptions& options, const Console& console)
+int runTransfer(
+    const TransferOptions& options, const SupportFolder& support, const Console& console)
 {
-    return ChatTransfer(options, console).run();
+    return ChatTransfer(options, support, console).run();
 }
 
 } // namespace korvane

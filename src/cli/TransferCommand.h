@@ -27,6 +27,7 @@ struct TransferOptions {
 /// expires or the user interrupts; both count as success. An interruption during the export returns
 /// ExitCode::interrupted. Throws TransferError, DBError or std::runtime_error if it fails before
 /// that.
-int runTransfer(const TransferOptions& options, const Console& console);
+int runTransfer(
+    const TransferOptions& options, const SupportFolder& support, const Console& console);
 
 } // namespace korvane

@@ -2,6 +2,7 @@
 #include "cli/Console.h"
 #include "messages/Sqlite.h"
 #include "process/ProcessSetup.h"
+#include "storage/Paths.h"
 
 #include <QCoreApplication>
 
@@ -18,6 +19,6 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // same decimal point in every locale
     korvane::Sqlite::configureProcess();
-    return korvane::runCommandLine({argv + 1, argv + argc},
+    return korvane::runCommandLine({argv + 1, argv + argc}, korvane::Paths::support(),
         {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1, std::cin, STDOUT_FILENO});
 }

@@ -1,7 +1,6 @@
 #include "export/ExportState.h"
 
 #include "storage/Files.h"
-#include "storage/Paths.h"
 #include "text/Json.h"
 #include "text/JsonReader.h"
 
@@ -11,10 +10,7 @@ namespace korvane {
 
 namespace {
 
-std::filesystem::path stateFile()
-{
-    return Paths::support() / "state.json";
-}
+constexpr std::string_view stateFile = "state.json";
 
 std::string chatJson(const ChatState& chat)
 {
@@ -75,16 +71,16 @@ std::optional<ExportState> ExportState::fromJson(std::string_view json)
     }
 }
 
-ExportState ExportState::load()
+ExportState ExportState::load(const SupportFolder& support)
 {
-    const auto json = Files::read(stateFile());
+    const auto json = Files::read(support.file(stateFile));
     return json ? fromJson(*json).value_or(ExportState()) : ExportState();
 }
 
-void Exporter::saveState(const ExportState& state)
+void Exporter::saveState(const ExportState& state, const SupportFolder& support)
 {
     try {
-        Files::writeAtomically(stateFile(), state.toJson(), Files::Access::OwnerOnly);
+        Files::writeAtomically(support.file(stateFile), state.toJson(), Files::Access::OwnerOnly);
     } catch (const std::system_error&) {
         return;
     }

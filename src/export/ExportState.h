@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/Paths.h"
+
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -48,14 +50,14 @@ struct ExportState {
     static std::optional<ExportState> fromJson(std::string_view json);
 
     /// The state on disk. Empty if the file is missing, unreadable or malformed.
-    static ExportState load();
+    static ExportState load(const SupportFolder& support);
 };
 
 namespace Exporter {
 
 /// Atomically replaces the state on disk by a file with mode 0600. A failure is not reported: the
 /// old state stays, and the next run continues from it.
-void saveState(const ExportState& state);
+void saveState(const ExportState& state, const SupportFolder& support);
 
 } // namespace Exporter
 

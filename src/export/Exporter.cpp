@@ -63,10 +63,12 @@ void restart(ChatState& record, const fs::path& file)
 /// One sync over the chats of one open database.
 class Run {
 public:
-    Run(const std::string& database, const ContactNames& names, const fs::path& folder)
+    Run(const std::string& database, const ContactNames& names, const fs::path& folder,
+        const SupportFolder& support)
         : m_db(database)
         , m_names(names)
         , m_folder(folder)
+        , m_support(support)
     {
     }
 
@@ -74,14 +76,15 @@ public:
 
     SyncResult exportAll(const std::vector<ChatInfo>& chats, const BeforeChat& beforeChat)
     {
-        m_state = ExportState::load();
+        m_state = ExportState::load(m_support);
         try {
             exportEach(chats, beforeChat);
         } catch (...) {
-            Exporter::saveState(m_state); // or the next sync would append these messages again
+            Exporter::saveState(
+                m_state, m_support); // or the next sync would append these messages again
             throw;
         }
-        Exporter::saveState(m_state);
+        Exporter::saveState(m_state, m_support);
         return std::move(m_result);
     }
 
@@ -191,6 +194,7 @@ private:
     MessagesDB m_db;
     const ContactNames& m_names;
     const fs::path m_folder;
+    const SupportFolder m_support;
     ExportState m_state;
     SyncResult m_result;
 };
@@ -219,10 +223,11 @@ std::string Exporter::title(const ChatInfo& chat, const ContactNames& names)
 }
 
 SyncResult Exporter::sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
-    const fs::path& folder, const std::string& database, const BeforeChat& beforeChat)
+    const fs::path& folder, const SupportFolder& support, const std::string& database,
+    const BeforeChat& beforeChat)
 {
     try {
-        Run run(database, names, folder);
+        Run run(database, names, folder, support);
         run.createFolder();
         return run.exportAll(chats, beforeChat);
     } catch (const DBError& error) {

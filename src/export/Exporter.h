@@ -2,6 +2,7 @@
 
 #include "messages/MessageTypes.h"
 #include "messages/MessagesDB.h"
+#include "storage/Paths.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -35,12 +36,13 @@ namespace Exporter {
 std::string title(const ChatInfo& chat, const ContactNames& names);
 
 /// Brings the files of `chats` in `folder` up to date: appends the messages that arrived since the
-/// last sync. A file that is missing, or that was written under another title, is started from
-/// scratch. The failure of one chat adds a line to the result; the sync goes on with the next chat.
-/// Throws nothing but std::overflow_error (see referenceTime()), unless `beforeChat` throws.
+/// last sync, and keeps the state in `support`. A file that is missing, or that was written under
+/// another title, is started from scratch. The failure of one chat adds a line to the result; the
+/// sync goes on with the next chat. Throws nothing but std::overflow_error (see referenceTime()),
+/// unless `beforeChat` throws.
 SyncResult sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
-    const std::filesystem::path& folder, const std::string& database = MessagesDB::path(),
-    const BeforeChat& beforeChat = {});
+    const std::filesystem::path& folder, const SupportFolder& support,
+    const std::string& database = MessagesDB::path(), const BeforeChat& beforeChat = {});
 
 } // namespace Exporter
 

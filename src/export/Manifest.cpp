@@ -138,10 +138,10 @@ std::optional<ManifestItem> ManifestItem::fromJson(std::string_view json)
 }
 
 std::vector<ManifestItem> Exporter::manifest(
-    const fs::path& folder, const std::set<std::string>& guids)
+    const fs::path& folder, const std::set<std::string>& guids, const SupportFolder& support)
 {
     std::vector<ManifestItem> items;
-    for (const auto& [guid, record] : ExportState::load().chats) {
+    for (const auto& [guid, record] : ExportState::load(support).chats) {
         if (!guids.contains(guid))
             continue;
         if (auto item = itemFor(folder, guid, record))

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/Paths.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -39,8 +41,8 @@ namespace Exporter {
 /// The export files in `folder` of the chats in `guids`, sorted by title, case-insensitively, in
 /// the user's locale (LC_ALL, LC_COLLATE or LANG). Leaves out whatever is missing or is not a
 /// regular file; reports no errors. Safe to call while a sync runs on another thread.
-std::vector<ManifestItem> manifest(
-    const std::filesystem::path& folder, const std::set<std::string>& guids);
+std::vector<ManifestItem> manifest(const std::filesystem::path& folder,
+    const std::set<std::string>& guids, const SupportFolder& support);
 
 } // namespace Exporter
 

@@ -1,7 +1,6 @@
 #include "pairing/Pairing.h"
 
 #include "storage/Files.h"
-#include "storage/Paths.h"
 #include "text/Base64Url.h"
 #include "text/Json.h"
 #include "text/JsonReader.h"
@@ -15,10 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path pairingFile()
-{
-    return Paths::support() / "pairing.json";
-}
+constexpr std::string_view pairingFile = "pairing.json";
 
 std::optional<SymmetricKey> keyFrom(const std::string& base64)
 {
@@ -48,13 +44,13 @@ Pairing Pairing::make()
     return {toBase64Url(*token), *key};
 }
 
-Pairing Pairing::load()
+Pairing Pairing::load(const SupportFolder& support)
 {
-    const auto json = Files::read(pairingFile());
+    const auto json = Files::read(support.file(pairingFile));
     auto pairing = json ? fromJson(*json) : std::nullopt;
     if (!pairing)
-        return PairingStore::reset();
-    closeToOthers(pairingFile());
+        return PairingStore::reset(support);
+    closeToOthers(support.file(pairingFile));
     return std::move(*pairing);
 }
 
@@ -78,11 +74,12 @@ try {
     return std::nullopt;
 }
 
-Pairing PairingStore::reset()
+Pairing PairingStore::reset(const SupportFolder& support)
 {
     Pairing pairing = Pairing::make();
     try {
-        Files::writeAtomically(pairingFile(), pairing.toJson(), Files::Access::OwnerOnly);
+        Files::writeAtomically(
+            support.file(pairingFile), pairing.toJson(), Files::Access::OwnerOnly);
     } catch (const std::system_error&) { // not saved: the next start makes another one
     }
     return pairing;

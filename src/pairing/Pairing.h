@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pairing/Crypto.h"
+#include "storage/Paths.h"
 
 #include <optional>
 #include <string>
@@ -29,7 +30,7 @@ struct Pairing {
 
     /// The record on disk. If there is none or it is invalid, makes a new one, see
     /// PairingStore::reset(). Throws what make() throws.
-    static Pairing load();
+    static Pairing load(const SupportFolder& support);
 
     std::string toJson() const;
     static std::optional<Pairing> fromJson(std::string_view json);
@@ -39,7 +40,7 @@ namespace PairingStore {
 
 /// Makes a new record and saves it. If saving fails, the record is returned all the same, and the
 /// next start makes another one.
-Pairing reset();
+Pairing reset(const SupportFolder& support);
 
 } // namespace PairingStore
 

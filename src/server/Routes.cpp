@@ -29,7 +29,7 @@ bool isAuthorized(const HttpRequest& request, const Pairing& pairing)
 
 Answer manifest(const HttpRequest& request, const ServerState& state)
 {
-    const auto items = Exporter::manifest(state.folder, state.guids);
+    const auto items = Exporter::manifest(state.folder, state.guids, state.support);
     const auto toJson = [](const ManifestItem& item) { return item.toJson(Form::Sent); };
     const std::string json = Json::Object().value("chats", Json::array(items, toJson)).finished();
     const auto body = state.pairing.key.seal(Envelope(json), request.target);

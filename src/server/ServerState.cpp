@@ -9,7 +9,7 @@ namespace korvane {
 
 std::optional<ManifestItem> ServerState::fileOnOffer(const std::string& fileName) const
 {
-    const auto items = Exporter::manifest(folder, guids);
+    const auto items = Exporter::manifest(folder, guids, support);
     const auto item = std::find_if(items.begin(), items.end(),
         [&](const ManifestItem& each) { return each.file == fileName; });
     return item == items.end() ? std::nullopt : std::optional(*item);

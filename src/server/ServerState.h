@@ -39,6 +39,7 @@ struct IssuedTransfer {
 /// Everything that an answer depends on, besides the export folder's contents and the time. A plain
 /// value; each request works on its own copy.
 struct ServerState {
+    SupportFolder support; ///< contains the export state
     Pairing pairing;
     std::set<std::string> guids; ///< chats whose files may be fetched
     std::filesystem::path folder = "/"; ///< export folder

@@ -6,9 +6,9 @@
 
 namespace korvane {
 
-SyncServer::SyncServer(ServerOptions options)
+SyncServer::SyncServer(const SupportFolder& support, ServerOptions options)
     : m_options(std::move(options))
-    , m_state{.pairing = Pairing::load()}
+    , m_state{.support = support, .pairing = Pairing::load(support)}
 {
     m_thread.setObjectName(QStringLiteral("KorvaneSync.server"));
     m_tasks.moveToThread(&m_thread);

@@ -39,8 +39,8 @@ struct TransferEvent {
 /// listen at all, onReady is not called.
 class SyncServer {
 public:
-    /// Reads the pairing, or makes a new one (see Pairing). Does not listen yet.
-    explicit SyncServer(ServerOptions options = {});
+    /// Reads the pairing in `support`, or makes a new one (see Pairing). Does not listen yet.
+    explicit SyncServer(const SupportFolder& support, ServerOptions options = {});
 
     /// Closes all connections and stops the thread. No callback runs after that.
     ~SyncServer();

@@ -5,9 +5,10 @@
 
 namespace korvane {
 
-std::string Transfer::exportedFile(const std::filesystem::path& folder, const std::string& guid)
+std::string Transfer::exportedFile(
+    const std::filesystem::path& folder, const std::string& guid, const SupportFolder& support)
 {
-    const auto items = Exporter::manifest(folder, {guid});
+    const auto items = Exporter::manifest(folder, {guid}, support);
     if (items.empty())
         throw TransferError(Text::noExport);
     if (items.front().size > TransferTicket::largestFile)

@@ -10,6 +10,7 @@
 
 namespace korvane {
 
+class SupportFolder;
 class SyncServer;
 
 /// A chat cannot be transferred; the text tells the user why.
@@ -31,9 +32,10 @@ inline constexpr auto noLink = "Could not create a transfer link. Check Wi-Fi an
 inline constexpr auto noPicture = "Could not draw the transfer QR code";
 } // namespace Text
 
-/// The name of the chat's export file in `folder`. Throws if there is none, or if it is larger than
-/// TransferTicket::largestFile.
-std::string exportedFile(const std::filesystem::path& folder, const std::string& guid);
+/// The name of the chat's export file in `folder`, by the state in `support`. Throws if there is
+/// none, or if it is larger than TransferTicket::largestFile.
+std::string exportedFile(
+    const std::filesystem::path& folder, const std::string& guid, const SupportFolder& support);
 
 /// A link to `fileName` with a new ticket. The server must have the file on offer at `port`. `host`
 /// is the address at which a phone reaches this machine. Throws if there is none, or no ticket.

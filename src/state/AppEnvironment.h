@@ -4,6 +4,7 @@
 #include "messages/MessagesDB.h"
 #include "pairing/LocalAddress.h"
 #include "server/ServerOptions.h"
+#include "storage/Paths.h"
 
 #include <QTime>
 #include <QUrl>
@@ -22,6 +23,7 @@ namespace korvane {
 /// main thread, except `loadNames`, and `server.now`, which the server also calls on its own
 /// thread.
 struct AppEnvironment {
+    SupportFolder support; ///< has no default: main() determines it
     std::string database = MessagesDB::path();
 
     /// Called on the worker thread.

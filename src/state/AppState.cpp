@@ -23,8 +23,8 @@ namespace korvane {
 struct AppState::Services {
     explicit Services(AppEnvironment given)
         : environment(std::move(given))
-        , transfer(environment.server, environment.localAddress)
-        , exports(environment.database)
+        , transfer(environment.support, environment.server, environment.localAddress)
+        , exports(environment.support, environment.database)
     {
     }
 
@@ -298,8 +298,11 @@ void AppState::exportForTransfer(const ChatInfo& chat)
         &AppState::transferChatTitleChanged);
     setStatus("Preparing selected chat…");
     const auto sync = m_services->exports.make({chat}, m_services->names, m_outputFolder);
-    runInBackground([sync, folder = m_outputFolder,
-                        guid = chat.guid] { return PhoneTransfer::exportFile(sync, folder, guid); },
+    runInBackground(
+        [sync, folder = m_outputFolder, guid = chat.guid,
+            support = m_services->environment.support] {
+            return PhoneTransfer::exportFile(sync, folder, guid, support);
+        },
         [this](const TransferFile& file) {
             update(m_isSyncing, false, &AppState::isSyncingChanged);
             offer(file);

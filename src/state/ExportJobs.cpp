@@ -11,14 +11,15 @@ struct ExportJob {
     std::vector<ChatInfo> chats;
     ContactNames names;
     std::filesystem::path folder;
+    SupportFolder support;
     std::string database;
     std::shared_ptr<std::atomic<bool>> stopping;
 
     SyncResult operator()() const
     {
         try {
-            return Exporter::sync(
-                chats, names, folder, database, [this](const ChatInfo&) { return !*stopping; });
+            return Exporter::sync(chats, names, folder, support, database,
+                [this](const ChatInfo&) { return !*stopping; });
         } catch (const std::exception& error) {
             return {.errors = {error.what()}};
         }
@@ -27,8 +28,9 @@ struct ExportJob {
 
 } // namespace
 
-ExportJobs::ExportJobs(std::string database)
-    : m_database(std::move(database))
+ExportJobs::ExportJobs(SupportFolder support, std::string database)
+    : m_support(std::move(support))
+    , m_database(std::move(database))
     , m_stopping(std::make_shared<std::atomic<bool>>(false))
 {
 }
@@ -38,11 +40,12 @@ ExportJobs::Job ExportJobs::make(
 {
     try {
         if (!m_lock)
-            m_lock.emplace();
+            m_lock.emplace(m_support);
     } catch (const std::exception& error) {
         return [reason = std::string(error.what())] { return SyncResult{.errors = {reason}}; };
     }
-    return ExportJob{std::move(chats), std::move(names), std::move(folder), m_database, m_stopping};
+    return ExportJob{
+        std::move(chats), std::move(names), std::move(folder), m_support, m_database, m_stopping};
 }
 
 void ExportJobs::setStopping(bool stopping)

@@ -2,6 +2,7 @@
 
 #include "contacts/ContactNames.h"
 #include "export/Exporter.h"
+#include "storage/Paths.h"
 #include "storage/SupportLock.h"
 
 #include <atomic>
@@ -23,7 +24,7 @@ public:
     using Job = std::function<SyncResult()>;
 
     /// `database` is the path of the Messages database.
-    explicit ExportJobs(std::string database);
+    ExportJobs(SupportFolder support, std::string database);
 
     /// A job that exports the chats into `folder`. The first call takes the support lock, which
     /// this object then keeps: otherwise an export by another process could append the same
@@ -36,6 +37,7 @@ public:
     void setStopping(bool stopping);
 
 private:
+    const SupportFolder m_support;
     const std::string m_database;
     const std::shared_ptr<std::atomic<bool>> m_stopping; ///< shared with the jobs
     std::optional<SupportLock> m_lock;

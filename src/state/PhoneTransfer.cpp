@@ -10,8 +10,9 @@
 
 namespace korvane {
 
-PhoneTransfer::PhoneTransfer(ServerOptions options, LocalAddress localAddress)
-    : m_server(std::make_unique<SyncServer>(std::move(options)))
+PhoneTransfer::PhoneTransfer(
+    const SupportFolder& support, ServerOptions options, LocalAddress localAddress)
+    : m_server(std::make_unique<SyncServer>(support, std::move(options)))
     , m_localAddress(std::move(localAddress))
 {
     connect(
@@ -27,14 +28,14 @@ PhoneTransfer::PhoneTransfer(ServerOptions options, LocalAddress localAddress)
 PhoneTransfer::~PhoneTransfer() = default;
 
 TransferFile PhoneTransfer::exportFile(const std::function<SyncResult()>& exportChat,
-    const std::filesystem::path& folder, const std::string& guid)
+    const std::filesystem::path& folder, const std::string& guid, const SupportFolder& support)
 {
     TransferFile file{.guid = guid, .folder = folder};
     try {
         const SyncResult result = exportChat();
         if (!result.errors.empty())
             throw TransferError("Error: " + result.errors.front());
-        file.name = Transfer::exportedFile(folder, guid);
+        file.name = Transfer::exportedFile(folder, guid, support);
     } catch (const std::exception& error) {
         file.failure = error.what();
     }

@@ -12,6 +12,7 @@
 
 namespace korvane {
 
+class SupportFolder;
 class SyncServer;
 struct ServerOptions;
 struct SyncResult;
@@ -34,9 +35,9 @@ class PhoneTransfer : public QObject {
 public:
     using LocalAddress = std::function<std::optional<std::string>()>;
 
-    /// Makes the server, which does not listen yet. `localAddress` is called by code(), on the main
-    /// thread.
-    PhoneTransfer(ServerOptions options, LocalAddress localAddress);
+    /// Makes the server, with the pairing in `support`. It does not listen yet. `localAddress` is
+    /// called by code(), on the main thread.
+    PhoneTransfer(const SupportFolder& support, ServerOptions options, LocalAddress localAddress);
 
     /// Closes all connections and waits for the server's thread.
     ~PhoneTransfer() override;
@@ -44,9 +45,9 @@ public:
     Q_DISABLE_COPY_MOVE(PhoneTransfer)
 
     /// Calls `exportChat`, which exports the chat into `folder`, and then looks for the chat's
-    /// file. Runs on the worker thread.
+    /// file in the state in `support`. Runs on the worker thread.
     static TransferFile exportFile(const std::function<SyncResult()>& exportChat,
-        const std::filesystem::path& folder, const std::string& guid);
+        const std::filesystem::path& folder, const std::string& guid, const SupportFolder& support);
 
     /// Allows phones to fetch this file, and no others.
     void offer(const TransferFile& file);

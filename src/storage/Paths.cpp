@@ -1,8 +1,5 @@
 #include "storage/Paths.h"
 
-#include <QDir>
-#include <QStandardPaths>
-
 #include <cstdlib>
 #include <string>
 #include <system_error>
@@ -16,11 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path nativePath(const QString& path)
-{
-    return path.toStdString();
-}
-
 fs::path absoluteFolder(const std::string& path)
 {
     std::error_code failure;
@@ -28,26 +20,29 @@ fs::path absoluteFolder(const std::string& path)
     return path.empty() ? here : here / path; // operator/ returns an absolute `path` unchanged
 }
 
-fs::path applicationSupport()
-{
-    return nativePath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
-}
-
 } // namespace
 
-fs::path Paths::support()
+SupportFolder::SupportFolder(fs::path path, fs::path legacy)
+    : m_path(std::move(path))
+    , m_legacy(std::move(legacy))
 {
+}
+
+const fs::path& SupportFolder::path() const
+{
+    if (!m_legacy.empty())
+        Paths::migrateLegacyFolder(m_legacy, m_path);
     std::error_code failure;
-    fs::path folder;
-    if (const char* home = std::getenv("KORVANE_SYNC_HOME")) {
-        folder = absoluteFolder(home);
-    } else {
-        const fs::path base = applicationSupport();
-        folder = base / "KorvaneSync";
-        migrateLegacyFolder(base / "QuorvishSync", folder);
-    }
-    fs::create_directories(folder, failure);
-    return folder;
+    fs::create_directories(m_path, failure);
+    return m_path;
+}
+
+SupportFolder Paths::support()
+{
+    if (const char* folder = std::getenv("KORVANE_SYNC_HOME"))
+        return SupportFolder(absoluteFolder(folder));
+    const fs::path data = applicationData();
+    return SupportFolder(data / "KorvaneSync", data / "QuorvishSync");
 }
 
 void Paths::migrateLegacyFolder(const fs::path& from, const fs::path& to)
@@ -67,10 +62,9 @@ void Paths::migrateLegacyFolder(const fs::path& from, const fs::path& to)
 
 fs::path Paths::defaultFolder()
 {
-    const fs::path home = nativePath(QDir::homePath());
-    const fs::path cloud = home / "Library/Mobile Documents/com~apple~CloudDocs";
+    const fs::path cloud = home() / "Library/Mobile Documents/com~apple~CloudDocs";
     std::error_code failure;
-    return (fs::exists(cloud, failure) ? cloud : home / "Documents") / "Quorvish";
+    return (fs::exists(cloud, failure) ? cloud : home() / "Documents") / "Quorvish";
 }
 
 } // namespace korvane

@@ -2,52 +2,47 @@
 
 #include "storage/Paths.h"
 
-#include <optional>
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <sstream>
+#include <stdexcept>
 #include <string>
 
 namespace korvane {
 
 namespace {
 
-/// A lock file without a holder's name that is older than this is stale: the machine crashed before
-/// the name was on disk. In a younger one, the holder may be just about to write its name.
-constexpr int millisecondsToWriteName = 10'000;
-
-QString lockPath()
+std::string noteOfThisProcess()
 {
-    return QString::fromStdString((Paths::support() / "export.lock").native());
+    const QString program = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+    return std::to_string(QCoreApplication::applicationPid()) + "\n" + program.toStdString() + "\n";
 }
 
-std::optional<std::string> holder(const QLockFile& file)
+/// "korvane-sync, process 4711". The holder may not have written its note yet.
+std::string holder(const FileLock& file)
 {
-    qint64 process = 0;
-    QString host;
-    QString program;
-    if (!file.getLockInfo(&process, &host, &program))
-        return std::nullopt;
-    return program.toStdString() + ", process " + std::to_string(process);
-}
-
-std::string reason(const QLockFile& file)
-{
-    if (file.error() == QLockFile::LockFailedError)
-        return "Another export is running (" + holder(file).value_or("another program") + ").";
-    return "Can't write to the support folder " + Paths::support().string() + ".";
+    std::istringstream note(file.note());
+    std::string process;
+    std::string program;
+    const bool isWhole = std::getline(note, process) && std::getline(note, program) && !note.eof();
+    return isWhole ? program + ", process " + process : "another program";
 }
 
 } // namespace
 
-SupportLock::SupportLock() : m_file(lockPath())
+SupportLock::SupportLock(const SupportFolder& support) : m_file(support.file("export.lock"))
 {
-    m_file.setStaleLockTime(0); // a lock never expires by age, only if its holder is dead
-    if (m_file.tryLock(0))
+    switch (m_file.tryLock()) {
+    case FileLock::Outcome::Held:
+        m_file.leaveNote(noteOfThisProcess());
         return;
-    if (!holder(m_file)) {
-        m_file.setStaleLockTime(millisecondsToWriteName);
-        if (m_file.tryLock(0))
-            return;
+    case FileLock::Outcome::HeldByAnother:
+        throw std::runtime_error("Another export is running (" + holder(m_file) + ").");
+    case FileLock::Outcome::Failed:
+        throw std::runtime_error(
+            "Can't write to the support folder " + support.path().string() + ".");
     }
-    throw std::runtime_error(reason(m_file));
 }
 
 } // namespace korvane

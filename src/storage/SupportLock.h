@@ -1,21 +1,22 @@
 #pragma once
 
-#include <QLockFile>
-
-#include <stdexcept>
+#include "storage/FileLock.h"
 
 namespace korvane {
 
+class SupportFolder;
+
 /// While it lives, other processes cannot export with the same support folder: two exports at a
-/// time would append the same messages twice. The lock of a process that has died is ignored.
+/// time would append the same messages twice. A lock on the file "export.lock" in that folder,
+/// which contains the holder's process id and program name, a line each.
 class SupportLock {
 public:
     /// Throws std::runtime_error if it cannot get the lock. The text names the holder, or says that
     /// the support folder is not writable.
-    SupportLock();
+    explicit SupportLock(const SupportFolder& support);
 
 private:
-    QLockFile m_file;
+    const FileLock m_file;
 };
 
 } // namespace korvane

@@ -19,7 +19,6 @@ void WindowTest::initMain()
     qputenv("HOME", folder("/home"));
     qputenv("XDG_CONFIG_HOME", folder("/config"));
     qputenv("XDG_DATA_HOME", folder("/data"));
-    qputenv("KORVANE_SYNC_HOME", folder("/support"));
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     useScreen(home.path() + QLatin1String("/screens.json"), 2000, 2000); // enough room at any scale
@@ -65,7 +64,7 @@ AppState& WindowSetup::start()
 
 AppEnvironment WindowSetup::environment()
 {
-    AppEnvironment environment;
+    AppEnvironment environment{.support = SupportFolder(db.folder() + "/support")};
     environment.database = db.path();
     environment.loadNames = [] { return ContactNames(); };
     environment.localAddress = [] { return "127.0.0.1"; };

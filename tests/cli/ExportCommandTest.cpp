@@ -237,9 +237,9 @@ private slots:
         const std::string odd = terminal.home() + "/Ünï cödé 日本 's";
         std::filesystem::create_directories(odd);
         std::filesystem::copy_file(database.path(), odd + "/chat copy.db");
-        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(odd + "/support"));
         const Outcome outcome = terminal.run(
-            {"export", "--all", "--database", odd + "/chat copy.db", "--folder", odd + "/out put"});
+            {"export", "--all", "--database", odd + "/chat copy.db", "--folder", odd + "/out put"},
+            "", SupportFolder(odd + "/support"));
         QCOMPARE(outcome.err, std::string());
         QCOMPARE(outcome.code, 0);
         QCOMPARE(filesIn(odd + "/out put").size(), std::size_t{2});
@@ -260,7 +260,7 @@ private slots:
         const Terminal terminal;
         TestDatabase database;
         fill(database);
-        const SupportLock first;
+        const SupportLock first(SupportFolder(terminal.support()));
         const Outcome outcome = exportAll(terminal, database);
         QCOMPARE(outcome.code, 1);
         QVERIFY2(outcome.err.starts_with("korvane-sync: Another export is running (Export"),
@@ -276,7 +276,7 @@ private slots:
         TestDatabase database;
         fill(database);
         exportAll(terminal, database);
-        const SupportLock free;
+        const SupportLock free(SupportFolder(terminal.support()));
         QCOMPARE(
             filesIn(terminal.support()), (std::vector<std::string>{"export.lock", "state.json"}));
     }

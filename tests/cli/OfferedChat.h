@@ -41,7 +41,7 @@ struct OfferedChat {
 
     Recipient recipient;
     ExportedChat chat;
-    RunningServer running;
+    RunningServer running{chat.setup.support()};
     TransferLink link;
 };
 

@@ -133,7 +133,7 @@ private slots:
     void linkOfAProgramThatWasStartedAnew()
     {
         OfferedChat offered;
-        RunningServer anew;
+        RunningServer anew(offered.chat.setup.support());
         offered.chat.offer(anew.server());
         offered.link.port = anew.port();
         fails(offered.recipient, offered.link,

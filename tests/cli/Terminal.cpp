@@ -14,7 +14,7 @@ Terminal::Terminal()
 {
     qputenv("HOME", QByteArray::fromStdString(home()));
     qputenv("XDG_DATA_HOME", QByteArray::fromStdString(home() + "/data"));
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(support()));
+    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(support())); // for child processes
 }
 
 Terminal::~Terminal()
@@ -24,10 +24,16 @@ Terminal::~Terminal()
 
 Outcome Terminal::run(const std::vector<std::string>& arguments, const std::string& input) const
 {
+    return run(arguments, input, SupportFolder(support()));
+}
+
+Outcome Terminal::run(const std::vector<std::string>& arguments, const std::string& input,
+    const SupportFolder& support) const
+{
     std::istringstream in(input);
     std::ostringstream out;
     std::ostringstream err;
-    const int code = runCommandLine(arguments, {.out = out, .err = err, .in = in});
+    const int code = runCommandLine(arguments, support, {.out = out, .err = err, .in = in});
     return {code, out.str(), err.str()};
 }
 

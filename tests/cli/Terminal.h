@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/Paths.h"
+
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
@@ -25,6 +27,8 @@ public:
 
     /// Runs the command line in this process; `input` is its standard input.
     Outcome run(const std::vector<std::string>& arguments, const std::string& input = "") const;
+    Outcome run(const std::vector<std::string>& arguments, const std::string& input,
+        const SupportFolder& support) const;
 
     std::string home() const { return m_home.path().toStdString(); }
     std::string support() const { return home() + "/support"; }

@@ -69,10 +69,11 @@ public:
         m_options.folder = owner.terminal.exports();
         m_options.host = "127.0.0.1";
         m_options.now = [this] { return now.load(); };
-        m_code = std::async(std::launch::async, [this, output] {
+        m_code = std::async(std::launch::async, [this, output, support = owner.terminal.support()] {
             std::ostream out(&printed);
             std::ostream err(&complained);
-            return runTransfer(m_options, {out, err, false, std::cin, output});
+            return runTransfer(
+                m_options, SupportFolder(support), {out, err, false, std::cin, output});
         });
     }
 

@@ -57,12 +57,14 @@ private slots:
     {
         const ExportedChat chat;
         const std::string guid = ExportSetup::guid(1);
-        QCOMPARE(Transfer::exportedFile(chat.setup.folder(), guid), chat.fileName());
-        throws(Transfer::Text::noExport,
-            [&] { Transfer::exportedFile(chat.setup.folder(), ExportSetup::guid(2)); });
+        QCOMPARE(Transfer::exportedFile(chat.setup.folder(), guid, chat.setup.support()),
+            chat.fileName());
+        throws(Transfer::Text::noExport, [&] {
+            Transfer::exportedFile(chat.setup.folder(), ExportSetup::guid(2), chat.setup.support());
+        });
         std::filesystem::remove(chat.setup.file(1));
-        throws(
-            Transfer::Text::noExport, [&] { Transfer::exportedFile(chat.setup.folder(), guid); });
+        throws(Transfer::Text::noExport,
+            [&] { Transfer::exportedFile(chat.setup.folder(), guid, chat.setup.support()); });
         QCOMPARE(std::string(Transfer::Text::noExport),
             std::string("The Korvane text export could not be found"));
     }
@@ -70,7 +72,7 @@ private slots:
     void linkNeedsAnAddressAndJustOneChatOnOffer()
     {
         const ExportedChat chat;
-        RunningServer running;
+        RunningServer running(chat.setup.support());
         const auto link = [&](const std::optional<std::string>& host) {
             return Transfer::createLink(running.server(), chat.fileName(), 49152, host);
         };
@@ -132,7 +134,7 @@ private slots:
     void anotherExportIsRunning()
     {
         const Owner owner;
-        const SupportLock lock;
+        const SupportLock lock(SupportFolder(owner.terminal.support()));
         const Outcome outcome = owner.terminal.run(owner.words());
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.out, std::string());

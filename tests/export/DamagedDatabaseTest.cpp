@@ -53,7 +53,7 @@ private slots:
         const auto repair = damage(setup);
         QCOMPARE(describe(setup.sync()), "added 2, touched 1; Torn: "s + malformed);
         QVERIFY(!fs::exists(setup.folder() / "Torn (1) Korvane Wrapped.jsonl.txt"));
-        QCOMPARE(ExportState::load().chats.size(), 1U);
+        QCOMPARE(ExportState::load(setup.support()).chats.size(), 1U);
         QCOMPARE(setup.rowIDs(2).size(), 2U);
 
         repair();

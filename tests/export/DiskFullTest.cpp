@@ -51,7 +51,7 @@ private slots:
         setup.addMessages(1, 500);
         setup.addMessages(2, 2);
         QCOMPARE(syncWithLimit(setup), "added 2, touched 1" + tooLarge("Large"));
-        QCOMPARE(ExportState::load().chats.size(), 1U);
+        QCOMPARE(ExportState::load(setup.support()).chats.size(), 1U);
         QCOMPARE(setup.rowIDs(2), (std::vector<std::int64_t>{501, 502}));
         const fs::path file = setup.folder() / "Large (1) Korvane Wrapped.jsonl.txt";
         const std::string torn = readFile(file);
@@ -139,7 +139,7 @@ private slots:
         setup.addMessages(2, 2);
         writeFile(setup.folder() / "Small (2) Korvane Wrapped.jsonl.txt", "\n"); // takes up a page
         const std::string full = describe(setup.sync());
-        const std::size_t records = ExportState::load().chats.size();
+        const std::size_t records = ExportState::load(setup.support()).chats.size();
         fs::remove(setup.folder() / "Large (1) Korvane Wrapped.jsonl.txt");
         ::mount("none", setup.folder().c_str(), "tmpfs", MS_REMOUNT, "size=10m");
         const std::string room = describe(setup.sync());

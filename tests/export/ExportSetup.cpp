@@ -13,13 +13,7 @@ namespace fs = std::filesystem;
 
 ExportSetup::ExportSetup(TestDatabase::Schema schema) : db(schema)
 {
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(home().native()));
     fs::create_directories(home());
-}
-
-ExportSetup::~ExportSetup()
-{
-    qunsetenv("KORVANE_SYNC_HOME");
 }
 
 void ExportSetup::addChat(std::int64_t id, const std::string& title)
@@ -38,19 +32,19 @@ void ExportSetup::addMessages(std::int64_t chat, int count, const std::string& t
 
 SyncResult ExportSetup::sync(const BeforeChat& beforeChat) const
 {
-    return Exporter::sync(chats, names, folder(), db.path(), beforeChat);
+    return Exporter::sync(chats, names, folder(), support(), db.path(), beforeChat);
 }
 
 ChatState ExportSetup::record(std::int64_t chat) const
 {
-    return ExportState::load().chats.at(guid(chat));
+    return ExportState::load(support()).chats.at(guid(chat));
 }
 
 void ExportSetup::setRecord(std::int64_t chat, const ChatState& record) const
 {
-    ExportState state = ExportState::load();
+    ExportState state = ExportState::load(support());
     state.chats[guid(chat)] = record;
-    Exporter::saveState(state);
+    Exporter::saveState(state, support());
 }
 
 fs::path ExportSetup::file(std::int64_t chat) const

@@ -14,12 +14,10 @@
 namespace korvane {
 
 /// Everything that an export needs, in a temporary folder: a Messages database, a support folder,
-/// and an export folder, which sync() creates. KORVANE_SYNC_HOME names the support folder as long
-/// as this object exists.
+/// and an export folder, which sync() creates.
 class ExportSetup {
 public:
     explicit ExportSetup(TestDatabase::Schema schema = TestDatabase::Schema::Current);
-    ~ExportSetup();
     Q_DISABLE_COPY_MOVE(ExportSetup)
 
     TestDatabase db;
@@ -37,6 +35,7 @@ public:
     static std::string guid(std::int64_t chat) { return "iMessage;-;" + std::to_string(chat); }
 
     std::filesystem::path home() const { return db.folder() + "/support"; }
+    SupportFolder support() const { return SupportFolder(home()); }
     std::filesystem::path folder() const { return db.folder() + "/export"; }
     std::filesystem::path stateFile() const { return home() / "state.json"; }
 

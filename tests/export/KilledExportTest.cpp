@@ -60,9 +60,8 @@ std::vector<History> historiesOf(const ExportSetup& setup)
 {
     const QTemporaryDir elsewhere;
     const fs::path folder = elsewhere.path().toStdString() + "/export";
-    qputenv("KORVANE_SYNC_HOME", elsewhere.path().toUtf8());
-    Exporter::sync(setup.chats, setup.names, folder, setup.db.path());
-    qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(setup.home().native()));
+    const SupportFolder support(elsewhere.path().toStdString());
+    Exporter::sync(setup.chats, setup.names, folder, support, setup.db.path());
     std::vector<History> histories;
     for (const ChatInfo& chat : setup.chats) {
         const auto file = folder / Exporter::exportFileName(chat.displayName, chat.id);
@@ -107,7 +106,7 @@ Disk::File fileOf(const ExportSetup& setup, const ChatInfo& chat, const ExportSt
 Disk diskOf(const ExportSetup& setup, const std::vector<History>& histories)
 {
     Disk disk{.state = readFile(setup.stateFile())};
-    const ExportState state = ExportState::load();
+    const ExportState state = ExportState::load(setup.support());
     for (std::size_t i = 0; i < setup.chats.size(); ++i)
         disk.files.push_back(fileOf(setup, setup.chats[i], state, histories[i]));
     return disk;

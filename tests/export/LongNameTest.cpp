@@ -91,7 +91,8 @@ private slots:
         QCOMPARE(setup->record(1).title, std::optional(title));
         QCOMPARE(setup->rowIDs(1), (Rows{1, 2}));
         QCOMPARE(filesIn(setup->folder()), std::vector{kept + tail});
-        const auto items = Exporter::manifest(setup->folder(), {ExportSetup::guid(1)});
+        const auto items
+            = Exporter::manifest(setup->folder(), {ExportSetup::guid(1)}, setup->support());
         QCOMPARE(items.size(), 1U);
         QCOMPARE(items[0].file, kept + tail);
         QCOMPARE(items[0].title, title);
@@ -201,7 +202,7 @@ private slots:
         const std::string isFolder = std::make_error_code(std::errc::is_a_directory).message();
         QCOMPARE(
             describe(setup->sync()), "added 0, touched 0; " + times(76, "漢") + ": " + isFolder);
-        QVERIFY(ExportState::load().chats.empty());
+        QVERIFY(ExportState::load(setup->support()).chats.empty());
     }
 };
 

@@ -22,9 +22,9 @@ Texts ordered(const Texts& titles)
         guids.insert(guid);
         state.chats[guid] = {.fileName = "file", .title = title};
     }
-    Exporter::saveState(state);
+    Exporter::saveState(state, setup.support());
     Texts result;
-    for (const ManifestItem& item : Exporter::manifest(setup.folder(), guids))
+    for (const ManifestItem& item : Exporter::manifest(setup.folder(), guids, setup.support()))
         result.push_back(item.title);
     return result;
 }
@@ -89,9 +89,10 @@ private slots:
             state.chats[name] = {.fileName = name};
         }
         state.chats["a"].title = "z"; // b and c have none and sort by file name
-        Exporter::saveState(state);
+        Exporter::saveState(state, setup.support());
         std::string ids;
-        for (const ManifestItem& item : Exporter::manifest(setup.folder(), {"a", "b", "c"}))
+        for (const ManifestItem& item :
+            Exporter::manifest(setup.folder(), {"a", "b", "c"}, setup.support()))
             ids += item.id;
         QCOMPARE(ids, std::string("bca"));
     }

@@ -26,7 +26,7 @@ namespace {
 
 std::vector<ManifestItem> manifestOf(const ExportSetup& setup, const std::set<std::string>& guids)
 {
-    return Exporter::manifest(setup.folder(), guids);
+    return Exporter::manifest(setup.folder(), guids, setup.support());
 }
 
 /// Adds a record with only its required members, and its file.
@@ -123,8 +123,9 @@ private slots:
             [&] { return std::to_string(manifestOf(setup, {ExportSetup::guid(1)}).size()); });
         fs::permissions(setup.folder(), fs::perms(0755));
         QCOMPARE(count, "0"s);
-        QVERIFY(Exporter::manifest(setup.folder() / "gone", {ExportSetup::guid(1)}).empty());
-        QVERIFY(Exporter::manifest("", {ExportSetup::guid(1)}).empty());
+        QVERIFY(Exporter::manifest(setup.folder() / "gone", {ExportSetup::guid(1)}, setup.support())
+                    .empty());
+        QVERIFY(Exporter::manifest("", {ExportSetup::guid(1)}, setup.support()).empty());
     }
 
     void anOldRecordHasItsFileNameForATitle()
@@ -202,7 +203,7 @@ private slots:
         if (::utimensat(AT_FDCWD, file.c_str(), both, 0) != 0 || ::stat(file.c_str(), &info) != 0
             || info.st_mtime < 253'402'300'800)
             QSKIP("needs a file system that stores times after the year 9999");
-        const auto items = Exporter::manifest(folder, {ExportSetup::guid(1)});
+        const auto items = Exporter::manifest(folder, {ExportSetup::guid(1)}, setup.support());
         QCOMPARE(items.size(), 1U);
         QCOMPARE(items[0].updated, std::optional<std::string>());
     }
@@ -262,7 +263,7 @@ private slots:
     {
         const ExportSetup setup;
         addBareRecord(setup, 1, "a.txt");
-        const ExportState one = ExportState::load();
+        const ExportState one = ExportState::load(setup.support());
         ExportState two = one;
         for (int i = 2; i < 500; ++i)
             two.chats[ExportSetup::guid(i)] = {.fileName = "a.txt", .title = std::string(100, 'x')};
@@ -273,7 +274,7 @@ private slots:
         std::atomic<bool> stop = false;
         std::thread writer([&] {
             for (int i = 0; !stop; ++i)
-                Exporter::saveState(i % 2 == 0 ? two : one);
+                Exporter::saveState(i % 2 == 0 ? two : one, setup.support());
         });
         std::set<std::size_t> sizes;
         for (int i = 0; i < 500; ++i)

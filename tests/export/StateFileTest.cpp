@@ -40,7 +40,7 @@ private slots:
     void aMissingFileIsAnEmptyState()
     {
         const ExportSetup setup;
-        QVERIFY(ExportState::load() == ExportState());
+        QVERIFY(ExportState::load(setup.support()) == ExportState());
         QVERIFY(!fs::exists(setup.stateFile()));
     }
 
@@ -60,7 +60,7 @@ private slots:
         QFETCH(std::string, bytes);
         const ExportSetup setup;
         writeFile(setup.stateFile(), bytes);
-        QVERIFY(ExportState::load() == ExportState());
+        QVERIFY(ExportState::load(setup.support()) == ExportState());
         QCOMPARE(readFile(setup.stateFile()), bytes);
     }
 
@@ -70,17 +70,18 @@ private slots:
         const std::string json = older.toJson();
         for (std::size_t size = 0; size < json.size(); ++size) {
             writeFile(setup.stateFile(), json.substr(0, size));
-            QVERIFY(ExportState::load() == ExportState());
+            QVERIFY(ExportState::load(setup.support()) == ExportState());
         }
     }
 
     void savesExactlyTheJson()
     {
         const ExportSetup setup;
-        Exporter::saveState({.chats = {{"g", {.lastRowID = 3, .fileName = "A/B"}}}});
+        Exporter::saveState(
+            {.chats = {{"g", {.lastRowID = 3, .fileName = "A/B"}}}}, setup.support());
         QCOMPARE(readFile(setup.stateFile()),
             std::string(R"({"chats":{"g":{"lastRowID":3,"fileName":"A\/B"}}})"));
-        Exporter::saveState({});
+        Exporter::saveState({}, setup.support());
         QCOMPARE(readFile(setup.stateFile()), std::string(R"({"chats":{}})"));
     }
 
@@ -88,10 +89,10 @@ private slots:
     {
         const ExportSetup setup;
         const fs::path deep = setup.home() / "not/there/yet";
-        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(deep.native()));
-        Exporter::saveState(newer);
+        const SupportFolder support(deep);
+        Exporter::saveState(newer, support);
         QCOMPARE(readFile(deep / "state.json"), newer.toJson());
-        QVERIFY(ExportState::load() == newer);
+        QVERIFY(ExportState::load(support) == newer);
     }
 
     void replacesTheFileAndLeavesNothingBesideIt()
@@ -100,19 +101,19 @@ private slots:
         ExportState large = older;
         for (int i = 0; i < 1000; ++i)
             large.chats["chat " + std::to_string(i)] = {.fileName = std::string(100, 'x')};
-        Exporter::saveState(large);
-        QVERIFY(ExportState::load() == large);
-        Exporter::saveState(newer);
-        QVERIFY(ExportState::load() == newer);
+        Exporter::saveState(large, setup.support());
+        QVERIFY(ExportState::load(setup.support()) == large);
+        Exporter::saveState(newer, setup.support());
+        QVERIFY(ExportState::load(setup.support()) == newer);
         QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
     }
 
     void readersKeepTheOldFileWhileItIsReplaced()
     {
         const ExportSetup setup;
-        Exporter::saveState(older);
+        Exporter::saveState(older, setup.support());
         std::ifstream reader(setup.stateFile());
-        Exporter::saveState(newer);
+        Exporter::saveState(newer, setup.support());
         const std::string seen(std::istreambuf_iterator<char>(reader), {});
         QCOMPARE(seen, older.toJson());
     }
@@ -120,13 +121,13 @@ private slots:
     void aReadOnlyFolderKeepsTheOldState()
     {
         const ExportSetup setup;
-        Exporter::saveState(older);
+        Exporter::saveState(older, setup.support());
         fs::permissions(setup.db.folder(), fs::perms(0755));
         fs::permissions(setup.stateFile(), fs::perms(0666));
         fs::permissions(setup.home(), fs::perms(0555));
-        const std::string seen = inUnprivilegedChild([] {
-            Exporter::saveState(newer);
-            return ExportState::load().toJson();
+        const std::string seen = inUnprivilegedChild([&setup] {
+            Exporter::saveState(newer, setup.support());
+            return ExportState::load(setup.support()).toJson();
         });
         fs::permissions(setup.home(), fs::perms(0755));
         QCOMPARE(seen, older.toJson());
@@ -136,13 +137,13 @@ private slots:
     void aFullDiskKeepsTheOldState()
     {
         const ExportSetup setup;
-        Exporter::saveState(older);
-        const std::string seen = inChild([] {
+        Exporter::saveState(older, setup.support());
+        const std::string seen = inChild([&setup] {
             const rlimit nearlyFull{20, 20};
             std::signal(SIGXFSZ, SIG_IGN);
             ::setrlimit(RLIMIT_FSIZE, &nearlyFull);
-            Exporter::saveState(newer);
-            return ExportState::load().toJson();
+            Exporter::saveState(newer, setup.support());
+            return ExportState::load(setup.support()).toJson();
         });
         QCOMPARE(seen, older.toJson());
         QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
@@ -152,8 +153,8 @@ private slots:
     {
         const ExportSetup setup;
         fs::create_directories(setup.stateFile() / "kept");
-        Exporter::saveState(newer);
-        QVERIFY(ExportState::load() == ExportState());
+        Exporter::saveState(newer, setup.support());
+        QVERIFY(ExportState::load(setup.support()) == ExportState());
         QVERIFY(fs::exists(setup.stateFile() / "kept"));
         QCOMPARE(namesIn(setup.home()), std::vector{"state.json"s});
     }
@@ -172,9 +173,9 @@ private slots:
         const ExportSetup setup;
         fs::permissions(setup.home(), fs::perms(0755));
         const Umask umask(mask);
-        Exporter::saveState(older);
+        Exporter::saveState(older, setup.support());
         QCOMPARE(modeOf(setup.stateFile()), "600");
-        Exporter::saveState(newer);
+        Exporter::saveState(newer, setup.support());
         QCOMPARE(modeOf(setup.stateFile()), "600");
         QCOMPARE(modeOf(setup.home()), "755"); // the folder may be shared: its mode stays
     }
@@ -188,7 +189,7 @@ private slots:
         fs::permissions(setup.stateFile(), fs::perms(0644));
         setup.sync();
         QCOMPARE(modeOf(setup.stateFile()), "600");
-        QCOMPARE(ExportState::load().chats.size(), 2U);
+        QCOMPARE(ExportState::load(setup.support()).chats.size(), 2U);
     }
 
     void aPipeInItsPlaceIsAnEmptyStateAtOnce_data()
@@ -206,23 +207,23 @@ private slots:
         const Descriptor writer(hasWriter ? ::open(setup.stateFile().c_str(), O_RDWR) : -1);
         QCOMPARE(bool(writer), hasWriter);
         // In a child process: if load() blocks, SIGALRM kills only the child.
-        const std::string seen = inChild([] {
+        const std::string seen = inChild([&setup] {
             ::alarm(10);
-            return ExportState::load().toJson();
+            return ExportState::load(setup.support()).toJson();
         });
         QCOMPARE(seen, ExportState().toJson());
-        Exporter::saveState(newer);
-        QVERIFY(ExportState::load() == newer);
+        Exporter::saveState(newer, setup.support());
+        QVERIFY(ExportState::load(setup.support()) == newer);
     }
 
     void aDeviceInItsPlaceIsAnEmptyState()
     {
         const ExportSetup setup;
         fs::create_symlink("/dev/zero", setup.stateFile());
-        const std::string seen = inChild([] {
+        const std::string seen = inChild([&setup] {
             const rlimit memory{std::size_t{2} << 30U, std::size_t{2} << 30U};
             ::setrlimit(RLIMIT_AS, &memory);
-            return ExportState::load().toJson();
+            return ExportState::load(setup.support()).toJson();
         });
         QCOMPARE(seen, ExportState().toJson());
     }
@@ -232,7 +233,7 @@ private slots:
         const ExportSetup setup;
         writeFile(setup.home() / "elsewhere", older.toJson());
         fs::create_symlink("elsewhere", setup.stateFile());
-        QVERIFY(ExportState::load() == older);
+        QVERIFY(ExportState::load(setup.support()) == older);
     }
 };
 

@@ -60,8 +60,8 @@ private slots:
         Sqlite::openForWriting((there / "empty").native()).execute("CREATE TABLE chat (guid TEXT)");
 
         const auto sync = [&] {
-            return Exporter::sync(
-                setup.chats, {}, setup.folder(), (there / database).native(), [](const ChatInfo&) {
+            return Exporter::sync(setup.chats, {}, setup.folder(), setup.support(),
+                (there / database).native(), [](const ChatInfo&) {
                     throw std::logic_error("no chat may be tried");
                     return true;
                 });
@@ -96,7 +96,8 @@ private slots:
         writeFile(there / "file", "mine");
         fs::create_symlink("nowhere", there / "link");
         writeFile(setup.stateFile(), "old and broken");
-        const auto result = Exporter::sync(setup.chats, {}, there / folder, setup.db.path());
+        const auto result
+            = Exporter::sync(setup.chats, {}, there / folder, setup.support(), setup.db.path());
         QCOMPARE(describe(result), "added 0, touched 0; Can't create output folder: " + error);
         QCOMPARE(readFile(setup.stateFile()), "old and broken"s);
         QCOMPARE(readFile(there / "file"), "mine"s);
@@ -106,7 +107,8 @@ private slots:
     {
         const ExportSetup setup;
         writeFile(setup.folder(), "in the way");
-        const auto result = Exporter::sync({}, {}, setup.folder(), "/nothing/chat.db");
+        const auto result
+            = Exporter::sync({}, {}, setup.folder(), setup.support(), "/nothing/chat.db");
         QCOMPARE(describe(result), "added 0, touched 0; Can't open the Messages database."s);
     }
 
@@ -140,7 +142,7 @@ private slots:
             QCOMPARE(describe(setup.sync()), added + line);
             QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2}));
             QCOMPARE(setup.rowIDs(3), (std::vector<std::int64_t>{5, 6}));
-            QCOMPARE(ExportState::load().chats.size(), 2U);
+            QCOMPARE(ExportState::load(setup.support()).chats.size(), 2U);
         }
     }
 
@@ -194,7 +196,7 @@ private slots:
         const std::string result = inUnprivilegedChild([&setup] { return describe(setup.sync()); });
         fs::permissions(setup.folder(), fs::perms(0755));
         QCOMPARE(result, "added 0, touched 0; News: " + reason(std::errc::permission_denied));
-        QCOMPARE(ExportState::load().chats.size(), 1U);
+        QCOMPARE(ExportState::load(setup.support()).chats.size(), 1U);
         QVERIFY(fs::is_empty(setup.folder()));
     }
 
@@ -244,7 +246,7 @@ private slots:
         setup.addMessages(2, 1);
         setup.db.sql().execute("UPDATE message SET date = -9223372036854775808 WHERE ROWID = 2");
         QVERIFY_THROWS_EXCEPTION(std::overflow_error, setup.sync());
-        QCOMPARE(ExportState::load().chats.size(), std::size_t{1});
+        QCOMPARE(ExportState::load(setup.support()).chats.size(), std::size_t{1});
         QVERIFY_THROWS_EXCEPTION(std::overflow_error, setup.sync());
         QCOMPARE(setup.rowIDs(1), std::vector<std::int64_t>{1}); // chat 1 is not written twice
     }

@@ -18,7 +18,7 @@ private slots:
         setup.addChat(1, "Team");
         setup.addMessages(1, 1);
         const fs::path deep = setup.folder() / "a b/ü/Quorvish";
-        QCOMPARE(describe(Exporter::sync(setup.chats, {}, deep, setup.db.path())),
+        QCOMPARE(describe(Exporter::sync(setup.chats, {}, deep, setup.support(), setup.db.path())),
             "added 1, touched 1"s);
         QVERIFY(fs::exists(deep / "Team (1) Korvane Wrapped.jsonl.txt"));
     }
@@ -42,7 +42,8 @@ private slots:
         fs::create_directories(setup.folder() / "real");
         fs::create_directory_symlink("real", setup.folder() / "link");
         const fs::path folder = setup.folder() / form;
-        QCOMPARE(describe(Exporter::sync(setup.chats, {}, folder, setup.db.path())),
+        QCOMPARE(
+            describe(Exporter::sync(setup.chats, {}, folder, setup.support(), setup.db.path())),
             "added 1, touched 1"s);
         QVERIFY(fs::exists(folder / "Team (1) Korvane Wrapped.jsonl.txt"));
     }
@@ -85,7 +86,7 @@ private slots:
         const auto result = setup.sync([](const ChatInfo& chat) { return chat.id != 2; });
         QCOMPARE(describe(result), "added 2, touched 1"s);
         QCOMPARE(setup.record(1).lastRowID, 2);
-        QCOMPARE(ExportState::load().chats.size(), 1U);
+        QCOMPARE(ExportState::load(setup.support()).chats.size(), 1U);
         const auto files = fs::directory_iterator(setup.folder());
         QCOMPARE(std::distance(begin(files), end(files)), 1);
     }
@@ -152,7 +153,6 @@ private slots:
             second.addMessages(1, 3);
             QCOMPARE(describe(second.sync()), "added 3, touched 1"s);
         }
-        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(first.home().native()));
         QCOMPARE(describe(first.sync()), "added 0, touched 0"s);
     }
 };

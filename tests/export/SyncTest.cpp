@@ -80,7 +80,7 @@ private slots:
         setup.addChat(1, "Team");
         setup.addMessages(1, 2);
         setup.sync();
-        const ExportState state = ExportState::load();
+        const ExportState state = ExportState::load(setup.support());
         const fs::path file = setup.file(1);
         const std::string bytes = readFile(file);
         const fs::file_time_type longAgo = fs::last_write_time(file) - std::chrono::hours(100);
@@ -89,7 +89,7 @@ private slots:
         QCOMPARE(describe(setup.sync()), "added 0, touched 0"s);
         QCOMPARE(readFile(file), bytes);
         QVERIFY(fs::last_write_time(file) == longAgo);
-        QVERIFY(ExportState::load() == state);
+        QVERIFY(ExportState::load(setup.support()) == state);
     }
 
     void aChatWithoutMessagesIsRecorded()
@@ -271,7 +271,7 @@ private slots:
             setup.addChat(i, "Chat");
         setup.sync();
         std::set<std::string> epochs;
-        for (const auto& [guid, record] : ExportState::load().chats) {
+        for (const auto& [guid, record] : ExportState::load(setup.support()).chats) {
             QVERIFY(isEpoch(record.epoch.value()));
             epochs.insert(*record.epoch);
         }

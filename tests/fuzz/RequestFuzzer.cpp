@@ -28,13 +28,13 @@ struct Offered {
     Offered()
     {
         const std::string home = folder.path().toStdString();
-        require(folder.isValid() && qputenv("KORVANE_SYNC_HOME", home.c_str()));
+        require(folder.isValid());
         std::ofstream(home + "/a b.txt") << contents;
         std::ofstream(home + "/hidden.txt") << "hidden";
         ExportState exported;
         exported.chats["g"] = {.lastRowID = 1, .fileName = "a b.txt", .epoch = "E"};
         exported.chats["h"] = {.lastRowID = 1, .fileName = "hidden.txt", .epoch = "E"};
-        Exporter::saveState(exported);
+        Exporter::saveState(exported, state.support);
         state.pairing.token = "p";
         state.guids = {"g"};
         state.folder = home;
@@ -49,7 +49,8 @@ struct Offered {
 
     const QTemporaryDir folder;
     const std::string contents = "0123456789";
-    ServerState state{.pairing = Pairing::make()};
+    ServerState state{
+        .support = SupportFolder(folder.path().toStdString()), .pairing = Pairing::make()};
 };
 
 /// Round trip: a parsed request that is written as a head parses to the same request.

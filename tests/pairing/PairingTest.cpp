@@ -28,8 +28,6 @@ private slots:
         useSupport(m_folder->path().toStdString());
     }
 
-    void cleanup() { qunsetenv("KORVANE_SYNC_HOME"); }
-
     void newRecordHasATokenAndAKey()
     {
         const std::string alphabet
@@ -62,7 +60,7 @@ private slots:
 
     void fileIsOneCompactObjectOfTwoMembers()
     {
-        const Pairing pairing = PairingStore::reset();
+        const Pairing pairing = PairingStore::reset(m_support);
         const QByteArray json = contents();
         const QJsonObject object = QJsonDocument::fromJson(json).object();
         QCOMPARE(object.keys(), QStringList({QStringLiteral("key"), QStringLiteral("token")}));
@@ -86,12 +84,12 @@ private slots:
 
     void recordIsMadeOnceAndReadBack()
     {
-        const Pairing first = Pairing::load();
+        const Pairing first = Pairing::load(m_support);
         const QByteArray json = contents();
         QVERIFY(Pairing::fromJson(json.toStdString()) == first);
-        QVERIFY(Pairing::load() == first);
+        QVERIFY(Pairing::load(m_support) == first);
         QCOMPARE(contents(), json);
-        QVERIFY(PairingStore::reset() != first);
+        QVERIFY(PairingStore::reset(m_support) != first);
         QVERIFY(contents() != json);
     }
 
@@ -103,7 +101,7 @@ private slots:
         fs::permissions(file(), fs::perms::owner_read);
         const auto old = fs::last_write_time(file()) - std::chrono::hours(24);
         fs::last_write_time(file(), old);
-        const Pairing pairing = Pairing::load();
+        const Pairing pairing = Pairing::load(m_support);
         QCOMPARE(pairing.token, "the token");
         QCOMPARE(pairing.key.bytes(), QByteArray(32, '\0'));
         QCOMPARE(contents(), json);
@@ -125,11 +123,11 @@ private slots:
     void recordThatOthersMayUseIsClosedToThem()
     {
         QFETCH(const int, mode);
-        const Pairing pairing = Pairing::load();
+        const Pairing pairing = Pairing::load(m_support);
         const QByteArray json = contents();
         fs::permissions(file(), static_cast<fs::perms>(mode));
         const auto folderMode = modeOf(support());
-        QVERIFY(Pairing::load() == pairing);
+        QVERIFY(Pairing::load(m_support) == pairing);
         QCOMPARE(modeOf(file()), "600");
         QCOMPARE(contents(), json);
         QCOMPARE(modeOf(support()), folderMode); // the folder may be shared: its mode stays
@@ -153,7 +151,7 @@ private slots:
     {
         QFETCH(QByteArray, json);
         write(json);
-        const Pairing pairing = Pairing::load();
+        const Pairing pairing = Pairing::load(m_support);
         QCOMPARE(pairing.token, "the token");
         QCOMPARE(pairing.key.bytes(), QByteArray(32, '\0'));
         QCOMPARE(contents(), json);
@@ -162,7 +160,7 @@ private slots:
     void escapedSlashesOfAKeyAreRead()
     {
         write("{\"token\":\"t\",\"key\":\"" + QByteArray("\\/").repeated(42) + "8=\"}");
-        QCOMPARE(Pairing::load().key.bytes(), QByteArray(32, '\xFF'));
+        QCOMPARE(Pairing::load(m_support).key.bytes(), QByteArray(32, '\xFF'));
     }
 
     void damagedRecordIsReplaced_data()
@@ -206,19 +204,19 @@ private slots:
         QFETCH(QByteArray, json);
         write(json);
         fs::permissions(file(), fs::perms(0644));
-        const Pairing pairing = Pairing::load();
+        const Pairing pairing = Pairing::load(m_support);
         QCOMPARE(pairing.token.size(), 22U);
         QVERIFY(pairing.key.bytes() != QByteArray(32, '\0'));
         QVERIFY(Pairing::fromJson(contents().toStdString()) == pairing);
         QCOMPARE(modeOf(file()), "600");
-        QVERIFY(Pairing::load() == pairing);
+        QVERIFY(Pairing::load(m_support) == pairing);
         QCOMPARE(std::distance(fs::directory_iterator(support()), {}), 1);
     }
 
     void missingFolderIsMade()
     {
         useSupport(m_folder->path().toStdString() + "/a/b");
-        const Pairing pairing = Pairing::load();
+        const Pairing pairing = Pairing::load(m_support);
         QVERIFY(Pairing::fromJson(contents().toStdString()) == pairing);
         QCOMPARE(modeOf(file()), "600");
     }
@@ -228,10 +226,10 @@ private slots:
         for (const mode_t mask : {mode_t{0}, mode_t{022}, mode_t{077}}) {
             const Umask umask(mask);
             fs::remove(file());
-            Pairing::load();
+            Pairing::load(m_support);
             QCOMPARE(modeOf(file()), "600");
             fs::permissions(file(), fs::perms(0666));
-            PairingStore::reset(); // replaces a file that everybody may read
+            PairingStore::reset(m_support); // replaces a file that everybody may read
             QCOMPARE(modeOf(file()), "600");
         }
     }
@@ -239,8 +237,8 @@ private slots:
     void folderInTheFilesPlaceStillGivesARecord()
     {
         fs::create_directories(file() / "inside");
-        const Pairing first = Pairing::load();
-        const Pairing second = Pairing::load();
+        const Pairing first = Pairing::load(m_support);
+        const Pairing second = Pairing::load(m_support);
         QCOMPARE(first.token.size(), 22U);
         QVERIFY(first != second); // nothing was saved
         QVERIFY(fs::is_directory(file() / "inside"));
@@ -251,8 +249,8 @@ private slots:
     {
         write("in the way");
         useSupport(file() / "below");
-        const Pairing first = Pairing::load();
-        const Pairing second = PairingStore::reset();
+        const Pairing first = Pairing::load(m_support);
+        const Pairing second = PairingStore::reset(m_support);
         QCOMPARE(first.token.size(), 22U);
         QCOMPARE(second.token.size(), 22U);
         QVERIFY(first != second);
@@ -266,37 +264,35 @@ private slots:
         const QTemporaryDir own;
         useSupport(own.path().toStdString());
         fs::permissions(support(), fs::perms::owner_read | fs::perms::owner_exec);
-        const Pairing first = Pairing::load();
-        const Pairing second = Pairing::load();
+        const Pairing first = Pairing::load(m_support);
+        const Pairing second = Pairing::load(m_support);
         QVERIFY(first != second);
         QVERIFY(fs::is_empty(support()));
         fs::permissions(support(), fs::perms::owner_all);
-        const Pairing third = Pairing::load();
-        QVERIFY(Pairing::load() == third);
+        const Pairing third = Pairing::load(m_support);
+        QVERIFY(Pairing::load(m_support) == third);
     }
 
 private:
     inline static const QByteArray goodKey = QByteArray(32, '\0').toBase64();
 
-    static void useSupport(const fs::path& folder)
-    {
-        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder.string()));
-    }
+    void useSupport(const fs::path& folder) { m_support = SupportFolder(folder); }
 
-    static fs::path support() { return qgetenv("KORVANE_SYNC_HOME").toStdString(); }
-    static fs::path file() { return support() / "pairing.json"; }
+    const fs::path& support() const { return m_support.path(); }
+    fs::path file() const { return support() / "pairing.json"; }
 
-    static QByteArray contents()
+    QByteArray contents() const
     {
         return QByteArray::fromStdString(Files::read(file()).value_or("(none)"));
     }
 
-    static void write(const QByteArray& bytes)
+    void write(const QByteArray& bytes) const
     {
         std::ofstream(file(), std::ios::binary) << bytes.toStdString();
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
+    SupportFolder m_support{{}};
 };
 
 QTEST_GUILESS_MAIN(PairingTest)

@@ -60,7 +60,8 @@ private slots:
         World world;
         std::mutex lock;
         std::vector<std::uint16_t> ports;
-        SyncServer server(ServerOptions{.address = "127.0.0.1"});
+        const ExportSetup setup;
+        SyncServer server(setup.support(), ServerOptions{.address = "127.0.0.1"});
         server.onReady = [&](std::uint16_t port) {
             const std::lock_guard guard(lock);
             ports.push_back(port);
@@ -143,7 +144,7 @@ private:
         }
 
         ExportedChat chat;
-        RunningServer running;
+        RunningServer running{chat.setup.support()};
         Tickets tickets;
         const std::string otherText = std::string(200'000, 'o');
         const std::string text = chat.contents();

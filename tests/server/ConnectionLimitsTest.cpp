@@ -39,7 +39,7 @@ private slots:
     {
         QFETCH(const QByteArray, sent);
         const ExportSetup setup;
-        const RunningServer running({.headTimeout = soon});
+        const RunningServer running(setup.support(), {.headTimeout = soon});
         const auto before = Clock::now();
         const Client client(running.port());
         QVERIFY(client.send(sent.toStdString()));
@@ -52,7 +52,7 @@ private slots:
     void everyByteDoesNotBuyMoreTime()
     {
         const ExportSetup setup;
-        const RunningServer running({.headTimeout = soon});
+        const RunningServer running(setup.support(), {.headTimeout = soon});
         const auto before = Clock::now();
         const Client client(running.port());
         bool closed = false;
@@ -69,7 +69,7 @@ private slots:
     void headJustInTimeIsAnswered()
     {
         const ExportSetup setup;
-        const RunningServer running({.headTimeout = 1s});
+        const RunningServer running(setup.support(), {.headTimeout = 1s});
         const Client client(running.port());
         std::this_thread::sleep_for(500ms);
         QVERIFY(isAnswered(client));
@@ -78,7 +78,7 @@ private slots:
     void connectionKeptAfterItsAnswerIsClosed()
     {
         const ExportSetup setup;
-        const RunningServer running({.connections = 1, .lingerTimeout = soon});
+        const RunningServer running(setup.support(), {.connections = 1, .lingerTimeout = soon});
         const Client client(running.port());
         QVERIFY(isAnswered(client)); // the server has sent its FIN and lingers for ours
         std::this_thread::sleep_for(soon * 2);
@@ -90,7 +90,7 @@ private slots:
     void peerThatSendsForeverIsNotReadForever()
     {
         const ExportSetup setup;
-        const RunningServer running({.lingerTimeout = soon});
+        const RunningServer running(setup.support(), {.lingerTimeout = soon});
         const Client client(running.port());
         QVERIFY(client.send("POST / HTTP/1.1\r\n\r\n"));
         const auto before = Clock::now();
@@ -103,7 +103,7 @@ private slots:
     void asManyAsAllowedStayOpen()
     {
         const ExportSetup setup;
-        const RunningServer running({.connections = 8});
+        const RunningServer running(setup.support(), {.connections = 8});
         const auto clients = silent(running.port(), 8);
         QCOMPARE(closedAmong(clients), 0U);
         for (const Client& client : clients)
@@ -113,7 +113,7 @@ private slots:
     void oneMoreTakesThePlaceOfTheLongestWaiting()
     {
         const ExportSetup setup;
-        const RunningServer running({.connections = 8});
+        const RunningServer running(setup.support(), {.connections = 8});
         const auto clients = silent(running.port(), 8);
         QVERIFY(clients.front().send("GET / HTTP/1.1\r\n")); // an incomplete head does not count
         QVERIFY(isAnswered(Client(running.port())));
@@ -125,7 +125,7 @@ private slots:
     void manyMoreTakeThePlacesOneAfterTheOther()
     {
         const ExportSetup setup;
-        const RunningServer running({.connections = 8});
+        const RunningServer running(setup.support(), {.connections = 8});
         const auto clients = silent(running.port(), 100);
         for (std::size_t i = 0; i + 8 < clients.size(); ++i)
             QVERIFY(clients[i].isClosedWithin(late));
@@ -136,7 +136,7 @@ private slots:
     void placesAreFreeAgainAfterwards()
     {
         const ExportSetup setup;
-        const RunningServer running({.connections = 4});
+        const RunningServer running(setup.support(), {.connections = 4});
         for (int i = 0; i < 20; ++i)
             QVERIFY(isAnswered(Client(running.port())));
         const auto clients = silent(running.port(), 4);
@@ -155,7 +155,7 @@ private slots:
         std::promise<std::uint16_t> ready;
         std::atomic<std::ptrdiff_t> most = 0;
         std::atomic<int> ended = 0;
-        SyncServer server(options);
+        SyncServer server(chat.setup.support(), options);
         server.onReady = [&](std::uint16_t port) { ready.set_value(port); };
         server.onPhoneSync = [&](auto) { crowdIsThere.get_future().wait(); };
         server.onTransfer = [&](const TransferEvent& event) {
@@ -190,7 +190,7 @@ private slots:
     {
         const ExportedChat chat;
         chat.resize(large);
-        RunningServer running({.connections = 2});
+        RunningServer running(chat.setup.support(), {.connections = 2});
         chat.offer(running.server());
         const std::string head = headFor(running.targetFor(chat.fileName()));
         const Client fetching(running.port(), {.receiveBuffer = 64 * 1024});

@@ -19,7 +19,7 @@ private slots:
         if (QStandardPaths::findExecutable(QStringLiteral("curl")).isEmpty())
             QSKIP("curl is not installed");
         m_chat.emplace();
-        m_running = std::make_unique<RunningServer>();
+        m_running = std::make_unique<RunningServer>(m_chat->setup.support());
         m_chat->offer(m_running->server());
     }
 

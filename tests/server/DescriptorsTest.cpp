@@ -29,7 +29,7 @@ private slots:
     void noneForAConnectionIsWaitedFor()
     {
         const ExportSetup setup;
-        const RunningServer running;
+        const RunningServer running(setup.support());
         for (int round = 0; round < 3; ++round) {
             std::optional<Client> waiting;
             {
@@ -53,7 +53,7 @@ private slots:
         const ExportedChat chat;
         constexpr qsizetype large = qsizetype{32} * 1024 * 1024; // exceeds the socket buffers
         chat.resize(large);
-        RunningServer running;
+        RunningServer running(chat.setup.support());
         chat.offer(running.server());
         const Client fetching(running.port(), {.receiveBuffer = 64 * 1024});
         QVERIFY(fetching.send(headFor(running.targetFor(chat.fileName()))));
@@ -67,7 +67,7 @@ private slots:
     void idleConnectionsAreEvictedWhereNoneIsLeft()
     {
         const ExportSetup setup;
-        const RunningServer running;
+        const RunningServer running(setup.support());
         auto sockets = socketsAside(200);
         const OnlyDescriptors few(40);
         QVERIFY(few.works());
@@ -84,7 +84,7 @@ private slots:
         ExportedChat chat;
         auto sockets = socketsAside(741);
         const SoftLimit usualOnMacOS(256);
-        RunningServer running;
+        RunningServer running(chat.setup.support());
         chat.offer(running.server());
         const auto idle = connected(running.port(), std::move(sockets));
         const auto start = std::chrono::steady_clock::now();
@@ -98,7 +98,7 @@ private slots:
     void noneForTheFileIsAnError()
     {
         const ExportedChat chat;
-        RunningServer running;
+        RunningServer running(chat.setup.support());
         chat.offer(running.server());
         const std::string file = chat.fileName();
         const std::string head = headFor(running.targetFor(file));

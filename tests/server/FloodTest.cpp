@@ -25,7 +25,7 @@ private slots:
     void initTestCase()
     {
         const ExportSetup setup;
-        const RunningServer running;
+        const RunningServer running(setup.support());
         if (!Client(running.port()).discardIncoming())
             QSKIP("no packet filters here");
         rlimit files{};
@@ -42,7 +42,7 @@ private slots:
         QFETCH(const int, count);
         QFETCH(const QByteArray, source);
         const ExportSetup setup;
-        const RunningServer running;
+        const RunningServer running(setup.support());
         Clients open;
         for (int i = 0; i < count; ++i)
             attack(idle(running, source.constData()), open);
@@ -64,7 +64,7 @@ private slots:
     {
         QFETCH(const QByteArray, source);
         const ExportSetup setup;
-        const RunningServer running(
+        const RunningServer running(setup.support(),
             {.connections = 25, .headTimeout = 1500ms, .writeTimeout = 6s, .answerTimeout = 3s});
         std::atomic<bool> ended = false;
         std::thread attacker([&] {
@@ -90,7 +90,7 @@ private slots:
         if (!std::filesystem::exists("/proc/self/fd"))
             QSKIP("no list of open descriptors here");
         const ExportSetup setup;
-        const RunningServer running;
+        const RunningServer running(setup.support());
         QCOMPARE(get(running.port(), "/").status, 401);
         QTest::qWait(100);
         const auto before = openDescriptors();
@@ -105,7 +105,7 @@ private slots:
     {
         const ExportedChat chat;
         chat.resize(100'000); // fits into the socket buffers
-        RunningServer running;
+        RunningServer running(chat.setup.support());
         chat.offer(running.server());
         const std::string head = headFor(running.targetFor(chat.fileName()));
         for (int i = 0; i < 20; ++i)
@@ -121,7 +121,7 @@ private slots:
     void fullPoolEvictsRefusedConnectionsFirst()
     {
         const ExportSetup setup;
-        const RunningServer running({.connections = 4});
+        const RunningServer running(setup.support(), {.connections = 4});
         const Client oldest = idle(running, host);
         const Client second = idle(running, host);
         Clients refused;
@@ -144,7 +144,7 @@ private slots:
     {
         QFETCH(const std::string, address);
         const ExportSetup setup;
-        const RunningServer running({.connections = 4}, address);
+        const RunningServer running(setup.support(), {.connections = 4}, address);
         const Client alone = idle(running, host);
         const Client first = idle(running, neighbour);
         const Client second = idle(running, neighbour);
@@ -188,7 +188,7 @@ private slots:
         options.limits = {.connections = 8};
         std::promise<void> crowdIsThere;
         std::promise<std::uint16_t> ready;
-        SyncServer server(options);
+        SyncServer server(chat.setup.support(), options);
         server.onReady = [&](std::uint16_t port) { ready.set_value(port); };
         server.onPhoneSync = [&](auto) { crowdIsThere.get_future().wait(); };
         chat.offer(server);

@@ -25,7 +25,7 @@ struct Offer {
     static constexpr const char* token = "Ab0-_Ab0-_Ab0-_Ab0-_Ab";
 
     ExportedChat chat;
-    ServerState state{.pairing = Pairing::make()};
+    ServerState state{.support = chat.setup.support(), .pairing = Pairing::make()};
     TransferTicket::Clock::time_point now = TransferTicket::Clock::now();
 
     /// Writes an export file and a state record with epoch "E", and offers that chat as well.

@@ -18,7 +18,7 @@ private slots:
     void initTestCase()
     {
         m_chat.emplace();
-        m_running = std::make_unique<RunningServer>();
+        m_running = std::make_unique<RunningServer>(m_chat->setup.support());
         m_chat->offer(m_running->server());
     }
 

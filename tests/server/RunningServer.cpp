@@ -27,7 +27,8 @@ std::vector<TransferEvent::Kind> TransferLog::kinds() const
     return kinds;
 }
 
-RunningServer::RunningServer(ServerLimits limits, const std::string& address)
+RunningServer::RunningServer(
+    const SupportFolder& support, ServerLimits limits, const std::string& address)
     : m_now(std::make_shared<std::atomic<TransferTicket::Clock::time_point>>(
         TransferTicket::Clock::now()))
 {
@@ -35,7 +36,7 @@ RunningServer::RunningServer(ServerLimits limits, const std::string& address)
     options.now = [now = m_now] { return now->load(); };
     options.limits = limits;
     options.address = address;
-    m_server = std::make_unique<SyncServer>(std::move(options));
+    m_server = std::make_unique<SyncServer>(support, std::move(options));
     const auto ready = std::make_shared<std::promise<std::uint16_t>>();
     m_server->onReady = [ready, told = false](std::uint16_t port) mutable {
         if (!std::exchange(told, true)) // a test may start it again

@@ -26,11 +26,12 @@ private:
 };
 
 /// A server for one test. It listens on the loopback interface, on a port that the system chooses,
-/// and keeps its pairing in the test's support folder.
+/// and keeps its pairing in `support`.
 class RunningServer {
 public:
     /// Starts the server and waits until it is ready.
-    explicit RunningServer(ServerLimits limits = {}, const std::string& address = "127.0.0.1");
+    explicit RunningServer(const SupportFolder& support, ServerLimits limits = {},
+        const std::string& address = "127.0.0.1");
 
     SyncServer& server() { return *m_server; }
     std::uint16_t port() const { return m_port; }

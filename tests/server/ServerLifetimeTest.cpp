@@ -26,7 +26,7 @@ private slots:
             return threads;
         };
         std::atomic<std::uint16_t> ready = 0;
-        SyncServer server(ServerOptions{.address = "127.0.0.1"});
+        SyncServer server(chat.setup.support(), ServerOptions{.address = "127.0.0.1"});
         server.onReady = [&](std::uint16_t port) {
             noteThread();
             ready = port;
@@ -49,7 +49,7 @@ private slots:
     {
         const ExportSetup setup;
         for (int round = 0; round < rounds; ++round)
-            const SyncServer server;
+            const SyncServer server(setup.support());
     }
 
     void endsRightAfterTheStart()
@@ -60,7 +60,7 @@ private slots:
         for (int round = 0; round < rounds; ++round) {
             alive = true;
             {
-                SyncServer server(ServerOptions{.address = "127.0.0.1"});
+                SyncServer server(setup.support(), ServerOptions{.address = "127.0.0.1"});
                 server.onReady = [&](std::uint16_t) { late += alive ? 0 : 1; };
                 server.start(0);
             }
@@ -74,7 +74,7 @@ private slots:
         const ExportedChat chat;
         chat.resize(std::uintmax_t{2} * 1024 * 1024);
         for (int round = 0; round < rounds; ++round) {
-            auto running = std::make_unique<RunningServer>();
+            auto running = std::make_unique<RunningServer>(chat.setup.support());
             chat.offer(running->server());
             const std::string target = running->targetFor(chat.fileName());
             const Client silent(running->port());
@@ -94,7 +94,8 @@ private slots:
     {
         const ExportedChat chat;
         for (int round = 0; round < rounds / 10; ++round) {
-            auto running = std::make_unique<RunningServer>(ServerLimits{.connections = 4});
+            auto running = std::make_unique<RunningServer>(
+                chat.setup.support(), ServerLimits{.connections = 4});
             chat.offer(running->server());
             const std::uint16_t port = running->port();
             std::atomic<bool> gone = false;

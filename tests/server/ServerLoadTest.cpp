@@ -30,7 +30,7 @@ private slots:
         if (files.rlim_max < 2000)
             QSKIP("too few descriptors for a thousand clients and their server");
         m_chat.emplace();
-        m_running = std::make_unique<RunningServer>();
+        m_running = std::make_unique<RunningServer>(m_chat->setup.support());
         m_chat->offer(m_running->server());
         m_descriptors = openDescriptors(); // before any connection
     }

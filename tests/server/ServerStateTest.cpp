@@ -158,7 +158,7 @@ private slots:
 
     void aNewStateOffersNothing()
     {
-        const ServerState state{.pairing = Pairing::make()};
+        const ServerState state{.support = SupportFolder("/"), .pairing = Pairing::make()};
         QVERIFY(state.guids.empty());
         QVERIFY(state.folder == "/");
         QVERIFY(state.transferTickets.empty());

@@ -197,7 +197,8 @@ private:
 
     /// A server with a ticket for a file of `size` bytes.
     struct Offered {
-        explicit Offered(qsizetype size, ServerLimits limits = {}) : running(limits)
+        explicit Offered(qsizetype size, ServerLimits limits = {})
+            : running(chat.setup.support(), limits)
         {
             chat.resize(static_cast<std::uintmax_t>(size));
             chat.offer(running.server());

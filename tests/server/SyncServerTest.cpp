@@ -18,7 +18,7 @@ private slots:
     void ticketFetchesTheFileSealedWithItsKey()
     {
         const ExportedChat chat;
-        RunningServer running;
+        RunningServer running(chat.setup.support());
         chat.offer(running.server());
         const auto issued = running.server().issueTransfer(chat.fileName());
         QVERIFY(issued);
@@ -36,7 +36,7 @@ private slots:
             QSKIP("no list of open descriptors here");
         const ExportSetup setup;
         const int before = openSockets();
-        Reporting reporting;
+        Reporting reporting(setup);
         QTest::qWait(settled);
         QCOMPARE(openSockets(), before);
         QCOMPARE(reporting.count(), 0U);
@@ -48,7 +48,7 @@ private slots:
     void anyPortIsReportedOnceAndAnswers()
     {
         const ExportSetup setup;
-        Reporting reporting;
+        Reporting reporting(setup);
         reporting.server.start(0);
         QTRY_COMPARE(reporting.count(), 1U);
         QVERIFY(reporting.last() != 0);
@@ -66,7 +66,7 @@ private slots:
             QVERIFY(probe.listen(QHostAddress::LocalHost));
             port = probe.serverPort();
         }
-        Reporting reporting;
+        Reporting reporting(setup);
         reporting.server.start(port);
         QTRY_COMPARE(reporting.count(), 1U);
         QCOMPARE(reporting.last(), port);
@@ -78,7 +78,7 @@ private slots:
         const ExportSetup setup;
         QTcpServer other;
         QVERIFY(other.listen(QHostAddress::LocalHost));
-        Reporting reporting;
+        Reporting reporting(setup);
         reporting.server.start(other.serverPort());
         QTRY_COMPARE(reporting.count(), 1U);
         QVERIFY(reporting.last() != other.serverPort());
@@ -90,7 +90,7 @@ private slots:
     void startingAgainReplacesTheListener()
     {
         const ExportSetup setup;
-        Reporting reporting;
+        Reporting reporting(setup);
         reporting.server.start(0);
         QTRY_COMPARE(reporting.count(), 1U);
         const std::uint16_t first = reporting.last();
@@ -111,7 +111,7 @@ private slots:
     void startingAgainOnTheSamePortTakesItAgain()
     {
         const ExportSetup setup;
-        Reporting reporting;
+        Reporting reporting(setup);
         reporting.server.start(0);
         QTRY_COMPARE(reporting.count(), 1U);
         const std::uint16_t port = reporting.last();
@@ -125,7 +125,7 @@ private slots:
     void startReturnsAtOnceInACallbackToo()
     {
         const ExportSetup setup;
-        Reporting reporting;
+        Reporting reporting(setup);
         std::atomic<int> nested = 0;
         std::atomic<int> deepest = 0;
         std::atomic<int> reports = 0;
@@ -154,14 +154,14 @@ private slots:
         const ExportSetup setup;
         const auto file = setup.home() / "pairing.json";
         writeFile(file, contents.toStdString());
-        const SyncServer server;
+        const SyncServer server(setup.support());
         const Pairing pairing = server.state().pairing;
         QCOMPARE(pairing.token.size(), 22U);
         QVERIFY(pairing.token != Pairing::make().token);
         const auto stored = Pairing::fromJson(readFile(file));
         QVERIFY(stored);
         QVERIFY(*stored == pairing);
-        QVERIFY(SyncServer().state().pairing == pairing);
+        QVERIFY(SyncServer(setup.support()).state().pairing == pairing);
     }
 
     void wholePairingIsKept()
@@ -169,14 +169,14 @@ private slots:
         const ExportSetup setup;
         const Pairing pairing = Pairing::make();
         writeFile(setup.home() / "pairing.json", pairing.toJson());
-        QVERIFY(SyncServer().state().pairing == pairing);
+        QVERIFY(SyncServer(setup.support()).state().pairing == pairing);
     }
 
 private:
     /// A server and the ports that it reported.
     struct Reporting {
-        explicit Reporting(const std::string& address = "127.0.0.1")
-            : server(ServerOptions{.address = address})
+        explicit Reporting(const ExportSetup& setup, const std::string& address = "127.0.0.1")
+            : server(setup.support(), ServerOptions{.address = address})
         {
             server.onReady = [this](std::uint16_t port) {
                 const std::lock_guard guard(lock);

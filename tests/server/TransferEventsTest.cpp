@@ -183,7 +183,8 @@ private:
 
     /// A server with a ticket for a file of `size` bytes.
     struct Offered {
-        explicit Offered(std::uintmax_t size, ServerLimits limits = {}) : running(limits)
+        explicit Offered(std::uintmax_t size, ServerLimits limits = {})
+            : running(chat.setup.support(), limits)
         {
             chat.resize(size);
             chat.offer(running.server());

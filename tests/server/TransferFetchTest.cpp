@@ -206,7 +206,7 @@ private:
 
         ExportedChat chat;
         std::string contents;
-        RunningServer running;
+        RunningServer running{chat.setup.support()};
         QByteArray key;
         std::string target;
     };

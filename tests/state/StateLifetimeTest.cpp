@@ -134,13 +134,13 @@ private slots:
         state.syncNow();
         QVERIFY(comes([&] { return fs::exists(setup.files.folder()); })); // the export has begun
         setup.close();
-        const std::size_t exported = ExportState::load().chats.size();
+        const std::size_t exported = ExportState::load(setup.files.support()).chats.size();
         QVERIFY2(exported < guids.size(), qPrintable(QString::number(exported)));
 
         setup.create();
         QVERIFY(hasChats(setup));
         QVERIFY(setup.sync());
-        const ExportState whole = ExportState::load();
+        const ExportState whole = ExportState::load(setup.files.support());
         QCOMPARE(whole.chats.size(), guids.size());
         for (const auto& [guid, record] : whole.chats) { // no row is there twice
             const auto ids = rowIDsIn(readFile(setup.files.folder() / record.fileName));
@@ -159,7 +159,7 @@ private slots:
             state.syncNow();
             handleEventsFor(std::chrono::milliseconds(round * 10));
             setup.close();
-            const ExportState done = ExportState::load();
+            const ExportState done = ExportState::load(setup.files.support());
             if (done.chats.empty())
                 continue; // ended before the chat began
             const auto& record = done.chats.begin()->second;

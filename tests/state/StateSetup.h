@@ -30,7 +30,7 @@ public:
     Q_DISABLE_COPY_MOVE(StateSetup)
 
     ExportSetup files;
-    AppEnvironment environment; ///< for the states created from now on
+    AppEnvironment environment{.support = files.support()}; ///< for the states created from now on
     const std::shared_ptr<Contacts> contacts = std::make_shared<Contacts>();
 
     /// Adds a chat with this title and number of messages.

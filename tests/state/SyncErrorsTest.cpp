@@ -133,7 +133,7 @@ private slots:
         setup.select({1});
         const Recorder recorder(state);
         {
-            const SupportLock other;
+            const SupportLock other(setup.files.support());
             QVERIFY(setup.sync());
         }
         QVERIFY2(
@@ -153,12 +153,12 @@ private slots:
         StateSetup setup;
         setup.addChat(1, "Team");
         setup.open();
-        QVERIFY(isLockFree());
+        QVERIFY(isLockFree(setup));
         setup.select({1});
         QVERIFY(setup.sync());
-        QVERIFY(!isLockFree());
+        QVERIFY(!isLockFree(setup));
         setup.close();
-        QVERIFY(isLockFree());
+        QVERIFY(isLockFree(setup));
     }
 
     void supportFolderThatCannotBeMadeIsAnError()
@@ -167,7 +167,7 @@ private slots:
         setup.addChat(1, "Team");
         const std::string blocked = setup.files.db.folder() + "/blocked";
         writeFile(blocked, "a file in the way");
-        qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(blocked));
+        setup.environment.support = SupportFolder(blocked);
         AppState& state = setup.open();
         setup.select({1});
         const Recorder recorder(state);
@@ -208,10 +208,10 @@ private:
         fs::create_directories(setup.exportFile(chat, title) / "full");
     }
 
-    static bool isLockFree()
+    static bool isLockFree(const StateSetup& setup)
     {
         try {
-            const SupportLock lock;
+            const SupportLock lock(setup.files.support());
             return true;
         } catch (const std::runtime_error&) {
             return false;

@@ -134,7 +134,7 @@ private slots:
     {
         StateSetup setup;
         opened(setup);
-        const SupportLock other;
+        const SupportLock other(setup.files.support());
         const std::string text = outcome(setup);
         QVERIFY2(text.starts_with("status: Error: Another export is running ("), text.c_str());
         QVERIFY(!fs::exists(setup.files.folder()));

@@ -43,7 +43,7 @@ private slots:
         QFETCH(std::string, name);
         const std::string folder = m_root.string() + "/" + name;
         qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder));
-        QCOMPARE(Paths::support().string(), folder);
+        QCOMPARE(Paths::support().path().string(), folder);
         QVERIFY(fs::is_directory(folder));
         QVERIFY(!fs::exists(m_data));
     }
@@ -64,7 +64,7 @@ private slots:
         for (const char* name : {"one", "two"}) {
             fs::create_directory(m_root / name);
             fs::current_path(m_root / name);
-            QCOMPARE(Paths::support().string(), (m_root / name / value).string());
+            QCOMPARE(Paths::support().path().string(), (m_root / name / value).string());
             QVERIFY(fs::is_directory(m_root / name / value));
         }
     }
@@ -74,7 +74,7 @@ private slots:
         qputenv("KORVANE_SYNC_HOME", "");
         QVERIFY(qEnvironmentVariableIsSet("KORVANE_SYNC_HOME"));
         fs::current_path(m_root);
-        QCOMPARE(Paths::support().string(), m_root.string());
+        QCOMPARE(Paths::support().path().string(), m_root.string());
         QVERIFY(!fs::exists(m_data));
     }
 
@@ -82,10 +82,10 @@ private slots:
     {
         for (const char* name : {"one", "two"}) {
             qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString((m_root / name).string()));
-            QCOMPARE(Paths::support().string(), (m_root / name).string());
+            QCOMPARE(Paths::support().path().string(), (m_root / name).string());
         }
         qunsetenv("KORVANE_SYNC_HOME");
-        QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
+        QCOMPARE(Paths::support().path().string(), (m_data / "KorvaneSync").string());
     }
 
     void variableStopsTheMigration()
@@ -93,13 +93,13 @@ private slots:
         write(m_data / "QuorvishSync/state.json");
         write(m_root / "QuorvishSync/state.json");
         qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString((m_root / "KorvaneSync").string()));
-        QVERIFY(fs::is_empty(Paths::support()));
+        QVERIFY(fs::is_empty(Paths::support().path()));
         QVERIFY(!fs::exists(m_data / "KorvaneSync"));
     }
 
     void withoutVariableItIsInTheApplicationData()
     {
-        QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
+        QCOMPARE(Paths::support().path().string(), (m_data / "KorvaneSync").string());
         QVERIFY(fs::is_empty(m_data / "KorvaneSync"));
         QVERIFY(!fs::exists(m_data / "QuorvishSync"));
     }
@@ -110,14 +110,14 @@ private slots:
         QSKIP("the Mac tells its folders by user, not by variable");
 #endif
         qunsetenv("XDG_DATA_HOME");
-        QCOMPARE(Paths::support().string(), (m_root / ".local/share/KorvaneSync").string());
+        QCOMPARE(Paths::support().path().string(), (m_root / ".local/share/KorvaneSync").string());
     }
 
     void firstAccessMigrates()
     {
         write(m_data / "QuorvishSync/state.json");
         write(m_data / "QuorvishSync/pairing.json");
-        const fs::path support = Paths::support();
+        const fs::path support = Paths::support().path();
         for (const fs::path& folder : {support, m_data / "QuorvishSync"}) {
             QVERIFY(fs::exists(folder / "state.json"));
             QVERIFY(fs::exists(folder / "pairing.json"));
@@ -127,15 +127,45 @@ private slots:
     void laterAccessDoesNotMigrateAgain()
     {
         write(m_data / "QuorvishSync/state.json");
-        fs::remove(Paths::support() / "state.json");
+        fs::remove(Paths::support().path() / "state.json");
         write(m_data / "QuorvishSync/late.json");
-        QVERIFY(fs::is_empty(Paths::support()));
+        QVERIFY(fs::is_empty(Paths::support().path()));
     }
 
     void existingFolderKeepsItsFiles()
     {
         write(m_data / "KorvaneSync/state.json");
-        QVERIFY(fs::exists(Paths::support() / "state.json"));
+        QVERIFY(fs::exists(Paths::support().path() / "state.json"));
+    }
+
+    void namesThatAreNotUtf8KeepTheirBytes()
+    {
+#ifdef Q_OS_MACOS
+        QSKIP("names on a Mac are valid UTF-8");
+#endif
+        const fs::path home = m_root / "caf\xE9";
+        qputenv("HOME", QByteArray::fromStdString(home.string()));
+        qunsetenv("XDG_DATA_HOME");
+        QVERIFY(Paths::support().path() == home / ".local/share/KorvaneSync");
+        QVERIFY(fs::is_directory(home / ".local/share/KorvaneSync"));
+        QVERIFY(Paths::defaultFolder() == home / "Documents/Quorvish");
+        qputenv("XDG_DATA_HOME", QByteArray::fromStdString((home / "data").string()));
+        QVERIFY(Paths::support().path() == home / "data/KorvaneSync");
+    }
+
+    void folderIsFixedWhereItIsDetermined()
+    {
+        qputenv("KORVANE_SYNC_HOME", "support");
+        fs::current_path(m_root);
+        const SupportFolder support = Paths::support();
+        QVERIFY(!fs::exists(m_root / "support")); // until it is used
+        fs::create_directory(m_root / "elsewhere");
+        fs::current_path(m_root / "elsewhere");
+        qputenv("KORVANE_SYNC_HOME", "another");
+        for (int i = 0; i < 2; ++i) { // made again if it was removed
+            QCOMPARE(support.file("state.json").string(), (m_root / "support/state.json").string());
+            QVERIFY(fs::remove(m_root / "support"));
+        }
     }
 
     void folderThatCannotBeMadeIsReturnedAllTheSame()
@@ -144,13 +174,13 @@ private slots:
         for (const char* name : {"file", "file/below"}) {
             const std::string folder = (m_root / name).string();
             qputenv("KORVANE_SYNC_HOME", QByteArray::fromStdString(folder));
-            QCOMPARE(Paths::support().string(), folder);
+            QCOMPARE(Paths::support().path().string(), folder);
         }
         QVERIFY(fs::is_regular_file(m_root / "file"));
 
         qunsetenv("KORVANE_SYNC_HOME");
         write(m_data / "KorvaneSync"); // a file in place of the folder
-        QCOMPARE(Paths::support().string(), (m_data / "KorvaneSync").string());
+        QCOMPARE(Paths::support().path().string(), (m_data / "KorvaneSync").string());
     }
 
     void exportsGoToTheCloudWhereThereIsOne_data()

@@ -1,4 +1,5 @@
 #include "storage/SupportLock.h"
+#include "storage/Paths.h"
 #include "support/Printing.h"
 #include "support/Unprivileged.h"
 
@@ -8,19 +9,23 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <memory>
 
 namespace korvane {
+
+namespace fs = std::filesystem;
 
 namespace {
 
 const QString argument = QStringLiteral("--hold-the-lock");
 
 /// Runs in another process: takes the lock, prints "locked", and holds it until its input ends.
-int holdTheLock()
+int holdTheLock(const std::string& folder)
 {
-    const SupportLock lock;
+    const SupportLock lock{SupportFolder(folder)};
     std::puts("locked");
     std::fflush(stdout);
     while (std::getchar() != EOF) { }
@@ -30,9 +35,10 @@ int holdTheLock()
 /// Another process that runs holdTheLock().
 class Holder : public QProcess {
 public:
-    Holder()
+    explicit Holder(const SupportFolder& support)
     {
-        start(QCoreApplication::applicationFilePath(), {argument});
+        start(QCoreApplication::applicationFilePath(),
+            {argument, QString::fromStdString(support.path().string())});
         waitForReadyRead();
     }
     ~Holder() override { end(); }
@@ -47,10 +53,10 @@ public:
 };
 
 /// The text of the error that taking the lock throws, or "(no error)".
-std::string lockingError()
+std::string lockingError(const SupportFolder& support)
 {
     try {
-        const SupportLock lock;
+        const SupportLock lock(support);
     } catch (const std::runtime_error& error) {
         return error.what();
     }
@@ -77,53 +83,53 @@ private slots:
 
     void secondLockOfThisProcessSaysWhoHoldsIt()
     {
-        const SupportLock lock;
-        QCOMPARE(lockingError(), heldBy(QCoreApplication::applicationPid()));
-        QCOMPARE(lockingError(), heldBy(QCoreApplication::applicationPid()));
+        const SupportLock lock(m_support);
+        QCOMPARE(lockingError(m_support), heldBy(QCoreApplication::applicationPid()));
+        QCOMPARE(lockingError(m_support), heldBy(QCoreApplication::applicationPid()));
     }
 
     void lockOfAnotherProcessSaysWhoHoldsIt()
     {
-        Holder holder;
+        Holder holder(m_support);
         QVERIFY(holder.holds());
-        QCOMPARE(lockingError(), heldBy(holder.processId()));
+        QCOMPARE(lockingError(m_support), heldBy(holder.processId()));
     }
 
     void lockIsFreeAfterItsEnd()
     {
         for (int i = 0; i < 3; ++i)
-            QCOMPARE(lockingError(), "(no error)");
+            QCOMPARE(lockingError(m_support), "(no error)");
     }
 
     void lockOfAProcessThatEndedIsFree()
     {
-        Holder holder;
+        Holder holder(m_support);
         QVERIFY(holder.holds());
         holder.end();
         QCOMPARE(holder.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(lockingError(), "(no error)");
+        QCOMPARE(lockingError(m_support), "(no error)");
     }
 
     void lockOfAProcessThatWasKilledIsTakenOver()
     {
-        Holder holder;
+        Holder holder(m_support);
         QVERIFY(holder.holds());
         holder.kill();
         QVERIFY(holder.waitForFinished());
         QVERIFY(QFile::exists(path(QStringLiteral("support/export.lock"))));
-        QCOMPARE(lockingError(), "(no error)");
+        QCOMPARE(lockingError(m_support), "(no error)");
     }
 
     void lockThatIsYearsOldStillCounts()
     {
-        Holder holder;
+        Holder holder(m_support);
         QVERIFY(holder.holds());
         QFile file(path(QStringLiteral("support/export.lock")));
         QVERIFY(file.open(QIODevice::ReadWrite));
         QVERIFY(file.setFileTime(
             QDateTime::currentDateTime().addYears(-2), QFileDevice::FileModificationTime));
         file.close();
-        QCOMPARE(lockingError(), heldBy(holder.processId()));
+        QCOMPARE(lockingError(m_support), heldBy(holder.processId()));
     }
 
     void lockFileOfAMachineThatStoppedIsTakenOver_data()
@@ -138,7 +144,7 @@ private slots:
     void lockFileOfAMachineThatStoppedIsTakenOver()
     {
         QFETCH(QByteArray, contents);
-        QCOMPARE(lockingError(), "(no error)"); // creates the folder
+        QCOMPARE(lockingError(m_support), "(no error)"); // creates the folder
         QFile file(path(QStringLiteral("support/export.lock")));
         QVERIFY(file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(contents), qint64(contents.size()));
@@ -146,31 +152,45 @@ private slots:
         QVERIFY(file.setFileTime(
             QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime));
         file.close();
-        QCOMPARE(lockingError(), "(no error)");
+        QCOMPARE(lockingError(m_support), "(no error)");
     }
 
-    void lockFileThatIsJustBeingWrittenCounts()
+    void holderThatHasNotWrittenItsNameCounts()
     {
-        QCOMPARE(lockingError(), "(no error)"); // creates the folder
-        QFile file(path(QStringLiteral("support/export.lock")));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(file.setFileTime(
-            QDateTime::currentDateTime().addSecs(-2), QFileDevice::FileModificationTime));
-        QCOMPARE(lockingError(), "Another export is running (another program).");
+        const FileLock holder(m_support.file("export.lock"));
+        QVERIFY(holder.tryLock() == FileLock::Outcome::Held);
+        QCOMPARE(lockingError(m_support), "Another export is running (another program).");
+        holder.leaveNote("12");
+        QCOMPARE(lockingError(m_support), "Another export is running (another program).");
+    }
+
+    void pipeInTheLocksPlaceIsSaidAtOnce()
+    {
+        QCOMPARE(::mkfifo(m_support.file("export.lock").c_str(), 0600), 0);
+        QCOMPARE(lockingError(m_support),
+            "Can't write to the support folder " + m_support.path().string() + ".");
+    }
+
+    void folderWhoseNameIsNotUtf8IsLocked()
+    {
+        const SupportFolder odd(m_support.path() / "caf\xE9");
+        const SupportLock lock(odd);
+        QVERIFY(fs::exists(m_support.path() / "caf\xE9" / "export.lock"));
+        QVERIFY(lockingError(odd).starts_with("Another export is running ("));
     }
 
     void otherSupportFolderIsNotLocked()
     {
-        Holder holder;
+        Holder holder(m_support);
         QVERIFY(holder.holds());
         useFolder(QStringLiteral("other"));
-        QCOMPARE(lockingError(), "(no error)");
+        QCOMPARE(lockingError(m_support), "(no error)");
     }
 
     void supportFolderIsMade()
     {
         useFolder(QStringLiteral("new/folders \u00C4"));
-        const SupportLock lock;
+        const SupportLock lock(m_support);
         QVERIFY(QFile::exists(path(QStringLiteral("new/folders \u00C4/export.lock"))));
     }
 
@@ -179,7 +199,7 @@ private slots:
         QFile file(path(QStringLiteral("file")));
         QVERIFY(file.open(QIODevice::WriteOnly));
         useFolder(QStringLiteral("file"));
-        QCOMPARE(lockingError(),
+        QCOMPARE(lockingError(m_support),
             "Can't write to the support folder " + path(QStringLiteral("file")).toStdString()
                 + ".");
     }
@@ -190,17 +210,18 @@ private slots:
         if (!user.works())
             QSKIP("needs a user whom permissions stop");
         const QTemporaryDir own;
-        qputenv("KORVANE_SYNC_HOME", own.path().toUtf8());
+        m_support = SupportFolder(own.path().toStdString());
         QVERIFY(QFile::setPermissions(own.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
-        QCOMPARE(
-            lockingError(), "Can't write to the support folder " + own.path().toStdString() + ".");
+        QCOMPARE(lockingError(m_support),
+            "Can't write to the support folder " + own.path().toStdString() + ".");
     }
 
 private:
     QString path(const QString& name) const { return m_folder->filePath(name); }
-    void useFolder(const QString& name) const { qputenv("KORVANE_SYNC_HOME", path(name).toUtf8()); }
+    void useFolder(const QString& name) { m_support = SupportFolder(path(name).toStdString()); }
 
     std::unique_ptr<QTemporaryDir> m_folder;
+    SupportFolder m_support{{}};
 };
 
 } // namespace korvane
@@ -209,7 +230,7 @@ int main(int argc, char* argv[])
 {
     QCoreApplication application(argc, argv);
     if (application.arguments().value(1) == korvane::argument)
-        return korvane::holdTheLock();
+        return korvane::holdTheLock(application.arguments().value(2).toStdString());
     korvane::SupportLockTest test;
     return QTest::qExec(&test, argc, argv);
 }
