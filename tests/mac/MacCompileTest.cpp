@@ -1,4 +1,5 @@
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -51,6 +52,23 @@ class MacCompileTest : public QObject {
         }
     }
 
+    /// The names of the files that a Mac compiles. Desktops on Linux have the contacts elsewhere.
+    static QStringList sourcesOfTheMac()
+    {
+        static const QStringList elsewhere{
+            QStringLiteral("EvolutionSource.cpp"), QStringLiteral("SessionBus.cpp")};
+        QStringList names;
+        QDirIterator file(QStringLiteral(SOURCE "/src"), {QStringLiteral("*.cpp")}, QDir::Files,
+            QDirIterator::Subdirectories);
+        while (file.hasNext()) {
+            file.next();
+            if (!file.fileName().endsWith(QStringLiteral("_linux.cpp"))
+                && !elsewhere.contains(file.fileName()))
+                names.append(file.fileName());
+        }
+        return names;
+    }
+
     /// Compiles a file with this text as LocalAddress.cpp is compiled. Returns the compiler's
     /// messages if it failed.
     std::optional<QString> complaint(const QByteArray& text) const
@@ -100,7 +118,9 @@ private slots:
 
     void everySourceFileOfTheMacCompiles()
     {
-        QVERIFY(m_commands.size() > 100);
+        for (const QString& name : sourcesOfTheMac())
+            QVERIFY2(!m_commands.keys().filter(u'/' + name + QStringLiteral(".o")).isEmpty(),
+                qPrintable(name + QStringLiteral(" is not compiled")));
         const auto failed = failure(QStringLiteral("ninja"),
             QStringList{QStringLiteral("--quiet"), QStringLiteral("-k"), QStringLiteral("0")}
                 + m_commands.keys());
