@@ -96,14 +96,14 @@ QWidget* ChatPane::searchRow()
     constexpr QSize symbolSize(14, 14);
     auto* row = new Card(10, Look::raised);
     row->setFixedHeight(height);
-    auto* pieces = new QHBoxLayout(row);
-    pieces->setContentsMargins(padding, 0, padding, 0);
-    pieces->setSpacing(8);
-    pieces->addWidget(new Picture(symbolSize, [=](double pixelsPerPoint) {
+    auto* content = new QHBoxLayout(row);
+    content->setContentsMargins(padding, 0, padding, 0);
+    content->setSpacing(8);
+    content->addWidget(new Picture(symbolSize, [=](double pixelsPerPoint) {
         return Look::symbol(
             Look::Drawing::MagnifyingGlass, symbolSize.height(), pixelsPerPoint, Look::mute);
     }));
-    pieces->addWidget(m_search);
+    content->addWidget(m_search);
     return row;
 }
 

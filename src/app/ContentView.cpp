@@ -18,7 +18,7 @@
 
 namespace korvane {
 
-/// The area between header and footer, which shows one of several pieces at a time. A piece that
+/// The area between header and footer, which shows one of several widgets at a time. A widget that
 /// needs more height than there is, as on a low screen, scrolls. Main thread only.
 class Middle : public QScrollArea {
 public:

@@ -168,12 +168,11 @@ std::string bar(std::int64_t percent)
 
 } // namespace
 
-ProgressBar::ProgressBar(
-    std::ostream& out, bool visible, std::int64_t total, Clock::duration patience)
+ProgressBar::ProgressBar(std::ostream& out, bool visible, std::int64_t total, Clock::duration delay)
     : m_out(out)
     , m_visible(visible)
     , m_total(std::max<std::int64_t>(total, 1))
-    , m_nextDraw(Clock::now() + patience)
+    , m_nextDraw(Clock::now() + delay)
 {
 }
 

@@ -71,7 +71,7 @@ private:
     std::vector<std::vector<std::string>> m_rows;
 };
 
-/// A progress bar on a terminal. It appears after `patience`, is redrawn every 100 ms at most, and
+/// A progress bar on a terminal. It appears after `delay`, is redrawn every 100 ms at most, and
 /// is erased by the destructor.
 class ProgressBar {
 public:
@@ -79,7 +79,7 @@ public:
 
     /// Draws nothing if `visible` is false. `total` is the amount of work, in any unit.
     ProgressBar(std::ostream& out, bool visible, std::int64_t total,
-        Clock::duration patience = std::chrono::seconds(1));
+        Clock::duration delay = std::chrono::seconds(1));
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;

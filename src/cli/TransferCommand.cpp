@@ -154,8 +154,8 @@ private:
         std::future<std::uint16_t> port = ready->get_future();
         server.onReady = [ready](std::uint16_t bound) { ready->set_value(bound); };
         server.start(m_options.port);
-        constexpr std::chrono::seconds patience{5}; // a failure to listen is not reported
-        if (port.wait_for(patience) != std::future_status::ready)
+        constexpr std::chrono::seconds timeout{5}; // a failure to listen is not reported
+        if (port.wait_for(timeout) != std::future_status::ready)
             throw TransferError(Transfer::Text::noLink);
         return port.get();
     }

@@ -36,7 +36,7 @@ using ContactSources = std::vector<std::unique_ptr<ContactSource>>;
 
 /// The places where this system keeps contacts, in reading order: the user's own store, then, on
 /// Linux, folders of card files. A store that does not answer times out, see
-/// EvolutionSource::patience (for the whole store) and ContactsFrameworkSource (for each silence).
+/// EvolutionSource::timeout (for the whole store) and ContactsFrameworkSource (for each silence).
 /// Reading files has no timeout.
 ContactSources platformContactSources();
 

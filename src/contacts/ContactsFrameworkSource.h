@@ -15,9 +15,9 @@ namespace korvane {
 /// the next call finds the access granted.
 class ContactsFrameworkSource : public ContactSource {
 public:
-    /// `patience` is the timeout between the call and the first contact, and between one contact
-    /// and the next. It does not limit the total time.
-    explicit ContactsFrameworkSource(std::chrono::milliseconds patience = std::chrono::seconds(3));
+    /// `timeout` limits the time between the call and the first contact, and between one contact
+    /// and the next, but not the total time.
+    explicit ContactsFrameworkSource(std::chrono::milliseconds timeout = std::chrono::seconds(3));
 
     /// Visits no contact if access is denied or cannot be requested. If the store fails, throws or
     /// times out half-way, visits the contacts received until then. Calls `visit` on the calling
@@ -25,7 +25,7 @@ public:
     void forEachContact(const Visitor& visit) const override;
 
 private:
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
 };
 
 } // namespace korvane

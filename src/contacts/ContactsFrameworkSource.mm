@@ -28,9 +28,9 @@ public:
     /// Marks the end of the contacts and wakes await().
     void complete();
 
-    /// Waits for complete(), or until no contact has arrived for `patience`. Returns the contacts
+    /// Waits for complete(), or until no contact has arrived for `timeout`. Returns the contacts
     /// received until then. Call it once.
-    std::vector<Contact> await(std::chrono::milliseconds patience);
+    std::vector<Contact> await(std::chrono::milliseconds timeout);
 
 private:
     std::mutex m_mutex;
@@ -64,11 +64,11 @@ void Answer::complete()
     m_completed.notify_all();
 }
 
-std::vector<Contact> Answer::await(std::chrono::milliseconds patience)
+std::vector<Contact> Answer::await(std::chrono::milliseconds timeout)
 {
     std::unique_lock lock(m_mutex);
-    while (!m_isComplete && Clock::now() < m_lastWord + patience) {
-        const auto until = m_lastWord + patience; // a copy: add() changes m_lastWord
+    while (!m_isComplete && Clock::now() < m_lastWord + timeout) {
+        const auto until = m_lastWord + timeout; // a copy: add() changes m_lastWord
         m_completed.wait_until(lock, until);
     }
     m_isAwaited = false;
@@ -154,8 +154,8 @@ void ask(std::shared_ptr<Answer> answer)
 
 } // namespace
 
-ContactsFrameworkSource::ContactsFrameworkSource(std::chrono::milliseconds patience)
-    : m_patience(patience)
+ContactsFrameworkSource::ContactsFrameworkSource(std::chrono::milliseconds timeout)
+    : m_timeout(timeout)
 {
 }
 
@@ -168,7 +168,7 @@ void ContactsFrameworkSource::forEachContact(const Visitor& visit) const
             ask(answer);
         }
     }).detach();
-    for (const Contact& contact : answer->await(m_patience))
+    for (const Contact& contact : answer->await(m_timeout))
         visit(contact);
 }
 

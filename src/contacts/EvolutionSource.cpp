@@ -189,7 +189,7 @@ QStringList cardsOf(Cards& book)
 
 void EvolutionSource::forEachContact(const Visitor& visit) const
 {
-    const SessionBus bus{QDeadlineTimer(patience)};
+    const SessionBus bus{QDeadlineTimer(timeout)};
     const EvolutionStore store(bus);
     std::vector<Cards> books = fetchBooks(store);
     for (Cards& book : books) {

@@ -9,14 +9,14 @@ namespace korvane {
 /// The contacts of the desktop's own store, Evolution Data Server, which GNOME's and other programs
 /// use. Reads all enabled address books and skips distribution lists.
 ///
-/// Blocks the calling thread, which needs no event loop, for at most `patience` plus the time to
+/// Blocks the calling thread, which needs no event loop, for at most `timeout` plus the time to
 /// parse the cards received. Queries all books in parallel, so a slow one, such as a book on a
 /// remote server, does not delay the others. Skips a book that fails.
 class EvolutionSource : public ContactSource {
 public:
     /// The deadline for all calls to the store together. Leaves half a second of three seconds for
     /// the rest of the work.
-    static constexpr std::chrono::milliseconds patience{2500};
+    static constexpr std::chrono::milliseconds timeout{2500};
 
     /// Throws SessionBusError if there is no store or it does not answer.
     void forEachContact(const Visitor& visit) const override;

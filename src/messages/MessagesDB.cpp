@@ -73,7 +73,7 @@ ChatInfo readChat(const Sqlite::Statement& row, MembersByChat& members)
     };
 }
 
-MessageRow kept(const MessageRowView& row)
+MessageRow toMessageRow(const MessageRowView& row)
 {
     const auto copy
         = [](const auto& text) { return text ? std::optional(std::string(*text)) : std::nullopt; };
@@ -138,7 +138,8 @@ std::vector<ChatInfo> MessagesDB::chats()
 std::vector<MessageRow> MessagesDB::messages(std::int64_t chatID, std::int64_t afterRowID)
 {
     std::vector<MessageRow> rows;
-    forEachMessage(chatID, afterRowID, [&rows](const auto& row) { rows.push_back(kept(row)); });
+    forEachMessage(
+        chatID, afterRowID, [&rows](const auto& row) { rows.push_back(toMessageRow(row)); });
     return rows;
 }
 

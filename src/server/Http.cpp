@@ -86,8 +86,8 @@ bool isAuthority(std::string_view text)
 }
 
 /// The components of "http://h" + target (RFC 3986, section 3), without "h", "?" and "#".
-struct Pieces {
-    explicit Pieces(std::string_view target)
+struct TargetComponents {
+    explicit TargetComponents(std::string_view target)
     {
         const std::size_t hash = target.find('#');
         if (hash != target.npos)
@@ -135,11 +135,11 @@ std::optional<HttpRequest> HttpRequest::fromHead(std::string_view head)
 
 RequestTarget RequestTarget::fromText(std::string_view target)
 {
-    const Pieces pieces(target);
-    if (!pieces.isUrl())
+    const TargetComponents components(target);
+    if (!components.isUrl())
         return {.path = std::string(target)};
-    RequestTarget whole{.path = std::string(pieces.path)};
-    whole.query = pieces.query;
+    RequestTarget whole{.path = std::string(components.path)};
+    whole.query = components.query;
     return whole;
 }
 

@@ -9,11 +9,11 @@ namespace korvane {
 
 namespace {
 
-constexpr int patience = 10'000; // milliseconds
+constexpr int timeout = 10'000; // milliseconds
 
 QString lineOf(QProcess& process)
 {
-    while (!process.canReadLine() && process.waitForReadyRead(patience)) { }
+    while (!process.canReadLine() && process.waitForReadyRead(timeout)) { }
     return QString::fromLatin1(process.readLine()).trimmed();
 }
 
@@ -22,7 +22,7 @@ QString lineOf(QProcess& process)
 void Ended::operator()(QProcess* program) const
 {
     program->kill();
-    program->waitForFinished(patience);
+    program->waitForFinished(timeout);
     delete program;
 }
 
@@ -96,7 +96,7 @@ Desktop::~Desktop()
 void Desktop::loseDisplay()
 {
     m_parts.front()->kill();
-    m_parts.front()->waitForFinished(patience);
+    m_parts.front()->waitForFinished(timeout);
 }
 
 void Desktop::end()
@@ -110,14 +110,14 @@ Program Desktop::start(const QString& program, const QStringList& arguments) con
     Program process(new QProcess);
     process->setProcessEnvironment(m_environment);
     process->start(program, arguments);
-    process->waitForStarted(patience);
+    process->waitForStarted(timeout);
     return process;
 }
 
 QString Desktop::output(const QString& program, const QStringList& arguments) const
 {
     const auto process = start(program, arguments);
-    process->waitForFinished(patience);
+    process->waitForFinished(timeout);
     return QString::fromUtf8(process->readAllStandardOutput()).trimmed();
 }
 
@@ -142,7 +142,7 @@ void Desktop::clickTrayIcon(int times) const
 {
     // The tray is as wide as its icons. One icon is a square with the tray's height, 24 pixels.
     QVERIFY(QTest::qWaitFor(
-        [this] { return trayGeometry().contains(QStringLiteral("WIDTH=24")); }, patience));
+        [this] { return trayGeometry().contains(QStringLiteral("WIDTH=24")); }, timeout));
     output(QStringLiteral("xdotool"),
         {QStringLiteral("mousemove"), QStringLiteral("988"), QStringLiteral("12"),
             QStringLiteral("click"), QStringLiteral("--repeat"), QString::number(times),

@@ -38,9 +38,9 @@ struct Pipe {
     {
         std::string text;
         std::array<char, 65'536> bytes;
-        constexpr int patience = 10'000;
+        constexpr int timeout = 10'000;
         pollfd readable{reading.get(), POLLIN, 0};
-        while (text.size() < count && ::poll(&readable, 1, patience) == 1) {
+        while (text.size() < count && ::poll(&readable, 1, timeout) == 1) {
             const ssize_t some
                 = ::read(reading.get(), bytes.data(), std::min(bytes.size(), count - text.size()));
             text.append(bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(some, 0)));

@@ -9,7 +9,7 @@ namespace korvane {
 
 namespace {
 
-constexpr int patience = 10'000; ///< milliseconds
+constexpr int timeout = 10'000; ///< milliseconds
 
 } // namespace
 
@@ -52,7 +52,7 @@ std::vector<QByteArray> CannedServer::heads() const
 void CannedServer::serve(QTcpSocket& peer)
 {
     QByteArray head;
-    while (!head.contains("\r\n\r\n") && peer.waitForReadyRead(patience))
+    while (!head.contains("\r\n\r\n") && peer.waitForReadyRead(timeout))
         head += peer.readAll();
     {
         const std::lock_guard lock(m_lock);
@@ -61,13 +61,13 @@ void CannedServer::serve(QTcpSocket& peer)
     m_respond(peer, head);
     peer.disconnectFromHost();
     if (peer.state() != QAbstractSocket::UnconnectedState)
-        peer.waitForDisconnected(patience);
+        peer.waitForDisconnected(timeout);
 }
 
 void CannedServer::send(QTcpSocket& peer, const QByteArray& bytes)
 {
     peer.write(bytes);
-    while (peer.bytesToWrite() > 0 && peer.waitForBytesWritten(patience)) { }
+    while (peer.bytesToWrite() > 0 && peer.waitForBytesWritten(timeout)) { }
 }
 
 QByteArray CannedServer::ok(const QByteArray& body)

@@ -26,10 +26,10 @@ OutputPipe::OutputPipe(std::string path) : m_path(std::move(path)), m_pipe(madeP
 
 bool OutputPipe::prints(const std::string& text)
 {
-    constexpr int patience = 10'000;
+    constexpr int timeout = 10'000;
     QElapsedTimer timer;
     timer.start();
-    while (m_printed.find(text) == m_printed.npos && timer.elapsed() < patience)
+    while (m_printed.find(text) == m_printed.npos && timer.elapsed() < timeout)
         readSome();
     return m_printed.find(text) != m_printed.npos;
 }

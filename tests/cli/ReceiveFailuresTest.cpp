@@ -255,7 +255,7 @@ private slots:
             qPrintable(QString::number(timer.elapsed())));
     }
 
-    void patienceIsAMinuteOfSilenceAndAQuarterOfAnHourInAll()
+    void timeoutIsAMinuteOfSilenceAndAQuarterOfAnHourInAll()
     {
         const TransferClient::Limits limits;
         QVERIFY(limits.idle == 60s);

@@ -10,7 +10,7 @@ namespace korvane {
 
 namespace {
 
-constexpr int patience = 10'000; ///< milliseconds
+constexpr int timeout = 10'000; ///< milliseconds
 
 } // namespace
 
@@ -86,7 +86,7 @@ bool RunningTransfer::prints(const std::string& text, int times)
     bool more = true;
     m_printed += m_program.readAllStandardOutput().toStdString(); // read by an event loop already
     while (more && !hasPrinted(text, times)) {
-        more = timer.elapsed() < patience && m_program.waitForReadyRead(patience);
+        more = timer.elapsed() < timeout && m_program.waitForReadyRead(timeout);
         m_printed += m_program.readAllStandardOutput().toStdString();
     }
     return hasPrinted(text, times);
@@ -112,7 +112,7 @@ int RunningTransfer::end(int signal)
 
 int RunningTransfer::exitCode()
 {
-    const bool ended = m_program.waitForFinished(patience);
+    const bool ended = m_program.waitForFinished(timeout);
     m_printed += m_program.readAllStandardOutput().toStdString();
     return ended && m_program.exitStatus() == QProcess::NormalExit ? m_program.exitCode() : -1;
 }

@@ -14,7 +14,7 @@ using namespace korvane;
 
 namespace {
 
-constexpr int patience = 10'000; ///< milliseconds
+constexpr int timeout = 10'000; ///< milliseconds
 
 /// `transfer` as a process that prints into a pipe.
 class PipedTransfer {
@@ -53,7 +53,7 @@ public:
         QElapsedTimer timer;
         timer.start();
         ::kill(static_cast<pid_t>(m_program.processId()), signal);
-        return m_program.waitForFinished(patience) ? timer.elapsed() : -1;
+        return m_program.waitForFinished(timeout) ? timer.elapsed() : -1;
     }
 
     bool endedWell() const
@@ -109,7 +109,7 @@ private slots:
         PipedTransfer transfer(owner);
         transfer.output.fill();
         const auto hasExported = [&owner] { return std::filesystem::exists(owner.file()); };
-        QTRY_VERIFY_WITH_TIMEOUT(hasExported(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(hasExported(), timeout);
         QTest::qWait(1000); // until it blocks in printing the code
         endsSoonAndWell(transfer, SIGINT);
     }

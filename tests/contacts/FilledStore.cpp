@@ -30,9 +30,9 @@ QString installed(const QDBusConnection& connection, const QString& kind)
 QVariantList call(
     const QDBusConnection& connection, QDBusMessage message, const QVariantList& arguments = {})
 {
-    constexpr int patience = 60'000;
+    constexpr int timeout = 60'000;
     message.setArguments(arguments);
-    const QDBusMessage reply = connection.call(message, QDBus::Block, patience);
+    const QDBusMessage reply = connection.call(message, QDBus::Block, timeout);
     if (reply.type() != QDBusMessage::ReplyMessage)
         throw std::runtime_error("the store refuses: " + reply.errorMessage().toStdString());
     return reply.arguments();
@@ -108,8 +108,8 @@ void FilledStore::addSource(const QString& identifier, const QString& keyFile)
 void FilledStore::addBook(const QString& identifier, const QString& keyFile)
 {
     addSource(identifier, keyFile);
-    const QDeadlineTimer patience(10'000);
-    while (!canOpen(identifier) && !patience.hasExpired())
+    const QDeadlineTimer timeout(10'000);
+    while (!canOpen(identifier) && !timeout.hasExpired())
         QThread::msleep(10);
 }
 

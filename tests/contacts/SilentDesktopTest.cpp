@@ -16,7 +16,7 @@ namespace korvane {
 
 namespace {
 
-constexpr qint64 patience = 3'000; // milliseconds
+constexpr qint64 timeout = 3'000; // milliseconds
 
 /// Calls ContactNames::load() and fails the test if that takes too long.
 ContactNames loadInTime()
@@ -25,7 +25,7 @@ ContactNames loadInTime()
     timer.start();
     ContactNames names = ContactNames::load();
     const qint64 took = timer.elapsed();
-    if (took >= patience)
+    if (took >= timeout)
         QTest::qFail(qPrintable(QStringLiteral("took %1 ms").arg(took)), __FILE__, __LINE__);
     return names;
 }

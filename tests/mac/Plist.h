@@ -10,10 +10,10 @@ namespace korvane {
 /// The standard output of `program`; empty if it fails.
 inline QByteArray printedBy(const QString& program, const QStringList& arguments)
 {
-    constexpr int patience = 20000; // milliseconds
+    constexpr int timeout = 20000; // milliseconds
     QProcess process;
     process.start(program, arguments);
-    const bool isOver = process.waitForFinished(patience);
+    const bool isOver = process.waitForFinished(timeout);
     if (isOver && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
         return process.readAllStandardOutput();
     qWarning().noquote() << process.readAllStandardError();

@@ -86,7 +86,7 @@ bool Client::waitReadable(std::chrono::milliseconds time) const
 
 std::optional<QByteArray> Client::readSome(std::size_t most) const
 {
-    if (!waitReadable(patience))
+    if (!waitReadable(timeout))
         return std::nullopt;
     QByteArray bytes(static_cast<qsizetype>(most), Qt::Uninitialized);
     const ssize_t count = ::recv(m_socket.get(), bytes.data(), most, 0);

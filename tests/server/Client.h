@@ -13,10 +13,10 @@
 namespace korvane {
 
 /// A phone's end of one TCP connection to a server on this machine. The calls block the test's
-/// thread, reads for at most `patience` at a time; the server runs on its own thread.
+/// thread, reads for at most `timeout` at a time; the server runs on its own thread.
 class Client {
 public:
-    static constexpr std::chrono::milliseconds patience{10'000};
+    static constexpr std::chrono::milliseconds timeout{10'000};
 
     /// Socket options that imitate another system; 0 or null keeps this system's default.
     struct Settings {
@@ -42,7 +42,7 @@ public:
     void finishSending() const;
 
     /// Waits for data and reads at most `most` bytes. Returns no bytes at the end of the
-    /// connection, and nullopt after a reset or when nothing arrived within `patience`.
+    /// connection, and nullopt after a reset or when nothing arrived within `timeout`.
     std::optional<QByteArray> readSome(std::size_t most) const;
 
     /// Reads `count` bytes, or fewer if the connection ends before. Returns nullopt as readSome().

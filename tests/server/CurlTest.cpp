@@ -156,13 +156,13 @@ private:
 
     static Outcome curl(const QStringList& arguments)
     {
-        constexpr int patience = 20'000;
+        constexpr int timeout = 20'000;
         QProcess process;
         process.start(QStringLiteral("curl"),
             QStringList{QStringLiteral("-sS"), QStringLiteral("--noproxy"), QStringLiteral("*"),
                 QStringLiteral("--max-time"), QStringLiteral("10")}
                 + arguments);
-        if (!process.waitForFinished(patience))
+        if (!process.waitForFinished(timeout))
             return {};
         return {process.exitCode(), process.readAllStandardOutput()};
     }

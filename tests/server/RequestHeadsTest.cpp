@@ -112,7 +112,7 @@ private slots:
         const Client client(m_running->port());
         client.send(completed(sent).toStdString());
         if (status == dropped) {
-            QVERIFY(client.isClosedWithin(Client::patience));
+            QVERIFY(client.isClosedWithin(Client::timeout));
             return;
         }
         const QByteArray all = client.readAll().value_or("(reset)");
@@ -189,7 +189,7 @@ private slots:
         QVERIFY(client.send(std::string_view(head).substr(0, most)));
         QVERIFY(!client.isClosedWithin(std::chrono::milliseconds(100)));
         QVERIFY(client.send(std::string_view(head).substr(most, 1)));
-        QVERIFY(client.isClosedWithin(Client::patience));
+        QVERIFY(client.isClosedWithin(Client::timeout));
     }
 
     void whatFollowsTheBlankLineIsIgnored_data()
@@ -246,7 +246,7 @@ private slots:
         QVERIFY(client.send(sent.toStdString()));
         QVERIFY(!client.isClosedWithin(std::chrono::milliseconds(20)));
         client.finishSending();
-        QVERIFY(client.isClosedWithin(Client::patience));
+        QVERIFY(client.isClosedWithin(Client::timeout));
     }
 
 private:

@@ -85,8 +85,8 @@ private slots:
             if (round % 2 == 0)
                 QVERIFY(!sending.readSome(1024).value_or(QByteArray()).isEmpty());
             running.reset();
-            QVERIFY(silent.isClosedWithin(Client::patience));
-            QVERIFY(reading.isClosedWithin(Client::patience));
+            QVERIFY(silent.isClosedWithin(Client::timeout));
+            QVERIFY(reading.isClosedWithin(Client::timeout));
         }
     }
 

@@ -18,7 +18,7 @@ void setVariable(const char* name, const fs::path& folder)
     qputenv(name, QByteArray::fromStdString(folder.native()));
 }
 
-constexpr int patience = 60'000; ///< milliseconds, for a machine that is busy with other tests
+constexpr int timeout = 60'000; ///< milliseconds, for a machine that is busy with other tests
 
 QLocale american()
 {
@@ -76,7 +76,7 @@ AppState& StateSetup::open()
 {
     create();
     m_state->setOutputFolder(files.folder());
-    if (!QTest::qWaitFor([this] { return m_state->status() != "Loading chats…"; }, patience))
+    if (!QTest::qWaitFor([this] { return m_state->status() != "Loading chats…"; }, timeout))
         throw std::runtime_error("The chats were not read.");
     return *m_state;
 }
@@ -106,7 +106,7 @@ std::string StateSetup::timeText(QTime time)
 
 bool StateSetup::waitForExport()
 {
-    return QTest::qWaitFor([this] { return !m_state->isSyncing(); }, patience);
+    return QTest::qWaitFor([this] { return !m_state->isSyncing(); }, timeout);
 }
 
 bool StateSetup::sync()
@@ -122,7 +122,7 @@ bool StateSetup::sync()
                 && (changes.ends_with(" selected\n")
                     || changes.ends_with("Needs Full Disk Access\n"));
         },
-        patience);
+        timeout);
 }
 
 void StateSetup::settle()
