@@ -22,10 +22,10 @@ struct ExportOptions {
     bool json = false;
 };
 
-/// Exports the chats once, or repeatedly until interrupted. An interruption ends the current run
-/// after the current chat and saves its progress. A run that cannot begin is reported like one that
-/// fails; if it is the first run, no other follows. Throws std::overflow_error (see
-/// referenceTime()).
+/// Exports the chats once, or repeatedly until interrupted. An interruption (Ctrl-C, see
+/// Interruption) ends the current run after the current chat and saves its progress. A run that
+/// cannot begin is reported like one that fails; if it is the first run, no other follows. Throws
+/// std::overflow_error (see referenceTime()).
 int runExport(const ExportOptions& options, const SupportFolder& support, const Console& console);
 
 /// Exporter::sync() with a progress bar if `console.err` is a terminal. An interruption ends it

@@ -16,8 +16,8 @@ struct SampleOptions {
     bool overwrite = false;
 };
 
-/// Writes a sample database and, if asked, its contacts. An interruption while the
-/// database is written leaves nothing of it. Throws DBError or std::runtime_error.
+/// Writes a sample database and, if asked, its contacts. An interruption (Ctrl-C) while the
+/// database is written deletes it. Throws DBError or std::runtime_error.
 int runSample(const SampleOptions& options, const Console& console);
 
 } // namespace korvane

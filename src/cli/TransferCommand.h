@@ -24,9 +24,9 @@ struct TransferOptions {
 };
 
 /// Exports the chat, prints a link and its QR code, and serves the chat's file until the link
-/// expires or the user interrupts; both count as success. An interruption during the export returns
-/// ExitCode::interrupted. Throws TransferError, DBError or std::runtime_error if it fails before
-/// that.
+/// expires or the user interrupts (Ctrl-C); both count as success. An interruption during the
+/// export returns ExitCode::interrupted. Throws TransferError, DBError or std::runtime_error if it
+/// fails before that.
 int runTransfer(
     const TransferOptions& options, const SupportFolder& support, const Console& console);
 

@@ -26,7 +26,9 @@ struct ChatState {
     bool operator==(const ChatState&) const = default;
 };
 
-/// The exporter's state between runs: the file "state.json" in the support folder.
+/// The exporter's state between runs: the file "state.json" in the support folder. Only
+/// Exporter::sync() writes the file, and only in a process that holds the SupportLock. Any thread
+/// may read it, and so may other processes.
 ///
 /// The file is one compact JSON object in UTF-8, without a line feed at its end:
 ///

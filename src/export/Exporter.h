@@ -23,7 +23,8 @@ struct SyncResult {
     bool operator==(const SyncResult&) const = default;
 };
 
-/// Called before each chat of a sync. Returning false ends the sync; its progress is saved.
+/// Called before each chat of a sync, on the thread that called sync(): in the window program, the
+/// worker thread. Returning false ends the sync; its progress is saved.
 using BeforeChat = std::function<bool(const ChatInfo&)>;
 
 /// Exports chats to files and keeps its progress in the state file. These functions hold no state

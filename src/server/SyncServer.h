@@ -48,12 +48,15 @@ public:
     SyncServer(const SyncServer&) = delete;
     SyncServer& operator=(const SyncServer&) = delete;
 
-    /// Called with the port, once for each listener. Set all callbacks before start().
+    /// Called on the server's thread, with the port, once for each listener. Set all callbacks
+    /// before start().
     std::function<void(std::uint16_t port)> onReady;
 
-    /// Called with the time whenever the manifest is sent to the paired phone.
+    /// Called on the server's thread, with the time, whenever the manifest is sent to the paired
+    /// phone.
     std::function<void(TransferTicket::Clock::time_point)> onPhoneSync;
 
+    /// Called on the server's thread when sending a ticket's file starts and when it ends.
     std::function<void(const TransferEvent&)> onTransfer;
 
     /// Listens on `preferredPort`; if that is 0 or not available, on one that the system chooses.
