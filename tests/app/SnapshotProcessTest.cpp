@@ -61,7 +61,7 @@ private slots:
         QCOMPARE(run({QStringLiteral("--snapshot"), folder.path()}, variables).code, 0);
         const QImage before(folder.filePath(threeNames[1]));
         QDir(home.path()).mkpath(QStringLiteral("config/KorvaneSync"));
-        QFile settings(home.filePath(QStringLiteral("config/KorvaneSync/KorvaneSync.conf")));
+        QFile settings(home.filePath(QStringLiteral("config/KorvaneSync/KorvaneSync.ini")));
         QVERIFY(settings.open(QIODevice::WriteOnly));
         settings.write("[General]\nautoSync=false\nfolder=/somewhere/else\nselected=a, b\n");
         settings.close();
