@@ -94,7 +94,7 @@ int runWindow(const SupportFolder& support, int& argc, char** argv)
         return EXIT_SUCCESS;
     if (instance.role() == Role::Blocked)
         return printError(
-            "Another window works on " + support.path().string() + " and does not answer.");
+            "Another window uses " + support.path().string() + ", but does not answer.");
     interruption.emplace();
     AppState state(realEnvironment(support));
     ContentView window(state);

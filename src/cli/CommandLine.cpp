@@ -58,7 +58,7 @@ std::string seed(const std::string& text)
 
 std::string hostOfALink(const std::string& text)
 {
-    return TransferLink::isHost(text) ? "" : "This is neither an address nor the name of a machine";
+    return TransferLink::isHost(text) ? "" : "This is neither an address nor a host name";
 }
 
 /// Declares the options of all commands and holds their parsed values.
@@ -162,11 +162,10 @@ private:
             ->type_name("GUID")
             ->check(guid)
             ->required();
-        command
-            .add_option("--host", m_transfer.host, "This machine's address, as the other sees it")
+        command.add_option("--host", m_transfer.host, "The address of this machine for the link")
             ->type_name("ADDRESS")
             ->check(hostOfALink);
-        command.add_option("--port", m_transfer.port, "The port to be asked at, if it is free");
+        command.add_option("--port", m_transfer.port, "The port to listen on, if it is free");
         addSources(command, m_transfer.sources);
         addFolder(command, m_transfer.folder);
     }
@@ -233,7 +232,7 @@ std::string explanation(const CLI::ParseError& error, const std::vector<std::str
 {
     const bool hasLink = std::any_of(arguments.begin(), arguments.end(),
         [](const std::string& word) { return word.find("korvane:") != word.npos; });
-    return hasLink ? "A link is where it does not belong, or not in one piece; put it in quotes"
+    return hasLink ? "A link is in the wrong place, or is split in two; put it in quotes"
                    : firstLine(error.what());
 }
 

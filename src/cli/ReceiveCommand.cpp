@@ -36,7 +36,7 @@ struct Destination {
 [[noreturn]] void throwExists(const fs::path& file)
 {
     throw std::runtime_error(file.string()
-        + ": The file exists; --output names another one, or this one to replace it.");
+        + ": The file exists; use --output to name another one, or this one to replace it.");
 }
 
 Destination destination(const ReceiveOptions& options)
@@ -44,8 +44,7 @@ Destination destination(const ReceiveOptions& options)
     if (options.output) {
         std::error_code ignored; // other errors are reported by the write
         if (fs::is_other(*options.output, ignored))
-            throw std::runtime_error(
-                *options.output + ": This is no file, but a device or a pipe.");
+            throw std::runtime_error(*options.output + ": This is a device or a pipe, not a file.");
         return {*options.output, Files::Existing::Replace};
     }
     if (fs::exists(fs::symlink_status(usualName)))

@@ -41,7 +41,7 @@ void checkApart(const std::string& file, const std::string& contacts)
     for (const char* suffix : filesOfADatabase) {
         if (isSameFile(file + suffix, contacts))
             throw std::runtime_error(
-                contacts + ": This is a file of the sample; name another file for its people.");
+                contacts + ": The database uses this file; name another file for the contacts.");
     }
 }
 
@@ -74,7 +74,7 @@ void writeAll(
         if (options.overwrite)
             fs::remove(*options.contacts);
         writeSampleContacts(*options.contacts, options.size);
-        console.out << "Wrote their people to " << *options.contacts << '\n';
+        console.out << "Wrote the contacts to " << *options.contacts << '\n';
     }
 }
 
@@ -93,7 +93,7 @@ int runSample(const SampleOptions& options, const Console& console)
     } catch (const DBError&) {
         if (!interruption.requested())
             throw;
-        console.complain("Interrupted; nothing is left of the sample.");
+        console.complain("Interrupted. The incomplete sample was deleted.");
         return ExitCode::interrupted;
     }
     return ExitCode::success;

@@ -81,7 +81,7 @@ std::string reasonOf(const DatabaseFault& fault)
     case Cause::NotAFile:
         return "This is " + fault.reason + ", not a database file.";
     case Cause::PipeBeside:
-        return fault.reason + " is a named pipe, where SQLite keeps a file.";
+        return fault.reason + " is a named pipe, but SQLite needs a file there.";
     case Cause::Empty:
         return "The file is empty (" + fault.reason + ").";
     case Cause::Gone:
@@ -142,7 +142,7 @@ std::string remedyFor(Cause cause, const DatabaseSituation& situation)
             + allFilesOf(situation.path) + " from a Mac, and name the copy with --database FILE.";
     const bool saysHowToName = situation.named || cause == Cause::LogUnusable;
     return remedyFor(cause, situation.path)
-        + (saysHowToName ? "" : " Another file is named with --database FILE.");
+        + (saysHowToName ? "" : " Name another file with --database FILE.");
 }
 
 } // namespace

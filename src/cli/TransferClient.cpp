@@ -55,8 +55,8 @@ std::string refusal(int status, const std::string& reason)
     constexpr int expired = 410;
     constexpr int notFound = 404;
     if (status == expired)
-        return "The link has expired, or was made by a program that has been started anew since. "
-               "Ask for a new one.";
+        return "The link has expired, or the program that made it has been restarted. Ask for a "
+               "new one.";
     if (status == notFound)
         return "The chat is not offered there any more. Ask for a new link.";
     return "The other side cannot hand the chat over (" + std::to_string(status) + ' '
@@ -153,7 +153,7 @@ private:
         if (m_answer.state() == State::Complete)
             return refusal(m_answer.status(), m_answer.reason());
         if (m_answer.state() == State::TooLarge)
-            return "The answer is over 64 MB: this is no chat.";
+            return "The answer is over 64 MB, so it is not a chat.";
         if (m_end == End::OutOfTime)
             return "The chat did not arrive within " + asText(m_limits.total)
                 + ". Ask for a new link, and try where the network is better.";
@@ -163,7 +163,7 @@ private:
         if (m_answer.status() == ok)
             return "The connection broke off in the middle. Try again while the link is valid.";
         if (m_hasBytes)
-            return "What answers at " + place(m_link) + " is not KorvaneSync. Ask for a new link.";
+            return "The server at " + place(m_link) + " is not KorvaneSync. Ask for a new link.";
         return "Nobody answers at " + place(m_link)
             + ". Is the chat still on offer there, and is this machine on the same network?";
     }

@@ -40,7 +40,7 @@ Pairing Pairing::make()
     const auto token = randomBytes(tokenBytes);
     const auto key = SymmetricKey::make();
     if (!token || !key)
-        throw std::runtime_error("The system gives no random bytes.");
+        throw std::runtime_error("The random generator failed.");
     return {toBase64Url(*token), *key};
 }
 

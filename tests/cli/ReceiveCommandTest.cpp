@@ -155,7 +155,7 @@ private slots:
         const Outcome outcome = offered.recipient.receive(offered.link);
         QCOMPARE(outcome.code, 1);
         QVERIFY2(outcome.err.starts_with("korvane-sync: Korvane-History.txt: The file exists; "
-                                         "--output names another one"),
+                                         "use --output to name another one"),
             outcome.err.c_str());
         QCOMPARE(contentsOf(usualName), std::string(link ? "(no such file)" : "mine"));
         QCOMPARE(filesIn("."), Names{usualName});
@@ -238,7 +238,7 @@ private slots:
         QCOMPARE(::mkfifo("pipe", S_IRUSR | S_IWUSR), 0);
         const Outcome outcome = offered.recipient.receive(offered.link, {"--output", "pipe"});
         QCOMPARE(outcome.err,
-            std::string("korvane-sync: pipe: This is no file, but a device or a pipe.\n"));
+            std::string("korvane-sync: pipe: This is a device or a pipe, not a file.\n"));
         QCOMPARE(outcome.code, 1);
         QVERIFY(std::filesystem::is_fifo("pipe"));
     }

@@ -126,8 +126,8 @@ private slots:
         OfferedChat offered;
         offered.running.advance(std::chrono::seconds(600));
         fails(offered.recipient, offered.link,
-            "The link has expired, or was made by a program that has been started anew since. "
-            "Ask for a new one.");
+            "The link has expired, or the program that made it has been restarted. Ask for a new "
+            "one.");
     }
 
     void linkOfAProgramThatWasStartedAnew()
@@ -137,8 +137,8 @@ private slots:
         offered.chat.offer(anew.server());
         offered.link.port = anew.port();
         fails(offered.recipient, offered.link,
-            "The link has expired, or was made by a program that has been started anew since. "
-            "Ask for a new one.");
+            "The link has expired, or the program that made it has been restarted. Ask for a new "
+            "one.");
     }
 
     void chatThatIsNotOfferedAnyMore()
@@ -268,8 +268,8 @@ private slots:
         const CannedServer server("HTTP/1.1 410 Gone\r\nContent-Length: "
             + QByteArray::number(sealedSize(TransferTicket::largestFile) + 1) + "\r\n\r\nx");
         fails(recipient, linkTo(server.port()),
-            "The link has expired, or was made by a program that has been started anew since. "
-            "Ask for a new one.");
+            "The link has expired, or the program that made it has been restarted. Ask for a new "
+            "one.");
     }
 
     void nobodyIsThere()
@@ -306,7 +306,7 @@ private slots:
         const Recipient recipient;
         const CannedServer server("HTTP/1.1 200 OK\r\nContent-Length: "
             + QByteArray::number(sealedSize(TransferTicket::largestFile) + 1) + "\r\n\r\nx");
-        fails(recipient, linkTo(server.port()), "The answer is over 64 MB: this is no chat.");
+        fails(recipient, linkTo(server.port()), "The answer is over 64 MB, so it is not a chat.");
     }
 
     void answerThatTurnsOutTooLarge()
@@ -323,7 +323,7 @@ private slots:
                 sent += piece.size();
             }
         });
-        fails(recipient, linkTo(server.port()), "The answer is over 64 MB: this is no chat.");
+        fails(recipient, linkTo(server.port()), "The answer is over 64 MB, so it is not a chat.");
         QVERIFY(sent < most); // the client stopped reading
     }
 

@@ -14,7 +14,7 @@ end
 
 set -l commands chats export transfer receive sample
 complete -c korvane-sync -f
-complete -c korvane-sync -s h -l help -d 'Say what there is'
+complete -c korvane-sync -s h -l help -d 'Print help'
 complete -c korvane-sync -l version -d 'Print the version'
 
 set -l first "not __fish_seen_subcommand_from $commands"
@@ -34,14 +34,14 @@ complete -c korvane-sync -n $exporting -l folder -xa '(__fish_complete_directori
 complete -c korvane-sync -n $exporting -l chat -xka '(__korvane_sync_guids)' -d 'This chat'
 
 complete -c korvane-sync -n '__fish_seen_subcommand_from chats export' -l json \
-    -d 'Speak to programs'
+    -d 'Print JSON'
 complete -c korvane-sync -n '__fish_seen_subcommand_from export' -l all -d 'Every chat'
 complete -c korvane-sync -n '__fish_seen_subcommand_from export' -l every -x \
     -d 'Again every so many seconds'
 
 set -l transfer '__fish_seen_subcommand_from transfer'
-complete -c korvane-sync -n $transfer -l host -x -d 'This machine\'s address, as the other sees it'
-complete -c korvane-sync -n $transfer -l port -x -d 'The port to be asked at'
+complete -c korvane-sync -n $transfer -l host -x -d 'The address of this machine for the link'
+complete -c korvane-sync -n $transfer -l port -x -d 'The port to listen on'
 
 complete -c korvane-sync -n '__fish_seen_subcommand_from receive' -l output -rF \
     -d 'The file to write'
