@@ -22,6 +22,17 @@ std::optional<SymmetricKey> keyFrom(const std::string& base64)
     return bytes ? SymmetricKey::fromBytes(*bytes) : std::nullopt;
 }
 
+/// The text of the member `key` of a record; of the last one, if there are several.
+std::string lastText(const JsonReader::Value& record, std::string_view key)
+{
+    const JsonReader::Value* last = nullptr;
+    for (const auto& [name, value] : record.GetObject()) {
+        if (std::string_view(name.GetString(), name.GetStringLength()) == key)
+            last = &value;
+    }
+    return last ? JsonReader::text(*last) : throw JsonReader::Malformed();
+}
+
 /// Sets the mode to 0600 if others have access, as they may after a restore from a backup. Ignores
 /// errors.
 void closeToOthers(const fs::path& file)
@@ -64,11 +75,10 @@ std::string Pairing::toJson() const
 
 std::optional<Pairing> Pairing::fromJson(std::string_view json)
 try {
-    using namespace JsonReader;
-    const auto document = parsed(json);
-    const Value& record = object(document);
-    const std::string token = text(required(record, "token"));
-    const auto key = keyFrom(text(required(record, "key")));
+    const auto document = JsonReader::parsed(json);
+    const JsonReader::Value& record = JsonReader::object(document);
+    const std::string token = lastText(record, "token");
+    const auto key = keyFrom(lastText(record, "key"));
     return key ? std::optional(Pairing{token, *key}) : std::nullopt;
 } catch (const JsonReader::Malformed&) {
     return std::nullopt;

@@ -16,9 +16,9 @@ namespace korvane {
 ///
 ///     {"key":"<the 32 bytes in standard base64>","token":"<the token>"}
 ///
-/// load() accepts the members in any order and ignores others, and sets the mode to 0600 again if
-/// others have access. If the file is missing, is not such an object, or has a key that is not the
-/// base64 of 32 bytes, load() replaces it by a new record.
+/// load() accepts the members in any order and ignores others; the last of a name counts. It sets
+/// the mode to 0600 again if others have access. If the file is missing, is not such an object, or
+/// has a key that is not the base64 of 32 bytes, load() replaces it by a new record.
 struct Pairing {
     std::string token; ///< bearer token: 16 random bytes as 22 characters of base64url
     SymmetricKey key; ///< seals the answers to the paired phone

@@ -145,6 +145,24 @@ private slots:
         QTest::newRow("white space") << QByteArray(" \n{ " + members + "\n}\n");
         QTest::newRow("escaped letters")
             << QByteArray("{\"t\\u006fken\":\"the\\u0020token\",\"key\":\"" + goodKey + "\"}");
+        const auto with = [&](const QByteArray& more) { return '{' + more + ',' + members + '}'; };
+        QTest::newRow("a byte order mark") << QByteArray("\xEF\xBB\xBF{" + members + '}');
+        QTest::newRow("two tokens: the last one counts") << with("\"token\":\"another\"");
+        QTest::newRow("two tokens, one in escapes") << with("\"t\\u006fken\":\"another\"");
+        QTest::newRow("a token in place of a number") << with("\"token\":5");
+        QTest::newRow("two keys: the last one counts")
+            << with("\"key\":\"" + QByteArray(32, '\1').toBase64() + '"');
+        QTest::newRow("a key in place of a bad one") << with("\"key\":\"not base64!\"");
+        QTest::newRow("members inside another member")
+            << with("\"old\":{\"token\":\"another\",\"key\":\"not base64!\"}");
+        QTest::newRow("numbers of any size")
+            << with("\"n\":[1e999,-1e999,1e-999,1" + QByteArray(99, '0') + ']');
+        QTest::newRow("half a surrogate pair in another member") << with("\"n\":\"\\ud800\"");
+        QTest::newRow("half a surrogate pair in another name") << with("\"\\ud800\":1");
+        QTest::newRow("5,000 nested lists")
+            << with("\"n\":" + QByteArray(5000, '[') + QByteArray(5000, ']'));
+        QTest::newRow("a megabyte of another member")
+            << with("\"n\":\"" + QByteArray(1'000'000, 'n') + '"');
     }
 
     void otherFormsOfARecordAreRead()
@@ -154,6 +172,30 @@ private slots:
         const Pairing pairing = Pairing::load(m_support);
         QCOMPARE(pairing.token, "the token");
         QCOMPARE(pairing.key.bytes(), QByteArray(32, '\0'));
+        QCOMPARE(contents(), json);
+    }
+
+    void tokenIsTakenAsItStands_data()
+    {
+        QTest::addColumn<QByteArray>("written");
+        QTest::addColumn<QByteArray>("token");
+        QTest::newRow("empty") << QByteArray("") << QByteArray("");
+        QTest::newRow("escaped control characters")
+            << QByteArray("a\\u0000\\u0001\\t\\nb") << QByteArray("a\0\1\t\nb", 6);
+        QTest::newRow("DEL") << QByteArray("a\x7F") << QByteArray("a\x7F");
+        QTest::newRow("escaped surrogate pair")
+            << QByteArray("\\ud83d\\ude00") << QByteArray("\xF0\x9F\x98\x80");
+        QTest::newRow("letters outside ASCII")
+            << QByteArray("\xC3\xA9\xF0\x9F\x98\x80") << QByteArray("\xC3\xA9\xF0\x9F\x98\x80");
+    }
+
+    void tokenIsTakenAsItStands()
+    {
+        QFETCH(const QByteArray, written);
+        QFETCH(const QByteArray, token);
+        const QByteArray json = "{\"token\":\"" + written + "\",\"key\":\"" + goodKey + "\"}";
+        write(json);
+        QCOMPARE(Pairing::load(m_support).token, token.toStdString());
         QCOMPARE(contents(), json);
     }
 
@@ -195,6 +237,26 @@ private slots:
         QTest::newRow("a key without padding") << QByteArray(withText(goodKey.chopped(1)));
         QTest::newRow("a key in the other alphabet")
             << QByteArray(withText(QByteArray(42, '_') + "8="));
+        const QByteArray members = token + ",\"key\":\"" + goodKey + '"';
+        const auto with = [&](const QByteArray& more) { return '{' + members + ',' + more + '}'; };
+        const auto withToken = [&](const QByteArray& text) {
+            return "{\"token\":\"" + text + "\",\"key\":\"" + goodKey + "\"}";
+        };
+        QTest::newRow("a number in place of a token") << with("\"token\":5");
+        QTest::newRow("a bad key in place of a key") << with("\"key\":\"not base64!\"");
+        QTest::newRow("a NUL behind the record") << QByteArray("{" + members + "}").append('\0');
+        QTest::newRow("two records") << QByteArray('{' + members + "}{" + members + '}');
+        QTest::newRow("a comma too many") << with("");
+        QTest::newRow("half a surrogate pair in the token") << QByteArray(withToken("\\ud800"));
+        QTest::newRow("a reversed surrogate pair in the token")
+            << QByteArray(withToken("\\ude00\\ud83d"));
+        QTest::newRow("a bare line break in the token") << QByteArray(withToken("a\nb"));
+        QTest::newRow("an unknown escape in the token") << QByteArray(withToken("a\\xb"));
+        QTest::newRow("bytes that are no UTF-8 in the token") << QByteArray(withToken("\xFF"));
+        QTest::newRow("a token that is an object")
+            << QByteArray("{\"token\":{" + token + "},\"key\":\"" + goodKey + "\"}");
+        QTest::newRow("a number without a fraction") << with("\"n\":1.");
+        QTest::newRow("a number that begins with its point") << with("\"n\":.5");
         QTest::newRow("a key of 31 bytes") << QByteArray(withText(QByteArray(31, '\0').toBase64()));
         QTest::newRow("a key of 33 bytes") << QByteArray(withText(QByteArray(33, '\0').toBase64()));
     }
