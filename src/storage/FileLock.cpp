@@ -29,9 +29,11 @@ FileLock::FileLock(const std::filesystem::path& path) : m_file(openedFile(path))
 
 FileLock::Outcome FileLock::tryLock() const
 {
-    if (m_file && ::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0)
+    if (!m_file)
+        return Outcome::Failed;
+    if (::flock(m_file.get(), LOCK_EX | LOCK_NB) == 0)
         return Outcome::Held;
-    return m_file && errno == EWOULDBLOCK ? Outcome::HeldByAnother : Outcome::Failed;
+    return errno == EWOULDBLOCK ? Outcome::HeldByAnother : Outcome::Unsupported;
 }
 
 void FileLock::leaveNote(std::string_view note) const

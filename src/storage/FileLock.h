@@ -16,7 +16,8 @@ public:
     enum class Outcome {
         Held,
         HeldByAnother,
-        Failed, ///< the file cannot be opened, is not a regular file, or cannot be locked
+        Unsupported, ///< flock() fails, as on some network file systems
+        Failed, ///< the file cannot be opened or is not a regular file
     };
 
     /// Opens the file, or creates it with mode 0600. Does not lock it yet, and never blocks.

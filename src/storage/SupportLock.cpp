@@ -1,5 +1,6 @@
 #include "storage/SupportLock.h"
 
+#include "storage/Files.h"
 #include "storage/Paths.h"
 
 #include <QCoreApplication>
@@ -8,6 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 namespace korvane {
 
@@ -29,19 +31,40 @@ std::string holder(const FileLock& file)
     return isWhole ? program + ", process " + process : "another program";
 }
 
+/// True if files can be created and written in the folder, as the export state is after the export:
+/// without its progress, the next export would append the same messages again. That the lock file
+/// of an earlier export can be opened and locked does not show it, because the folder may have
+/// become read-only since, or the disk full.
+bool acceptsFiles(const SupportFolder& support)
+try {
+    const std::filesystem::path probe = support.file("export.probe");
+    Files::writeAtomically(probe, "\n", Files::Access::OwnerOnly);
+    std::filesystem::remove(probe);
+    return true;
+} catch (const std::system_error&) {
+    return false;
+}
+
+[[noreturn]] void throwUnwritable(const SupportFolder& support)
+{
+    throw std::runtime_error("Can't write to the support folder " + support.path().string() + ".");
+}
+
 } // namespace
 
 SupportLock::SupportLock(const SupportFolder& support) : m_file(support.file("export.lock"))
 {
     switch (m_file.tryLock()) {
     case FileLock::Outcome::Held:
+    case FileLock::Outcome::Unsupported:
         m_file.leaveNote(noteOfThisProcess());
+        if (!acceptsFiles(support))
+            throwUnwritable(support);
         return;
     case FileLock::Outcome::HeldByAnother:
         throw std::runtime_error("Another export is running (" + holder(m_file) + ").");
     case FileLock::Outcome::Failed:
-        throw std::runtime_error(
-            "Can't write to the support folder " + support.path().string() + ".");
+        throwUnwritable(support);
     }
 }
 

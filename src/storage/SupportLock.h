@@ -8,7 +8,8 @@ class SupportFolder;
 
 /// While it lives, other processes cannot export with the same support folder: two exports at a
 /// time would append the same messages twice. A lock on the file "export.lock" in that folder,
-/// which contains the holder's process id and program name, a line each.
+/// which contains the holder's process id and program name, a line each. On a file system without
+/// locks, every process gets the lock.
 class SupportLock {
 public:
     /// Throws std::runtime_error if it cannot get the lock. The text names the holder, or says that

@@ -9,10 +9,32 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <dlfcn.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <memory>
+
+namespace {
+
+/// The error code with which flock() fails in this program; 0 calls the system's flock().
+int lockError = 0;
+
+} // namespace
+
+/// Interposes the C library's flock() in the whole program.
+extern "C" int flock(int descriptor, int operation)
+{
+    if (lockError == 0)
+        return reinterpret_cast<int (*)(int, int)>(::dlsym(RTLD_NEXT, "flock"))(
+            descriptor, operation);
+    errno = lockError;
+    return -1;
+}
 
 namespace korvane {
 
@@ -68,6 +90,29 @@ std::string heldBy(qint64 process)
     return "Another export is running (SupportLockTest, process " + std::to_string(process) + ").";
 }
 
+std::string unwritable(const fs::path& folder)
+{
+    return "Can't write to the support folder " + folder.string() + ".";
+}
+
+/// While it lives, no file can grow, as on a full disk.
+class FullDisk {
+public:
+    FullDisk()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit nothing{0, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &nothing);
+    }
+    ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+private:
+    rlimit m_before{};
+};
+
 } // namespace
 
 /// The lock that allows one export at a time per support folder.
@@ -80,6 +125,8 @@ private slots:
         m_folder = std::make_unique<QTemporaryDir>();
         useFolder(QStringLiteral("support"));
     }
+
+    void cleanup() { lockError = 0; }
 
     void secondLockOfThisProcessSaysWhoHoldsIt()
     {
@@ -214,6 +261,63 @@ private slots:
         QVERIFY(QFile::setPermissions(own.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
         QCOMPARE(lockingError(m_support),
             "Can't write to the support folder " + own.path().toStdString() + ".");
+    }
+
+    void folderThatHasBecomeReadOnlyIsSaid()
+    {
+        const Unprivileged user;
+        if (!user.works())
+            QSKIP("needs a user whom permissions stop");
+        const QTemporaryDir own;
+        m_support = SupportFolder(own.path().toStdString());
+        QCOMPARE(lockingError(m_support), "(no error)"); // leaves a file that can be locked
+        QVERIFY(QFile::setPermissions(own.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
+        QCOMPARE(lockingError(m_support), unwritable(m_support.path()));
+    }
+
+    void diskThatHasBecomeFullIsSaid()
+    {
+        QCOMPARE(lockingError(m_support), "(no error)");
+        std::string error;
+        {
+            const FullDisk full;
+            error = lockingError(m_support);
+        }
+        QCOMPARE(error, unwritable(m_support.path()));
+        QCOMPARE(lockingError(m_support), "(no error)");
+    }
+
+    void lockLeavesNothingButItsFile()
+    {
+        const SupportLock lock(m_support);
+        QCOMPARE(std::distance(fs::directory_iterator(m_support.path()), {}), 1);
+    }
+
+    void childThatOutlivesTheLockDoesNotKeepIt()
+    {
+        const SupportFolder other(path(QStringLiteral("other")).toStdString());
+        std::unique_ptr<Holder> child;
+        {
+            const SupportLock lock(m_support);
+            child = std::make_unique<Holder>(other);
+            QVERIFY(child->holds());
+        }
+        QCOMPARE(lockingError(m_support), "(no error)");
+    }
+
+    void fileSystemWithoutLocksIsNoError_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::newRow("no lock daemon") << ENOLCK;
+        QTest::newRow("not supported") << ENOTSUP;
+        QTest::newRow("not implemented") << ENOSYS;
+    }
+
+    void fileSystemWithoutLocksIsNoError()
+    {
+        QFETCH(const int, error);
+        lockError = error;
+        QCOMPARE(lockingError(m_support), "(no error)");
     }
 
 private:
