@@ -83,8 +83,8 @@ int runUntilQuit(const Interruption& interruption, AppState& state)
 
 int runWindow(const SupportFolder& support, int& argc, char** argv)
 {
-    // Destroyed last: the end of an export and of QApplication takes time, and a second signal
-    // during it must not kill the process.
+    // Destroyed last: the end of an export and of QApplication takes time. A further SIGTERM or
+    // SIGHUP must not kill the process meanwhile.
     std::optional<Interruption> interruption;
     const QApplication application(argc, argv);
     nameApplication();
