@@ -18,7 +18,8 @@ public:
     /// Handles a job's result. Runs on the owner's thread.
     using Delivery = TaskQueue::Task;
 
-    /// Runs on the worker thread. Must own all data that it uses, and must not throw.
+    /// Runs on the worker thread. Must own all data that it uses, and must not throw. Must not run
+    /// an event loop either, because that would start the next job inside this one.
     using Job = std::function<Delivery()>;
 
     Worker();
