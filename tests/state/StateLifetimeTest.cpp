@@ -207,9 +207,16 @@ private:
         return setup.state().isSyncing();
     }
 
+    /// Listens to the signal: one round of the event loop may set two statuses.
     static bool says(StateSetup& setup, const std::string& status)
     {
-        return comes([&] { return setup.state().status() == status; });
+        const AppState& state = setup.state();
+        bool isSaid = state.status() == status;
+        const auto listening = QObject::connect(
+            &state, &AppState::statusChanged, [&] { isSaid = isSaid || state.status() == status; });
+        comes([&] { return isSaid; });
+        QObject::disconnect(listening);
+        return isSaid;
     }
 };
 
