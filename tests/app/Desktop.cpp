@@ -157,6 +157,13 @@ bool Desktop::shows(const QString& title) const
                 .isEmpty();
 }
 
+bool Desktop::isActive(const QString& title) const
+{
+    return output(QStringLiteral("xdotool"),
+               {QStringLiteral("getwindowfocus"), QStringLiteral("getwindowname")})
+        == title;
+}
+
 QImage Desktop::screen() const
 {
     const QString picture = m_home.path() + QStringLiteral("/screen.png");

@@ -66,6 +66,9 @@ public:
     /// Whether a window with this title is visible.
     bool shows(const QString& title) const;
 
+    /// Whether the window that gets the key presses has this title.
+    bool isActive(const QString& title) const;
+
     /// The text of the QR code on the screen; "" if there is none.
     std::string codeOnScreen() const;
 

@@ -1,5 +1,6 @@
 #include "CannedServer.h"
 
+#include <QRandomGenerator>
 #include <QTcpServer>
 
 #include <future>
@@ -78,8 +79,12 @@ QByteArray CannedServer::ok(const QByteArray& body)
 
 std::uint16_t freePort()
 {
+    // Below 32768: the kernel gives the ports from there on to other programs at any time.
     QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
+    do {
+        const int port = QRandomGenerator::global()->bounded(20'000, 32'000);
+        server.listen(QHostAddress::AnyIPv4, static_cast<quint16>(port));
+    } while (!server.isListening());
     return server.serverPort();
 }
 
