@@ -224,7 +224,7 @@ std::string Exporter::title(const ChatInfo& chat, const ContactNames& names)
 
 SyncResult Exporter::sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const fs::path& folder, const SupportFolder& support, const std::string& database,
-    const BeforeChat& beforeChat)
+    const BeforeChat& beforeChat, const SyncMode& /*mode*/)
 {
     try {
         Run run(database, names, folder, support);

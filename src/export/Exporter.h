@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,13 +15,31 @@ namespace korvane {
 
 class ContactNames;
 
+/// A file that a restart replaced and that stays in Kept/, because Messages no longer has all of
+/// it.
+struct KeptFile {
+    std::string title; ///< of the chat
+    std::int64_t messages = 0; ///< records that the database no longer has as they are here
+    std::string file; ///< relative to the export folder: "Kept/…"
+
+    bool operator==(const KeptFile&) const = default;
+};
+
 /// The outcome of one sync.
 struct SyncResult {
     std::int64_t added = 0; ///< records written, all chats together
     std::int64_t chatsTouched = 0; ///< chats with at least one record written
-    std::vector<std::string> errors; ///< one line per failure, in order of occurrence
+    std::vector<std::string> errors{}; ///< one line per failure, in order of occurrence
+    std::vector<KeptFile> kept{}; ///< files that went to Kept/ and stay there
+    std::int64_t foreignChats = 0; ///< chats left alone: the file is from a different database
 
     bool operator==(const SyncResult&) const = default;
+};
+
+/// What a sync does besides bringing files up to date.
+struct SyncMode {
+    std::set<std::string> restart{}; ///< guids of chats to export from the beginning
+    bool checkDatabase = true; ///< leave alone a chat whose file is from a different database
 };
 
 /// Called before each chat of a sync, on the thread that called sync(): in the window program, the
@@ -43,7 +62,8 @@ std::string title(const ChatInfo& chat, const ContactNames& names);
 /// unless `beforeChat` throws.
 SyncResult sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const std::filesystem::path& folder, const SupportFolder& support,
-    const std::string& database = MessagesDB::path(), const BeforeChat& beforeChat = {});
+    const std::string& database = MessagesDB::path(), const BeforeChat& beforeChat = {},
+    const SyncMode& mode = {});
 
 } // namespace Exporter
 

@@ -1,0 +1,97 @@
+#include "export/Record.h"
+
+#include "storage/FileReader.h"
+#include "text/JsonReader.h"
+#include "text/Utf8.h"
+
+#include <charconv>
+
+namespace korvane {
+
+namespace {
+
+using JsonReader::integer;
+using JsonReader::Malformed;
+using JsonReader::optional;
+using JsonReader::required;
+using JsonReader::text;
+
+bool boolean(const JsonReader::Value& value)
+{
+    return value.IsBool() ? value.GetBool() : throw Malformed();
+}
+
+Record recordFrom(const JsonReader::Value& json)
+{
+    return {
+        .attachmentCount = integer(required(json, "attachmentCount")),
+        .body = text(required(json, "body")),
+        .conversationID = text(required(json, "conversationID")),
+        .conversationName = text(required(json, "conversationName")),
+        .date = text(required(json, "date")),
+        .id = text(required(json, "id")),
+        .isOutgoing = boolean(required(json, "isOutgoing")),
+        .photoCount = optional(json, "photoCount", integer),
+        .reactionKind = optional(json, "reactionKind", text),
+        .reactionTargetID = optional(json, "reactionTargetID", text),
+        .recordKind = optional(json, "recordKind", text),
+        .replyToID = optional(json, "replyToID", text),
+        .sender = text(required(json, "sender")),
+        .senderID = optional(json, "senderID", text),
+        .textUnavailable = boolean(required(json, "textUnavailable")),
+    };
+}
+
+} // namespace
+
+std::optional<Record> Record::fromLine(std::string_view line)
+{
+    if (!isValidUtf8(line))
+        return std::nullopt;
+    try {
+        const auto json = JsonReader::parsed(line);
+        return recordFrom(JsonReader::object(json));
+    } catch (const Malformed&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<std::int64_t> Record::rowID() const
+{
+    const std::string prefix = "mac:" + conversationID + ":";
+    std::int64_t number = 0;
+    const char* const end = id.data() + id.size();
+    if (!id.starts_with(prefix))
+        return std::nullopt;
+    const auto [last, error] = std::from_chars(id.data() + prefix.size(), end, number);
+    return error == std::errc() && last == end ? std::optional(number) : std::nullopt;
+}
+
+bool forEachLine(const FileReader& file,
+    const std::function<void(std::string_view line, bool hasLineFeed)>& visit)
+{
+    constexpr std::size_t blockSize = 256 * 1024;
+    std::string block(blockSize, '\0');
+    std::string begun; // a line whose end is in a later block
+    for (std::int64_t offset = 0;;) {
+        const auto count = file.readAt(offset, block);
+        if (!count)
+            return false;
+        std::string_view rest = std::string_view(block).substr(0, *count);
+        for (auto end = rest.find('\n'); end != rest.npos; end = rest.find('\n')) {
+            const std::string_view tail = rest.substr(0, end);
+            visit(begun.empty() ? tail : begun.append(tail), true);
+            begun.clear();
+            rest.remove_prefix(end + 1);
+        }
+        begun.append(rest);
+        offset += static_cast<std::int64_t>(*count);
+        if (*count < blockSize)
+            break;
+    }
+    if (!begun.empty())
+        visit(begun, false);
+    return true;
+}
+
+} // namespace korvane
