@@ -10,8 +10,6 @@ namespace korvane {
 
 namespace {
 
-constexpr std::string_view stateFile = "state.json";
-
 std::string chatJson(const ChatState& chat)
 {
     Json::Object object(Json::Slash::Escaped);
@@ -73,16 +71,19 @@ std::optional<ExportState> ExportState::fromJson(std::string_view json)
 
 ExportState ExportState::load(const SupportFolder& support)
 {
-    const auto json = Files::read(support.file(stateFile));
+    const auto json = Files::read(support.file(ExportState::fileName));
     return json ? fromJson(*json).value_or(ExportState()) : ExportState();
 }
 
-void Exporter::saveState(const ExportState& state, const SupportFolder& support)
+bool Exporter::saveState(const ExportState& state, const SupportFolder& support)
 {
     try {
-        Files::writeAtomically(support.file(stateFile), state.toJson(), Files::Access::OwnerOnly);
+        Files::writeAtomically(
+            support.file(ExportState::fileName), state.toJson(), Files::Access::OwnerOnly);
+        Files::flush(support.path());
+        return true;
     } catch (const std::system_error&) {
-        return;
+        return false;
     }
 }
 

@@ -42,6 +42,8 @@ struct ChatState {
 ///
 /// The file contains titles, phone numbers and addresses, so its mode is 0600.
 struct ExportState {
+    static constexpr std::string_view fileName = "state.json";
+
     std::map<std::string, ChatState> chats; ///< by chat guid
 
     bool operator==(const ExportState&) const = default;
@@ -57,9 +59,9 @@ struct ExportState {
 
 namespace Exporter {
 
-/// Atomically replaces the state on disk by a file with mode 0600. A failure is not reported: the
-/// old state stays, and the next run continues from it.
-void saveState(const ExportState& state, const SupportFolder& support);
+/// Atomically replaces the state on disk by a file with mode 0600, and waits until it is on disk.
+/// Returns false on failure: then the old state stays, and the next run continues from it.
+bool saveState(const ExportState& state, const SupportFolder& support);
 
 } // namespace Exporter
 

@@ -2,14 +2,15 @@
 
 #include "contacts/ContactNames.h"
 #include "export/ExportState.h"
-#include "export/FileName.h"
+#include "export/ExportStep.h"
+#include "export/FileGroup.h"
+#include "export/KeptFiles.h"
 #include "export/RecordWriter.h"
-#include "storage/Files.h"
-
-#include <QUuid>
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
+#include <span>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -20,30 +21,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The records of one chat that its file does not contain yet.
-struct Batch {
-    RecordBuffer records;
-    std::int64_t count = 0;
-    std::int64_t highestRowID = 0;
-};
-
-std::string newEpoch()
-{
-    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
-}
-
-ChatState newRecord(const ChatInfo& chat, const std::string& title)
-{
-    return {
-        .lastRowID = 0,
-        .fileName = Exporter::exportFileName(title, chat.id),
-        .title = title,
-        .messages = 0,
-        .epoch = newEpoch(),
-        .formatVersion = currentFormatVersion,
-    };
-}
-
 /// Saturating addition: a count read from the state file may be any 64-bit value.
 std::int64_t sum(std::int64_t recorded, std::int64_t added)
 {
@@ -51,58 +28,69 @@ std::int64_t sum(std::int64_t recorded, std::int64_t added)
     return std::min(recorded, room) + added;
 }
 
-void restart(ChatState& record, const fs::path& file)
-{
-    std::error_code ignored;
-    fs::remove(file, ignored);
-    record.lastRowID = 0;
-    record.messages = 0;
-    record.epoch = newEpoch();
-}
+/// Ends the whole sync: its progress cannot be saved.
+struct Abort {
+    std::string message;
+};
 
 /// One sync over the chats of one open database.
+///
+/// Files change in groups of some seconds, see FileGroup and Journal. When a chat has to change its
+/// file and is not in the journal yet, a new group begins: the journal then also covers the chats
+/// that follow, whether or not they will have news.
 class Run {
 public:
     Run(const std::string& database, const ContactNames& names, const fs::path& folder,
-        const SupportFolder& support)
+        const SupportFolder& support, const SyncMode& mode, const std::vector<ChatInfo>& chats)
         : m_db(database)
         , m_names(names)
         , m_folder(folder)
         , m_support(support)
+        , m_mode(mode)
+        , m_chats(chats)
+        , m_group(folder, support)
     {
     }
 
     void createFolder() const { fs::create_directories(m_folder); }
 
-    SyncResult exportAll(const std::vector<ChatInfo>& chats, const BeforeChat& beforeChat)
+    SyncResult exportAll(const BeforeChat& beforeChat)
     {
+        Journal::recover(m_support);
         m_state = ExportState::load(m_support);
         try {
-            exportEach(chats, beforeChat);
+            const bool complete = exportEach(beforeChat);
+            save();
+            if (complete)
+                m_result.kept = KeptFiles::compare(m_folder, m_state, m_result.errors);
+        } catch (const Abort& abort) {
+            m_result.errors.push_back(abort.message);
         } catch (...) {
-            Exporter::saveState(
-                m_state, m_support); // or the next sync would append these messages again
+            saveWhatIsComplete();
             throw;
         }
-        Exporter::saveState(m_state, m_support);
         return std::move(m_result);
     }
 
 private:
-    void exportEach(const std::vector<ChatInfo>& chats, const BeforeChat& beforeChat)
+    /// Returns false if `beforeChat` ended the run.
+    bool exportEach(const BeforeChat& beforeChat)
     {
-        for (const ChatInfo& chat : chats) {
-            if (beforeChat && !beforeChat(chat))
-                break;
-            exportOrReport(chat);
+        for (std::size_t index = 0; index < m_chats.size(); ++index) {
+            if (beforeChat && !beforeChat(m_chats[index]))
+                return false;
+            exportOrReport(index);
+            if (m_group.isOpen() && m_group.age() > longestGroup)
+                commit();
         }
+        return true;
     }
 
-    void exportOrReport(const ChatInfo& chat)
+    void exportOrReport(std::size_t index)
     {
-        const std::string title = Exporter::title(chat, m_names);
+        const std::string title = Exporter::title(m_chats[index], m_names);
         try {
-            exportChat(chat, title);
+            exportChat(index, title);
         } catch (const std::overflow_error&) {
             throw; // fails the whole run: see referenceTime()
         } catch (const std::system_error& error) {
@@ -112,89 +100,174 @@ private:
         }
     }
 
-    void exportChat(const ChatInfo& chat, const std::string& title)
+    void exportChat(std::size_t index, const std::string& title)
     {
-        ChatState record = recordFor(chat, title);
-        const fs::path file = fileOf(record);
-        std::error_code ignored;
-        if (!fs::exists(file, ignored) || record.title != title)
-            restart(record, file);
-        record.title = title;
-
-        const Batch batch = readBatch(chat, title, record.lastRowID);
-        if (batch.count > 0) {
-            append(record, chat, batch);
-            record.lastRowID = std::max(record.lastRowID, batch.highestRowID);
-            record.messages = sum(record.messages.value_or(0), batch.count);
-            m_result.added += batch.count;
-            m_result.chatsTouched += 1;
+        const ChatInfo& chat = m_chats[index];
+        ExportStep step = stepFor(chat, title);
+        FileGroup::Chat done{.guid = chat.guid, .title = title, .change = step.change};
+        try {
+            if (step.replaces) {
+                cover(step.change, index);
+                m_group.moveAway(step.change);
+            }
+            done.added = append(step, index, title);
+        } catch (...) {
+            undo(step.change);
+            throw;
         }
-        m_state.chats[chat.guid] = std::move(record);
+        if (step.replaces || done.added > 0)
+            note(std::move(done));
+        m_state.chats[chat.guid] = std::move(step.record);
     }
 
-    fs::path fileOf(const ChatState& record) const
+    void note(FileGroup::Chat done)
     {
-        return m_folder.native() + '/' + record.fileName;
+        if (const auto known = m_state.chats.find(done.guid); known != m_state.chats.end())
+            done.before = known->second;
+        m_result.added += done.added;
+        m_result.chatsTouched += done.added > 0;
+        m_group.add(std::move(done));
     }
 
-    /// The chat's record from an earlier run. Null if there is none in the current format version.
-    const ChatState* knownRecord(const ChatInfo& chat) const
+    ExportStep stepFor(const ChatInfo& chat, const std::string& title) const
     {
-        const auto known = m_state.chats.find(chat.guid);
-        const bool current
-            = known != m_state.chats.end() && known->second.formatVersion == currentFormatVersion;
-        return current ? &known->second : nullptr;
+        return exportStep(chat, title, m_state, m_folder, m_mode.restart.contains(chat.guid));
     }
 
-    ChatState recordFor(const ChatInfo& chat, const std::string& title) const
+    /// Streams the messages that the chat's file does not have yet to its end. Returns their
+    /// number, and updates the record.
+    std::int64_t append(ExportStep& step, std::size_t index, const std::string& title)
     {
-        const ChatState* known = knownRecord(chat);
-        return known ? *known : newRecord(chat, title);
+        constexpr std::size_t blockSize = 256 * 1024;
+        const ChatInfo& chat = m_chats[index];
+        RecordWriter writer(chat, title, m_names);
+        std::optional<OutputFile> file;
+        std::string records;
+        std::int64_t highest = step.record.lastRowID;
+        std::int64_t added = 0;
+        m_db.forEachMessage(chat.id, step.record.lastRowID, [&](const MessageRowView& row) {
+            if (!file)
+                file.emplace(opened(step, index));
+            writer.append(row, records);
+            highest = std::max(highest, row.rowID);
+            ++added;
+            if (records.size() >= blockSize) {
+                file->append(records);
+                records.clear();
+            }
+        });
+        if (!file)
+            return 0;
+        file->append(records);
+        file->startFlush();
+        step.record.lastRowID = highest;
+        step.record.messages = sum(step.record.messages.value_or(0), added);
+        return added;
     }
 
-    /// Appends to the chat's file. If the file system rejects the name as too long, switches the
-    /// record to the shortened name.
-    void append(ChatState& record, const ChatInfo& chat, const Batch& batch) const
+    OutputFile opened(ExportStep& step, std::size_t index)
+    {
+        cover(step.change, index);
+        step.record.fileName = step.change.file;
+        return m_group.open(step.change);
+    }
+
+    /// Makes sure that the journal is on disk and covers this change of the chat at `index`.
+    void cover(const FileChange& change, std::size_t index)
+    {
+        if (m_group.covers(change))
+            return;
+        commit();
+        std::vector<FileChange> changes{change};
+        const std::size_t end = std::min(m_chats.size(), index + m_groupSize);
+        for (const ChatInfo& chat : std::span(m_chats).subspan(index + 1, end - index - 1))
+            changes.push_back(stepFor(chat, Exporter::title(chat, m_names)).change);
+        m_groupSize = std::min(2 * m_groupSize, largestGroup);
+        try {
+            m_group.begin(changes);
+        } catch (const std::system_error& error) {
+            throw Abort{"Can't write to the support folder " + m_support.path().string() + ": "
+                + error.code().message()};
+        }
+    }
+
+    /// Takes back what was begun for a chat.
+    void undo(const FileChange& change)
+    {
+        if (!m_group.covers(change))
+            return; // nothing was begun
+        try {
+            m_group.undo(change);
+        } catch (const std::system_error& error) {
+            // The journal stays, so the next run tries again.
+            throw Abort{"Can't remove the unfinished part of " + change.file + ": "
+                + error.code().message()};
+        }
+    }
+
+    /// Makes the changes of the open group permanent, together with the state.
+    void commit()
+    {
+        if (!m_group.isOpen())
+            return;
+        try {
+            for (const FileGroup::Failure& failure : m_group.flush()) {
+                takeBack(failure.chat);
+                m_result.errors.push_back(failure.chat.title + ": " + failure.reason);
+            }
+            if (!Exporter::saveState(m_state, m_support)) {
+                for (const FileGroup::Chat& chat : m_group.undoAll())
+                    takeBack(chat);
+                m_group.end();
+                throw Abort{"Can't save the progress of the export in " + m_support.path().string()
+                    + ", so nothing was added. Is the disk full?"};
+            }
+            m_group.end();
+        } catch (const std::system_error& error) {
+            throw Abort{"Can't write to " + m_folder.string() + ": " + error.code().message()};
+        }
+    }
+
+    void takeBack(const FileGroup::Chat& chat)
+    {
+        m_result.added -= chat.added;
+        m_result.chatsTouched -= chat.added > 0;
+        if (chat.before)
+            m_state.chats[chat.guid] = *chat.before;
+        else
+            m_state.chats.erase(chat.guid);
+    }
+
+    /// Saves the state at the end of the run. Without changed files, a failure is not reported: the
+    /// next run decides the same again.
+    void save()
+    {
+        if (m_group.isOpen())
+            commit();
+        else
+            Exporter::saveState(m_state, m_support);
+    }
+
+    void saveWhatIsComplete()
     {
         try {
-            Files::append(fileOf(record), batch.records.pieces());
-        } catch (const std::system_error& error) {
-            const std::string shorter = Exporter::shortenedFileName(*record.title, chat.id);
-            if (error.code() != std::errc::filename_too_long || record.fileName == shorter)
-                throw;
-            record.fileName = shorter;
-            appendUnderShorterName(record, chat, batch);
+            save();
+        } catch (const Abort&) {
+            return; // the journal stays
         }
     }
 
-    /// A known record was restarted, because a file with the long name cannot exist. So delete an
-    /// old file with the short name, as restart() does. A new record, such as after the state was
-    /// lost, appends to an existing file, as it does under any name.
-    void appendUnderShorterName(
-        const ChatState& record, const ChatInfo& chat, const Batch& batch) const
-    {
-        std::error_code ignored;
-        if (knownRecord(chat))
-            fs::remove(fileOf(record), ignored);
-        Files::append(fileOf(record), batch.records.pieces());
-    }
-
-    Batch readBatch(const ChatInfo& chat, const std::string& title, std::int64_t afterRowID)
-    {
-        Batch batch{.highestRowID = afterRowID};
-        RecordWriter writer(chat, title, m_names);
-        m_db.forEachMessage(chat.id, afterRowID, [&](const MessageRowView& row) {
-            writer.append(row, batch.records.block());
-            batch.highestRowID = std::max(batch.highestRowID, row.rowID);
-            ++batch.count;
-        });
-        return batch;
-    }
+    static constexpr std::chrono::seconds longestGroup{2};
+    static constexpr std::size_t largestGroup = 16384; // chats in one journal
 
     MessagesDB m_db;
     const ContactNames& m_names;
     const fs::path m_folder;
     const SupportFolder m_support;
+    const SyncMode& m_mode;
+    const std::vector<ChatInfo>& m_chats;
+    FileGroup m_group;
+    std::size_t m_groupSize = 64; ///< chats; doubles, so that few groups write the state
     ExportState m_state;
     SyncResult m_result;
 };
@@ -224,16 +297,18 @@ std::string Exporter::title(const ChatInfo& chat, const ContactNames& names)
 
 SyncResult Exporter::sync(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const fs::path& folder, const SupportFolder& support, const std::string& database,
-    const BeforeChat& beforeChat, const SyncMode& /*mode*/)
+    const BeforeChat& beforeChat, const SyncMode& mode)
 {
     try {
-        Run run(database, names, folder, support);
+        Run run(database, names, folder, support, mode, chats);
         run.createFolder();
-        return run.exportAll(chats, beforeChat);
+        return run.exportAll(beforeChat);
     } catch (const DBError& error) {
         return failed(error.message);
     } catch (const fs::filesystem_error& error) {
         return failed("Can't create output folder: " + error.code().message());
+    } catch (const Journal::CannotRecover& error) {
+        return failed(error.what());
     }
 }
 

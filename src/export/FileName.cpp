@@ -98,9 +98,18 @@ private:
     std::unique_ptr<icu::BreakIterator> m_breaks;
 };
 
+constexpr std::size_t longestName = 255; // bytes, on most file systems
+
 std::string tailOfName(std::int64_t chatID)
 {
     return " (" + std::to_string(chatID) + ") Korvane Wrapped.jsonl.txt";
+}
+
+/// The safe title, cut so that `room` more bytes fit behind it.
+std::string shortenedTitle(std::string_view title, std::size_t room)
+{
+    const std::string whole = Exporter::safeFileName(title);
+    return std::string(Characters(whole).fitting(longestName - room));
 }
 
 } // namespace
@@ -119,10 +128,17 @@ std::string Exporter::exportFileName(std::string_view title, std::int64_t chatID
 
 std::string Exporter::shortenedFileName(std::string_view title, std::int64_t chatID)
 {
-    constexpr std::size_t longestName = 255;
     const std::string tail = tailOfName(chatID);
-    const std::string whole = safeFileName(title);
-    return std::string(Characters(whole).fitting(longestName - tail.size())) + tail;
+    return shortenedTitle(title, tail.size()) + tail;
+}
+
+std::string Exporter::keptFileName(
+    std::string_view title, std::int64_t chatID, std::string_view epoch)
+{
+    constexpr std::size_t roomForMark = 10; // for ".unchecked", see KeptFiles
+    std::string tail = " (" + std::to_string(chatID) + ") ";
+    tail.append(epoch).append(".jsonl.txt");
+    return shortenedTitle(title, tail.size() + roomForMark) + tail;
 }
 
 } // namespace korvane

@@ -22,6 +22,10 @@ std::string exportFileName(std::string_view title, std::int64_t chatID);
 /// uses this name if the file system rejects the other one as too long.
 std::string shortenedFileName(std::string_view title, std::int64_t chatID);
 
+/// The name of an old export file in Kept/: "<safe title> (<chat id>) <epoch>.jsonl.txt", shortened
+/// like shortenedFileName() so that ten more bytes fit.
+std::string keptFileName(std::string_view title, std::int64_t chatID, std::string_view epoch);
+
 } // namespace Exporter
 
 } // namespace korvane

@@ -5,6 +5,7 @@
 #include "text/Utf8.h"
 
 #include <charconv>
+#include <utility>
 
 namespace korvane {
 
@@ -54,6 +55,15 @@ std::optional<Record> Record::fromLine(std::string_view line)
     } catch (const Malformed&) {
         return std::nullopt;
     }
+}
+
+std::optional<Record> Record::fromLineWithTornStart(std::string_view line)
+{
+    // Within a string, these quotation marks would be escaped.
+    const auto start = line.rfind(R"({"attachmentCount":)");
+    auto whole = fromLine(line);
+    const bool isTorn = !whole && start != line.npos && start > 0;
+    return isTorn ? fromLine(line.substr(start)) : std::move(whole);
 }
 
 std::optional<std::int64_t> Record::rowID() const

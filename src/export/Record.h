@@ -35,6 +35,10 @@ struct Record {
     /// crash or changed by something else. Ignores unknown keys.
     static std::optional<Record> fromLine(std::string_view line);
 
+    /// The same, but of a line that begins with the torn end of an earlier record, which was
+    /// appended to without a line feed, reads the complete record at its end.
+    static std::optional<Record> fromLineWithTornStart(std::string_view line);
+
     /// The message's row id, from the end of `id`. Nothing if `id` does not belong to the chat
     /// `conversationID` or has no number.
     std::optional<std::int64_t> rowID() const;

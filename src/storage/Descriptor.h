@@ -24,6 +24,9 @@ public:
     }
 
     int get() const { return m_fd; }
+
+    /// Gives up ownership: the caller closes it.
+    int release() { return std::exchange(m_fd, none); }
     explicit operator bool() const { return m_fd != none; }
 
 private:

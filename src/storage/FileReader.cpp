@@ -32,8 +32,18 @@ FileReader::FileReader(Descriptor descriptor, std::int64_t size)
 
 std::optional<FileReader> FileReader::open(const std::filesystem::path& file)
 {
+    return openAt(AT_FDCWD, file.c_str());
+}
+
+std::optional<FileReader> FileReader::open(const Descriptor& folder, const std::string& name)
+{
+    return openAt(folder.get(), name.c_str());
+}
+
+std::optional<FileReader> FileReader::openAt(int folder, const char* name)
+{
     // O_NONBLOCK: otherwise, opening a pipe would block until it has a writer.
-    Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    Descriptor descriptor(::openat(folder, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat info { };
     if (!descriptor || ::fstat(descriptor.get(), &info) != 0)
         return std::nullopt;

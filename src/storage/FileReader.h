@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <string>
 
 namespace korvane {
 
@@ -28,6 +29,9 @@ public:
     /// symbolic link, and does not block if it is a pipe.
     static std::optional<FileReader> open(const std::filesystem::path& file);
 
+    /// The same for a file in an open folder.
+    static std::optional<FileReader> open(const Descriptor& folder, const std::string& name);
+
     /// The file's size, in bytes, when it was opened.
     std::int64_t size() const { return m_size; }
 
@@ -37,6 +41,7 @@ public:
 
 private:
     FileReader(Descriptor descriptor, std::int64_t size);
+    static std::optional<FileReader> openAt(int folder, const char* name);
 
     Descriptor m_descriptor;
     std::int64_t m_size;

@@ -85,12 +85,6 @@ bool isFlushUnsupported(int error)
         || error == EROFS;
 }
 
-void flushToDisk(const Descriptor& file)
-{
-    if (::fsync(file.get()) != 0 && !isFlushUnsupported(errno))
-        throwSystemError();
-}
-
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
 /// Opens an empty file for writing. For OwnerOnly, an existing file is unlinked instead of
@@ -153,12 +147,21 @@ std::optional<std::string> Files::read(const fs::path& file)
     }
 }
 
-void Files::append(const fs::path& file, std::span<const std::string_view> pieces)
+void Files::flush(const fs::path& file)
 {
-    const Descriptor descriptor = opened(file, O_WRONLY | O_CREAT | O_APPEND);
-    for (const std::string_view piece : pieces)
-        write(descriptor, piece);
-    flushToDisk(descriptor);
+    flush(opened(file, O_RDONLY | O_NONBLOCK)); // does not block if it is a pipe
+}
+
+void Files::flush(const Descriptor& file)
+{
+    if (::fsync(file.get()) != 0 && !isFlushUnsupported(errno))
+        throwSystemError();
+}
+
+void Files::shorten(const fs::path& file, std::uintmax_t size)
+{
+    if (fs::file_size(file) > size)
+        fs::resize_file(file, size);
 }
 
 void Files::writeAtomically(const fs::path& file, std::string_view bytes, Access access)
@@ -168,7 +171,7 @@ void Files::writeAtomically(const fs::path& file, std::string_view bytes, Access
     try {
         const Descriptor descriptor = created(beside, access);
         write(descriptor, bytes);
-        flushToDisk(descriptor);
+        flush(descriptor);
         fs::rename(beside, file);
     } catch (const std::system_error&) {
         std::error_code ignored;
@@ -181,7 +184,7 @@ void Files::writeWhole(const fs::path& file, std::string_view bytes, Existing ex
 {
     const Draft draft(file);
     write(draft.descriptor(), bytes);
-    flushToDisk(draft.descriptor());
+    flush(draft.descriptor());
     draft.giveName(file, existing);
 }
 

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
 namespace korvane {
+
+class Descriptor;
 
 /// Whole-file reads and writes over POSIX calls. Stateless. Writing throws std::system_error with
 /// the system's error code. "On disk" means after fsync(); on a file system that does not support
@@ -17,18 +19,21 @@ namespace Files {
 /// block if it is a pipe. Follows symbolic links.
 std::optional<std::string> read(const std::filesystem::path& file);
 
-/// Appends `pieces`, in order, to `file`, which is created if it does not exist. They are on disk
-/// when it returns, so that later writes can rely on them. On failure, some of the bytes may have
-/// been written.
-void append(const std::filesystem::path& file, std::span<const std::string_view> pieces);
+/// Waits until what was written to `file` is on disk. If `file` is a folder, that is its list of
+/// names: files that were created, renamed or removed in it.
+void flush(const std::filesystem::path& file);
+void flush(const Descriptor& file);
+
+/// Cuts `file` to its first `size` bytes. Does nothing if it is not longer.
+void shorten(const std::filesystem::path& file, std::uintmax_t size);
 
 /// Permissions of a new file: 0666 less the user's umask, or 0600.
 enum class Access { AsUsual, OwnerOnly };
 
 /// Replaces the contents of `file` in one step: writes "<file>.new", flushes it to disk and renames
 /// it. Readers see the old contents or the new ones, and so does the next start after a crash; the
-/// folder is not flushed, so a power cut can undo the rename. An OwnerOnly file is never accessible
-/// to others, not even while it is being written.
+/// folder is not flushed, so a power cut can undo the rename: see flush(). An OwnerOnly file is
+/// never accessible to others, not even while it is being written.
 void writeAtomically(
     const std::filesystem::path& file, std::string_view bytes, Access access = Access::AsUsual);
 

@@ -1,4 +1,5 @@
 #include "storage/Files.h"
+#include "storage/OutputFile.h"
 #include "support/Printing.h"
 #include "support/Unprivileged.h"
 
@@ -16,7 +17,10 @@ namespace {
 
 void append(const fs::path& file, std::initializer_list<std::string_view> pieces)
 {
-    Files::append(file, std::span(pieces.begin(), pieces.size()));
+    OutputFile output(file);
+    for (const std::string_view piece : pieces)
+        output.append(piece);
+    Files::flush(file);
 }
 
 const std::string large(3'000'000, 'x');

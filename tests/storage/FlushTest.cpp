@@ -1,4 +1,5 @@
 #include "storage/Files.h"
+#include "storage/OutputFile.h"
 #include "support/Printing.h"
 
 #include <QTemporaryDir>
@@ -35,7 +36,8 @@ using Text = std::optional<std::string>;
 
 void append(const fs::path& file, std::string_view bytes)
 {
-    Files::append(file, std::span(&bytes, 1));
+    OutputFile(file).append(bytes);
+    Files::flush(file);
 }
 
 void writeWhole(const fs::path& file)
