@@ -6,6 +6,8 @@
 
 #include <QUuid>
 
+#include <cstdint>
+#include <optional>
 #include <system_error>
 
 namespace korvane {
@@ -40,22 +42,25 @@ const ChatState* knownRecord(const ExportState& state, const ChatInfo& chat)
     return current ? &known->second : nullptr;
 }
 
-bool isTooLong(const fs::path& file)
+/// What has a name in the export folder.
+struct Found {
+    bool exists = false; ///< a symbolic link without a target does not
+    bool isLink = false;
+    bool isTooLong = false; ///< the file system rejects the name
+    std::optional<std::uintmax_t> size; ///< of a regular file, or of one that a link names
+};
+
+Found find(const fs::path& file)
 {
     std::error_code error;
-    return !fs::exists(file, error) && error == std::errc::filename_too_long;
-}
-
-/// Fills in what is needed to undo a change of this file.
-void describe(ExportStep& step, const fs::path& file)
-{
-    std::error_code ignored;
-    const bool isLink = fs::is_symlink(fs::symlink_status(file, ignored));
-    const bool isRegular = fs::is_regular_file(file, ignored);
-    const bool exists = fs::exists(file, ignored);
-    step.replaces = step.restarts && (isLink || exists);
-    if (exists && !(step.restarts && (isLink || !isRegular)))
-        step.change.size = isRegular ? fs::file_size(file) : 0;
+    const fs::file_status entry = fs::symlink_status(file, error);
+    Found found{.isTooLong = error == std::errc::filename_too_long};
+    found.isLink = fs::is_symlink(entry);
+    const fs::file_status target = found.isLink ? fs::status(file, error) : entry;
+    found.exists = fs::exists(target);
+    if (fs::is_regular_file(target))
+        found.size = fs::file_size(file);
+    return found;
 }
 
 void restart(ChatState& record)
@@ -73,17 +78,24 @@ ExportStep exportStep(const ChatInfo& chat, const std::string& title, const Expo
     const ChatState* const known = knownRecord(state, chat);
     ExportStep step{.record = known ? *known : newRecord(chat, title)};
     ChatState& record = step.record;
-    const bool isShortened = isTooLong(folder / record.fileName);
-    step.change.file = isShortened ? Exporter::shortenedFileName(title, chat.id) : record.fileName;
+    step.change.file = record.fileName;
+    Found found = find(folder / record.fileName);
+    const bool isShortened = found.isTooLong;
+    if (isShortened) {
+        step.change.file = Exporter::shortenedFileName(title, chat.id);
+        found = find(folder / step.change.file);
+    }
 
-    const fs::path file = folder / step.change.file;
-    std::error_code ignored;
-    step.restarts = restarting || record.title != title || !fs::exists(file, ignored)
+    step.restarts = restarting || record.title != title || !found.exists
         || (known && isShortened); // under the name in the record, there can be no file
-    describe(step, file);
-    if (step.restarts && step.change.size) // a link is removed, not kept: its target stays
+    step.replaces = step.restarts && (found.exists || found.isLink);
+    if (!step.restarts) {
+        step.change.size = found.size.value_or(0);
+    } else if (found.size && !found.isLink) { // a link is removed, not kept: its target stays
+        step.change.size = found.size;
         step.change.keptAs = KeptFiles::freeName(
             folder, record.title.value_or(title), chat.id, record.epoch.value_or(""));
+    }
     if (step.restarts)
         restart(record);
     record.title = title;

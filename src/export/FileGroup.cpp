@@ -57,6 +57,9 @@ void FileGroup::undo(const FileChange& change)
 
 std::vector<FileGroup::Failure> FileGroup::flush()
 {
+    constexpr std::size_t many = 32; // from here on, one flush of everything is faster
+    if (m_chats.size() >= many && Files::flushFileSystem(m_folder))
+        return {};
     std::vector<Failure> failures;
     std::vector<Chat> complete;
     for (Chat& chat : std::exchange(m_chats, {})) {

@@ -8,6 +8,12 @@ const char* const guidQuery
     = "SELECT m.guid, m.ROWID FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID "
       "WHERE j.chat_id = ?";
 
+// CROSS JOIN makes SQLite begin with the index on the guid, instead of reading the whole chat. A
+// guid may be stored as a blob, which does not equal a text.
+const char* const oneGuidQuery
+    = "SELECT m.ROWID FROM message m CROSS JOIN chat_message_join j ON j.message_id = m.ROWID "
+      "WHERE m.guid IN (?1, CAST(?1 AS BLOB)) AND j.chat_id = ?2 ORDER BY m.ROWID DESC LIMIT 1";
+
 const char* const participantQuery
     = "SELECT j.chat_id, h.id FROM chat_handle_join j JOIN handle h ON h.ROWID = j.handle_id";
 

@@ -31,6 +31,7 @@ struct MessageColumns {
     ColumnSet message;
     ColumnSet attachment;
     ColumnSet attachmentJoin;
+    bool guidIsIndexed = false;
 };
 
 /// The query for the messages of chat ?1 with a row id greater than ?2, ordered by date and row id.
@@ -40,6 +41,10 @@ std::string messageQuery(const MessageColumns& columns);
 
 /// The query for guid and row id of every message of chat ?1.
 extern const char* const guidQuery;
+
+/// The query for the row id of the message with guid ?1 in chat ?2; of several, the last that
+/// guidQuery yields. Fast only with an index on the guid.
+extern const char* const oneGuidQuery;
 
 /// The query for the participants of all chats: chat id and handle.
 extern const char* const participantQuery;

@@ -108,6 +108,38 @@ void learnColumns(ColumnSet& columns, const std::string& table, Sqlite& db)
     columns = std::move(names);
 }
 
+/// Whether an index, of all rows and in the order of bytes, begins with the guid.
+bool hasGuidIndex(Sqlite& db)
+{
+    Sqlite::Statement row(db,
+        "SELECT 1 FROM pragma_index_list('message') i, pragma_index_xinfo(i.name) c "
+        "WHERE NOT i.partial AND c.seqno = 0 AND lower(c.name) = 'guid' AND c.coll = 'BINARY'");
+    return row.step();
+}
+
+void learnColumns(MessageColumns& columns, Sqlite& db)
+{
+    if (!columns.message.isEmpty())
+        return;
+    learnColumns(columns.attachment, "attachment", db);
+    learnColumns(columns.attachmentJoin, "message_attachment_join", db);
+    columns.guidIsIndexed = hasGuidIndex(db);
+    learnColumns(columns.message, "message", db);
+}
+
+GuidMap guidMap(Sqlite& db, const MessageColumns& columns, std::int64_t chatID)
+{
+    if (!columns.message.contains("guid"))
+        return GuidMap(std::nullopt);
+    Sqlite::Statement rows(db, guidQuery);
+    rows.bind(1, chatID);
+    if (!columns.guidIsIndexed)
+        return GuidMap(std::move(rows));
+    Sqlite::Statement oneRow(db, oneGuidQuery);
+    oneRow.bind(2, chatID);
+    return GuidMap(std::move(rows), std::move(oneRow));
+}
+
 } // namespace
 
 const std::string& MessagesDB::path()
@@ -146,16 +178,8 @@ std::vector<MessageRow> MessagesDB::messages(std::int64_t chatID, std::int64_t a
 void MessagesDB::forEachMessage(
     std::int64_t chatID, std::int64_t afterRowID, const RowVisitor& visit)
 {
-    learnColumns(m_columns->message, "message", m_db);
-    std::optional<Sqlite::Statement> guidRows;
-    if (m_columns->message.contains("guid")) {
-        guidRows.emplace(m_db, guidQuery);
-        guidRows->bind(1, chatID);
-    }
-    learnColumns(m_columns->attachment, "attachment", m_db);
-    learnColumns(m_columns->attachmentJoin, "message_attachment_join", m_db);
-
-    GuidMap guids(std::move(guidRows));
+    learnColumns(*m_columns, m_db);
+    GuidMap guids = guidMap(m_db, *m_columns, chatID);
     Sqlite::Statement row(m_db, messageQuery(*m_columns));
     row.bind(1, chatID);
     row.bind(2, afterRowID);

@@ -32,7 +32,11 @@ std::string_view withoutPart(std::string_view guid)
 
 } // namespace
 
-GuidMap::GuidMap(std::optional<Sqlite::Statement> rows) : m_rows(std::move(rows)) { }
+GuidMap::GuidMap(std::optional<Sqlite::Statement> rows, std::optional<Sqlite::Statement> oneRow)
+    : m_rows(std::move(rows))
+    , m_oneRow(std::move(oneRow))
+{
+}
 
 std::optional<std::int64_t> GuidMap::target(std::optional<std::string_view> guid)
 {
@@ -40,7 +44,6 @@ std::optional<std::int64_t> GuidMap::target(std::optional<std::string_view> guid
         return std::nullopt;
     if (!isValidUtf8(*guid))
         return target(repairedUtf8(*guid));
-    load();
     if (const auto exact = find(*guid))
         return exact;
     if (guid->starts_with("p:"))
@@ -65,10 +68,23 @@ void GuidMap::load()
     m_rows.reset();
 }
 
-std::optional<std::int64_t> GuidMap::find(std::string_view guid) const
+std::optional<std::int64_t> GuidMap::find(std::string_view guid)
 {
+    // A guid with this character may be the repaired form of one that is not valid UTF-8.
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    if (m_oneRow && guid.find(replacement) == std::string_view::npos)
+        return findByIndex(guid);
+    load();
     const auto found = m_rowIDs.find(guid);
     return found == m_rowIDs.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::int64_t> GuidMap::findByIndex(std::string_view guid)
+{
+    m_oneRow->bindText(1, guid);
+    const auto rowID = m_oneRow->step() ? std::optional(m_oneRow->integer(0)) : std::nullopt;
+    m_oneRow->reset();
+    return rowID;
 }
 
 namespace {

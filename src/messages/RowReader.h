@@ -12,14 +12,16 @@
 
 namespace korvane {
 
-/// Resolves references between messages of one chat: from guid to row id. Loads the chat's guids
-/// on the first lookup, because most runs have no reference to resolve. Used by one thread at a
-/// time.
+/// Resolves references between messages of one chat: from guid to row id. Asks the database for
+/// each guid if that has an index on them. Otherwise, loads all guids of the chat on the first
+/// lookup, because most runs have no reference to resolve. Used by one thread at a time.
 class GuidMap {
 public:
     /// `rows` yields (guid, row id) for every message of the chat. Absent if the message table has
-    /// no guid column.
-    explicit GuidMap(std::optional<Sqlite::Statement> rows);
+    /// no guid column. `oneRow` yields the row id for the guid bound to its first parameter. Absent
+    /// if there is no index for that.
+    explicit GuidMap(std::optional<Sqlite::Statement> rows,
+        std::optional<Sqlite::Statement> oneRow = std::nullopt);
 
     /// The row id of the message with this guid. The guid may have the prefix "p:N/" (part N of a
     /// message) or "bp:" (a balloon). Absent if `guid` is absent, empty or not in this chat.
@@ -28,9 +30,11 @@ public:
 
 private:
     void load();
-    std::optional<std::int64_t> find(std::string_view guid) const;
+    std::optional<std::int64_t> find(std::string_view guid);
+    std::optional<std::int64_t> findByIndex(std::string_view guid);
 
     std::optional<Sqlite::Statement> m_rows; ///< reset after loading
+    std::optional<Sqlite::Statement> m_oneRow;
     std::pmr::monotonic_buffer_resource m_memory; ///< owns the map's nodes and keys
     std::pmr::unordered_map<std::string_view, std::int64_t> m_rowIDs{&m_memory};
 };

@@ -110,7 +110,7 @@ Sqlite Sqlite::openForWriting(const std::string& path)
 
 void Sqlite::configureProcess()
 {
-    constexpr int pagesSortedInMemory = 65536; // 256 MiB with pages of 4 KiB
+    constexpr int pagesSortedInMemory = 6144; // 24 MiB with pages of 4 KiB
     const int failures = sqlite3_config(SQLITE_CONFIG_MULTITHREAD)
         | sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0)
         | sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory);

@@ -59,8 +59,9 @@ public:
 
     /// Configures SQLite for the whole process. Call it in main(), before the first connection;
     /// afterwards it throws std::logic_error. Turns off the mutexes of connections, which are not
-    /// needed because no two threads share one, and memory accounting. Lets a sort of up to 256 MiB
-    /// stay in memory instead of spilling messages into temporary files.
+    /// needed because no two threads share one, and memory accounting. Lets a sort of up to 24 MiB
+    /// stay in memory; a larger one spills into a temporary file without a name, which SQLite
+    /// makes.
     static void configureProcess();
 
     /// Runs one or more statements and ignores any result rows.

@@ -24,6 +24,10 @@ std::optional<std::string> read(const std::filesystem::path& file);
 void flush(const std::filesystem::path& file);
 void flush(const Descriptor& file);
 
+/// The same for everything on the file system that contains `folder`, at once. Returns false if
+/// this system cannot do that, or if it failed.
+bool flushFileSystem(const std::filesystem::path& folder);
+
 /// Cuts `file` to its first `size` bytes. Does nothing if it is not longer.
 void shorten(const std::filesystem::path& file, std::uintmax_t size);
 

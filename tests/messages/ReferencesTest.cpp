@@ -16,6 +16,14 @@ std::unique_ptr<OneChat> filledChat()
     return database;
 }
 
+/// Without an index, guids are found in another way.
+void removeGuidIndex(OneChat& database)
+{
+    database.sql().execute("ALTER TABLE message RENAME COLUMN guid TO unique_guid;"
+                           "ALTER TABLE message ADD COLUMN guid TEXT;"
+                           "UPDATE message SET guid = unique_guid");
+}
+
 } // namespace
 
 /// References from replies and reactions to other messages of the chat, by guid.
@@ -79,9 +87,13 @@ private slots:
         QFETCH(std::optional<std::string>, reference);
         QFETCH(std::string, target);
         const auto database = filledChat();
-        const RowID found = database->rowOf({.associatedType = 2000, .associatedGuid = reference})
-                                .reactionTargetRowID;
+        const MessageRow row
+            = database->rowOf({.associatedType = 2000, .associatedGuid = reference});
+        const RowID found = row.reactionTargetRowID;
         QCOMPARE(found ? guids.at(static_cast<std::size_t>(*found - 1)) : "(none)", target);
+
+        removeGuidIndex(*database);
+        QCOMPARE(database->row(row.rowID).reactionTargetRowID, found);
     }
 
     void repliesFollowTheSameRules_data() { resolvesReferences_data(); }
@@ -169,6 +181,26 @@ private slots:
         QCOMPARE(database.rowOf({.threadGuid = "A"}).replyToRowID, noRow);
         QCOMPARE(database.rowOf({.threadGuid = "bp:"}).replyToRowID, noRow);
         QCOMPARE(database.rowOf({.threadGuid = "B"}).replyToRowID, RowID(2));
+    }
+
+    void guidThatIsABlobIsFound()
+    {
+        OneChat database;
+        database.addMessage(1, {.guid = "A"});
+        database.addMessage(1, {.threadGuid = "A"});
+        database.sql().execute("UPDATE message SET guid = CAST(guid AS BLOB)");
+        QCOMPARE(database.row(2).replyToRowID, RowID(1));
+    }
+
+    void indexInAnotherOrderThanThatOfBytesIsNotUsed()
+    {
+        OneChat database;
+        database.addMessage(1, {.guid = "a"});
+        database.addMessage(1, {.threadGuid = "A"});
+        removeGuidIndex(database);
+        database.sql().execute("CREATE INDEX any_case ON message (guid COLLATE NOCASE);"
+                               "CREATE INDEX some_rows ON message (guid) WHERE guid = 'B'");
+        QCOMPARE(database.row(2).replyToRowID, noRow);
     }
 
     void laterRowTakesAGuidOver()
