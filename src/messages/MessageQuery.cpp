@@ -4,6 +4,20 @@
 
 namespace korvane {
 
+const char* const oneMessageQuery
+    = "SELECT m.ROWID, m.date, m.is_from_me, h.id, m.text, m.attributedBody, NULL, NULL, NULL, "
+      "NULL, NULL, NULL\n"
+      "FROM message m LEFT JOIN handle h ON h.ROWID = m.handle_id WHERE m.ROWID = ?";
+
+// CROSS JOIN makes SQLite begin with the join table. Its rows may outlive their messages.
+const char* const newestByJoinQuery
+    = "SELECT m.ROWID FROM chat_message_join j CROSS JOIN message m ON m.ROWID = j.message_id "
+      "WHERE j.chat_id = ? ORDER BY j.message_date DESC, j.message_id DESC LIMIT 1";
+
+const char* const newestByMessageQuery
+    = "SELECT m.ROWID FROM chat_message_join j CROSS JOIN message m ON m.ROWID = j.message_id "
+      "WHERE j.chat_id = ? ORDER BY m.date DESC, m.ROWID DESC LIMIT 1";
+
 const char* const guidQuery
     = "SELECT m.guid, m.ROWID FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID "
       "WHERE j.chat_id = ?";

@@ -39,6 +39,15 @@ struct MessageColumns {
 /// MessageColumn.
 std::string messageQuery(const MessageColumns& columns);
 
+/// The query for the message with row id ?1, in the columns of MessageColumn. Those for kinds,
+/// attachments and references are NULL.
+extern const char* const oneMessageQuery;
+
+/// The queries for the row id of the newest message of chat ?1: by the date in the join table,
+/// which old systems do not have, or by the date in the message table.
+extern const char* const newestByJoinQuery;
+extern const char* const newestByMessageQuery;
+
 /// The query for guid and row id of every message of chat ?1.
 extern const char* const guidQuery;
 

@@ -2,6 +2,7 @@
 
 #include "messages/AttributedBody.h"
 #include "messages/DatabaseFault.h"
+#include "messages/MessageLookup.h"
 #include "messages/MessageQuery.h"
 #include "messages/RowReader.h"
 #include "text/Utf8.h"
@@ -186,6 +187,11 @@ void MessagesDB::forEachMessage(
     RowReader reader(row, guids, m_columns->message.contains("associated_message_type"));
     while (row.step())
         visit(reader.read());
+}
+
+MessageLookup MessagesDB::lookup()
+{
+    return MessageLookup(m_db);
 }
 
 std::optional<std::string_view> MessagesDB::decodeAttributedBody(std::string_view bytes)

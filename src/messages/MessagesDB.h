@@ -13,6 +13,7 @@
 
 namespace korvane {
 
+class MessageLookup;
 struct MessageColumns;
 
 /// The only reader of the Messages database. Never writes to it. Each object holds one connection
@@ -49,6 +50,9 @@ public:
     /// Passes the same rows to `visit` one by one without copying their texts: a view is valid
     /// until `visit` returns. Throws as chats() does, possibly after some rows were visited.
     void forEachMessage(std::int64_t chatID, std::int64_t afterRowID, const RowVisitor& visit);
+
+    /// Begins looking up single messages. The result must not outlive this object.
+    MessageLookup lookup();
 
     /// The same as textOfAttributedBody(). Required by the interface; only tests call it.
     static std::optional<std::string_view> decodeAttributedBody(std::string_view bytes);
