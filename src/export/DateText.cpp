@@ -1,5 +1,9 @@
 #include "export/DateText.h"
 
+#include "text/Ascii.h"
+
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 
@@ -51,6 +55,20 @@ Milliseconds nearestMillisecond(ReferenceTime time)
     return Milliseconds(std::chrono::milliseconds(sinceEpoch * 1000 + fraction));
 }
 
+/// Whether `text` is `form` with a digit in the place of each zero.
+bool hasForm(std::string_view text, std::string_view form)
+{
+    return std::equal(text.begin(), text.end(), form.begin(), form.end(),
+        [](char c, char model) { return model == '0' ? isDigit(c) : c == model; });
+}
+
+int numberIn(std::string_view digits)
+{
+    int number = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return number;
+}
+
 } // namespace
 
 std::string_view DateText::withMilliseconds(ReferenceTime time)
@@ -64,6 +82,22 @@ std::string_view DateText::withMilliseconds(ReferenceTime time)
     appendPadded<3>(m_text, ofDay % 1000);
     m_text += 'Z';
     return m_text;
+}
+
+std::optional<ReferenceTime> DateText::read(std::string_view text)
+{
+    using namespace std::chrono;
+    if (!hasForm(text, "0000-00-00T00:00:00.000Z"))
+        return std::nullopt;
+    const year_month_day date(year(numberIn(text.substr(0, 4))),
+        month(static_cast<unsigned>(numberIn(text.substr(5, 2)))),
+        day(static_cast<unsigned>(numberIn(text.substr(8, 2)))));
+    if (!date.ok())
+        return std::nullopt;
+    const Milliseconds moment = sys_days(date) + hours(numberIn(text.substr(11, 2)))
+        + minutes(numberIn(text.substr(14, 2))) + seconds(numberIn(text.substr(17, 2)))
+        + milliseconds(numberIn(text.substr(20, 3)));
+    return moment.time_since_epoch() - seconds(referenceDateUnixSeconds);
 }
 
 std::optional<std::string> DateText::wholeSeconds(std::chrono::sys_seconds time)

@@ -17,6 +17,9 @@ public:
     /// next call. Years before 0 have a sign (ISO 8601), e.g. "-0001".
     std::string_view withMilliseconds(ReferenceTime time);
 
+    /// Reads what withMilliseconds() writes for the years 0 to 9999. Absent for any other text.
+    static std::optional<ReferenceTime> read(std::string_view text);
+
     /// "2024-05-06T07:08:09Z". Absent for years outside 0 to 9999, which RFC 3339 cannot express: a
     /// file's modification time can be any 64-bit value.
     static std::optional<std::string> wholeSeconds(std::chrono::sys_seconds time);

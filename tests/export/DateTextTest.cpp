@@ -2,6 +2,7 @@
 #include "export/Rerun.h"
 #include "support/Printing.h"
 
+#include <cmath>
 #include <cstdio>
 #include <limits>
 
@@ -178,6 +179,37 @@ private slots:
         const auto failure
             = rerun({"writesStoredDates", "dropsTheFractionOfWholeSeconds"}, {{"TZ", zone}});
         QVERIFY2(failure.isEmpty(), failure);
+    }
+
+    void readsWhatItWrites_data() { writesStoredDates_data(); }
+
+    void readsWhatItWrites()
+    {
+        QFETCH(qint64, stored);
+        QFETCH(std::string, text);
+        const auto read = DateText::read(text);
+        QCOMPARE(read.has_value(), text.size() == 24); // a year before 0 has a sign
+        if (read)
+            QVERIFY(std::abs((*read - referenceTime(stored)).count()) < 0.001);
+    }
+
+    void readsNoOtherText_data()
+    {
+        QTest::addColumn<std::string>("text");
+        QTest::newRow("empty") << ""s;
+        QTest::newRow("no milliseconds") << "2023-03-08T20:26:40Z"s;
+        QTest::newRow("another zone") << "2023-03-08T20:26:40.000+"s;
+        QTest::newRow("a letter among the digits") << "2023-03-08T20:2x:40.000Z"s;
+        QTest::newRow("a sign among the digits") << "2023-03-08T20:26:-1.000Z"s;
+        QTest::newRow("no such day") << "2023-02-29T20:26:40.000Z"s;
+        QTest::newRow("no such month") << "2023-13-01T20:26:40.000Z"s;
+        QTest::newRow("more after it") << "2023-03-08T20:26:40.000Z "s;
+    }
+
+    void readsNoOtherText()
+    {
+        QFETCH(std::string, text);
+        QVERIFY(!DateText::read(text));
     }
 };
 
