@@ -4,6 +4,7 @@
 #include "export/ExportState.h"
 #include "export/ExportStep.h"
 #include "export/FileGroup.h"
+#include "export/ForeignFiles.h"
 #include "export/KeptFiles.h"
 #include "export/RecordWriter.h"
 
@@ -58,6 +59,8 @@ public:
     {
         Journal::recover(m_support);
         m_state = ExportState::load(m_support);
+        if (m_mode.checkDatabase)
+            m_foreign = ForeignFiles::find(m_chats, m_state, m_folder, m_db);
         try {
             const bool complete = exportEach(beforeChat);
             save();
@@ -88,7 +91,13 @@ private:
 
     void exportOrReport(std::size_t index)
     {
-        const std::string title = Exporter::title(m_chats[index], m_names);
+        const ChatInfo& chat = m_chats[index];
+        const std::string title = Exporter::title(chat, m_names);
+        if (m_foreign.contains(chat.guid) && !m_mode.restart.contains(chat.guid)) {
+            m_result.errors.push_back(title + ": " + ForeignFiles::explanation);
+            m_result.foreignChats += 1;
+            return;
+        }
         try {
             exportChat(index, title);
         } catch (const std::overflow_error&) {
@@ -268,6 +277,7 @@ private:
     const std::vector<ChatInfo>& m_chats;
     FileGroup m_group;
     std::size_t m_groupSize = 64; ///< chats; doubles, so that few groups write the state
+    std::set<std::string> m_foreign; ///< guids of the chats to leave alone
     ExportState m_state;
     SyncResult m_result;
 };
