@@ -13,6 +13,7 @@
 #include "contacts/VCardSource.h"
 #include "export/ExportState.h"
 #include "export/Exporter.h"
+#include "export/ForeignFiles.h"
 #include "sample/SampleDatabase.h"
 
 #include <QTemporaryDir>
@@ -159,6 +160,31 @@ bool measureNothingNew(const Scene& scene, int rounds)
         "  nothing new / opening and one query a chat", costs[1].seconds / costs[0].seconds, 1.5);
 }
 
+/// The question whether the files are from this database, asked of a connection that has read only
+/// the chat list, as in an export.
+double sameDatabaseQuestions(const Scene& scene)
+{
+    const ExportState state = ExportState::load(supportOf(scene));
+    double seconds = 0;
+    for (int i = 0; i < repeats; ++i) {
+        MessagesDB db(scene.database);
+        const auto chats = db.chats();
+        seconds += secondsOf([&] {
+            if (!ForeignFiles::find(chats, state, scene.folder + "/export", db).empty())
+                throw std::runtime_error("a file counts as one from a different database");
+        });
+    }
+    return seconds;
+}
+
+bool measureSameDatabase(const Scene& scene, int rounds)
+{
+    inChild([&] { return fullExport(scene); });
+    const auto costs = medians({[&] { return sameDatabaseQuestions(scene); }}, rounds);
+    return report(
+        scene.name + ": is it the same database", costs[0].seconds / repeats * 1000, 5, "ms");
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -177,5 +203,6 @@ int main(int argc, char* argv[])
     bool good = measureFull(many, rounds);
     good = measureFull(one, rounds) && good;
     good = measureNothingNew(many, rounds) && good;
+    good = measureSameDatabase(many, rounds) && good;
     return good || quick ? 0 : 1; // a small sample proves nothing about speed
 }
