@@ -1,4 +1,4 @@
-#include "CrashPlan.h"
+#include "crash/CrashPlan.h"
 
 #include <fcntl.h>
 #include <sys/syscall.h>

@@ -3,7 +3,7 @@
 // point could have left. Changes through other functions (such as mmap() or fopen()) are not seen;
 // the tests notice that, because the log then does not lead to the files that are there.
 
-#include "CrashPlan.h"
+#include "crash/CrashPlan.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-#include "CrashWorld.h"
+#include "crash/CrashWorld.h"
 #include "support/Printing.h"
 
 #include <functional>
@@ -69,8 +69,9 @@ public:
     void runWhole()
     {
         const Disk disk = diskBefore();
-        m_changes = m_world.runLogged(m_command);
-        QVERIFY2(!m_world.wasKilled() && !m_changes.empty(), m_world.output().c_str());
+        const LoggedRun run = m_world.runLogged(m_command);
+        m_changes = run.changes;
+        QVERIFY2(!run.wasKilled && !m_changes.empty(), run.output.c_str());
         const Tree after = m_world.contents();
         check(replayed(disk, m_changes), after, "the log of the changes is not complete");
         m_expected = m_world.comparable(after, m_before);
@@ -108,9 +109,9 @@ private:
         const std::string moment = std::string(inTheMiddle ? "in the middle of" : "before")
             + " change " + std::to_string(change.number) + " (" + change.kind + ")";
         Disk disk = diskBefore();
-        const auto changes = m_world.runLogged(m_command, change.number, inTheMiddle);
-        QVERIFY2(m_world.wasKilled(), moment.c_str());
-        disk.apply(changes);
+        const LoggedRun run = m_world.runLogged(m_command, {change.number, inTheMiddle});
+        QVERIFY2(run.wasKilled, moment.c_str());
+        disk.apply(run.changes);
         check(disk.contents(), m_world.contents(), "the log is not complete: " + moment);
         examine(disk.contents(), "killed " + moment);
         examine(disk.afterPowerCut({}), "nothing unsynced survives, " + moment);
@@ -162,6 +163,12 @@ class CrashPointsTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        if (std::filesystem::exists("/dev/shm"))
+            qputenv("TMPDIR", "/dev/shm"); // the disk is simulated, so that memory will do
+    }
+
     void whatACrashLeavesTheNextRunCompletes_data()
     {
         QTest::addColumn<Story>("story");

@@ -1,10 +1,8 @@
-#include "CrashWorld.h"
+#include "crash/CrashWorld.h"
 
 #include "cli/CommandLine.h"
 #include "cli/Console.h"
 #include "storage/Paths.h"
-
-#include <QProcess>
 
 #include <algorithm>
 #include <fstream>
@@ -103,33 +101,11 @@ int CrashWorld::run(const std::vector<std::string>& command) const
     return code;
 }
 
-std::vector<DiskChange> CrashWorld::runLogged(
-    const std::vector<std::string>& command, std::int64_t killAt, bool inTheMiddle) const
+LoggedRun CrashWorld::runLogged(
+    const std::vector<std::string>& command, const CrashMoment& moment) const
 {
     const fs::path log = database.folder() + "/changes.log";
-    fs::remove(log);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    const auto set = [&environment](const char* name, const std::string& value) {
-        environment.insert(QString::fromUtf8(name), QString::fromStdString(value));
-    };
-    set("LD_PRELOAD", CRASH_POINTS);
-    set("KORVANE_CRASH_FOLDERS", exports().native() + ':' + support().native());
-    set("KORVANE_CRASH_LOG", log);
-    set("KORVANE_CRASH_AT", std::to_string(killAt));
-    set("KORVANE_CRASH_MIDDLE", inTheMiddle ? "1" : "0");
-    set("KORVANE_SYNC_HOME", support());
-    set("ASAN_OPTIONS", "verify_asan_link_order=0");
-    QStringList arguments;
-    for (const std::string& argument : command)
-        arguments << QString::fromStdString(argument);
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QStringLiteral(PROGRAM), arguments);
-    process.waitForFinished();
-    m_output = process.readAll().toStdString();
-    m_wasKilled = process.exitStatus() == QProcess::CrashExit;
-    return changesIn(log);
+    return korvane::runLogged(command, {exports(), support(), log}, moment);
 }
 
 Tree CrashWorld::comparable(const Tree& tree, const Tree& before) const

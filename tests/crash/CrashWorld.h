@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Disk.h"
-#include "Tree.h"
-
+#include "crash/LoggedRun.h"
+#include "crash/Tree.h"
 #include "support/TestDatabase.h"
 
 #include <QTemporaryDir>
@@ -37,13 +36,9 @@ public:
     int run(const std::vector<std::string>& command) const;
     const std::string& output() const { return m_output; }
 
-    /// Runs the program as a process of its own that logs its changes to the folders, and kills it
-    /// at the change with the number `killAt`, unless that is 0. Returns the changes.
-    std::vector<DiskChange> runLogged(const std::vector<std::string>& command,
-        std::int64_t killAt = 0, bool inTheMiddle = false) const;
-
-    /// Whether the last process was killed.
-    bool wasKilled() const { return m_wasKilled; }
+    /// Runs it as a process of its own, see runLogged().
+    LoggedRun runLogged(
+        const std::vector<std::string>& command, const CrashMoment& moment = {}) const;
 
     Tree contents() const { return readTree(folders()); }
 
@@ -55,7 +50,6 @@ private:
     std::vector<std::string> withPlaces(std::vector<std::string> command) const;
 
     mutable std::string m_output;
-    mutable bool m_wasKilled = false;
 };
 
 } // namespace korvane

@@ -1,4 +1,4 @@
-#include "Disk.h"
+#include "crash/Disk.h"
 
 #include <sys/stat.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tree.h"
+#include "crash/Tree.h"
 
 #include <cstddef>
 #include <cstdint>

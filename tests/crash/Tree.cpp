@@ -1,4 +1,4 @@
-#include "Tree.h"
+#include "crash/Tree.h"
 
 #include "storage/Files.h"
 
