@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -213,12 +214,19 @@ Disk::Names Disk::survivingNames(const Survivors& survivors, std::mt19937& rando
 {
     const bool everything = survivors.choice == Survivors::Choice::Everything;
     const bool none = survivors.choice == Survivors::Choice::Nothing;
-    const auto percentage = random() % 3 * 45 + 5; // few of them, half of them, nearly all of them
+    const auto percentage = random() % 3 * 45 + 5; // few, half or nearly all of them
     Names names = m_namesBefore;
+    std::set<std::string> lost; // folders of which a change is lost
     for (const NameChange& change : m_nameChanges) {
         const bool durable = change.fromIsDurable && change.toIsDurable;
-        if (!durable && !everything && (none || random() % 100 >= percentage))
+        const bool follows
+            = lost.contains(parentOf(change.from)) || lost.contains(parentOf(change.to));
+        const bool survives = everything || (!none && !follows && random() % 100 < percentage);
+        if (!durable && !survives) {
+            lost.insert(parentOf(change.from.empty() ? change.to : change.from));
+            lost.insert(parentOf(change.to.empty() ? change.from : change.to));
             continue;
+        }
         names.erase(change.from);
         if (!change.to.empty())
             names[change.to] = change.object;

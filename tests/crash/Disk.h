@@ -39,9 +39,9 @@ struct Survivors {
 ///   syncfs() makes everything durable. sync_file_range() makes nothing durable.
 /// - A new, changed or removed name becomes durable when its folder is synced; a rename between two
 ///   folders, when both have been. Until then, a rename happened completely or not at all.
-/// - Names that are not durable survive in any combination: a later change can survive an earlier
-///   one. (ext4, XFS, Btrfs and APFS keep the order within one file system, but the two folders may
-///   be on different ones.)
+/// - Of the changes of names in one folder that are not durable, the first ones survive: as ext4,
+///   XFS, Btrfs and APFS do, it keeps their order. Different folders may be on different file
+///   systems, and have no order.
 /// - Of the bytes that are not durable, each block of 512 bytes has its old or its new contents.
 /// The
 ///   size is the old one or that after any of the changes. A block that did not exist before is
