@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <sstream>
@@ -39,8 +40,9 @@ CrashPlan& CrashPlan::get()
 }
 
 CrashPlan::CrashPlan()
-    : m_killAt(std::atoll(variable("KORVANE_CRASH_AT").c_str()))
-    , m_inTheMiddle(variable("KORVANE_CRASH_MIDDLE") == "1")
+    : m_at(std::atoll(variable("KORVANE_CRASH_AT").c_str()))
+    , m_how(variable("KORVANE_CRASH_HOW"))
+    , m_clockStep(std::atoll(variable("KORVANE_CRASH_CLOCK").c_str()))
 {
     std::istringstream folders(variable("KORVANE_CRASH_FOLDERS"));
     for (std::string folder; std::getline(folders, folder, ':');)
@@ -61,11 +63,23 @@ bool CrashPlan::watches(const std::string& path) const
     });
 }
 
-void CrashPlan::number()
+CrashPlan::Fate CrashPlan::number(Space space)
 {
     ++m_count;
-    if (m_count == m_killAt && !m_inTheMiddle)
+    const bool isFull = m_how == "full" && space == Space::IsNeeded && m_at > 0 && m_count >= m_at;
+    if (isFull || (m_count == m_at && m_how == "error")) {
+        errno = isFull ? ENOSPC : EIO;
+        return Fate::Fails;
+    }
+    if (m_count == m_at && m_how == "before")
         die();
+    return m_count == m_at && m_how == "middle" ? Fate::IsTorn : Fate::Succeeds;
+}
+
+std::int64_t CrashPlan::clockOffset()
+{
+    const auto held = lock();
+    return m_clockOffset += m_clockStep;
 }
 
 void CrashPlan::log(const char* kind, std::initializer_list<std::string> arguments) const

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <array>
@@ -74,17 +75,33 @@ bool exists(const std::string& path)
     return ::lstat(path.c_str(), &info) == 0;
 }
 
-/// Numbers a change, makes it, and logs it if it succeeded (did not return a negative number).
-template <typename Result>
-Result change(const char* kind, const std::function<Result()>& make,
+/// Numbers a change, makes it unless it has to fail, and logs it. A negative result means that it
+/// failed.
+int change(const char* kind, const std::function<int()>& make,
     std::initializer_list<std::string> arguments)
 {
     CrashPlan& plan = CrashPlan::get();
     const auto held = plan.lock();
-    plan.number();
-    const Result result = make();
+    const bool fails = plan.number(CrashPlan::Space::IsNotNeeded) == CrashPlan::Fate::Fails;
+    const int result = fails ? -1 : make();
     const int error = errno;
     plan.log(result >= 0 ? kind : "failed", arguments);
+    errno = error;
+    return result;
+}
+
+/// The same for a change that makes something new, whose inode is known only afterwards.
+int creation(const char* kind, const std::string& path, const std::function<int()>& make)
+{
+    CrashPlan& plan = CrashPlan::get();
+    const auto held = plan.lock();
+    const bool fails = plan.number(CrashPlan::Space::IsNeeded) == CrashPlan::Fate::Fails;
+    const int result = fails ? -1 : make();
+    const int error = errno;
+    if (result >= 0)
+        plan.log(kind, {inodeOf(path), inHexadecimal(path)});
+    else
+        plan.log("failed", {});
     errno = error;
     return result;
 }
@@ -105,14 +122,14 @@ ssize_t changeBytes(int fd, off_t offset, std::string_view bytes, const Writer& 
 {
     CrashPlan& plan = CrashPlan::get();
     const auto held = plan.lock();
-    plan.number();
-    if (plan.isTorn())
+    const CrashPlan::Fate fate = plan.number(CrashPlan::Space::IsNeeded);
+    if (fate == CrashPlan::Fate::IsTorn)
         bytes = bytes.substr(0, bytes.size() / 2);
-    const ssize_t count = write(bytes);
+    const ssize_t count = fate == CrashPlan::Fate::Fails ? -1 : write(bytes);
     const int error = errno;
     const auto written = bytes.substr(0, count > 0 ? static_cast<std::size_t>(count) : 0);
     plan.log("write", {inodeOf(fd), std::to_string(offset), inHexadecimal(written)});
-    if (plan.isTorn())
+    if (fate == CrashPlan::Fate::IsTorn)
         CrashPlan::die();
     errno = error;
     return count;
@@ -126,38 +143,28 @@ std::string joined(const iovec* parts, int count)
     return bytes;
 }
 
-/// Opens a file, as `make` does, and logs that it was created or emptied.
+/// Opens a file, as `make` does, which may create or empty it.
 int openFile(const std::string& path, int flags, const std::function<int()>& make)
 {
     CrashPlan& plan = CrashPlan::get();
+    const auto held = plan.lock();
     if (!plan.watches(path) || (flags & (O_CREAT | O_TRUNC)) == 0)
         return make();
-    const auto held = plan.lock();
-    const bool existed = exists(path);
-    if (existed && (flags & O_TRUNC) == 0)
-        return make();
-    plan.number();
-    const int fd = make();
-    const int error = errno;
-    if (fd < 0)
-        plan.log("failed", {});
-    else if (existed)
-        plan.log("truncate", {inodeOf(fd), "0"});
-    else
-        plan.log("create", {inodeOf(fd), inHexadecimal(path)});
-    errno = error;
-    return fd;
+    if (!exists(path))
+        return creation("create", path, make);
+    return (flags & O_TRUNC) != 0 ? change("truncate", make, {inodeOf(path), "0"}) : make();
 }
 
+/// Creates a file whose name is chosen by `make`.
 int openTemporary(char* name, const std::function<int()>& make)
 {
-    if (!CrashPlan::get().watches(pathAt(AT_FDCWD, name)))
-        return make();
     CrashPlan& plan = CrashPlan::get();
     const auto held = plan.lock();
-    plan.number();
+    const bool watched = plan.watches(pathAt(AT_FDCWD, name));
+    if (watched && plan.number(CrashPlan::Space::IsNeeded) == CrashPlan::Fate::Fails)
+        return -1;
     const int fd = make();
-    if (fd >= 0)
+    if (watched && fd >= 0)
         plan.log("create", {inodeOf(fd), inHexadecimal(pathAt(AT_FDCWD, name))});
     return fd;
 }
@@ -168,34 +175,26 @@ int changeName(const char* kind, const std::string& from, const std::string& to,
     const CrashPlan& plan = CrashPlan::get();
     if (!plan.watches(from) && !plan.watches(to))
         return make();
-    return change<int>(kind, make, {inHexadecimal(from), inHexadecimal(to)});
+    return change(kind, make, {inHexadecimal(from), inHexadecimal(to)});
 }
 
 int removeName(const std::string& path, const std::function<int()>& make)
 {
     if (!CrashPlan::get().watches(path))
         return make();
-    return change<int>("unlink", make, {inHexadecimal(path)});
+    return change("unlink", make, {inHexadecimal(path)});
 }
 
 int makeFolder(const std::string& path, const std::function<int()>& make)
 {
-    CrashPlan& plan = CrashPlan::get();
-    if (!plan.watches(path) || exists(path))
+    if (!CrashPlan::get().watches(path) || exists(path))
         return make();
-    const auto held = plan.lock();
-    plan.number();
-    const int result = make();
-    const int error = errno;
-    if (result == 0)
-        plan.log("mkdir", {inodeOf(path), inHexadecimal(path)});
-    errno = error;
-    return result;
+    return creation("mkdir", path, make);
 }
 
 int changeSize(const std::string& inode, off_t size, const std::function<int()>& make)
 {
-    return change<int>("truncate", make, {inode, std::to_string(size)});
+    return change("truncate", make, {inode, std::to_string(size)});
 }
 
 mode_t modeIn(int flags, va_list arguments)
@@ -252,26 +251,26 @@ ssize_t pwritev(int fd, const iovec* parts, int count, off_t offset)
 int fsync(int fd)
 {
     static auto* const real = next<int(int)>("fsync");
-    return isWatched(fd) ? change<int>("sync", [fd] { return real(fd); }, {inodeOf(fd)}) : real(fd);
+    return isWatched(fd) ? change("sync", [fd] { return real(fd); }, {inodeOf(fd)}) : real(fd);
 }
 
 int fdatasync(int fd)
 {
     static auto* const real = next<int(int)>("fdatasync");
-    return isWatched(fd) ? change<int>("sync", [fd] { return real(fd); }, {inodeOf(fd)}) : real(fd);
+    return isWatched(fd) ? change("sync", [fd] { return real(fd); }, {inodeOf(fd)}) : real(fd);
 }
 
 int syncfs(int fd) noexcept
 {
     static auto* const real = next<int(int)>("syncfs");
-    return isWatched(fd) ? change<int>("syncall", [fd] { return real(fd); }, {}) : real(fd);
+    return isWatched(fd) ? change("syncall", [fd] { return real(fd); }, {}) : real(fd);
 }
 
 int sync_file_range(int fd, off_t offset, off_t size, unsigned flags)
 {
     static auto* const real = next<int(int, off_t, off_t, unsigned)>("sync_file_range");
     const auto make = [=] { return real(fd, offset, size, flags); };
-    return isWatched(fd) ? change<int>("writeback", make, {}) : make();
+    return isWatched(fd) ? change("writeback", make, {}) : make();
 }
 
 int rename(const char* from, const char* to) noexcept
@@ -423,6 +422,15 @@ int mkstemp(char* name)
 int mkstemp64(char* name)
 {
     return mkstemp(name);
+}
+
+int clock_gettime(clockid_t clock, timespec* time) noexcept
+{
+    static auto* const real = next<int(clockid_t, timespec*)>("clock_gettime");
+    const int result = real(clock, time);
+    if (clock == CLOCK_MONOTONIC && result == 0)
+        time->tv_sec += CrashPlan::get().clockOffset();
+    return result;
 }
 
 int mkostemp(char* name, int flags)

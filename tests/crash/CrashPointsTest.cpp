@@ -1,11 +1,14 @@
 #include "crash/CrashWorld.h"
+#include "history/ArchiveModel.h"
 #include "support/Printing.h"
 
-#include <functional>
-#include <optional>
+#include <filesystem>
+#include <iterator>
 #include <set>
 
 namespace korvane {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -15,6 +18,7 @@ constexpr int usualSeeds = 3;
 struct Story {
     void (*prepare)(CrashWorld&);
     std::vector<std::string> (CrashWorld::*command)() const = &CrashWorld::exportCommand;
+    int secondsPerLook = 0;
 };
 
 void threeChats(CrashWorld& world)
@@ -56,33 +60,58 @@ void renameAllAfterOldMessagesWereDeleted(CrashWorld& world)
     world.database.sql().execute("DELETE FROM message WHERE ROWID IN (2, 13, 14, 20, 30)");
 }
 
-/// Cuts the run short at each of its changes, and examines what can then be on the disk.
+/// Leaves a journal, half of the new files, and old files in Kept/.
+void killAnExport(CrashWorld& world)
+{
+    renameAllAfterOldMessagesWereDeleted(world);
+    const fs::path journal = world.support() / "export.journal";
+    const fs::path kept = world.exports() / "Kept";
+    const auto keptFiles = [&kept] {
+        std::error_code ignored;
+        return std::distance(fs::directory_iterator(kept, ignored), fs::directory_iterator());
+    };
+    const Tree before = world.contents();
+    for (int change = 1; !fs::exists(journal) || keptFiles() < 2; ++change) {
+        QVERIFY(change < 100);
+        writeTree(before, world.folders());
+        world.runLogged(world.exportCommand(), {Trouble::Kind::KilledBefore, change});
+    }
+}
+
+/// Makes trouble at each of the changes of a run, and examines what can then be on the disk.
 class Examination {
 public:
-    Examination(const CrashWorld& world, std::vector<std::string> command)
+    Examination(const CrashWorld& world, std::vector<std::string> command, int secondsPerLook)
         : m_world(world)
         , m_command(std::move(command))
+        , m_secondsPerLook(secondsPerLook)
         , m_before(world.contents())
     {
     }
 
-    void runWhole()
+    void runWhole(int seeds)
     {
-        const Disk disk = diskBefore();
-        const LoggedRun run = m_world.runLogged(m_command);
+        Disk disk = diskBefore();
+        const LoggedRun run = m_world.runLogged(
+            m_command, {.kind = Trouble::Kind::None, .secondsPerLook = m_secondsPerLook});
         m_changes = run.changes;
         QVERIFY2(!run.wasKilled && !m_changes.empty(), run.output.c_str());
+        disk.apply(m_changes);
         const Tree after = m_world.contents();
-        check(replayed(disk, m_changes), after, "the log of the changes is not complete");
+        check(disk.contents(), after, "the log of the changes is not complete");
         m_expected = m_world.comparable(after, m_before);
+        checkThatNothingIsLost();
+        examineAll(disk, 0, seeds, "after the end");
     }
 
-    void cutShortAtEachChange(int seeds)
+    void makeTroubleAtEachChange(int seeds)
     {
         for (const DiskChange& change : m_changes) {
-            cutShortAt(change, false, seeds);
+            makeTrouble(Trouble::Kind::KilledBefore, change, seeds);
             if (change.canBeTorn())
-                cutShortAt(change, true, seeds);
+                makeTrouble(Trouble::Kind::KilledInTheMiddle, change, seeds);
+            makeTrouble(Trouble::Kind::Error, change, seeds);
+            makeTrouble(Trouble::Kind::FullDisk, change, seeds);
             if (QTest::currentTestFailed())
                 return;
         }
@@ -98,27 +127,44 @@ private:
         return Disk(m_world.folders());
     }
 
-    static Tree replayed(Disk disk, const std::vector<DiskChange>& changes)
+    void makeTrouble(Trouble::Kind kind, const DiskChange& change, int seeds)
     {
-        disk.apply(changes);
-        return disk.contents();
-    }
-
-    void cutShortAt(const DiskChange& change, bool inTheMiddle, int seeds)
-    {
-        const std::string moment = std::string(inTheMiddle ? "in the middle of" : "before")
-            + " change " + std::to_string(change.number) + " (" + change.kind + ")";
+        const std::string moment = described(kind) + std::to_string(change.number) + " ("
+            + change.kind + ' ' + change.subject() + ')';
         Disk disk = diskBefore();
-        const LoggedRun run = m_world.runLogged(m_command, {change.number, inTheMiddle});
-        QVERIFY2(run.wasKilled, moment.c_str());
+        const Trouble trouble{kind, change.number, m_secondsPerLook};
+        const LoggedRun run = m_world.runLogged(m_command, trouble);
+        QVERIFY2(run.wasKilled == trouble.kills(), (moment + ": " + run.output).c_str());
         disk.apply(run.changes);
         check(disk.contents(), m_world.contents(), "the log is not complete: " + moment);
-        examine(disk.contents(), "killed " + moment);
-        examine(disk.afterPowerCut({}), "nothing unsynced survives, " + moment);
+        examineAll(disk, static_cast<std::uint32_t>(change.number), seeds, moment);
+    }
+
+    static std::string described(Trouble::Kind kind)
+    {
+        switch (kind) {
+        case Trouble::Kind::KilledBefore:
+            return "killed before change ";
+        case Trouble::Kind::KilledInTheMiddle:
+            return "killed in the middle of change ";
+        case Trouble::Kind::Error:
+            return "error at change ";
+        case Trouble::Kind::FullDisk:
+            return "disk full from change ";
+        case Trouble::Kind::None:
+            return "";
+        }
+        return "";
+    }
+
+    void examineAll(const Disk& disk, std::uint32_t moment, int seeds, const std::string& when)
+    {
+        examine(disk.contents(), when);
+        examine(disk.afterPowerCut({}), when + ", then nothing unsynced survives");
         for (int seed = 0; seed < seeds; ++seed) {
-            const auto number = static_cast<std::uint32_t>(change.number * 1000 + seed);
+            const std::uint32_t number = moment * 1000 + static_cast<std::uint32_t>(seed);
             examine(disk.afterPowerCut({Survivors::Choice::Random, number}),
-                "power cut " + std::to_string(number) + ", " + moment);
+                when + ", then power cut " + std::to_string(number));
         }
     }
 
@@ -140,8 +186,28 @@ private:
         QVERIFY2(actual == expected, (what + '\n' + differences(actual, expected) + more).c_str());
     }
 
+    /// Each record of the beginning has to be in a file of the end: here, where no message changes
+    /// but in its names, with the same id, date and text.
+    void checkThatNothingIsLost() const
+    {
+        const std::set<std::string> records = recordsIn(m_expected);
+        for (const std::string& record : recordsIn(m_before))
+            QVERIFY2(records.contains(record), ("lost: " + record).c_str());
+    }
+
+    static std::set<std::string> recordsIn(const Tree& tree)
+    {
+        std::set<std::string> records;
+        for (const auto& [path, bytes] : tree) {
+            for (const ReadRecord& record : ReadLines::from(bytes.value_or("")).records)
+                records.insert(record.id + ' ' + record.date + ' ' + record.body);
+        }
+        return records;
+    }
+
     const CrashWorld& m_world;
     const std::vector<std::string> m_command;
+    const int m_secondsPerLook;
     const Tree m_before;
     std::vector<DiskChange> m_changes;
     Tree m_expected;
@@ -156,8 +222,8 @@ int seedsFromEnvironment()
 
 } // namespace
 
-/// Runs of the program that are cut short, by a signal or by a power cut, at each of their changes
-/// to a file or folder. The same command is then given again, and must lead to the same files as
+/// Runs of the program that are killed or cannot go on at each of their changes to a file or
+/// folder, and power cuts then. The same command is given again, and must lead to the same files as
 /// if nothing had happened. KORVANE_CRASH_SEEDS is the number of random power cuts per change.
 class CrashPointsTest : public QObject {
     Q_OBJECT
@@ -165,11 +231,11 @@ class CrashPointsTest : public QObject {
 private slots:
     void initTestCase()
     {
-        if (std::filesystem::exists("/dev/shm"))
+        if (fs::exists("/dev/shm"))
             qputenv("TMPDIR", "/dev/shm"); // the disk is simulated, so that memory will do
     }
 
-    void whatACrashLeavesTheNextRunCompletes_data()
+    void whatTroubleLeavesTheNextRunCompletes_data()
     {
         QTest::addColumn<Story>("story");
         QTest::newRow("a first export") << Story{threeChats};
@@ -179,18 +245,21 @@ private slots:
             << Story{renameOneAfterItsOldMessagesWereDeleted};
         QTest::newRow("an export after all were renamed and messages were deleted")
             << Story{renameAllAfterOldMessagesWereDeleted};
+        QTest::newRow("a slow export") << Story{.prepare = renameAllAfterOldMessagesWereDeleted,
+            .secondsPerLook = 10}; // which therefore saves its progress after each chat
+        QTest::newRow("the export after a killed one") << Story{killAnExport};
     }
 
-    void whatACrashLeavesTheNextRunCompletes()
+    void whatTroubleLeavesTheNextRunCompletes()
     {
         QFETCH(Story, story);
         CrashWorld world;
         story.prepare(world);
-        Examination examination(world, (world.*story.command)());
-        examination.runWhole();
+        Examination examination(world, (world.*story.command)(), story.secondsPerLook);
+        examination.runWhole(seedsFromEnvironment());
         if (QTest::currentTestFailed())
             return;
-        examination.cutShortAtEachChange(seedsFromEnvironment());
+        examination.makeTroubleAtEachChange(seedsFromEnvironment());
         qInfo("%zu changes, %zu different disks", examination.changes(), examination.disks());
     }
 };

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -16,13 +15,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::regex epoch("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}");
+constexpr std::size_t epochSize = 36;
+
+bool isEpoch(std::string_view text)
+{
+    return text.size() == epochSize
+        && text.find_first_not_of("0123456789ABCDEF-") == std::string_view::npos
+        && std::count(text.begin(), text.end(), '-') == 4;
+}
 
 std::set<std::string> epochsIn(const std::string& text)
 {
     std::set<std::string> epochs;
-    for (std::sregex_iterator match(text.begin(), text.end(), epoch), end; match != end; ++match)
-        epochs.insert(match->str());
+    for (std::size_t dash = 8; (dash = text.find('-', dash)) != text.npos; ++dash) {
+        const std::string candidate = text.substr(dash - 8, epochSize);
+        if (isEpoch(candidate))
+            epochs.insert(candidate);
+    }
     return epochs;
 }
 
@@ -102,10 +111,10 @@ int CrashWorld::run(const std::vector<std::string>& command) const
 }
 
 LoggedRun CrashWorld::runLogged(
-    const std::vector<std::string>& command, const CrashMoment& moment) const
+    const std::vector<std::string>& command, const Trouble& trouble) const
 {
     const fs::path log = database.folder() + "/changes.log";
-    return korvane::runLogged(command, {exports(), support(), log}, moment);
+    return korvane::runLogged(command, {exports(), support(), log}, trouble);
 }
 
 Tree CrashWorld::comparable(const Tree& tree, const Tree& before) const

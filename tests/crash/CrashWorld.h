@@ -37,8 +37,7 @@ public:
     const std::string& output() const { return m_output; }
 
     /// Runs it as a process of its own, see runLogged().
-    LoggedRun runLogged(
-        const std::vector<std::string>& command, const CrashMoment& moment = {}) const;
+    LoggedRun runLogged(const std::vector<std::string>& command, const Trouble& trouble = {}) const;
 
     Tree contents() const { return readTree(folders()); }
 

@@ -60,6 +60,16 @@ std::string survivingBytes(const std::string& durable, const std::string& curren
 
 } // namespace
 
+std::string DiskChange::subject() const
+{
+    std::string text;
+    for (const std::string& argument : arguments) {
+        const std::string bytes = fromHexadecimal(argument);
+        text += bytes.starts_with('/') ? fs::path(bytes).filename().native() + ' ' : "";
+    }
+    return text;
+}
+
 std::vector<DiskChange> changesIn(const fs::path& log)
 {
     std::vector<DiskChange> changes;

@@ -18,6 +18,9 @@ struct DiskChange {
 
     /// Whether the process can be killed in the middle of it.
     bool canBeTorn() const { return kind == "write"; }
+
+    /// The path or inode that it changes, for messages.
+    std::string subject() const;
 };
 
 /// Reads a log. Incomplete last lines are left out.

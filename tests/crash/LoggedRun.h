@@ -9,11 +9,21 @@
 
 namespace korvane {
 
-/// The moment at which a process is killed: before a change to a file or folder, or after half of
-/// the bytes of a write.
-struct CrashMoment {
-    std::int64_t change = 0; ///< from 1; 0: it is not killed
-    bool inTheMiddle = false;
+/// What goes wrong in a run.
+struct Trouble {
+    enum class Kind {
+        None,
+        KilledBefore, ///< a change to a file or folder
+        KilledInTheMiddle, ///< of a write: half of the bytes are written
+        Error, ///< a change fails, and the process goes on
+        FullDisk, ///< this change fails, and all later ones that need space
+    };
+
+    Kind kind = Kind::None;
+    std::int64_t change = 0; ///< the number of the change, from 1
+    int secondsPerLook = 0; ///< by which the clock advances whenever the program looks at it
+
+    bool kills() const { return kind == Kind::KilledBefore || kind == Kind::KilledInTheMiddle; }
 };
 
 /// The program and the folders that it changes.
@@ -31,8 +41,8 @@ struct LoggedRun {
 };
 
 /// Runs `korvane-sync` with `arguments` as a process of its own, with the library that logs its
-/// changes, and kills it at `moment`.
+/// changes, and makes the trouble.
 LoggedRun runLogged(const std::vector<std::string>& arguments, const LoggedProgram& program,
-    const CrashMoment& moment = {});
+    const Trouble& trouble = {});
 
 } // namespace korvane

@@ -344,12 +344,14 @@ HistoryRun HistoryWorld::exportWithoutContacts() const
 std::string HistoryWorld::runAndKill(const std::vector<std::string>& command)
 {
     fs::create_directories(folder());
-    const CrashMoment moment{1 + random(40), random(2) == 0};
+    using Kind = Trouble::Kind;
+    const Kind kind = std::array{Kind::KilledBefore, Kind::KilledInTheMiddle}.at(m_random() % 2);
+    const Trouble trouble{kind, 1 + random(40)};
     Disk disk({folder(), support()});
     const LoggedRun run
-        = runLogged(command, {folder(), support(), m_db.folder() + "/changes.log"}, moment);
+        = runLogged(command, {folder(), support(), m_db.folder() + "/changes.log"}, trouble);
     const std::string what = command.front() + (run.wasKilled ? " killed at" : " not killed at")
-        + " change " + number(moment.change);
+        + " change " + number(trouble.change);
     if (!run.wasKilled || random(2) == 0)
         return what;
     disk.apply(run.changes);
