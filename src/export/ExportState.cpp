@@ -80,7 +80,6 @@ bool Exporter::saveState(const ExportState& state, const SupportFolder& support)
     try {
         Files::writeAtomically(
             support.file(ExportState::fileName), state.toJson(), Files::Access::OwnerOnly);
-        Files::flush(support.path());
         return true;
     } catch (const std::system_error&) {
         return false;

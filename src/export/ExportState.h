@@ -59,8 +59,9 @@ struct ExportState {
 
 namespace Exporter {
 
-/// Atomically replaces the state on disk by a file with mode 0600, and waits until it is on disk.
-/// Returns false on failure: then the old state stays, and the next run continues from it.
+/// Atomically replaces the state on disk by a file with mode 0600. Returns false on failure: then
+/// the old state stays, and the next run continues from it. The support folder is not flushed, so a
+/// power cut can still bring the old state back.
 bool saveState(const ExportState& state, const SupportFolder& support);
 
 } // namespace Exporter

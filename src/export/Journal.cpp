@@ -134,6 +134,7 @@ void Journal::write(const std::vector<FileChange>& changes) const
 
 void Journal::remove() const
 {
+    Files::flush(m_file.parent_path()); // or a power cut could undo the state's last rename
     fs::remove(m_file);
 }
 

@@ -50,10 +50,11 @@ public:
     /// are.
     void write(const std::vector<FileChange>& changes) const;
 
-    /// Ends the group. The files and the state must be on disk, or undone.
+    /// Ends the group. The files must be on disk and the state saved, or the files undone.
     void remove() const;
 
-    /// Undoes one change, whether it happened, partly happened or not.
+    /// Undoes one change, whether it happened, partly happened or not. The old file is on disk when
+    /// it returns.
     void undo(const FileChange& change) const;
 
     /// Thrown by recover(). The text says what the user can do.
