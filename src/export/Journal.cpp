@@ -140,6 +140,12 @@ void Journal::remove() const
 
 void Journal::undo(const FileChange& change) const
 {
+    restore(change);
+    Files::flush(m_folder);
+}
+
+void Journal::restore(const FileChange& change) const
+{
     const fs::path file = m_folder / change.file;
     std::error_code ignored;
     if (!change.keptAs.empty())
@@ -148,6 +154,8 @@ void Journal::undo(const FileChange& change) const
         fs::remove(file);
     else if (change.size && fs::is_regular_file(file, ignored))
         Files::shorten(file, *change.size);
+    if (change.size && isRegular(file))
+        Files::flush(file);
 }
 
 void Journal::recover(const SupportFolder& support)
@@ -171,10 +179,8 @@ void Journal::undoAll(const std::vector<FileChange>& changes) const
         if (!fs::is_directory(m_folder))
             throw fs::filesystem_error(
                 "", std::make_error_code(std::errc::no_such_file_or_directory));
-        for (const FileChange& change : changes) {
-            undo(change);
-            flushUndone(change);
-        }
+        for (const FileChange& change : changes)
+            restore(change);
         Files::flush(m_folder);
     } catch (const std::system_error& error) {
         throw CannotRecover("The last export into " + m_folder.string()
@@ -182,13 +188,6 @@ void Journal::undoAll(const std::vector<FileChange>& changes) const
             + error.code().message() + ". Make that folder available and try again. Without it, "
             + "delete " + m_file.string() + "; the folder may then have some messages twice.");
     }
-}
-
-void Journal::flushUndone(const FileChange& change) const
-{
-    const fs::path file = m_folder / change.file;
-    if (change.size && isRegular(file))
-        Files::flush(file);
 }
 
 } // namespace korvane

@@ -67,7 +67,7 @@ public:
 
 private:
     void undoAll(const std::vector<FileChange>& changes) const;
-    void flushUndone(const FileChange& change) const;
+    void restore(const FileChange& change) const;
 
     std::filesystem::path m_folder;
     std::filesystem::path m_file;
