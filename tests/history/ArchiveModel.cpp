@@ -51,8 +51,8 @@ bool isStillThere(const ReadRecord& record, const FreshChat& chat)
 void restart(Archive& archive, const FreshChat& chat)
 {
     const auto old = archive.bytes(chat);
-    const ReadLines lines = ReadLines::from(old.value_or(""));
-    const bool still = std::all_of(lines.records.begin(), lines.records.end(),
+    const auto records = ReadLines::from(old.value_or("")).all();
+    const bool still = std::all_of(records.begin(), records.end(),
         [&chat](const ReadRecord& record) { return isStillThere(record, chat); });
     if (old && !still)
         archive.kept.insert(*old);
@@ -129,16 +129,34 @@ ReadLines ReadLines::from(const std::string& bytes)
     ReadLines lines;
     for (std::size_t begin = 0; begin < bytes.size();) {
         const std::size_t end = bytes.find('\n', begin);
-        const auto record = end == std::string::npos
-            ? std::nullopt
-            : ReadRecord::from(bytes.substr(begin, end - begin));
+        const std::string line = bytes.substr(begin, end - begin);
+        const auto record = end == std::string::npos ? std::nullopt : ReadRecord::from(line);
         if (record)
             lines.records.push_back(*record);
         else
-            ++lines.torn;
+            lines.addTorn(line);
         begin = end == std::string::npos ? bytes.size() : end + 1;
     }
     return lines;
+}
+
+void ReadLines::addTorn(const std::string& line)
+{
+    constexpr const char* start = "{\"attachmentCount\":";
+    ++torn;
+    for (std::size_t begin = line.find(start); begin != std::string::npos;) {
+        const std::size_t next = line.find(start, begin + 1);
+        if (const auto record = ReadRecord::from(line.substr(begin, next - begin)))
+            inTornLines.push_back(*record);
+        begin = next;
+    }
+}
+
+std::vector<ReadRecord> ReadLines::all() const
+{
+    std::vector<ReadRecord> all = records;
+    all.insert(all.end(), inTornLines.begin(), inTornLines.end());
+    return all;
 }
 
 std::string FreshChat::bytesAfter(std::int64_t rowID) const

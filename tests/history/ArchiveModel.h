@@ -35,9 +35,16 @@ struct ReadRecord {
 /// The lines of a file. The last one may have no line feed.
 struct ReadLines {
     std::vector<ReadRecord> records{};
-    std::int64_t torn = 0;
+    std::int64_t torn = 0; ///< lines that are not a record, or have no line feed
+    std::vector<ReadRecord> inTornLines{}; ///< complete records in these, after or before others
+
+    /// Everything that can still be read.
+    std::vector<ReadRecord> all() const;
 
     static ReadLines from(const std::string& bytes);
+
+private:
+    void addTorn(const std::string& line);
 };
 
 /// What a first export into an empty folder writes for one chat.

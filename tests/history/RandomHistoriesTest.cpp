@@ -27,7 +27,7 @@ using Texts = std::set<std::string>;
 
 void addTexts(Texts& texts, const std::string& bytes)
 {
-    for (const ReadRecord& record : ReadLines::from(bytes).records) {
+    for (const ReadRecord& record : ReadLines::from(bytes).all()) {
         if (!record.body.empty())
             texts.insert(record.guid + ' ' + record.date + ' '
                 + (record.isOutgoing ? "Me" : record.senderID) + ' ' + record.body);
@@ -111,9 +111,11 @@ private:
 
     void change()
     {
-        note(m_world.changeSomething());
-        if (m_world.lastChangeWasDestructive())
-            m_texts = textsIn(m_world);
+        for (int i = 0; i <= m_world.random(3); ++i) {
+            note(m_world.changeSomething());
+            if (m_world.lastChangeWasDestructive())
+                m_texts = textsIn(m_world);
+        }
     }
 
     void exportAll()
