@@ -60,10 +60,8 @@ using Fingerprints = std::vector<Fingerprint>; // sorted
 /// Throws std::system_error if the file cannot be read.
 void forEachRecord(const FileReader& file, const std::function<void(const Record&)>& visit)
 {
-    const bool complete = forEachLine(file, [&](std::string_view line, bool) {
-        if (const auto record = Record::fromLineWithTornStart(line))
-            visit(*record);
-    });
+    const bool complete = forEachLine(
+        file, [&](std::string_view line, bool) { Record::forEachInLine(line, visit); });
     if (!complete)
         throw std::system_error(std::make_error_code(std::errc::io_error));
 }

@@ -66,6 +66,19 @@ std::optional<Record> Record::fromLineWithTornStart(std::string_view line)
     return isTorn ? fromLine(line.substr(start)) : std::move(whole);
 }
 
+void Record::forEachInLine(std::string_view line, const std::function<void(const Record&)>& visit)
+{
+    constexpr std::string_view begin = R"({"attachmentCount":)"; // in a string, with backslashes
+    if (const auto whole = fromLine(line))
+        return visit(*whole);
+    for (auto start = line.find(begin); start != line.npos;) {
+        const auto next = line.find(begin, start + 1);
+        if (const auto record = fromLine(line.substr(start, next - start)))
+            visit(*record);
+        start = next;
+    }
+}
+
 std::optional<std::int64_t> Record::rowID() const
 {
     const std::string prefix = "mac:" + conversationID + ":";

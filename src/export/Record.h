@@ -39,6 +39,11 @@ struct Record {
     /// appended to without a line feed, reads the complete record at its end.
     static std::optional<Record> fromLineWithTornStart(std::string_view line);
 
+    /// Passes each complete record in a line to `visit`. A line has several, or torn ones beside
+    /// them, if a file lost its end and was then appended to.
+    static void forEachInLine(
+        std::string_view line, const std::function<void(const Record&)>& visit);
+
     /// The message's row id, from the end of `id`. Nothing if `id` does not belong to the chat
     /// `conversationID` or has no number.
     std::optional<std::int64_t> rowID() const;

@@ -106,6 +106,18 @@ private slots:
         QCOMPARE(m_setup->sync().kept.size(), 1U);
     }
 
+    void recordBeforeALostLineFeedCounts()
+    {
+        std::string glued = m_old;
+        glued.erase(glued.find('\n'), 1); // of the first record, which the second now follows
+        writeFile(m_setup->file(1), glued);
+        m_setup->db.sql().execute("DELETE FROM chat_message_join WHERE message_id = 1");
+        rename();
+        const SyncResult result = m_setup->sync();
+        QCOMPARE(result.kept.size(), 1U);
+        QCOMPARE(result.kept.front().messages, 1);
+    }
+
     void comparisonThatWasInterruptedIsRepeated()
     {
         const std::string name = "Team (1) " + m_epoch + ".jsonl.txt";
