@@ -100,7 +100,8 @@ public:
         const Tree after = m_world.contents();
         check(disk.contents(), after, "the log of the changes is not complete");
         m_expected = m_world.comparable(after, m_before);
-        checkThatNothingIsLost();
+        checkThatRecordsAreIn(after, m_before);
+        checkThatProgressIsOnDisk(disk.afterPowerCut({}), after);
         examineAll(disk, 0, seeds, "after the end");
     }
 
@@ -186,13 +187,20 @@ private:
         QVERIFY2(actual == expected, (what + '\n' + differences(actual, expected) + more).c_str());
     }
 
-    /// Each record of the beginning has to be in a file of the end: here, where no message changes
-    /// but in its names, with the same id, date and text.
-    void checkThatNothingIsLost() const
+    /// Here, where no message changes but in its names, each record stays the same in these parts.
+    static void checkThatRecordsAreIn(const Tree& tree, const Tree& wanted)
     {
-        const std::set<std::string> records = recordsIn(m_expected);
-        for (const std::string& record : recordsIn(m_before))
+        const std::set<std::string> records = recordsIn(tree);
+        for (const std::string& record : recordsIn(wanted))
             QVERIFY2(records.contains(record), ("lost: " + record).c_str());
+    }
+
+    /// A run that reports success does not rely on anything that a power cut can undo.
+    void checkThatProgressIsOnDisk(const Tree& disk, const Tree& after) const
+    {
+        const std::string state = m_world.support() / "state.json";
+        QVERIFY(disk.contains(state) && disk.at(state) == after.at(state));
+        checkThatRecordsAreIn(disk, after);
     }
 
     static std::set<std::string> recordsIn(const Tree& tree)
