@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/ChatsCommand.h"
+#include "cli/CheckCommand.h"
 #include "cli/Console.h"
 #include "cli/ExportCommand.h"
 #include "cli/ReceiveCommand.h"
@@ -72,6 +73,7 @@ public:
         addVersion(m_app);
         addChats();
         addExport();
+        addCheck();
         addTransfer();
         addReceive();
         addSample();
@@ -144,6 +146,24 @@ private:
         command.add_flag("--json", m_export.json, "Print one JSON object a run");
     }
 
+    void addCheck()
+    {
+        CLI::App& command = addCommand("check", "Compares the export files with the database",
+            [this](const Console& console) { return runCheck(m_check, m_support, console); });
+        CLI::Option_group& which = *command.add_option_group(
+            "Chats", "Which chats to check; without one of these, those that were exported");
+        which.require_option(0, 1);
+        which.add_flag("--all", m_check.all, "Also chats that were never exported");
+        which.add_option("--chat", m_check.chats, "These chats")->type_name("GUID")->check(guid);
+        addSources(command, m_check.sources);
+        addFolder(command, m_check.folder);
+        command.add_flag("--json", m_check.json, "Print one JSON object");
+        CLI::Option* repair = command.add_flag("--repair", m_check.repair,
+            "Export again the chats that are not intact; old files go to Kept/");
+        command.add_flag("--yes", m_check.yes, "Repair also files from a different database")
+            ->needs(repair);
+    }
+
     static void addFolder(CLI::App& command, std::string& folder)
     {
         folder = Paths::defaultFolder().string();
@@ -213,6 +233,7 @@ private:
     const SupportFolder m_support;
     ChatsOptions m_chats;
     ExportOptions m_export;
+    CheckOptions m_check;
     TransferOptions m_transfer;
     ReceiveOptions m_receive;
     SampleOptions m_sample;

@@ -18,6 +18,7 @@ struct Console {
     bool errIsTerminal = false; ///< a progress bar is drawn only on a terminal
     std::istream& in = std::cin;
     std::optional<int> outDescriptor{}; ///< what `out` writes to, if it is a descriptor
+    bool inIsTerminal = false; ///< questions are asked only on a terminal
 
     /// Prints one line on `err`, prefixed with the program's name. The text may quote a chat's
     /// title, which other people choose, so it goes through printable(). Keys of links are left

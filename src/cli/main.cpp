@@ -20,5 +20,6 @@ int main(int argc, char* argv[])
     std::setlocale(LC_NUMERIC, "C"); // same decimal point in every locale
     korvane::Sqlite::configureProcess();
     return korvane::runCommandLine({argv + 1, argv + argc}, korvane::Paths::support(),
-        {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1, std::cin, STDOUT_FILENO});
+        {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1, std::cin, STDOUT_FILENO,
+            ::isatty(STDIN_FILENO) == 1});
 }

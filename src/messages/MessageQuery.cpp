@@ -40,6 +40,11 @@ const char* const chatQuery
       "GROUP BY c.ROWID\n"
       "ORDER BY MAX(m.date) DESC";
 
+const char* const messageIDQuery = "SELECT ROWID FROM message";
+
+const char* const filedMessageIDQuery
+    = "SELECT j.message_id FROM chat_message_join j JOIN chat c ON c.ROWID = j.chat_id";
+
 namespace {
 
 /// The number of image attachments. NULL if it is unknown: an attachment has no usable MIME type,

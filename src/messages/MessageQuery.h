@@ -61,6 +61,10 @@ extern const char* const participantQuery;
 /// The query for the chats that have messages, the one with the newest message first.
 extern const char* const chatQuery;
 
+/// The queries for the row ids of all messages, and of those that belong to a chat.
+extern const char* const messageIDQuery;
+extern const char* const filedMessageIDQuery;
+
 /// The result columns of messageQuery(), by index.
 namespace MessageColumn {
 enum : int {

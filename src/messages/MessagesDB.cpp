@@ -9,6 +9,7 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <unordered_map>
 #include <utility>
 
@@ -192,6 +193,23 @@ void MessagesDB::forEachMessage(
 MessageLookup MessagesDB::lookup()
 {
     return MessageLookup(m_db);
+}
+
+/// Compares here and not in SQL: without an index on the messages of the join table, which old
+/// databases may lack, SQLite would search the whole table for each message.
+std::int64_t MessagesDB::unfiledMessages()
+{
+    std::vector<std::int64_t> filed;
+    Sqlite::Statement join(m_db, filedMessageIDQuery);
+    while (join.step())
+        filed.push_back(join.integer(0));
+    std::sort(filed.begin(), filed.end());
+
+    std::int64_t unfiled = 0;
+    Sqlite::Statement message(m_db, messageIDQuery);
+    while (message.step())
+        unfiled += std::binary_search(filed.begin(), filed.end(), message.integer(0)) ? 0 : 1;
+    return unfiled;
 }
 
 std::optional<std::string_view> MessagesDB::decodeAttributedBody(std::string_view bytes)

@@ -54,6 +54,9 @@ public:
     /// Begins looking up single messages. The result must not outlive this object.
     MessageLookup lookup();
 
+    /// How many messages belong to no chat, so that no export has them. Throws DBError.
+    std::int64_t unfiledMessages();
+
     /// The same as textOfAttributedBody(). Required by the interface; only tests call it.
     static std::optional<std::string_view> decodeAttributedBody(std::string_view bytes);
 

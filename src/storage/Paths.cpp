@@ -37,6 +37,12 @@ const fs::path& SupportFolder::path() const
     return m_path;
 }
 
+bool SupportFolder::exists() const
+{
+    std::error_code failure;
+    return fs::exists(m_path, failure) || (!m_legacy.empty() && fs::exists(m_legacy, failure));
+}
+
 SupportFolder Paths::support()
 {
     if (const char* folder = std::getenv("KORVANE_SYNC_HOME"))

@@ -20,6 +20,10 @@ public:
     /// The path of a file in the folder. Creates the folder like path().
     std::filesystem::path file(std::string_view name) const { return path() / name; }
 
+    /// True if the folder exists, or the one of an earlier version from which path() fills it.
+    /// Creates nothing.
+    bool exists() const;
+
     bool operator==(const SupportFolder&) const = default;
 
 private:

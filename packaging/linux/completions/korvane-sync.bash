@@ -51,10 +51,13 @@ _korvane_sync()
 
     local options=
     case $command in
-        '') options='chats export transfer receive sample --help --version' ;;
+        '') options='chats export check transfer receive sample --help --version' ;;
         chats) options='--database --contacts --json --help --version' ;;
         export)
             options='--all --chat --database --contacts --folder --every --json --help --version' ;;
+        check)
+            options='--all --chat --database --contacts --folder --json --repair --yes'
+            options+=' --help --version' ;;
         transfer)
             options='--chat --host --port --database --contacts --folder --help --version' ;;
         receive) options='--output --help --version' ;;

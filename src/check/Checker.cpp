@@ -1,0 +1,191 @@
+#include "check/Checker.h"
+
+#include "check/CheckedChats.h"
+#include "check/FileCheck.h"
+#include "check/KeptRecords.h"
+#include "contacts/ContactNames.h"
+#include "export/ExportState.h"
+#include "export/RecordWriter.h"
+#include "messages/MessagesDB.h"
+#include "storage/FileReader.h"
+
+#include <algorithm>
+#include <numeric>
+#include <stdexcept>
+#include <system_error>
+
+namespace korvane {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Interrupted { };
+
+bool isMissing(const fs::path& path)
+{
+    std::error_code ignored;
+    return fs::symlink_status(path, ignored).type() == fs::file_type::not_found;
+}
+
+/// Nothing if the file does not exist. Throws std::runtime_error if it cannot be opened.
+std::optional<FileReader> openIfPresent(const fs::path& path)
+{
+    auto file = FileReader::open(path);
+    if (!file && !isMissing(path))
+        throw std::runtime_error("The file can't be opened: " + path.filename().string() + ".");
+    return file;
+}
+
+std::int64_t messagesIn(const std::vector<CheckedChat>& chats)
+{
+    return std::accumulate(
+        chats.begin(), chats.end(), std::int64_t{0}, [](std::int64_t sum, const CheckedChat& each) {
+            return sum + (each.chat ? each.chat->messageCount : 0);
+        });
+}
+
+/// One check of the chats of one open database.
+class Run {
+public:
+    Run(const std::string& database, const ContactNames& names, const fs::path& folder,
+        const CheckProgress& progress)
+        : m_db(database)
+        , m_names(names)
+        , m_folder(folder)
+        , m_progress(progress)
+    {
+    }
+
+    CheckResult checkAll(CheckedChats found)
+    {
+        m_result.errors = std::move(found.errors);
+        m_step.total = messagesIn(found.chats);
+        try {
+            checkEach(found.chats);
+        } catch (const Interrupted&) {
+            m_result.interrupted = true;
+        }
+        return std::move(m_result);
+    }
+
+private:
+    void checkEach(const std::vector<CheckedChat>& chats)
+    {
+        m_result.unfiled = m_db.unfiledMessages();
+        const KeptRecords kept = keptRecords(m_folder, [this] { tick(); });
+        m_result.errors.insert(m_result.errors.end(), kept.errors.begin(), kept.errors.end());
+        std::int64_t before = 0;
+        for (const CheckedChat& each : chats) {
+            m_step.done = before;
+            m_step.title = each.title;
+            report();
+            checkOrReport(each, kept);
+            before += each.chat ? each.chat->messageCount : 0;
+        }
+    }
+
+    void checkOrReport(const CheckedChat& each, const KeptRecords& kept)
+    {
+        try {
+            const auto records = kept.byChat.find(each.guid);
+            m_result.chats.push_back({.guid = each.guid,
+                .title = each.title,
+                .file = each.file,
+                .counts = countsOf(each),
+                .kept = records == kept.byChat.end() ? 0 : records->second,
+                .isInDatabase = each.chat != nullptr,
+                .sharesFile = each.sharesFile});
+        } catch (const std::overflow_error&) {
+            throw; // fails the whole run: see referenceTime()
+        } catch (const DBError& error) {
+            m_result.errors.push_back(each.title + ": " + error.message);
+        } catch (const std::runtime_error& error) {
+            m_result.errors.push_back(each.title + ": " + error.what());
+        }
+    }
+
+    RecordCounts countsOf(const CheckedChat& each)
+    {
+        const auto file = openIfPresent(m_folder.native() + '/' + each.file);
+        bool first = true;
+        return countRecords({.guid = each.guid,
+            .file = file ? &*file : nullptr,
+            .expected =
+                [&](const ExpectedLineVisitor& visit) {
+                    readDatabase(each, visit, first);
+                    first = false;
+                },
+            .lastRowID = each.lastRowID,
+            .onLine = [this] { tick(); }});
+    }
+
+    /// Passes what an export from the beginning would write. A second reading is no progress.
+    void readDatabase(const CheckedChat& each, const ExpectedLineVisitor& visit, bool counts)
+    {
+        if (!each.chat)
+            return;
+        RecordWriter writer(*each.chat, each.title, m_names);
+        std::string line;
+        m_db.forEachMessage(each.chat->id, 0, [&](const MessageRowView& row) {
+            line.clear();
+            writer.append(row, line);
+            line.pop_back(); // the line feed
+            visit(row.rowID, line);
+            m_step.done += counts ? 1 : 0;
+            tick();
+        });
+    }
+
+    /// Reports once in a while: asking for the time for each line would take longer than the line.
+    void tick()
+    {
+        constexpr unsigned linesBetweenReports = 4096;
+        if (++m_ticks % linesBetweenReports == 0)
+            report();
+    }
+
+    void report() const
+    {
+        if (m_progress && !m_progress(m_step))
+            throw Interrupted();
+    }
+
+    MessagesDB m_db;
+    const ContactNames& m_names;
+    const fs::path m_folder;
+    const CheckProgress& m_progress;
+    CheckStep m_step;
+    unsigned m_ticks = 0;
+    CheckResult m_result;
+};
+
+} // namespace
+
+bool CheckResult::isWhole() const
+{
+    return !interrupted && errors.empty()
+        && std::all_of(
+            chats.begin(), chats.end(), [](const ChatCheck& chat) { return chat.isIntact(); });
+}
+
+std::set<std::string> CheckResult::repairable() const
+{
+    std::set<std::string> guids;
+    for (const ChatCheck& chat : chats) {
+        if (chat.canBeRepaired())
+            guids.insert(chat.guid);
+    }
+    return guids;
+}
+
+CheckResult Checker::check(const std::vector<ChatInfo>& chats, const ContactNames& names,
+    const fs::path& folder, const SupportFolder& support, const std::string& database,
+    const CheckScope& scope, const CheckProgress& progress)
+{
+    const ExportState state = support.exists() ? ExportState::load(support) : ExportState();
+    Run run(database, names, folder, progress);
+    return run.checkAll(checkedChats(chats, names, folder, state, scope));
+}
+
+} // namespace korvane

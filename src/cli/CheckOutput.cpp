@@ -1,0 +1,127 @@
+#include "cli/CheckOutput.h"
+
+#include "check/RecordCounts.h"
+#include "cli/Console.h"
+#include "text/Json.h"
+#include "text/Utf8.h"
+
+#include <algorithm>
+
+namespace korvane {
+
+namespace {
+
+/// A count of one chat, with the name that it has in the output.
+struct NamedCount {
+    const char* name;
+    std::int64_t RecordCounts::*count;
+};
+
+constexpr NamedCount namedCounts[] = {
+    {"records", &RecordCounts::records},
+    {"new", &RecordCounts::fresh},
+    {"missing", &RecordCounts::missing},
+    {"doubled", &RecordCounts::doubled},
+    {"torn", &RecordCounts::torn},
+    {"changed", &RecordCounts::changed},
+    {"foreign", &RecordCounts::foreign},
+    {"renamed", &RecordCounts::renamed},
+    {"gone", &RecordCounts::gone},
+};
+
+std::string inCapitals(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+        [](char letter) { return static_cast<char>(letter - 'a' + 'A'); });
+    return text;
+}
+
+std::string tableOfDamage(const std::vector<ChatCheck>& chats)
+{
+    std::vector<Table::Column> columns{{.heading = "TITLE", .widest = 40}};
+    for (const NamedCount& each : namedCounts)
+        columns.push_back({inCapitals(each.name), Table::Align::Right});
+    columns.push_back({"KEPT", Table::Align::Right});
+    columns.push_back({"GUID"});
+    Table table(std::move(columns));
+    for (const ChatCheck& chat : chats) {
+        if (chat.isIntact())
+            continue;
+        std::vector<std::string> cells{chat.title};
+        for (const NamedCount& each : namedCounts)
+            cells.push_back(std::to_string(chat.counts.*each.count));
+        cells.push_back(std::to_string(chat.kept));
+        cells.push_back(chat.guid);
+        table.add(cells);
+    }
+    return table.text();
+}
+
+std::string summary(std::int64_t intact, std::int64_t damaged)
+{
+    if (intact + damaged == 0)
+        return "No chat was checked: none was exported.\n";
+    const std::string rest = damaged == 0
+        ? ""
+        : ", " + std::to_string(damaged) + (damaged == 1 ? " is not" : " are not");
+    return countOf(intact, "chat") + (intact == 1 ? " is" : " are") + " intact" + rest + '\n';
+}
+
+std::string quotedText(const std::string& text)
+{
+    return Json::quoted(repairedUtf8(text)); // paths and words of the user can be any bytes
+}
+
+std::string chatJson(const ChatCheck& chat)
+{
+    Json::Object object;
+    object.value("guid", quotedText(chat.guid))
+        .value("title", quotedText(chat.title))
+        .value("file", quotedText(chat.file));
+    for (const NamedCount& each : namedCounts)
+        object.number(each.name, chat.counts.*each.count);
+    return object.number("kept", chat.kept).finished();
+}
+
+std::string keptJson(const KeptFile& kept)
+{
+    return Json::Object()
+        .value("title", quotedText(kept.title))
+        .number("messages", kept.messages)
+        .value("file", quotedText(kept.file))
+        .finished();
+}
+
+} // namespace
+
+std::string countOf(std::int64_t count, const std::string& thing)
+{
+    return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
+}
+
+std::string checkAsText(const CheckResult& result)
+{
+    const auto damaged = std::count_if(result.chats.begin(), result.chats.end(),
+        [](const ChatCheck& chat) { return !chat.isIntact(); });
+    std::string text = damaged > 0 ? tableOfDamage(result.chats) : "";
+    text += summary(static_cast<std::int64_t>(result.chats.size()) - damaged, damaged);
+    if (result.unfiled > 0)
+        text += countOf(result.unfiled, "message") + (result.unfiled == 1 ? " belongs" : " belong")
+            + " to no chat, so no file has " + (result.unfiled == 1 ? "it" : "them") + '\n';
+    return text;
+}
+
+std::string checkAsJson(const CheckResult& result, const RepairReport* repair)
+{
+    Json::Object object;
+    object.value("chats", Json::array(result.chats, chatJson))
+        .boolean("whole", result.isWhole())
+        .number("unfiled", result.unfiled)
+        .value("errors", Json::array(result.errors, quotedText));
+    if (repair)
+        object.value("repaired", Json::array(repair->guids, quotedText))
+            .value("keptFiles", Json::array(repair->kept, keptJson));
+    return object.finished() + '\n';
+}
+
+} // namespace korvane
