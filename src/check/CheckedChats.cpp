@@ -5,6 +5,7 @@
 #include "export/FileName.h"
 #include "export/Record.h"
 #include "storage/FileReader.h"
+#include "text/Utf8.h"
 
 #include <algorithm>
 #include <map>
@@ -183,7 +184,7 @@ private:
     void requireChat(const std::string& guid)
     {
         if (!m_seen.contains(guid))
-            m_found.errors.push_back("There is no chat with the guid " + guid + ".");
+            m_found.errors.push_back("There is no chat with the guid " + repairedUtf8(guid) + ".");
     }
 
     const std::vector<ChatInfo>& m_all;

@@ -1,9 +1,9 @@
 #include "check/KeptRecords.h"
 
 #include "export/Record.h"
-#include "storage/FileReader.h"
+#include "storage/Folder.h"
 
-#include <set>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
@@ -19,26 +19,22 @@ bool isNameOfKeptFile(std::string_view name)
     return name.ends_with(".jsonl.txt") || name.ends_with(".jsonl.txt.unchecked");
 }
 
-std::set<fs::path> keptFiles(const fs::path& folder)
+std::optional<Folder> openKept(const fs::path& exportFolder, KeptRecords& kept)
 {
-    std::set<fs::path> files;
-    std::error_code ignored;
-    if (!fs::is_directory(fs::symlink_status(folder, ignored)))
-        return files;
-    for (fs::directory_iterator entry(folder, ignored), end; entry != end;
-         entry.increment(ignored)) {
-        if (isNameOfKeptFile(entry->path().filename().string()))
-            files.insert(entry->path());
+    try {
+        return Folder::open(exportFolder / "Kept");
+    } catch (const std::system_error& error) {
+        kept.errors.push_back("Kept: " + error.code().message());
+        return std::nullopt;
     }
-    return files;
 }
 
-bool countRecordsOf(const fs::path& path, KeptRecords& kept, const std::function<void()>& onLine)
+bool countRecordsOf(
+    const std::optional<FileReader>& file, KeptRecords& kept, const std::function<void()>& onLine)
 {
-    const auto file = FileReader::open(path);
     return file && forEachLine(*file, [&](std::string_view line, bool /*hasLineFeed*/) {
         onLine();
-        if (const auto record = Record::fromLine(line))
+        if (const auto record = Record::fromLineWithTornStart(line))
             kept.byChat[record->conversationID] += 1;
     });
 }
@@ -48,9 +44,10 @@ bool countRecordsOf(const fs::path& path, KeptRecords& kept, const std::function
 KeptRecords keptRecords(const fs::path& exportFolder, const std::function<void()>& onLine)
 {
     KeptRecords kept;
-    for (const fs::path& path : keptFiles(exportFolder / "Kept")) {
-        if (!countRecordsOf(path, kept, onLine))
-            kept.errors.push_back("Kept/" + path.filename().string() + ": The file can't be read.");
+    const auto folder = openKept(exportFolder, kept);
+    for (const std::string& name : folder ? folder->names() : std::vector<std::string>()) {
+        if (isNameOfKeptFile(name) && !countRecordsOf(folder->file(name), kept, onLine))
+            kept.errors.push_back("Kept/" + name + ": The file can't be read.");
     }
     return kept;
 }

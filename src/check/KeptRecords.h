@@ -15,8 +15,9 @@ struct KeptRecords {
     std::vector<std::string> errors{}; ///< one line per file that cannot be read
 };
 
-/// Counts the complete records in the folder "Kept" of an export folder. Follows no symbolic links.
-/// `onLine` is called for each line and may throw.
+/// Counts the complete records in the folder "Kept" of an export folder, also those behind the torn
+/// end of another one in the same line. Follows no symbolic links. `onLine` is called for each line
+/// and may throw.
 KeptRecords keptRecords(
     const std::filesystem::path& exportFolder, const std::function<void()>& onLine);
 

@@ -2,19 +2,38 @@
 
 #include "cli/CheckOutput.h"
 #include "cli/Console.h"
+#include "cli/ExportCommand.h"
 #include "contacts/ContactNames.h"
+#include "export/Journal.h"
 #include "process/Interruption.h"
 #include "storage/Paths.h"
 #include "storage/SupportLock.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 namespace korvane {
 
 namespace {
 
-/// Checks once. Handles signals while it lives (see Interruption).
+/// Replaces what the first check found out about the repaired chats.
+void update(CheckResult& result, const CheckResult& again)
+{
+    for (ChatCheck& chat : result.chats) {
+        const auto newer = std::find_if(again.chats.begin(), again.chats.end(),
+            [&chat](const ChatCheck& each) { return each.guid == chat.guid; });
+        if (newer != again.chats.end())
+            chat = *newer;
+    }
+    for (const std::string& error : again.errors) {
+        if (std::find(result.errors.begin(), result.errors.end(), error) == result.errors.end())
+            result.errors.push_back(error);
+    }
+}
+
+/// Checks once, and repairs what it finds if the options say so. Handles signals while it lives
+/// (see Interruption).
 class Check {
 public:
     Check(const CheckOptions& options, const SupportFolder& support, const Console& console)
@@ -22,20 +41,23 @@ public:
         , m_support(support)
         , m_console(console)
     {
-        if (options.repair || support.exists()) // or the lock would create the folder
-            m_lock.emplace(support);
-        m_chats = readChats(options.sources);
-        m_names = readNames(options.sources);
+        m_interruption.emplace();
     }
 
     int run()
     {
+        std::optional<SupportLock> lock;
+        if (m_options.repair || m_support.exists()) // or the lock would create the folder
+            lock.emplace(m_support);
+        m_chats = readChats(m_options.sources);
+        m_names = readNames(m_options.sources);
+        if (m_options.repair)
+            Journal::recover(m_support);
+
         CheckResult result = check({.all = m_options.all, .chats = m_options.chats});
         if (result.interrupted)
-            return complainAboutInterruption();
-        m_console.out << (m_options.json ? checkAsJson(result, nullptr) : checkAsText(result));
-        report(result.errors);
-        return result.isWhole() ? ExitCode::success : ExitCode::failure;
+            return complainOfInterruption("The check");
+        return m_options.repair ? repair(result) : report(result, nullptr);
     }
 
 private:
@@ -46,36 +68,122 @@ private:
         return Checker::check(m_chats, m_names, m_options.folder, m_support,
             m_options.sources.database, scope, [&](const CheckStep& step) {
                 bar.show(parts * step.done / std::max<std::int64_t>(step.total, 1), step.title);
-                return !m_interruption.requested();
+                return !m_interruption->requested();
             });
     }
 
-    int complainAboutInterruption() const
+    int repair(CheckResult& result)
     {
-        m_console.complain("The check was interrupted.");
+        RepairReport repair;
+        if (result.repairable().empty())
+            return report(result, &repair);
+        print(checkAsText(result));
+        if (!mayRepair(result))
+            return m_options.json ? report(result, &repair) : ExitCode::failure;
+
+        print(announcement(result));
+        exportAgain(result, repair);
+        if (m_interruption->requested())
+            return complainOfInterruption("The repair");
+        print(repairAsText(result, repair));
+        return report(result, &repair);
+    }
+
+    void exportAgain(CheckResult& result, RepairReport& repair) const
+    {
+        const std::set<std::string> guids = result.repairable();
+        repair.guids.assign(guids.begin(), guids.end());
+        std::vector<ChatInfo> chats;
+        std::copy_if(m_chats.begin(), m_chats.end(), std::back_inserter(chats),
+            [&guids](const ChatInfo& chat) { return guids.contains(chat.guid); });
+        SyncResult sync = syncWithProgress(chats, m_names, m_options.folder, m_support,
+            m_options.sources.database, *m_interruption, m_console,
+            {.restart = guids, .checkDatabase = false});
+        repair.kept = std::move(sync.kept);
+        result.errors.insert(result.errors.end(), sync.errors.begin(), sync.errors.end());
+        update(result, check({.chats = repair.guids}));
+    }
+
+    /// True if no file is from a different database, or if the user agrees.
+    bool mayRepair(const CheckResult& result)
+    {
+        const std::string question = questionAbout(result, m_options.sources.database);
+        if (question.empty() || m_options.yes)
+            return true;
+        if (m_console.inIsTerminal)
+            return agrees(question);
+        m_console.complain(question + " Nothing was repaired. To repair them, add --yes.");
+        return false;
+    }
+
+    /// Without an Interruption during the question, so that Ctrl-C ends the program.
+    bool agrees(const std::string& question)
+    {
+        m_interruption.reset();
+        m_console.err << printable(question) << " Repair them? [y/N] " << std::flush;
+        std::string answer;
+        std::getline(m_console.in, answer);
+        m_interruption.emplace();
+        const bool agreed = answer == "y" || answer == "Y" || answer == "yes";
+        if (!agreed)
+            m_console.complain("Nothing was repaired.");
+        return agreed;
+    }
+
+    int complainOfInterruption(const std::string& what) const
+    {
+        m_console.complain(what + " was interrupted.");
         return ExitCode::interrupted;
     }
 
-    void report(const std::vector<std::string>& errors) const
+    void print(const std::string& text) const
     {
-        for (const std::string& error : errors)
+        if (!m_options.json)
+            m_console.out << text << std::flush;
+    }
+
+    /// Prints the final result. With a repair, text has only a summary of it.
+    int report(const CheckResult& result, const RepairReport* repair) const
+    {
+        const bool repaired = repair && !repair->guids.empty();
+        if (m_options.json)
+            m_console.out << checkAsJson(result, repair);
+        print(repaired ? summaryOf(result) : checkAsText(result));
+        for (const std::string& error : result.errors)
             m_console.complain(error);
+        for (const std::string& hint : hintsAbout(result))
+            m_console.complain(hint);
+        return result.isWhole() ? ExitCode::success : ExitCode::failure;
     }
 
     const CheckOptions& m_options;
     const SupportFolder& m_support;
     const Console& m_console;
-    const Interruption m_interruption;
-    std::optional<SupportLock> m_lock;
+    std::optional<Interruption> m_interruption;
     std::vector<ChatInfo> m_chats;
     ContactNames m_names;
 };
+
+/// A check that cannot begin is an object, too.
+void printFailure(const CheckOptions& options, const std::string& error, const Console& console)
+{
+    if (options.json)
+        console.out << checkAsJson({.errors = {error}}, nullptr);
+}
 
 } // namespace
 
 int runCheck(const CheckOptions& options, const SupportFolder& support, const Console& console)
 {
-    return Check(options, support, console).run();
+    try {
+        return Check(options, support, console).run();
+    } catch (const DBError& error) {
+        printFailure(options, error.message, console);
+        throw;
+    } catch (const std::exception& error) {
+        printFailure(options, error.what(), console);
+        throw;
+    }
 }
 
 } // namespace korvane

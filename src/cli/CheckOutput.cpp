@@ -67,6 +67,12 @@ std::string summary(std::int64_t intact, std::int64_t damaged)
     return countOf(intact, "chat") + (intact == 1 ? " is" : " are") + " intact" + rest + '\n';
 }
 
+std::int64_t damagedIn(const CheckResult& result)
+{
+    return std::count_if(result.chats.begin(), result.chats.end(),
+        [](const ChatCheck& chat) { return !chat.isIntact(); });
+}
+
 std::string quotedText(const std::string& text)
 {
     return Json::quoted(repairedUtf8(text)); // paths and words of the user can be any bytes
@@ -101,10 +107,13 @@ std::string countOf(std::int64_t count, const std::string& thing)
 
 std::string checkAsText(const CheckResult& result)
 {
-    const auto damaged = std::count_if(result.chats.begin(), result.chats.end(),
-        [](const ChatCheck& chat) { return !chat.isIntact(); });
-    std::string text = damaged > 0 ? tableOfDamage(result.chats) : "";
-    text += summary(static_cast<std::int64_t>(result.chats.size()) - damaged, damaged);
+    return (damagedIn(result) > 0 ? tableOfDamage(result.chats) : "") + summaryOf(result);
+}
+
+std::string summaryOf(const CheckResult& result)
+{
+    const std::int64_t damaged = damagedIn(result);
+    std::string text = summary(static_cast<std::int64_t>(result.chats.size()) - damaged, damaged);
     if (result.unfiled > 0)
         text += countOf(result.unfiled, "message") + (result.unfiled == 1 ? " belongs" : " belong")
             + " to no chat, so no file has " + (result.unfiled == 1 ? "it" : "them") + '\n';
@@ -122,6 +131,64 @@ std::string checkAsJson(const CheckResult& result, const RepairReport* repair)
         object.value("repaired", Json::array(repair->guids, quotedText))
             .value("keptFiles", Json::array(repair->kept, keptJson));
     return object.finished() + '\n';
+}
+
+std::string announcement(const CheckResult& result)
+{
+    std::string titles;
+    for (const ChatCheck& chat : result.chats) {
+        if (chat.canBeRepaired())
+            titles.append(titles.empty() ? "" : ", ").append(chat.title);
+    }
+    return printable("Repairing " + titles
+               + ": the old file moves to Kept/, and the chat is exported again.")
+        + '\n';
+}
+
+std::string repairAsText(const CheckResult& result, const RepairReport& repair)
+{
+    std::string text;
+    for (const ChatCheck& chat : result.chats) {
+        const bool wasTried
+            = std::find(repair.guids.begin(), repair.guids.end(), chat.guid) != repair.guids.end();
+        if (wasTried)
+            text += printable(chat.isIntact() ? "Repaired " + chat.title + ": "
+                                + countOf(chat.counts.records, "message")
+                                              : "Could not repair " + chat.title)
+                + '\n';
+    }
+    for (const KeptFile& kept : repair.kept)
+        text += printable("Kept " + countOf(kept.messages, "message") + " of " + kept.title
+                    + " that Messages no longer has: " + kept.file)
+            + '\n';
+    return text;
+}
+
+std::string questionAbout(const CheckResult& result, const std::string& database)
+{
+    std::string titles;
+    for (const ChatCheck& chat : result.chats) {
+        if (chat.canBeRepaired() && chat.counts.foreign > 0)
+            titles.append(titles.empty() ? "" : ", ").append(chat.title);
+    }
+    return titles.empty()
+        ? ""
+        : "These files are from a different database than " + database + ": " + titles
+            + ". A repair moves them to Kept/ and exports the chats again from this database. For "
+              "a second source, such as a phone's backup, use a separate KORVANE_SYNC_HOME and "
+              "--folder instead.";
+}
+
+std::vector<std::string> hintsAbout(const CheckResult& result)
+{
+    std::vector<std::string> hints;
+    for (const ChatCheck& chat : result.chats) {
+        if (!chat.isIntact() && !chat.isInDatabase)
+            hints.push_back(chat.title
+                + ": Messages no longer has this chat, so its file can't be repaired. It stays as "
+                  "it is.");
+    }
+    return hints;
 }
 
 } // namespace korvane

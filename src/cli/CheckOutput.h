@@ -20,10 +20,25 @@ struct RepairReport {
 /// "1 message", "2 messages".
 std::string countOf(std::int64_t count, const std::string& thing);
 
-/// The table of the chats that are not intact, and a line for the rest.
+/// The table of the chats that are not intact, and summaryOf().
 std::string checkAsText(const CheckResult& result);
+
+/// "298 chats are intact, 2 are not" and a line feed; a second line if messages are in no file.
+std::string summaryOf(const CheckResult& result);
 
 /// One object in one line. `repair` is null without a repair.
 std::string checkAsJson(const CheckResult& result, const RepairReport* repair);
+
+/// What a repair is going to do.
+std::string announcement(const CheckResult& result);
+
+/// What it did: `result` is that of the check after it.
+std::string repairAsText(const CheckResult& result, const RepairReport& repair);
+
+/// Describes the files from a different database. Empty if there are none that can be repaired.
+std::string questionAbout(const CheckResult& result, const std::string& database);
+
+/// One line for each damaged chat that no repair can help.
+std::vector<std::string> hintsAbout(const CheckResult& result);
 
 } // namespace korvane

@@ -172,15 +172,16 @@ std::int64_t messageCount(const std::vector<ChatInfo>& chats)
 
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const std::string& folder, const SupportFolder& support, const std::string& database,
-    const Interruption& interruption, const Console& console)
+    const Interruption& interruption, const Console& console, const SyncMode& mode)
 {
     ProgressBar bar(console.err, console.errIsTerminal, messageCount(chats));
     std::int64_t done = 0;
-    return Exporter::sync(chats, names, folder, support, database, [&](const ChatInfo& chat) {
+    const auto beforeChat = [&](const ChatInfo& chat) {
         bar.show(done, Exporter::title(chat, names));
         done += chat.messageCount;
         return !interruption.requested();
-    });
+    };
+    return Exporter::sync(chats, names, folder, support, database, beforeChat, mode);
 }
 
 } // namespace korvane

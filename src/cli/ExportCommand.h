@@ -32,6 +32,6 @@ int runExport(const ExportOptions& options, const SupportFolder& support, const 
 /// after the current chat.
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const std::string& folder, const SupportFolder& support, const std::string& database,
-    const Interruption& interruption, const Console& console);
+    const Interruption& interruption, const Console& console, const SyncMode& mode = {});
 
 } // namespace korvane

@@ -1,5 +1,7 @@
 #include "Terminal.h"
 
+#include "cli/CommandLine.h"
+#include "cli/Console.h"
 #include "storage/SupportLock.h"
 #include "support/Printing.h"
 #include "support/TestDatabase.h"
@@ -9,6 +11,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 using namespace korvane;
 namespace fs = std::filesystem;
@@ -211,7 +214,218 @@ private slots:
         QVERIFY(contentsOf(annsFile()).ends_with("torn"));
     }
 
+    void repairExportsAgainWhatIsNotIntact()
+    {
+        exportAll();
+        const std::string fresh = contentsOf(annsFile());
+        append(annsFile(), fresh + "torn");
+        const Outcome outcome = check({"--repair"});
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(withoutTable(outcome.out),
+            std::string("1 chat is intact, 1 is not\n"
+                        "Repairing Ann: the old file moves to Kept/, and the chat is exported "
+                        "again.\n"
+                        "Repaired Ann: 2 messages\n"
+                        "2 chats are intact\n"));
+        QCOMPARE(contentsOf(annsFile()), fresh);
+        QVERIFY(!fs::exists(m_terminal->exports() + "/Kept"));
+    }
+
+    void secondRepairDoesNothing()
+    {
+        exportAll();
+        append(annsFile(), "torn");
+        check({"--repair"});
+        const auto written = fs::last_write_time(annsFile());
+        const std::string state = contentsOf(m_terminal->support() + "/state.json");
+        const Outcome outcome = check({"--repair"});
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.out, std::string("2 chats are intact\n"));
+        QVERIFY(fs::last_write_time(annsFile()) == written);
+        QCOMPARE(contentsOf(m_terminal->support() + "/state.json"), state);
+    }
+
+    void repairKeepsWhatTheDatabaseNoLongerHas()
+    {
+        exportAll();
+        const std::string old = contentsOf(annsFile());
+        m_database->sql().execute("DELETE FROM message WHERE ROWID = 1");
+        append(annsFile(), "torn");
+        const Outcome outcome = check({"--repair"});
+        QCOMPARE(outcome.code, 0);
+        const auto kept = filesIn(m_terminal->exports() + "/Kept");
+        QCOMPARE(kept.size(), std::size_t{1});
+        QCOMPARE(contentsOf(m_terminal->exports() + "/Kept/" + kept[0]), old + "torn");
+        QVERIFY2(outcome.out.ends_with("Repaired Ann: 1 message\nKept 1 message of Ann that "
+                                       "Messages no longer has: Kept/"
+                     + kept[0] + "\n2 chats are intact\n"),
+            outcome.out.c_str());
+        const QJsonObject ann
+            = check({"--chat", "G1", "--json"}).json().object()[u"chats"].toArray()[0].toObject();
+        QCOMPARE(ann[u"kept"].toInt(), 2);
+    }
+
+    void repairLeavesTheOtherFilesAlone()
+    {
+        exportAll();
+        const std::string other = m_terminal->exports() + "/Family (2) Korvane Wrapped.jsonl.txt";
+        const auto written = fs::last_write_time(other);
+        append(annsFile(), "torn");
+        m_database->addMessage(2, "new");
+        QCOMPARE(check({"--repair"}).code, 0);
+        QVERIFY(fs::last_write_time(other) == written);
+    }
+
+    void repairRestoresAFileAfterALostState()
+    {
+        exportAll();
+        const std::string fresh = contentsOf(annsFile());
+        fs::remove(m_terminal->support() + "/state.json");
+        exportAll();
+        QCOMPARE(contentsOf(annsFile()), fresh + fresh);
+        QCOMPARE(check({"--repair"}).code, 0);
+        QCOMPARE(contentsOf(annsFile()), fresh);
+        QCOMPARE(run("export", {"--all"}).out, std::string("Nothing new.\n"));
+    }
+
+    void repairWithoutAStateLeavesARecordInIt()
+    {
+        exportAll();
+        const std::string fresh = contentsOf(annsFile());
+        fs::remove(m_terminal->support() + "/state.json");
+        append(annsFile(), "torn");
+        QCOMPARE(check({"--repair", "--chat", "G1"}).code, 0);
+        QCOMPARE(contentsOf(annsFile()), fresh);
+        QCOMPARE(run("export", {"--chat", "G1"}).out, std::string("Nothing new.\n"));
+    }
+
+    void differentDatabaseIsNotRepairedWithoutAWord_data()
+    {
+        QTest::addColumn<bool>("json");
+        QTest::newRow("text") << false;
+        QTest::newRow("JSON") << true;
+    }
+
+    void differentDatabaseIsNotRepairedWithoutAWord()
+    {
+        QFETCH(bool, json);
+        exportAll();
+        const std::string old = contentsOf(annsFile());
+        replaceDatabase();
+        const Outcome outcome = json ? check({"--repair", "--json"}) : check({"--repair"});
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.find("different database") != std::string::npos, outcome.err.c_str());
+        QVERIFY2(outcome.err.find("--yes") != std::string::npos, outcome.err.c_str());
+        QCOMPARE(contentsOf(annsFile()), old);
+        if (json) {
+            QCOMPARE(outcome.json().object()[u"repaired"].toArray().size(), 0);
+            QCOMPARE(outcome.json().object()[u"whole"].toBool(true), false);
+        }
+    }
+
+    void differentDatabaseIsRepairedWithYes()
+    {
+        exportAll();
+        const std::string old = contentsOf(annsFile());
+        replaceDatabase();
+        const Outcome outcome = check({"--repair", "--yes"});
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+        QVERIFY(contentsOf(annsFile()).find("not the first") != std::string::npos);
+        const auto kept = filesIn(m_terminal->exports() + "/Kept");
+        QCOMPARE(kept.size(), std::size_t{1});
+        QCOMPARE(contentsOf(m_terminal->exports() + "/Kept/" + kept[0]), old);
+    }
+
+    void userAtATerminalIsAsked_data()
+    {
+        QTest::addColumn<std::string>("answer");
+        QTest::addColumn<int>("code");
+        QTest::newRow("y") << std::string("y\n") << 0;
+        QTest::newRow("yes") << std::string("yes\n") << 0;
+        QTest::newRow("n") << std::string("n\n") << 1;
+        QTest::newRow("only Return") << std::string("\n") << 1;
+        QTest::newRow("Ctrl-D") << std::string() << 1;
+    }
+
+    void userAtATerminalIsAsked()
+    {
+        QFETCH(std::string, answer);
+        QFETCH(int, code);
+        exportAll();
+        const std::string old = contentsOf(annsFile());
+        replaceDatabase();
+        std::istringstream in(answer);
+        std::ostringstream out;
+        std::ostringstream err;
+        const int result = runCommandLine({"check", "--repair", "--database", m_database->path(),
+                                              "--folder", m_terminal->exports()},
+            SupportFolder(m_terminal->support()),
+            {.out = out, .err = err, .in = in, .inIsTerminal = true});
+        QCOMPARE(result, code);
+        QVERIFY2(err.str().find("Repair them? [y/N]") != std::string::npos, err.str().c_str());
+        QCOMPARE(contentsOf(annsFile()) == old, code != 0);
+    }
+
+    void repairAsJsonSaysWhatItDid()
+    {
+        exportAll();
+        m_database->sql().execute("DELETE FROM message WHERE ROWID = 1");
+        append(annsFile(), "torn");
+        const Outcome outcome = check({"--repair", "--json"});
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.err, std::string());
+        const QJsonObject object = outcome.json().object();
+        QCOMPARE(object[u"whole"].toBool(), true);
+        QCOMPARE(object[u"repaired"].toArray(), QJsonArray{QStringLiteral("G1")});
+        const QJsonObject kept = object[u"keptFiles"].toArray()[0].toObject();
+        QCOMPARE(kept[u"title"].toString(), QStringLiteral("Ann"));
+        QCOMPARE(kept[u"messages"].toInt(), 1);
+        QVERIFY(kept[u"file"].toString().startsWith(QStringLiteral("Kept/Ann (1) ")));
+    }
+
+    void chatThatMessagesNoLongerHasStaysAsItIs()
+    {
+        exportAll();
+        append(annsFile(), "torn");
+        const std::string old = contentsOf(annsFile());
+        m_database->sql().execute("DELETE FROM message WHERE ROWID < 3");
+        const Outcome outcome = check({"--repair"});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: Ann: Messages no longer has this chat, so its file can't "
+                        "be repaired. It stays as it is.\n"));
+        QCOMPARE(contentsOf(annsFile()), old);
+    }
+
+    void fileThatCannotBeReplacedIsAnError()
+    {
+        exportAll();
+        append(annsFile(), "torn");
+        const std::string old = contentsOf(annsFile());
+        std::ofstream(m_terminal->exports() + "/Kept") << "a file in the way";
+        const Outcome outcome = check({"--repair"});
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.starts_with("korvane-sync: Ann: "), outcome.err.c_str());
+        QVERIFY2(outcome.out.ends_with("Could not repair Ann\n1 chat is intact, 1 is not\n"),
+            outcome.out.c_str());
+        QCOMPARE(contentsOf(annsFile()), old);
+    }
+
 private:
+    /// Gives the row ids of Ann's messages to others, as the database of a new computer does.
+    void replaceDatabase() const
+    {
+        m_database->sql().execute(
+            "UPDATE message SET text = 'not the first', date = date + 5000 WHERE ROWID < 3");
+    }
+
+    static std::string withoutTable(const std::string& text)
+    {
+        return text.substr(text.find("1 chat is intact"));
+    }
+
     std::string annsFile() const
     {
         return m_terminal->exports() + "/Ann (1) Korvane Wrapped.jsonl.txt";

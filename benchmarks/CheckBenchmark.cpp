@@ -1,0 +1,140 @@
+// Measures a check of all files relative to a full export of the same database in the same run.
+// Arguments:
+//   --quick        a small sample; the limits are reported, but not enforced
+//   --rounds N     number of rounds, of which the median counts
+//   --folder DIR   keeps the sample there for the next run
+// All SQLite calls run in child processes, because sqlite3_config() must precede SQLite's first use
+// in a process.
+
+#include "Arguments.h"
+#include "Child.h"
+
+#include "check/Checker.h"
+#include "contacts/ContactNames.h"
+#include "contacts/VCardSource.h"
+#include "export/Exporter.h"
+#include "sample/SampleDatabase.h"
+
+#include <QTemporaryDir>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+using namespace korvane;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Scene {
+    std::string database;
+    std::string contacts;
+    std::string folder; ///< for everything that the measurements write
+
+    std::string exports() const { return folder + "/export"; }
+    SupportFolder support() const { return SupportFolder(folder + "/support"); }
+};
+
+Scene prepared(const std::string& folder, const std::string& name, const SampleSize& size)
+{
+    Scene scene{folder + "/" + name + ".db", folder + "/" + name + ".vcf", folder + "/" + name};
+    fs::create_directories(scene.folder);
+    if (fs::exists(scene.database))
+        return scene;
+    fs::remove(scene.contacts);
+    inChild([&] {
+        return secondsOf([&] {
+            writeSampleDatabase(scene.database, size);
+            writeSampleContacts(scene.contacts, size);
+        });
+    });
+    return scene;
+}
+
+ContactNames namesOf(const Scene& scene)
+{
+    ContactSources sources;
+    sources.push_back(std::make_unique<VCardSource>(scene.contacts));
+    return ContactNames::load(sources);
+}
+
+double fullExport(const Scene& scene)
+{
+    Sqlite::configureProcess();
+    fs::remove_all(scene.exports());
+    fs::remove_all(scene.folder + "/support");
+    return secondsOf([&] {
+        const SyncResult result = Exporter::sync(MessagesDB(scene.database).chats(), namesOf(scene),
+            scene.exports(), scene.support(), scene.database);
+        for (const std::string& error : result.errors)
+            throw std::runtime_error(error);
+    });
+}
+
+/// Throws if the check does not find what it should: then its time would mean nothing.
+double check(const Scene& scene, std::int64_t messages, bool intact)
+{
+    Sqlite::configureProcess();
+    return secondsOf([&] {
+        const CheckResult result = Checker::check(MessagesDB(scene.database).chats(),
+            namesOf(scene), scene.exports(), scene.support(), scene.database);
+        std::int64_t records = 0;
+        for (const ChatCheck& chat : result.chats)
+            records += chat.counts.records;
+        if (!result.errors.empty() || records != messages || result.isWhole() != intact)
+            throw std::runtime_error("The check found something else than there is.");
+    });
+}
+
+/// Changes the text of each record in the files.
+void damageAllFiles(const Scene& scene)
+{
+    for (const auto& entry : fs::directory_iterator(scene.exports())) {
+        std::string bytes(entry.file_size(), '\0');
+        std::ifstream(entry.path(), std::ios::binary)
+            .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        const std::string_view body = R"("body":")";
+        std::string damaged;
+        std::size_t start = 0;
+        for (std::size_t at = bytes.find(body); at != bytes.npos; at = bytes.find(body, start)) {
+            damaged.append(bytes, start, at + body.size() - start).append(1, '!');
+            start = at + body.size();
+        }
+        std::ofstream(entry.path(), std::ios::binary) << damaged.append(bytes, start);
+    }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const Arguments arguments(argc, argv);
+    const bool quick = arguments.has("--quick");
+    const int rounds = std::stoi(arguments.value("--rounds", "5"));
+    const QTemporaryDir temporary;
+    const std::string folder = arguments.value("--folder", temporary.path().toStdString());
+    fs::create_directories(folder);
+
+    const SampleSize size{.messages = quick ? 30'000 : 1'000'000, .chats = quick ? 60 : 300};
+    const Scene scene = prepared(folder, quick ? "many-small" : "many", size);
+    inChild([&] { return fullExport(scene); }); // warms the page cache
+    const auto costs = medians(
+        {[&] { return fullExport(scene); }, [&] { return check(scene, size.messages, true); }},
+        rounds);
+    constexpr double mebi = 1024.0 * 1024.0;
+    std::cout << size.messages << " messages in " << size.chats << " chats: full export "
+              << costs[0].seconds << " s\n";
+    bool good = report("  check / full export", costs[1].seconds / costs[0].seconds, 1.3);
+    good = report("  peak memory (64 MiB and 32 bytes a record)",
+               static_cast<double>(costs[1].peakBytes) / mebi,
+               64 + 32 * static_cast<double>(size.messages) / mebi, "MiB")
+        && good;
+
+    damageAllFiles(scene);
+    const Cost damaged = inChild([&] { return check(scene, size.messages, false); });
+    std::cout << "  with every record changed: " << damaged.seconds / costs[0].seconds
+              << " times a full export, " << static_cast<double>(damaged.peakBytes) / mebi
+              << " MiB\n";
+    return good || quick ? 0 : 1; // a small sample proves nothing about speed
+}
