@@ -116,6 +116,8 @@ private:
                     readDatabase(each, visit, first);
                     first = false;
                 },
+            .expectedCount
+            = each.chat ? static_cast<std::size_t>(each.chat->messageCount) : std::size_t{0},
             .lastRowID = each.lastRowID,
             .onLine = [this] { tick(); }});
     }

@@ -6,6 +6,12 @@
 
 namespace korvane {
 
+void ExpectedRecords::reserve(std::size_t count)
+{
+    m_entries.reserve(count);
+    m_taken.reserve(count);
+}
+
 void ExpectedRecords::add(std::int64_t rowID, std::string_view line)
 {
     m_entries.push_back({rowID, std::hash<std::string_view>()(line)});

@@ -13,6 +13,8 @@ namespace korvane {
 /// with its file. Used by one thread at a time.
 class ExpectedRecords {
 public:
+    void reserve(std::size_t count);
+
     /// Adds a record in the order of the database. Not after the first withLine() or withRowID().
     void add(std::int64_t rowID, std::string_view line);
 

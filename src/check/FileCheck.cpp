@@ -39,6 +39,7 @@ public:
 
     RecordCounts counts()
     {
+        m_expected.reserve(m_check.expectedCount);
         m_check.expected(
             [this](std::int64_t rowID, std::string_view line) { m_expected.add(rowID, line); });
         if (m_check.file)

@@ -2,6 +2,7 @@
 
 #include "check/RecordCounts.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -22,6 +23,7 @@ struct FileCheck {
     std::string guid; ///< of the chat
     const FileReader* file = nullptr; ///< null if the chat has no file
     ExpectedLines expected;
+    std::size_t expectedCount = 0; ///< about how many; saves memory if it is right
     /// The last exported row. Absent if the state does not know the chat: then everything up to
     /// the highest row id of the file counts as exported.
     std::optional<std::int64_t> lastRowID;
