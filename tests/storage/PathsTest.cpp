@@ -132,6 +132,18 @@ private slots:
         QVERIFY(fs::is_empty(Paths::support().path()));
     }
 
+    void askingWhetherItExistsCreatesNothing()
+    {
+        QVERIFY(!Paths::support().exists());
+        QVERIFY(!fs::exists(m_data / "KorvaneSync"));
+        write(m_data / "QuorvishSync/state.json");
+        QVERIFY(Paths::support().exists());
+        QVERIFY(!fs::exists(m_data / "KorvaneSync"));
+        fs::remove_all(m_data / "QuorvishSync");
+        write(m_data / "KorvaneSync/state.json");
+        QVERIFY(Paths::support().exists());
+    }
+
     void existingFolderKeepsItsFiles()
     {
         write(m_data / "KorvaneSync/state.json");
