@@ -66,11 +66,13 @@ private:
 
     void addLine(std::string_view line, bool hasLineFeed, std::int64_t offset)
     {
-        if (!hasLineFeed)
-            m_counts.torn += 1;
-        else if (const auto expected = m_expected.withLine(line))
+        const auto expected = hasLineFeed ? m_expected.withLine(line) : std::nullopt;
+        if (expected) {
             addRecord(*expected);
-        else if (const auto record = Record::fromLine(line))
+            return;
+        }
+        const auto record = hasLineFeed ? Record::fromLine(line) : std::nullopt;
+        if (record)
             addDiffering(*record, {.offset = offset, .length = line.size()});
         else
             m_counts.torn += 1;

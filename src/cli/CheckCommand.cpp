@@ -153,6 +153,9 @@ private:
             m_console.complain(error);
         for (const std::string& hint : hintsAbout(result))
             m_console.complain(hint);
+        if (!result.isWhole() && Journal::isPending(m_support))
+            m_console.complain("The last export was killed. The next one, or check --repair, first "
+                               "undoes what it left unfinished, which may be the cause.");
         return result.isWhole() ? ExitCode::success : ExitCode::failure;
     }
 

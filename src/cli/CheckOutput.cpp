@@ -73,6 +73,20 @@ std::int64_t damagedIn(const CheckResult& result)
         [](const ChatCheck& chat) { return !chat.isIntact(); });
 }
 
+/// What a repair made of a chat.
+std::string outcomeOf(const ChatCheck& chat)
+{
+    return chat.isIntact()
+        ? "Repaired " + chat.title + ": " + countOf(chat.counts.records, "message")
+        : "Could not repair " + chat.title;
+}
+
+std::string lineAbout(const KeptFile& kept)
+{
+    return "Kept " + countOf(kept.messages, "message") + " of " + kept.title
+        + " that Messages no longer has: " + kept.file;
+}
+
 std::string quotedText(const std::string& text)
 {
     return Json::quoted(repairedUtf8(text)); // paths and words of the user can be any bytes
@@ -114,9 +128,10 @@ std::string summaryOf(const CheckResult& result)
 {
     const std::int64_t damaged = damagedIn(result);
     std::string text = summary(static_cast<std::int64_t>(result.chats.size()) - damaged, damaged);
-    if (result.unfiled > 0)
+    if (result.unfiled > 0) {
         text += countOf(result.unfiled, "message") + (result.unfiled == 1 ? " belongs" : " belong")
             + " to no chat, so no file has " + (result.unfiled == 1 ? "it" : "them") + '\n';
+    }
     return text;
 }
 
@@ -149,18 +164,12 @@ std::string repairAsText(const CheckResult& result, const RepairReport& repair)
 {
     std::string text;
     for (const ChatCheck& chat : result.chats) {
-        const bool wasTried
-            = std::find(repair.guids.begin(), repair.guids.end(), chat.guid) != repair.guids.end();
-        if (wasTried)
-            text += printable(chat.isIntact() ? "Repaired " + chat.title + ": "
-                                + countOf(chat.counts.records, "message")
-                                              : "Could not repair " + chat.title)
-                + '\n';
+        const auto& tried = repair.guids;
+        if (std::find(tried.begin(), tried.end(), chat.guid) != tried.end())
+            text.append(printable(outcomeOf(chat))).append(1, '\n');
     }
     for (const KeptFile& kept : repair.kept)
-        text += printable("Kept " + countOf(kept.messages, "message") + " of " + kept.title
-                    + " that Messages no longer has: " + kept.file)
-            + '\n';
+        text.append(printable(lineAbout(kept))).append(1, '\n');
     return text;
 }
 
@@ -183,10 +192,11 @@ std::vector<std::string> hintsAbout(const CheckResult& result)
 {
     std::vector<std::string> hints;
     for (const ChatCheck& chat : result.chats) {
-        if (!chat.isIntact() && !chat.isInDatabase)
+        if (!chat.isIntact() && !chat.isInDatabase) {
             hints.push_back(chat.title
                 + ": Messages no longer has this chat, so its file can't be repaired. It stays as "
                   "it is.");
+        }
     }
     return hints;
 }

@@ -158,6 +158,12 @@ void Journal::restore(const FileChange& change) const
         Files::flush(file);
 }
 
+bool Journal::isPending(const SupportFolder& support)
+{
+    std::error_code ignored;
+    return support.exists() && fs::exists(support.file(journalFile), ignored);
+}
+
 void Journal::recover(const SupportFolder& support)
 {
     const fs::path file = support.file(journalFile);

@@ -57,6 +57,9 @@ public:
     /// it returns.
     void undo(const FileChange& change) const;
 
+    /// Whether there is a journal: the last run was killed, and the next one undoes what it left.
+    static bool isPending(const SupportFolder& support);
+
     /// Thrown by recover(). The text says what the user can do.
     struct CannotRecover : std::runtime_error {
         using std::runtime_error::runtime_error;

@@ -163,7 +163,8 @@ private slots:
         int intact = 0;
         for (int i = 0; i < 1000; ++i) {
             std::string bytes = all;
-            bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
+            char& byte = bytes[random() % bytes.size()];
+            byte = static_cast<char>(byte ^ static_cast<char>(1 + random() % 255));
             const RecordCounts counts = countsOf(bytes, 4);
             intact += counts.areIntact() ? 1 : 0;
             QVERIFY2(!counts.areIntact() || withoutNames(bytes) == withoutNames(all),

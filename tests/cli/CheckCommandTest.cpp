@@ -2,6 +2,7 @@
 
 #include "cli/CommandLine.h"
 #include "cli/Console.h"
+#include "export/Journal.h"
 #include "storage/SupportLock.h"
 #include "support/Printing.h"
 #include "support/TestDatabase.h"
@@ -9,9 +10,16 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 using namespace korvane;
 namespace fs = std::filesystem;
@@ -411,6 +419,48 @@ private slots:
         QVERIFY2(outcome.out.ends_with("Could not repair Ann\n1 chat is intact, 1 is not\n"),
             outcome.out.c_str());
         QCOMPARE(contentsOf(annsFile()), old);
+    }
+
+    void killedExportIsMentionedAndUndoneByARepair()
+    {
+        exportAll();
+        const std::string old = contentsOf(annsFile());
+        const std::string name = fs::path(annsFile()).filename().string();
+        const Journal journal(m_terminal->exports(), SupportFolder(m_terminal->support()));
+        journal.write({{name, old.size(), ""}});
+        append(annsFile(), "torn");
+        const Outcome outcome = check();
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.starts_with("korvane-sync: The last export was killed. "),
+            outcome.err.c_str());
+        QVERIFY(contentsOf(annsFile()) != old);
+
+        const Outcome repair = check({"--repair"});
+        QCOMPARE(repair.code, 0);
+        QCOMPARE(repair.err, std::string());
+        QCOMPARE(repair.out, std::string("2 chats are intact\n"));
+        QCOMPARE(contentsOf(annsFile()), old);
+    }
+
+    void interruptionEndsTheCheck()
+    {
+        exportAll();
+        const std::string pipe = m_terminal->home() + "/contacts";
+        QCOMPARE(::mkfifo(pipe.c_str(), 0600), 0);
+        const int end = ::open(pipe.c_str(), O_RDWR);
+        const std::string card = "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann\nTEL:+15550100\nEND:VCARD\n";
+        QCOMPARE(::write(end, card.data(), card.size()), static_cast<ssize_t>(card.size()));
+        std::thread user([end] {
+            for (int unread = 1; unread > 0;) // until the check reads its contacts
+                ::ioctl(end, FIONREAD, &unread);
+            std::raise(SIGINT);
+            ::close(end);
+        });
+        const Outcome outcome = check({"--contacts", pipe});
+        user.join();
+        QCOMPARE(outcome.code, 130);
+        QCOMPARE(outcome.err, std::string("korvane-sync: The check was interrupted.\n"));
+        QCOMPARE(outcome.out, std::string());
     }
 
 private:
