@@ -49,7 +49,7 @@ double namesFrom(std::unique_ptr<ContactSource> source, int contacts)
     ContactSources sources;
     sources.push_back(std::move(source));
     return secondsOfEach([&] {
-        const ContactNames names = ContactNames::load(sources);
+        const ContactNames names = ContactNames::load(sources).names;
         require(names.map.size() == std::size_t(2) * contacts, "names are missing");
     });
 }

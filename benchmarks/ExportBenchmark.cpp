@@ -71,7 +71,7 @@ ContactNames names(const Scene& scene)
 {
     ContactSources sources;
     sources.push_back(std::make_unique<VCardSource>(scene.contacts));
-    return ContactNames::load(sources);
+    return ContactNames::load(sources).names;
 }
 
 SupportFolder supportOf(const Scene& scene)

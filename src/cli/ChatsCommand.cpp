@@ -58,7 +58,11 @@ std::string chatJson(const ChatInfo& chat, const ContactNames& names)
 int runChats(const ChatsOptions& options, const Console& console)
 {
     const std::vector<ChatInfo> chats = readChats(options.sources);
-    const ContactNames names = readNames(options.sources);
+    const LoadedNames loaded = loadNames(options.sources, promptOn(console));
+    if (loaded.isUnanswered())
+        console.complain(
+            "Some names may be missing: " + loaded.reading.silent + " does not answer.");
+    const ContactNames& names = loaded.names;
     const auto toJson = [&names](const ChatInfo& chat) { return chatJson(chat, names); };
     console.out << (options.json ? Json::array(chats, toJson) + '\n' : table(chats, names));
     return ExitCode::success;

@@ -117,7 +117,8 @@ private:
             ->capture_default_str();
         command
             .add_option("--contacts", sources.contacts,
-                "A vCard file, or a folder of them, with the names to use")
+                "A vCard file, or a folder of them, with the names to use; \"none\" for bare "
+                "numbers")
             ->type_name("PATH")
             ->check(notEmpty);
     }

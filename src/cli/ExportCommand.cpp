@@ -118,7 +118,8 @@ private:
         const SupportLock lock(m_support);
         const ChatSelection selection = chosenChats(m_options);
         if (!m_names || !contactsArePipe(m_options.sources))
-            m_names = readNames(m_options.sources);
+            m_names = readNames(m_options.sources,
+                promptOn(m_console, [this] { return m_interruption.requested(); }));
         m_begun = true;
         SyncResult result = syncWithProgress(selection.chats, *m_names, m_options.folder, m_support,
             m_options.sources.database, m_interruption, m_console);

@@ -1,6 +1,6 @@
 #include "cli/Sources.h"
 
-#include "contacts/ContactNames.h"
+#include "cli/Console.h"
 #include "contacts/VCardSource.h"
 #include "messages/DatabaseFault.h"
 
@@ -38,14 +38,41 @@ std::vector<ChatInfo> readChats(const Sources& sources)
     }
 }
 
-ContactNames readNames(const Sources& sources)
+LoadedNames loadNames(const Sources& sources, const AccessPrompt& prompt)
 {
     if (!sources.contacts)
-        return ContactNames::load();
-    auto names = ContactNames::loadChosen(VCardSource(*sources.contacts));
-    if (!names)
+        return ContactNames::load(prompt);
+    if (*sources.contacts == Sources::noContacts)
+        return {};
+    ContactSources chosen;
+    chosen.push_back(std::make_unique<VCardSource>(*sources.contacts));
+    LoadedNames loaded = ContactNames::load(chosen);
+    // The path is probably wrong or unreadable, and an export without names would rename every
+    // chat.
+    if (loaded.contacts == 0)
         throw std::runtime_error(*sources.contacts + ": There are no contacts here.");
-    return std::move(*names);
+    return loaded;
+}
+
+ContactNames readNames(const Sources& sources, const AccessPrompt& prompt)
+{
+    LoadedNames loaded = loadNames(sources, prompt);
+    if (loaded.isUnanswered())
+        throw std::runtime_error("The contacts cannot be read completely: " + loaded.reading.silent
+            + " does not answer. Without their names, files would be begun "
+              "anew. Try again, name other contacts with --contacts FILE, or write bare numbers "
+              "with --contacts none.");
+    return std::move(loaded.names);
+}
+
+AccessPrompt promptOn(const Console& console, std::function<bool()> isCancelled)
+{
+    return {.onOpen =
+                [&console] {
+                    console.complain("The system asks whether this program may read your contacts. "
+                                     "Waiting for your answer.");
+                },
+        .isCancelled = std::move(isCancelled)};
 }
 
 ChatSelection selectChats(std::vector<ChatInfo> all, const std::vector<std::string>& guids)

@@ -1,21 +1,29 @@
 #pragma once
 
+#include "contacts/ContactNames.h"
 #include "messages/MessagesDB.h"
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace korvane {
 
-class ContactNames;
+struct Console;
 struct DatabaseFault;
 
 /// The database and the contacts that a command works on.
 struct Sources {
     std::string database = MessagesDB::path();
-    std::optional<std::string> contacts; ///< a vCard file, pipe or folder; absent: the platform's
+
+    /// A vCard file, pipe or folder, or `noContacts`; absent: the platform's.
+    std::optional<std::string> contacts;
+
+    /// Stands for no contacts at all. A file of this name is "./none".
+    static constexpr std::string_view noContacts = "none";
 
     bool operator==(const Sources&) const = default;
 };
@@ -24,9 +32,17 @@ struct Sources {
 /// database cannot be opened, the exception is an UnreadableDatabase.
 std::vector<ChatInfo> readChats(const Sources& sources);
 
-/// The names from the contacts. Throws std::runtime_error if `sources` names a path and no contact
-/// can be read there.
-ContactNames readNames(const Sources& sources);
+/// The names from the contacts, which may not be all: see LoadedNames. Throws std::runtime_error if
+/// `sources` names a path and no contact can be read there.
+LoadedNames loadNames(const Sources& sources, const AccessPrompt& prompt = {});
+
+/// The names from the contacts. Throws std::runtime_error, with the ways on in its text, if they do
+/// not answer: chats would lose their names, and their files would be started from scratch, now and
+/// again when the names are back.
+ContactNames readNames(const Sources& sources, const AccessPrompt& prompt = {});
+
+/// Says on `console` that the system asks the user for access.
+AccessPrompt promptOn(const Console& console, std::function<bool()> isCancelled = {});
 
 /// The chats with the given guids, in the order of `all`, and the guids that no chat has.
 struct ChatSelection {

@@ -138,7 +138,8 @@ private:
     {
         const SupportLock lock(m_support);
         const ChatInfo chat = chosenChat(m_options);
-        const ContactNames names = readNames(m_options.sources);
+        const ContactNames names = readNames(
+            m_options.sources, promptOn(m_console, [this] { return m_interruption.requested(); }));
         m_title = Exporter::title(chat, names);
         const SyncResult result = syncWithProgress({chat}, names, m_options.folder, m_support,
             m_options.sources.database, m_interruption, m_console);

@@ -1,6 +1,5 @@
 #include "contacts/ContactNames.h"
 
-#include "contacts/ContactSource.h"
 #include "text/Ascii.h"
 #include "text/Utf8.h"
 
@@ -9,8 +8,6 @@
 #include <unicode/uchar.h>
 
 #include <array>
-#include <exception>
-#include <utility>
 
 namespace korvane {
 
@@ -72,41 +69,23 @@ void enter(const Contact& contact, ContactNames& names)
         names.map[ContactNames::normalize(address)] = name;
 }
 
-/// Enters the contacts of a source until it ends or fails. Returns the number of contacts visited,
-/// including those without a name.
-std::size_t enterAll(const ContactSource& source, ContactNames& names)
-{
-    std::size_t count = 0;
-    try {
-        source.forEachContact([&](const Contact& contact) {
-            enter(contact, names);
-            ++count;
-        });
-    } catch (const std::exception&) {
-        return count; // keep what was entered so far
-    }
-    return count;
-}
-
 } // namespace
 
-ContactNames ContactNames::load(const ContactSources& sources)
+LoadedNames ContactNames::load(const ContactSources& sources)
 {
-    ContactNames names;
-    for (const auto& source : sources)
-        enterAll(*source, names);
-    return names;
+    LoadedNames loaded;
+    for (const auto& source : sources) {
+        loaded.reading.add(source->forEachContact([&loaded](const Contact& contact) {
+            enter(contact, loaded.names);
+            ++loaded.contacts;
+        }));
+    }
+    return loaded;
 }
 
-std::optional<ContactNames> ContactNames::loadChosen(const ContactSource& source)
+LoadedNames ContactNames::load(const AccessPrompt& prompt)
 {
-    ContactNames names;
-    return enterAll(source, names) > 0 ? std::optional(std::move(names)) : std::nullopt;
-}
-
-ContactNames ContactNames::load()
-{
-    return load(platformContactSources());
+    return load(platformContactSources(prompt));
 }
 
 const std::string* ContactNames::find(std::string_view handle) const

@@ -1,33 +1,29 @@
 #pragma once
 
-#include <memory>
-#include <optional>
+#include "contacts/ContactSource.h"
+
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 namespace korvane {
 
-class ContactSource;
+struct LoadedNames;
 
 /// Maps phone numbers and e-mail addresses to the names of the user's contacts. A plain value,
-/// built once by load() or loadChosen() and not changed afterwards.
+/// built once by load() and not changed afterwards.
 struct ContactNames {
     /// From normalised handle to display name. Empty if no contacts are available.
     std::unordered_map<std::string, std::string> map;
 
-    /// Reads all `sources` in order. A later contact replaces an earlier one with the same key.
-    /// Does not throw when a source fails: the contacts read until then are kept. Blocks while it
-    /// reads, so the window calls it on a worker thread.
-    static ContactNames load(const std::vector<std::unique_ptr<ContactSource>>& sources);
+    /// Reads all `sources` in order. A later contact replaces an earlier one with the same key. If
+    /// a source does not answer, the contacts read until then are kept, and the others are read.
+    /// Blocks while it reads, so the window calls it on a worker thread.
+    static LoadedNames load(const ContactSources& sources);
 
     /// The same with platformContactSources().
-    static ContactNames load();
-
-    /// Reads one source that the user named. Absent if it yields no contact at all: then its path
-    /// is probably wrong or unreadable, and an export without names would rename every chat.
-    static std::optional<ContactNames> loadChosen(const ContactSource& source);
+    static LoadedNames load(const AccessPrompt& prompt = {});
 
     /// The name for `handle`, or the handle itself if there is none.
     std::string name(std::string_view handle) const;
@@ -44,6 +40,18 @@ struct ContactNames {
     static std::string normalize(std::string_view handle);
 
     bool operator==(const ContactNames&) const = default;
+};
+
+/// Names, and whether they are all. An export with the names of an Unanswered reading would rename
+/// the chats whose names are not among them.
+struct LoadedNames {
+    ContactNames names{};
+    ContactReading reading{};
+    std::size_t contacts = 0; ///< visited, including those without a name
+
+    bool isUnanswered() const { return reading.outcome == ContactOutcome::Unanswered; }
+
+    bool operator==(const LoadedNames&) const = default;
 };
 
 } // namespace korvane

@@ -17,8 +17,8 @@ std::unique_ptr<ContactSource> folder(const QString& path)
 } // namespace
 
 /// The desktop's store, then the folders in which address-book tools keep one card file for each
-/// contact or address book.
-ContactSources platformContactSources()
+/// contact or address book. None of them asks for access.
+ContactSources platformContactSources(const AccessPrompt&)
 {
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     ContactSources sources;

@@ -4,10 +4,10 @@
 namespace korvane {
 
 /// The user's contacts in the system's own store.
-ContactSources platformContactSources()
+ContactSources platformContactSources(const AccessPrompt& prompt)
 {
     ContactSources sources;
-    sources.push_back(std::make_unique<ContactsFrameworkSource>());
+    sources.push_back(std::make_unique<ContactsFrameworkSource>(prompt));
     return sources;
 }
 

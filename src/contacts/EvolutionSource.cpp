@@ -25,6 +25,7 @@ constexpr char everyContact[] = "(contains \"x-evolution-any-field\" \"\")";
 struct DataSource {
     bool isBook = false;
     bool isEnabled = true;
+    QString name;
     QString parent;
 };
 
@@ -63,6 +64,8 @@ DataSource parsedSource(const QString& keyFile)
             group = line;
         else if (group == u"[Data Source]" && line.startsWith(u"Enabled="))
             source.isEnabled = line != u"Enabled=false";
+        else if (group == u"[Data Source]" && line.startsWith(u"DisplayName="))
+            source.name = line.mid(line.indexOf(u'=') + 1).toString();
         else if (group == u"[Data Source]" && line.startsWith(u"Parent="))
             source.parent = line.mid(line.indexOf(u'=') + 1).toString();
         source.isBook = source.isBook || group == u"[Address Book]";
@@ -94,6 +97,12 @@ bool isSwitchedOn(const DataSources& sources, QString identifier)
     return true;
 }
 
+/// An address book.
+struct Book {
+    QString identifier; ///< its UID
+    QString name; ///< as the user named it
+};
+
 /// A client of Evolution Data Server on the session bus. One service lists the user's data sources,
 /// another opens the address books among them. All methods throw SessionBusError. `cards` may be
 /// called by several threads at once.
@@ -106,8 +115,8 @@ public:
     /// Looks up the two services. `bus` must outlive this object.
     explicit EvolutionStore(const SessionBus& bus);
 
-    /// The UIDs of the enabled address books, in ascending order.
-    QStringList books() const;
+    /// The enabled address books, in ascending order of their UIDs.
+    std::vector<Book> books() const;
 
     /// The cards of one book as vCard texts, including distribution lists.
     ///
@@ -116,6 +125,8 @@ public:
     QStringList cards(const QString& book) const;
 
 private:
+    QVariantList placeOf(const QString& book) const;
+
     const SessionBus& m_bus;
     QString m_sources;
     QString m_factory;
@@ -128,30 +139,51 @@ EvolutionStore::EvolutionStore(const SessionBus& bus) : m_bus(bus)
     m_sources = highestNumbered(names, qualified(QStringLiteral("Sources")));
     m_factory = highestNumbered(names, qualified(QStringLiteral("AddressBook")));
     if (m_sources.isEmpty() || m_factory.isEmpty())
-        throw SessionBusError("no Evolution Data Server");
+        throw NoSuchService("no Evolution Data Server");
 }
 
-QStringList EvolutionStore::books() const
+std::vector<Book> EvolutionStore::books() const
 {
     const SessionBusMethod method{m_sources,
         QStringLiteral("/org/gnome/evolution/dataserver/SourceManager"),
         QStringLiteral("org.freedesktop.DBus.ObjectManager"), QStringLiteral("GetManagedObjects")};
     const DataSources sources
         = dataSources(m_bus.call(method, QStringLiteral("a{oa{sa{sv}}}")).constFirst());
-    QStringList books;
+    std::vector<Book> books;
     for (auto source = sources.begin(); source != sources.end(); ++source) {
         if (source->isBook && isSwitchedOn(sources, source.key()))
-            books.append(source.key());
+            books.push_back({source.key(), source->name});
     }
     return books;
 }
 
-QStringList EvolutionStore::cards(const QString& book) const
+/// Whether the store cannot have this book: it has been deleted, or its backend is not installed.
+/// GLib makes up these names from its errors "not found" and "not supported".
+bool saysThatThereIsNone(const QString& error)
 {
+    return error
+        == QStringLiteral("org.gtk.GDBus.UnmappedGError.Quark._g_2dio_2derror_2dquark.Code1")
+        || error
+        == QStringLiteral("org.gtk.GDBus.UnmappedGError.Quark._g_2dio_2derror_2dquark.Code15");
+}
+
+/// The service and the path of the book, which has yet to be opened. Throws NoSuchService if the
+/// store cannot have it.
+QVariantList EvolutionStore::placeOf(const QString& book) const
+try {
     const SessionBusMethod openBook{m_factory,
         QStringLiteral("/org/gnome/evolution/dataserver/AddressBookFactory"),
         qualified(QStringLiteral("AddressBookFactory")), QStringLiteral("OpenAddressBook")};
-    const QVariantList place = m_bus.call(openBook, QStringLiteral("ss"), {book});
+    return m_bus.call(openBook, QStringLiteral("ss"), {book});
+} catch (const SessionBusError& error) {
+    if (saysThatThereIsNone(error.name()))
+        throw NoSuchService(error.what());
+    throw;
+}
+
+QStringList EvolutionStore::cards(const QString& book) const
+{
+    const QVariantList place = placeOf(book);
     SessionBusMethod method{place[1].toString(), place[0].toString(),
         qualified(QStringLiteral("AddressBook")), QStringLiteral("Open")};
     m_bus.call(method, {});
@@ -161,41 +193,62 @@ QStringList EvolutionStore::cards(const QString& book) const
         .toStringList();
 }
 
-using Cards = std::future<QStringList>;
+/// The cards of a book that are being fetched.
+struct Fetch {
+    std::string book; ///< its name, for people
+    std::future<QStringList> cards;
+};
 
 /// Starts fetching the cards of all books, each on a thread of its own. `store` must outlive the
 /// result.
-std::vector<Cards> fetchBooks(const EvolutionStore& store)
+std::vector<Fetch> fetchBooks(const EvolutionStore& store)
 {
-    std::vector<Cards> books;
-    for (const QString& book : store.books()) {
-        books.push_back(
-            std::async(std::launch::async, [&store, book] { return store.cards(book); }));
+    std::vector<Fetch> fetches;
+    for (const Book& book : store.books()) {
+        fetches.push_back({"the address book \"" + book.name.toStdString() + '"',
+            std::async(std::launch::async,
+                [&store, identifier = book.identifier] { return store.cards(identifier); })});
     }
-    return books;
+    return fetches;
 }
 
-/// Waits for the cards of a book. Empty if the book cannot be read.
-QStringList cardsOf(Cards& book)
+/// Calls `read`, which may throw SessionBusError. `place` is what does not answer then.
+template <typename Read>
+ContactReading outcomeOf(const std::string& place, const Read& read)
 {
     try {
-        return book.get();
+        read();
+        return {.outcome = ContactOutcome::Complete};
+    } catch (const NoSuchService&) {
+        return {.outcome = ContactOutcome::Missing};
     } catch (const SessionBusError&) {
-        return {};
+        return {.outcome = ContactOutcome::Unanswered, .silent = place};
     }
+}
+
+/// Waits for the cards of a book and passes their contacts to `visit`.
+ContactReading readBook(Fetch& fetch, const ContactSource::Visitor& visit)
+{
+    return outcomeOf(fetch.book, [&] {
+        for (const QString& card : fetch.cards.get())
+            readVCards(card.toStdString(), visit);
+    });
 }
 
 } // namespace
 
-void EvolutionSource::forEachContact(const Visitor& visit) const
+ContactReading EvolutionSource::forEachContact(const Visitor& visit) const
 {
-    const SessionBus bus{QDeadlineTimer(timeout)};
-    const EvolutionStore store(bus);
-    std::vector<Cards> books = fetchBooks(store);
-    for (Cards& book : books) {
-        for (const QString& card : cardsOf(book))
-            readVCards(card.toStdString(), visit);
-    }
+    ContactReading books;
+    const ContactReading store = outcomeOf("Evolution Data Server", [&] {
+        const SessionBus bus{QDeadlineTimer(timeout)};
+        const EvolutionStore client(bus);
+        std::vector<Fetch> fetches = fetchBooks(client);
+        for (Fetch& fetch : fetches)
+            books.add(readBook(fetch, visit));
+    });
+    books.add(store);
+    return books;
 }
 
 } // namespace korvane

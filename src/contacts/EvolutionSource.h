@@ -11,15 +11,16 @@ namespace korvane {
 ///
 /// Blocks the calling thread, which needs no event loop, for at most `timeout` plus the time to
 /// parse the cards received. Queries all books in parallel, so a slow one, such as a book on a
-/// remote server, does not delay the others. Skips a book that fails.
+/// remote server, does not delay the others. A book that fails or does not answer in time makes the
+/// outcome Unanswered, unless it does not exist any longer or has a backend that is not installed.
 class EvolutionSource : public ContactSource {
 public:
     /// The deadline for all calls to the store together. Leaves half a second of three seconds for
     /// the rest of the work.
     static constexpr std::chrono::milliseconds timeout{2500};
 
-    /// Throws SessionBusError if there is no store or it does not answer.
-    void forEachContact(const Visitor& visit) const override;
+    /// Missing without a message bus or without the store on it.
+    ContactReading forEachContact(const Visitor& visit) const override;
 };
 
 } // namespace korvane

@@ -26,6 +26,10 @@ SessionBus::SessionBus(QDeadlineTimer deadline)
     : m_deadline(deadline)
     , m_connection(QDBusConnection::connectToPeer(busAddress(), QUuid::createUuid().toString()))
 {
+    if (!m_connection.isConnected()) {
+        disconnect();
+        throw NoSuchService("no message bus");
+    }
     try {
         call(method(QStringLiteral("Hello")), QStringLiteral("s"));
     } catch (const SessionBusError&) {
@@ -62,7 +66,7 @@ QVariantList SessionBus::call(
     const QDBusMessage reply
         = m_connection.call(message, QDBus::Block, static_cast<int>(remaining));
     if (reply.type() != QDBusMessage::ReplyMessage || !reply.signature().startsWith(signature))
-        throw SessionBusError(reply.errorMessage().toStdString());
+        throw SessionBusError(reply.errorMessage().toStdString(), reply.errorName());
     return reply.arguments();
 }
 

@@ -6,13 +6,30 @@
 #include <QVariantList>
 
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace korvane {
 
 /// A failed D-Bus call: no bus, no such service, an error or unexpected reply, or a timeout.
 class SessionBusError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit SessionBusError(const std::string& text, QString name = {})
+        : std::runtime_error(text)
+        , m_name(std::move(name))
+    {
+    }
+
+    const QString& name() const { return m_name; } ///< of the error on D-Bus; may be empty
+
+private:
+    QString m_name;
+};
+
+/// There is no bus or no such service, so no answer can come.
+class NoSuchService : public SessionBusError {
+public:
+    using SessionBusError::SessionBusError;
 };
 
 /// The full address of a D-Bus method.
@@ -28,7 +45,8 @@ struct SessionBusMethod {
 /// is not running. `call` may be used by several threads at once.
 class SessionBus {
 public:
-    /// Throws SessionBusError if there is no bus or it does not answer before the deadline.
+    /// Throws NoSuchService if there is no bus, and SessionBusError if it does not answer before
+    /// the deadline.
     explicit SessionBus(QDeadlineTimer deadline);
     ~SessionBus();
     SessionBus(const SessionBus&) = delete;

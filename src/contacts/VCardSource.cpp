@@ -38,11 +38,36 @@ bool isCardFile(const fs::path& path)
     return equalIgnoringCase(extension, ".vcf") || equalIgnoringCase(extension, ".vcard");
 }
 
+/// Whether the error means that there is no file or folder at a path.
+bool isAbsence(const std::error_code& error)
+{
+    return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory
+        || error == std::errc::too_many_symbolic_link_levels
+        || error == std::errc::filename_too_long;
+}
+
+/// The outcome for a file or folder with this error. What is neither absence nor denial may pass,
+/// like that of a network drive that does not answer.
+ContactReading readingOf(const fs::path& path, const std::error_code& error)
+{
+    if (!error)
+        return {.outcome = ContactOutcome::Complete};
+    if (isAbsence(error))
+        return {.outcome = ContactOutcome::Missing};
+    if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted)
+        return {.outcome = ContactOutcome::Denied};
+    return {.outcome = ContactOutcome::Unanswered, .silent = path.string()};
+}
+
+std::error_code lastError()
+{
+    return {errno, std::generic_category()};
+}
+
 /// The entries of a folder, sorted by name. On an error, those that were read until then.
-std::vector<fs::directory_entry> entriesOf(const fs::path& folder)
+std::vector<fs::directory_entry> entriesOf(const fs::path& folder, std::error_code& error)
 {
     std::vector<fs::directory_entry> entries;
-    std::error_code error;
     fs::directory_iterator next(folder, error);
     while (!error && next != fs::directory_iterator()) {
         entries.push_back(*next);
@@ -61,32 +86,46 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-/// Opens regular files only: file_size() fails for any other kind.
-void readFile(const fs::path& path, const ContactSource::Visitor& visit)
+/// The file's bytes; those read until then on an error.
+std::string contentsOf(const fs::path& path, std::size_t size, std::error_code& error)
 {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(path, error);
-    if (error || size > largestFile)
-        return;
+    std::string bytes(size, '\0');
     const File file(std::fopen(path.c_str(), "rb"));
-    if (!file)
-        return;
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file.get()));
-    readVCards(std::move(bytes), visit);
+    const std::size_t count = file ? std::fread(bytes.data(), 1, size, file.get()) : 0;
+    if (!file || std::ferror(file.get()))
+        error = lastError();
+    bytes.resize(count);
+    return bytes;
 }
 
-void readFolder(const fs::path& folder, const ContactSource::Visitor& visit)
+/// Opens regular files only.
+ContactReading readFile(const fs::path& path, const ContactSource::Visitor& visit)
 {
-    for (const fs::directory_entry& entry : entriesOf(folder)) {
+    std::error_code error;
+    if (!fs::is_regular_file(path, error))
+        return error ? readingOf(path, error) : ContactReading();
+    const std::uintmax_t size = fs::file_size(path, error);
+    if (error || size > largestFile)
+        return readingOf(path, error);
+    readVCards(contentsOf(path, static_cast<std::size_t>(size), error), visit);
+    return readingOf(path, error);
+}
+
+ContactReading readFolder(const fs::path& folder, const ContactSource::Visitor& visit)
+{
+    std::error_code error;
+    const std::vector<fs::directory_entry> entries = entriesOf(folder, error);
+    ContactReading reading = readingOf(folder, error);
+    for (const fs::directory_entry& entry : entries) {
         std::error_code ignored;
         if (isLeftOut(entry.path()))
             continue;
         if (entry.is_directory(ignored) && !entry.is_symlink(ignored))
-            readFolder(entry.path(), visit);
+            reading.add(readFolder(entry.path(), visit));
         else if (isCardFile(entry.path()))
-            readFile(entry.path(), visit);
+            reading.add(readFile(entry.path(), visit));
     }
+    return reading;
 }
 
 /// Waits until a pipe has bytes or its last writer has closed it. False if a signal interrupts.
@@ -117,28 +156,31 @@ std::optional<std::string> readToEnd(int pipe)
 }
 
 /// Uses O_NONBLOCK because open() would otherwise block until a writer opens the pipe.
-void readPipe(const fs::path& path, const ContactSource::Visitor& visit)
+ContactReading readPipe(const fs::path& path, const ContactSource::Visitor& visit)
 {
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const File pipe(descriptor < 0 ? nullptr : ::fdopen(descriptor, "rb"));
-    auto bytes = pipe ? readToEnd(descriptor) : std::nullopt;
-    if (bytes)
-        readVCards(std::move(*bytes), visit);
+    if (!pipe)
+        return readingOf(path, lastError());
+    auto bytes = readToEnd(descriptor);
+    if (!bytes)
+        return {.outcome = ContactOutcome::Unanswered, .silent = path.string()};
+    readVCards(std::move(*bytes), visit);
+    return {.outcome = ContactOutcome::Complete};
 }
 
 } // namespace
 
 VCardSource::VCardSource(fs::path fileOrFolder) : m_path(std::move(fileOrFolder)) { }
 
-void VCardSource::forEachContact(const Visitor& visit) const
+ContactReading VCardSource::forEachContact(const Visitor& visit) const
 {
     std::error_code ignored;
     if (fs::is_directory(m_path, ignored))
-        readFolder(m_path, visit);
-    else if (fs::is_fifo(m_path, ignored))
-        readPipe(m_path, visit);
-    else
-        readFile(m_path, visit);
+        return readFolder(m_path, visit);
+    if (fs::is_fifo(m_path, ignored))
+        return readPipe(m_path, visit);
+    return readFile(m_path, visit);
 }
 
 } // namespace korvane

@@ -26,8 +26,9 @@ struct AppEnvironment {
     SupportFolder support; ///< has no default: main() determines it
     std::string database = MessagesDB::path();
 
-    /// Called on the worker thread.
-    std::function<ContactNames()> loadNames = [] { return ContactNames::load(); };
+    /// Called on the worker thread, and so are the functions of the prompt.
+    std::function<LoadedNames(const AccessPrompt&)> loadNames
+        = [](const AccessPrompt& prompt) { return ContactNames::load(prompt); };
 
     std::chrono::milliseconds autoSyncInterval = std::chrono::seconds(30);
     std::function<QTime()> timeOfDay = QTime::currentTime;

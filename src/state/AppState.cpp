@@ -30,6 +30,7 @@ struct AppState::Services {
 
     const AppEnvironment environment;
     ContactNames names;
+    std::optional<std::string> silent = ""; ///< what has not answered; absent after a complete read
     PhoneTransfer transfer;
     Settings settings;
     ExportJobs exports;
@@ -58,6 +59,12 @@ std::string summary(const SyncResult& result, QTime time)
     if (result.added == 0)
         return "Up to date · " + shown;
     return "Added " + std::to_string(result.added) + " messages · " + shown;
+}
+
+/// The status line as long as the contacts have never been read completely.
+std::string noNamesText(const std::string& silent)
+{
+    return "Nothing is exported until your contacts can be read: " + silent + " does not answer";
 }
 
 } // namespace
@@ -136,7 +143,12 @@ void AppState::setStatus(std::string status)
 
 void AppState::start()
 {
-    loadNames([this] { reloadChats([this] { scheduleAutoSync(); }); });
+    loadNamesAndChats([this] { scheduleAutoSync(); });
+}
+
+void AppState::loadNamesAndChats(const Done& done)
+{
+    loadNames([this, done] { reloadChats(done); });
 }
 
 void AppState::scheduleAutoSync()
@@ -148,27 +160,55 @@ void AppState::runAutoSync()
 {
     if (m_autoSync && !m_selected.empty() && !m_needsAccess)
         syncNow([this] { scheduleAutoSync(); });
+    else if (m_services->silent)
+        loadNamesAndChats([this] { scheduleAutoSync(); });
     else
         scheduleAutoSync();
 }
 
 void AppState::loadNames(const Done& done)
 {
-    runInBackground(m_services->environment.loadNames, [this, done](ContactNames names) {
-        m_services->names = std::move(names);
-        done();
-    });
+    runInBackground([load = m_services->environment.loadNames,
+                        prompt = accessPrompt()] { return load(prompt); },
+        [this, done](LoadedNames loaded) {
+            keep(std::move(loaded));
+            done();
+        });
+}
+
+/// The destructor of this object ends the wait for the user, and then the job, before the members
+/// are destroyed.
+AccessPrompt AppState::accessPrompt()
+{
+    const auto tell
+        = [this] { setStatus("Waiting for your answer: may Korvane Sync read your contacts?"); };
+    return {.onOpen = [this, tell] { QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection); },
+        .isCancelled = m_services->exports.isStopping()};
+}
+
+/// Keeps the names, unless they are incomplete and there are complete ones already. Incomplete ones
+/// are only for the list of chats.
+void AppState::keep(LoadedNames loaded)
+{
+    if (loaded.isUnanswered() && !m_services->silent)
+        return;
+    m_services->silent
+        = loaded.isUnanswered() ? std::optional(loaded.reading.silent) : std::nullopt;
+    m_services->names = std::move(loaded.names);
 }
 
 void AppState::reloadChats()
 {
-    reloadChats([] {});
+    if (isPreview())
+        return;
+    if (m_services->silent)
+        loadNamesAndChats([] {});
+    else
+        reloadChats([] {});
 }
 
 void AppState::reloadChats(const Done& done)
 {
-    if (isPreview())
-        return;
     runInBackground([database = m_services->environment.database] { return readChats(database); },
         [this, done](std::optional<std::vector<ChatInfo>> chats) {
             show(std::move(chats));
@@ -187,6 +227,8 @@ void AppState::show(std::optional<std::vector<ChatInfo>> chats)
     for (const ChatInfo& chat : m_chats)
         m_titles[chat.id] = Exporter::title(chat, m_services->names);
     emit chatsChanged();
+    if (m_services->silent)
+        return setStatus(noNamesText(*m_services->silent));
     setStatus(std::to_string(m_chats.size()) + " chats · " + std::to_string(m_selected.size())
         + " selected");
 }
@@ -261,13 +303,28 @@ void AppState::syncNow(const Done& done)
     }
     update(m_isSyncing, true, &AppState::isSyncingChanged);
     loadNames([this, chats = std::move(chats), done] {
-        const auto sync = m_services->exports.make(chats, m_services->names, m_outputFolder);
-        runInBackground(sync, [this, done](const SyncResult& result) {
-            update(m_isSyncing, false, &AppState::isSyncingChanged);
-            setStatus(summary(result, m_services->environment.timeOfDay()));
-            reloadChats(done);
-        });
+        if (m_services->silent)
+            giveUpExport(done);
+        else
+            exportSelected(chats, done);
     });
+}
+
+void AppState::exportSelected(const std::vector<ChatInfo>& chats, const Done& done)
+{
+    const auto sync = m_services->exports.make(chats, m_services->names, m_outputFolder);
+    runInBackground(sync, [this, done](const SyncResult& result) {
+        update(m_isSyncing, false, &AppState::isSyncingChanged);
+        setStatus(summary(result, m_services->environment.timeOfDay()));
+        reloadChats(done);
+    });
+}
+
+/// Ends an export for which there are no names. Reading the chats sets the status line.
+void AppState::giveUpExport(const Done& done)
+{
+    update(m_isSyncing, false, &AppState::isSyncingChanged);
+    reloadChats(done);
 }
 
 std::vector<ChatInfo> AppState::selectedChats() const
@@ -289,7 +346,12 @@ void AppState::prepareTransfer()
         return;
     update(m_isSyncing, true, &AppState::isSyncingChanged);
     update(m_transferQR, {}, &AppState::transferQRChanged);
-    loadNames([this, chat = chats.front()] { exportForTransfer(chat); });
+    loadNames([this, chat = chats.front()] {
+        if (m_services->silent)
+            giveUpExport([] {});
+        else
+            exportForTransfer(chat);
+    });
 }
 
 void AppState::exportForTransfer(const ChatInfo& chat)

@@ -17,7 +17,9 @@
 
 namespace korvane {
 
+struct AccessPrompt;
 struct AppEnvironment;
+struct LoadedNames;
 struct TransferFile;
 
 /// The model behind the window: the chats, the selection, the settings, the status line, the export
@@ -87,15 +89,19 @@ public:
     /// The export folder until the user chooses one.
     static std::filesystem::path defaultFolder();
 
-    /// Starts to read the list of chats again.
+    /// Starts to read the list of chats again, and before that the names, as long as these have
+    /// never been read completely.
     void reloadChats();
 
-    /// Starts to export the selected chats, and then to read the list of chats again. Does nothing
-    /// while an export is running.
+    /// Starts to read the names, to export the selected chats, and then to read the list of chats
+    /// again. Does nothing while an export is running. If the contacts do not answer, continues
+    /// with the names of the last complete read; without one exports nothing, and the status line
+    /// says so.
     void syncNow();
 
     /// Starts to export the one selected chat, and then shows a QR code with which a phone fetches
-    /// it. The status line reports failures. Does nothing while an export is running.
+    /// it. The status line reports failures. Does nothing while an export is running. Needs names
+    /// as syncNow() does.
     void prepareTransfer();
 
     /// Makes the QR code. Needs the exported file's name and the server's port; without them, or
@@ -132,6 +138,11 @@ private:
     void scheduleAutoSync();
     void runAutoSync();
     void loadNames(const Done& done);
+    void loadNamesAndChats(const Done& done);
+    AccessPrompt accessPrompt();
+    void keep(LoadedNames loaded);
+    void exportSelected(const std::vector<ChatInfo>& chats, const Done& done);
+    void giveUpExport(const Done& done);
     void reloadChats(const Done& done);
     void show(std::optional<std::vector<ChatInfo>> chats);
     void syncNow(const Done& done);

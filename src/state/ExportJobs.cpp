@@ -48,6 +48,11 @@ ExportJobs::Job ExportJobs::make(
         std::move(chats), std::move(names), std::move(folder), m_support, m_database, m_stopping};
 }
 
+std::function<bool()> ExportJobs::isStopping() const
+{
+    return [stopping = m_stopping] { return stopping->load(); };
+}
+
 void ExportJobs::setStopping(bool stopping)
 {
     *m_stopping = stopping;

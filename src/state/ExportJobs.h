@@ -36,6 +36,10 @@ public:
     /// each job that starts. May be called from any thread.
     void setStopping(bool stopping);
 
+    /// Whether setStopping(true) holds. The function may be called from any thread, and may outlive
+    /// this object.
+    std::function<bool()> isStopping() const;
+
 private:
     const SupportFolder m_support;
     const std::string m_database;

@@ -66,7 +66,7 @@ AppEnvironment WindowSetup::environment()
 {
     AppEnvironment environment{.support = SupportFolder(db.folder() + "/support")};
     environment.database = db.path();
-    environment.loadNames = [] { return ContactNames(); };
+    environment.loadNames = [](const AccessPrompt&) { return LoadedNames(); };
     environment.localAddress = [] { return "127.0.0.1"; };
     environment.server.address = "127.0.0.1";
     environment.pickFolder = [this](const std::filesystem::path& start) {

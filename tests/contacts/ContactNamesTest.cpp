@@ -2,33 +2,40 @@
 #include "contacts/ContactSource.h"
 #include "support/Printing.h"
 
-#include <stdexcept>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace korvane {
 
 namespace {
 
-/// A contact source with these contacts. If `fails` is set, it throws after the last one.
+/// A contact source with these contacts and this outcome.
 class Place : public ContactSource {
 public:
-    explicit Place(std::vector<Contact> contacts, bool fails = false)
+    explicit Place(std::vector<Contact> contacts,
+        ContactReading reading = {.outcome = ContactOutcome::Complete})
         : m_contacts(std::move(contacts))
-        , m_fails(fails)
+        , m_reading(std::move(reading))
     {
     }
 
-    void forEachContact(const Visitor& visit) const override
+    ContactReading forEachContact(const Visitor& visit) const override
     {
         for (const Contact& contact : m_contacts)
             visit(contact);
-        if (m_fails)
-            throw std::runtime_error("the store went away");
+        return m_reading;
     }
 
 private:
     std::vector<Contact> m_contacts;
-    bool m_fails;
+    ContactReading m_reading;
 };
+
+ContactReading silent(const std::string& place)
+{
+    return {.outcome = ContactOutcome::Unanswered, .silent = place};
+}
 
 using Map = std::unordered_map<std::string, std::string>;
 
@@ -41,7 +48,7 @@ ContactSources sourcesOf(std::vector<Contact> contacts)
 
 ContactNames namesOf(std::vector<Contact> contacts)
 {
-    return ContactNames::load(sourcesOf(std::move(contacts)));
+    return ContactNames::load(sourcesOf(std::move(contacts))).names;
 }
 
 Contact named(const std::string& name, const std::string& number)
@@ -220,7 +227,7 @@ private slots:
     {
         ContactSources sources = sourcesOf({named("Ann", "555"), named("Bo", "777")});
         sources.push_back(std::make_unique<Place>(std::vector{named("Cy", "5-5-5")}));
-        const ContactNames names = ContactNames::load(sources);
+        const ContactNames names = ContactNames::load(sources).names;
         QCOMPARE(names.name("555"), "Cy");
         QCOMPARE(names.name("777"), "Bo");
     }
@@ -237,33 +244,59 @@ private slots:
     void failingSourceKeepsWhatItGave()
     {
         ContactSources sources;
-        sources.push_back(
-            std::make_unique<Place>(std::vector{named("Ann", "555"), named("Bo", "777")}, true));
-        sources.push_back(std::make_unique<Place>(std::vector<Contact>(), true));
+        sources.push_back(std::make_unique<Place>(
+            std::vector{named("Ann", "555"), named("Bo", "777")}, silent("book")));
+        sources.push_back(std::make_unique<Place>(std::vector<Contact>(), silent("other book")));
         sources.push_back(std::make_unique<Place>(std::vector{named("Cy", "888")}));
-        QVERIFY(
-            ContactNames::load(sources).map == (Map{{"555", "Ann"}, {"777", "Bo"}, {"888", "Cy"}}));
+        const LoadedNames loaded = ContactNames::load(sources);
+        QVERIFY(loaded.names.map == (Map{{"555", "Ann"}, {"777", "Bo"}, {"888", "Cy"}}));
+        QVERIFY(loaded.isUnanswered());
+        QCOMPARE(loaded.reading.silent, "book");
     }
 
     void withoutSourcesOrContactsTheMapIsEmpty()
     {
-        QVERIFY(ContactNames::load(ContactSources()).map.empty());
+        QVERIFY(ContactNames::load(ContactSources()) == LoadedNames());
         QVERIFY(namesOf({}).map.empty());
         QVERIFY(namesOf({}) == ContactNames());
         QVERIFY(namesOf({named("Ann", "555")}) != ContactNames());
     }
 
-    void aChosenSourceMustHaveAContact()
+    void contactsWithoutNameAreCounted()
     {
-        QVERIFY(!ContactNames::loadChosen(Place({})));
-        QVERIFY(!ContactNames::loadChosen(Place({}, true)));
-        const auto nameless = ContactNames::loadChosen(Place({{.phoneNumbers = {"555"}}}));
-        QVERIFY(nameless);
-        QVERIFY(nameless->map.empty());
-        const Contact ann{.givenName = "Ann", .phoneNumbers = {"555"}};
-        const auto names = ContactNames::loadChosen(Place({ann}, true));
-        QVERIFY(names);
-        QVERIFY(names->map == (Map{{"555", "Ann"}}));
+        const LoadedNames loaded
+            = ContactNames::load(sourcesOf({{.phoneNumbers = {"555"}}, named("Ann", "777")}));
+        QCOMPARE(loaded.contacts, std::size_t(2));
+        QCOMPARE(loaded.names.map.size(), std::size_t(1));
+    }
+
+    void severalSourcesHaveOneOutcome_data()
+    {
+        using enum ContactOutcome;
+        QTest::addColumn<std::vector<ContactOutcome>>("each");
+        QTest::addColumn<ContactOutcome>("all");
+        const auto row = [](const char* name, std::vector<ContactOutcome> each,
+                             ContactOutcome all) { QTest::newRow(name) << std::move(each) << all; };
+        row("no source", {}, Missing);
+        row("none is there", {Missing, Missing}, Missing);
+        row("one is denied", {Missing, Denied, Missing}, Denied);
+        row("one is complete", {Denied, Complete, Missing}, Complete);
+        row("the first is silent", {Unanswered, Complete}, Unanswered);
+        row("the last is silent", {Complete, Missing, Unanswered}, Unanswered);
+        row("only one, and it is silent", {Unanswered}, Unanswered);
+    }
+
+    void severalSourcesHaveOneOutcome()
+    {
+        QFETCH(const std::vector<ContactOutcome>, each);
+        QFETCH(const ContactOutcome, all);
+        ContactSources sources;
+        for (const ContactOutcome outcome : each)
+            sources.push_back(
+                std::make_unique<Place>(std::vector<Contact>(), ContactReading{outcome, ""}));
+        const LoadedNames loaded = ContactNames::load(sources);
+        QCOMPARE(loaded.reading.outcome, all);
+        QCOMPARE(loaded.isUnanswered(), all == ContactOutcome::Unanswered);
     }
 };
 

@@ -55,7 +55,7 @@ private slots:
         m_desktop.reset();
     }
 
-    void emptyStoreGivesNoNames() { QVERIFY(ContactNames::load().map.empty()); }
+    void emptyStoreGivesNoNames() { QVERIFY(ContactNames::load().names.map.empty()); }
 
     void threeContactsAreNamed()
     {
@@ -68,14 +68,14 @@ private slots:
                 FilledStore::card(QStringLiteral("N:山田;太郎\r\nitem1.EMAIL:taro@example.org"))});
         const Map expected{{"5550100001", "Zoë Müller"}, {"5552", "Zoë Müller"},
             {"zoe@example.org", "Zoë Müller"}, {"5553", "Acme"}, {"taro@example.org", "太郎 山田"}};
-        QVERIFY(ContactNames::load().map == expected);
+        QVERIFY(ContactNames::load().names.map == expected);
     }
 
     void fiveThousandContactsAreNamed()
     {
         constexpr int count = 5'000;
         m_store->addNumberedCards(count);
-        const ContactNames names = ContactNames::load();
+        const ContactNames names = ContactNames::load().names;
         QCOMPARE(names.map.size(), std::size_t(2) * count); // each has a number and an address
         for (int number = 0; number < count; ++number) {
             const std::string name = FilledStore::numberedName(number);
@@ -92,7 +92,7 @@ private slots:
             m_store->addCards(book, {named("Bo", number), named(number, "555")});
         }
         m_store->addCards(FilledStore::personalBook(), {named("Ann", "777")});
-        const ContactNames names = ContactNames::load();
+        const ContactNames names = ContactNames::load().names;
         const Map expected{{"1", "Bo"}, {"2", "Bo"}, {"3", "Bo"}, {"777", "Ann"}, {"555", "3"}};
         QVERIFY(names.map == expected); // the last book wins
     }
@@ -126,7 +126,7 @@ private slots:
         m_store->addBook(QStringLiteral("book"), keyFile);
         m_store->addCards(QStringLiteral("book"), {named("Bo", "555")});
         m_store->addCards(FilledStore::personalBook(), {named("Ann", "777")});
-        const ContactNames names = ContactNames::load();
+        const ContactNames names = ContactNames::load().names;
         QCOMPARE(names.name("555"), name);
         QCOMPARE(names.name("777"), "Ann");
     }
@@ -138,7 +138,7 @@ private slots:
                 FilledStore::card(
                     QStringLiteral("FN:Everyone\r\nN:Everyone\r\nX-EVOLUTION-LIST:TRUE"
                                    "\r\nEMAIL;X-EVOLUTION-DEST-NAME=Ann:ann@x.org"))});
-        QVERIFY(ContactNames::load().map == (Map{{"777", "Ann"}}));
+        QVERIFY(ContactNames::load().names.map == (Map{{"777", "Ann"}}));
     }
 
     /// Versions in service names are compared as numbers: 9 is older than 10. The services
@@ -151,7 +151,7 @@ private slots:
                  "AddressBook10000x", "AddressBook", "AddressBookView99"})
             QVERIFY(bus.registerService(
                 QStringLiteral("org.gnome.evolution.dataserver.") + QLatin1String(name)));
-        QCOMPARE(ContactNames::load().name("777"), "Ann");
+        QCOMPARE(ContactNames::load().names.name("777"), "Ann");
     }
 
     void foldersComeAfterTheStoreInTheirOrder()
@@ -165,11 +165,11 @@ private slots:
         writeCard(home + QStringLiteral("/.contacts"), named("second", "3") + named("second", "4"));
         writeCard(home + QStringLiteral("/.local/share/kpeoplevcard/phone"), named("third", "4"));
         const Map expected{{"1", "store"}, {"2", "first"}, {"3", "second"}, {"4", "third"}};
-        QVERIFY(ContactNames::load().map == expected);
+        QVERIFY(ContactNames::load().names.map == expected);
 
         const Stopped stopped(m_store->booksProcess());
         const Map withoutStore{{"2", "first"}, {"3", "second"}, {"4", "third"}};
-        QVERIFY(ContactNames::load().map == withoutStore);
+        QVERIFY(ContactNames::load().names.map == withoutStore);
     }
 
     void chosenFileTakesThePlaceOfThemAll()
@@ -189,7 +189,8 @@ private slots:
         m_store->addNumberedCards(100);
         std::vector<std::future<ContactNames>> loads;
         for (int i = 0; i < 4; ++i)
-            loads.push_back(std::async(std::launch::async, [] { return ContactNames::load(); }));
+            loads.push_back(
+                std::async(std::launch::async, [] { return ContactNames::load().names; }));
         for (auto& load : loads)
             QCOMPARE(load.get().map.size(), std::size_t(200));
     }
@@ -200,10 +201,10 @@ private slots:
             return m_store->connection().interface()->registeredServiceNames().value().size();
         };
         m_store->addNumberedCards(3);
-        QCOMPARE(ContactNames::load().map.size(), std::size_t(6));
+        QCOMPARE(ContactNames::load().names.map.size(), std::size_t(6));
         const auto before = names();
         for (int i = 0; i < 5; ++i)
-            QCOMPARE(ContactNames::load().map.size(), std::size_t(6));
+            QCOMPARE(ContactNames::load().names.map.size(), std::size_t(6));
         QTRY_COMPARE(names(), before);
     }
 

@@ -19,15 +19,15 @@ namespace {
 constexpr qint64 timeout = 3'000; // milliseconds
 
 /// Calls ContactNames::load() and fails the test if that takes too long.
-ContactNames loadInTime()
+LoadedNames loadInTime()
 {
     QElapsedTimer timer;
     timer.start();
-    ContactNames names = ContactNames::load();
+    LoadedNames loaded = ContactNames::load();
     const qint64 took = timer.elapsed();
     if (took >= timeout)
         QTest::qFail(qPrintable(QStringLiteral("took %1 ms").arg(took)), __FILE__, __LINE__);
-    return names;
+    return loaded;
 }
 
 void addProcesses()
@@ -96,7 +96,7 @@ private slots:
         qputenv("HOME", home.path().toUtf8());
         qputenv("DBUS_SESSION_BUS_ADDRESS", address);
         qputenv("XDG_RUNTIME_DIR", runtimeFolder);
-        QVERIFY(loadInTime().map.empty());
+        QVERIFY(loadInTime() == LoadedNames());
     }
 
     void withoutServiceThereAreNoNames()
@@ -104,7 +104,7 @@ private slots:
         m_desktop = std::make_unique<PrivateDesktop>(PrivateDesktop::Services::None);
         QElapsedTimer timer;
         timer.start();
-        QVERIFY(ContactNames::load().map.empty());
+        QVERIFY(ContactNames::load() == LoadedNames());
         QVERIFY(timer.elapsed() < 1'000); // there is nothing to wait for: no timeout
     }
 
@@ -115,7 +115,9 @@ private slots:
         QFETCH(QString, role);
         fillStore(3);
         const Stopped stopped(processOf(role));
-        QVERIFY(loadInTime().map.empty());
+        const LoadedNames loaded = loadInTime();
+        QVERIFY(loaded.names.map.empty());
+        QVERIFY(loaded.isUnanswered());
     }
 
     void processStoppedInTheMiddleCostsNoMoreThanThreeSeconds_data()
@@ -140,9 +142,13 @@ private slots:
         fillStore(3);
         {
             const Stopped stopped(m_store->booksProcess());
-            QVERIFY(loadInTime().map.empty());
+            const LoadedNames loaded = loadInTime();
+            QVERIFY(loaded.names.map.empty());
+            QCOMPARE(loaded.reading.silent, "the address book \"Personal\"");
         }
-        QCOMPARE(loadInTime().map.size(), std::size_t(6));
+        const LoadedNames loaded = loadInTime();
+        QCOMPARE(loaded.names.map.size(), std::size_t(6));
+        QCOMPARE(loaded.reading.outcome, ContactOutcome::Complete);
     }
 
     /// The directory server of this book accepts connections and never answers.
@@ -159,7 +165,9 @@ private slots:
                 "[LDAP Backend]\nRootDn=dc=example\nScope=subtree\nLimit=100\n\n"
                 "[Security]\nMethod=none\n")
                 .arg(silent.serverPort()));
-        QCOMPARE(loadInTime().map.size(), std::size_t(6));
+        const LoadedNames loaded = loadInTime();
+        QCOMPARE(loaded.names.map.size(), std::size_t(6));
+        QCOMPARE(loaded.reading.silent, "the address book \"Directory\"");
         QVERIFY(silent.hasPendingConnections() || silent.waitForNewConnection(0));
     }
 
@@ -170,7 +178,9 @@ private slots:
         keyFile.replace(
             QStringLiteral("BackendName=local"), QStringLiteral("BackendName=unheard-of"));
         m_store->addSource(QStringLiteral("a-book"), keyFile);
-        QCOMPARE(loadInTime().map.size(), std::size_t(6));
+        const LoadedNames loaded = loadInTime();
+        QCOMPARE(loaded.names.map.size(), std::size_t(6));
+        QCOMPARE(loaded.reading.outcome, ContactOutcome::Complete);
     }
 
 private:
@@ -181,7 +191,7 @@ private:
         m_desktop = std::make_unique<PrivateDesktop>();
         m_store = std::make_unique<FilledStore>();
         m_store->addNumberedCards(contacts);
-        QCOMPARE(ContactNames::load().map.size(), std::size_t(2) * contacts);
+        QCOMPARE(ContactNames::load().names.map.size(), std::size_t(2) * contacts);
     }
 
     pid_t processOf(const QString& role) const
@@ -204,8 +214,9 @@ private:
         auto load = std::async(std::launch::async, loadInTime);
         QTest::qSleep(moment);
         [[maybe_unused]] const auto disturbance = disturb(process);
-        const ContactNames names = load.get();
-        QVERIFY(names.map.empty() || names.map.size() == std::size_t(2) * contacts);
+        const LoadedNames loaded = load.get();
+        QCOMPARE(loaded.names.map.size(),
+            loaded.isUnanswered() ? std::size_t(0) : std::size_t(2) * contacts);
     }
 
     std::unique_ptr<PrivateDesktop> m_desktop;

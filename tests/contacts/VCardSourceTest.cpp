@@ -1,5 +1,6 @@
 #include "contacts/VCardSource.h"
 #include "contacts/Cards.h"
+#include "support/OnlyDescriptors.h"
 
 #include <QTemporaryDir>
 
@@ -122,6 +123,38 @@ private slots:
         fs::permissions(path("book/c"), fs::perms::none);
         QCOMPARE(numbers(), Numbers({"1", "2"}));
         fs::permissions(path("book/c"), fs::perms::owner_all);
+    }
+
+    void outcomeTellsAbsenceFromFailure_data()
+    {
+        using enum ContactOutcome;
+        QTest::addColumn<std::string>("name");
+        QTest::addColumn<ContactOutcome>("outcome");
+        QTest::addColumn<ContactOutcome>("withoutDescriptors");
+        QTest::newRow("folder") << std::string("book") << Complete << Unanswered;
+        QTest::newRow("file") << std::string("book/a.vcf") << Complete << Unanswered;
+        QTest::newRow("pipe") << std::string("pipe") << Complete << Unanswered;
+        QTest::newRow("nothing there") << std::string("missing") << Missing << Missing;
+        QTest::newRow("below a file") << std::string("book/a.vcf/b") << Missing << Missing;
+        QTest::newRow("link to itself") << std::string("loop") << Missing << Missing;
+        QTest::newRow("too long a name") << std::string(300, 'x') << Missing << Missing;
+    }
+
+    void outcomeTellsAbsenceFromFailure()
+    {
+        QFETCH(const std::string, name);
+        QFETCH(const ContactOutcome, outcome);
+        QFETCH(const ContactOutcome, withoutDescriptors);
+        writeCard("book/a.vcf", "1");
+        fs::create_symlink("loop", path("loop"));
+        QCOMPARE(::mkfifo(path("pipe").c_str(), 0600), 0);
+        QCOMPARE(readingOf(path(name)).outcome, outcome);
+
+        const OnlyDescriptors none(0);
+        const ContactReading reading = readingOf(path(name));
+        QCOMPARE(reading.outcome, withoutDescriptors);
+        QCOMPARE(reading.silent,
+            withoutDescriptors == ContactOutcome::Unanswered ? path(name).string() : "");
     }
 
     void neverWaitsForAPipeInAFolder()
@@ -257,6 +290,11 @@ private:
             numbers.insert(numbers.end(), contact.phoneNumbers.begin(), contact.phoneNumbers.end());
         });
         return numbers;
+    }
+
+    static ContactReading readingOf(const fs::path& fileOrFolder)
+    {
+        return VCardSource(fileOrFolder).forEachContact([](const Contact&) {});
     }
 
     std::vector<std::string> numbers() const { return numbersIn(path("book")); }

@@ -21,6 +21,7 @@ struct Play {
     Access access = Access::Granted;
     std::chrono::milliseconds answersAfter{0}; ///< unless 0, answers on another thread
     std::chrono::milliseconds betweenContacts{0};
+    bool prompts = false; ///< the system asks the user; otherwise it knows the answer
     bool throwsWhenAsked = false;
     bool blocksWhenAsked = false; ///< until release()
     std::optional<std::size_t> failsAfter;

@@ -30,32 +30,33 @@ class ContactsFrameworkTest : public QObject {
 
     static Contact bo() { return {.givenName = "Bo", .phoneNumbers = {"555.123.4567"}}; }
 
-    static std::vector<Contact> visited()
+    std::vector<Contact> visited(Play play)
     {
+        contactsDouble::begin(std::move(play));
         std::vector<Contact> contacts;
-        ContactsFrameworkSource().forEachContact(
-            [&](const Contact& contact) { contacts.push_back(contact); });
+        m_outcome
+            = ContactsFrameworkSource()
+                  .forEachContact([&](const Contact& contact) { contacts.push_back(contact); })
+                  .outcome;
         contactsDouble::release();
         return contacts;
     }
 
-    static std::vector<Contact> visited(Play play)
-    {
-        contactsDouble::begin(std::move(play));
-        return visited();
-    }
+    ContactOutcome m_outcome = ContactOutcome::Missing; ///< of visited()
 
 private slots:
     void contactsComeInTheOrderOfTheStore()
     {
         const std::vector<Contact> kept{bo(), ann(), acme(), Contact(), bo()};
         QVERIFY(visited({.contacts = kept}) == kept);
+        QCOMPARE(m_outcome, ContactOutcome::Complete);
     }
 
     void emptyStoreVisitsNothing()
     {
         QVERIFY(visited({}).empty());
         QCOMPARE(contactsDouble::record().calls.back(), std::string("enumerate"));
+        QCOMPARE(m_outcome, ContactOutcome::Complete);
     }
 
     void thousandsOfContactsCome()
@@ -105,22 +106,33 @@ private slots:
 
     void withoutAccessNothingIsRead_data()
     {
+        using enum ContactOutcome;
         QTest::addColumn<Play>("play");
-        QTest::newRow("denied") << Play{.contacts = {ann()}, .access = Access::Denied};
-        QTest::newRow("failed") << Play{.contacts = {ann()}, .access = Access::Failed};
+        QTest::addColumn<ContactOutcome>("outcome");
+        QTest::newRow("denied") << Play{.contacts = {ann()}, .access = Access::Denied} << Denied;
+        QTest::newRow("failed") << Play{.contacts = {ann()}, .access = Access::Failed}
+                                << Unanswered;
         QTest::newRow("granted, with an error")
-            << Play{.contacts = {ann()}, .access = Access::GrantedWithAnError};
+            << Play{.contacts = {ann()}, .access = Access::GrantedWithAnError} << Unanswered;
         QTest::newRow("denied after a while") << Play{.contacts = {ann()},
             .access = Access::Denied,
-            .answersAfter = std::chrono::milliseconds(50)};
-        QTest::newRow("an exception") << Play{.contacts = {ann()}, .throwsWhenAsked = true};
+            .answersAfter = std::chrono::milliseconds(50)}
+                                              << Denied;
+        QTest::newRow("denied at the prompt") << Play{.contacts = {ann()},
+            .access = Access::Denied,
+            .answersAfter = std::chrono::milliseconds(50),
+            .prompts = true} << Denied;
+        QTest::newRow("an exception")
+            << Play{.contacts = {ann()}, .throwsWhenAsked = true} << Unanswered;
     }
 
     void withoutAccessNothingIsRead()
     {
         QFETCH(const Play, play);
+        QFETCH(const ContactOutcome, outcome);
         const auto begin = std::chrono::steady_clock::now();
         QVERIFY(visited(play).empty());
+        QCOMPARE(m_outcome, outcome);
         QVERIFY(contactsDouble::record().calls == Texts({"create", "ask"}));
         QVERIFY(std::chrono::steady_clock::now() - begin < std::chrono::seconds(2));
     }
@@ -148,6 +160,7 @@ private slots:
         const std::vector<Contact> expected(play.contacts.begin(), play.contacts.begin() + count);
         const auto begin = std::chrono::steady_clock::now();
         QVERIFY(visited(play) == expected);
+        QCOMPARE(m_outcome, ContactOutcome::Unanswered);
         QVERIFY(std::chrono::steady_clock::now() - begin < std::chrono::seconds(2));
     }
 
@@ -178,7 +191,7 @@ private slots:
     void namesOfThePlatformAreThoseOfTheStore()
     {
         contactsDouble::begin({.contacts = {ann(), acme(), bo()}});
-        const ContactNames names = ContactNames::load();
+        const ContactNames names = ContactNames::load().names;
         contactsDouble::release();
         QCOMPARE(names.name("ann.lee@example.ORG"), std::string("Ann Lee"));
         QCOMPARE(names.name("+1 555 000 1111"), std::string("Acme \u2615"));
@@ -189,7 +202,9 @@ private slots:
     void deniedNamesAreNone()
     {
         contactsDouble::begin({.contacts = {ann()}, .access = Access::Denied});
-        QVERIFY(ContactNames::load() == ContactNames());
+        const LoadedNames loaded = ContactNames::load();
+        QVERIFY(loaded.names == ContactNames());
+        QVERIFY(loaded.reading == ContactReading{ContactOutcome::Denied});
         contactsDouble::release();
     }
 };

@@ -133,6 +133,22 @@ private slots:
             QString());
     }
 
+    void noContactsAreOfferedWhereTheyCanBeChosen_data() { completingShells(); }
+    void noContactsAreOfferedWhereTheyCanBeChosen()
+    {
+        QFETCH(Shell, complete);
+        if (!has(complete))
+            QSKIP("There is no such shell here.");
+        const QString none = QStringLiteral("none");
+        const auto offers = [&](const QString& command) {
+            return (this->*complete)({command, QStringLiteral("--contacts"), QStringLiteral("non")})
+                .contains(none);
+        };
+        QVERIFY(offers(QStringLiteral("export")));
+        QVERIFY(offers(QStringLiteral("chats")));
+        QVERIFY(!offers(QStringLiteral("sample")));
+    }
+
 private:
     /// What a shell offers for the last of `words`, which follow the program's name.
     using Shell = std::set<QString> (CompletionsTest::*)(const QStringList&) const;

@@ -81,7 +81,7 @@ private slots:
         setup.addChat(1, "Team");
         setup.addChat(2, "Family");
         setup.environment.autoSyncInterval = 0ms;
-        setup.environment.loadNames = [contacts = setup.contacts] {
+        setup.environment.loadNames = [contacts = setup.contacts](const AccessPrompt&) {
             std::this_thread::sleep_for(50us);
             return contacts->load();
         };

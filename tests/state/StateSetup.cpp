@@ -38,7 +38,8 @@ StateSetup::StateSetup()
     QLocale::setDefault(american());
 
     environment.database = files.db.path();
-    environment.loadNames = [contacts = contacts] { return contacts->load(); };
+    environment.loadNames
+        = [contacts = contacts](const AccessPrompt& prompt) { return contacts->load(prompt); };
     environment.autoSyncInterval = std::chrono::hours(1);
     environment.timeOfDay = [] { return QTime(9, 41); };
     environment.localAddress = [] { return std::optional<std::string>("127.0.0.1"); };

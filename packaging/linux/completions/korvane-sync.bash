@@ -36,7 +36,11 @@ _korvane_sync()
     [[ ${#words[@]} -gt 2 ]] && command=${words[1]}
 
     case $previous in
-        --database | --contacts | --output)
+        --contacts)
+            _korvane_sync_names < <(compgen -f -- "$current"
+                [[ $command == sample ]] || compgen -W none -- "$current")
+            return ;;
+        --database | --output)
             _korvane_sync_names < <(compgen -f -- "$current")
             return ;;
         --folder)

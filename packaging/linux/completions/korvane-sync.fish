@@ -27,7 +27,7 @@ complete -c korvane-sync -n $first -a sample -d 'Write an invented Messages data
 
 set -l sources '__fish_seen_subcommand_from chats export check transfer'
 complete -c korvane-sync -n $sources -l database -rF -d 'The Messages database to read'
-complete -c korvane-sync -n $sources -l contacts -rF -d 'A vCard file, or a folder of them'
+complete -c korvane-sync -n $sources -l contacts -rF -a none -d 'A vCard file, or a folder of them'
 
 set -l exporting '__fish_seen_subcommand_from export check transfer'
 complete -c korvane-sync -n $exporting -l folder -xa '(__fish_complete_directories)' \

@@ -14,6 +14,13 @@
 typedef NSInteger CNEntityType;
 enum { CNEntityTypeContacts = 0 };
 
+typedef NS_ENUM(NSInteger, CNAuthorizationStatus) {
+    CNAuthorizationStatusNotDetermined = 0,
+    CNAuthorizationStatusRestricted,
+    CNAuthorizationStatusDenied,
+    CNAuthorizationStatusAuthorized
+};
+
 @protocol CNKeyDescriptor <NSObject>
 @end
 
@@ -55,6 +62,8 @@ CONTACTS_EXTERN NSString* const CNContactEmailAddressesKey;
 @end
 
 @interface CNContactStore : NSObject
++ (CNAuthorizationStatus)authorizationStatusForEntityType:(CNEntityType)entityType;
+
 - (void)requestAccessForEntityType:(CNEntityType)entityType
                  completionHandler:(void (^)(BOOL granted, NSError* error))completionHandler;
 - (BOOL)enumerateContactsWithFetchRequest:(CNContactFetchRequest*)fetchRequest

@@ -31,6 +31,7 @@ struct Stage {
     Play play;
     Record record;
     bool isReleased = false;
+    bool isAnswered = false; ///< the user has answered the prompt
     int inside = 0; ///< calls and threads that are still running
 };
 
@@ -87,9 +88,16 @@ NSString* text(const std::string& utf8)
                                    encoding:NSUTF8StringEncoding] autorelease];
 }
 
+void noteAnswer()
+{
+    const std::lock_guard lock(stage.mutex);
+    stage.isAnswered = true;
+}
+
 void answer(Access access, AccessHandler handler)
 {
     const Inside inside;
+    noteAnswer();
     @autoreleasepool {
         if (access == Access::Failed)
             handler(NO, someError());
@@ -123,6 +131,7 @@ void contactsDouble::begin(Play play)
     stage.play = std::move(play);
     stage.record = {};
     stage.isReleased = false;
+    stage.isAnswered = false;
 }
 
 Record contactsDouble::record()
@@ -354,6 +363,16 @@ bool handOut(const Contact& contact, NSArray* keys, ContactVisitor visitor)
 {
     --living;
     [super dealloc];
+}
+
+/// As in the framework, a request that fails leaves the status as it was.
++ (CNAuthorizationStatus)authorizationStatusForEntityType:(CNEntityType)entityType
+{
+    const std::lock_guard lock(stage.mutex);
+    if (entityType != CNEntityTypeContacts || (stage.play.prompts && !stage.isAnswered))
+        return CNAuthorizationStatusNotDetermined;
+    const bool isDenied = stage.play.access == Access::Denied;
+    return isDenied ? CNAuthorizationStatusDenied : CNAuthorizationStatusAuthorized;
 }
 
 - (void)requestAccessForEntityType:(CNEntityType)entityType completionHandler:(AccessHandler)handler
