@@ -1,5 +1,7 @@
 #include "state/ExportJobs.h"
 
+#include "storage/SupportLock.h"
+
 #include <exception>
 #include <utility>
 
@@ -14,12 +16,19 @@ struct ExportJob {
     SupportFolder support;
     std::string database;
     std::shared_ptr<std::atomic<bool>> stopping;
+    std::shared_ptr<DatabaseCheck> check;
 
     SyncResult operator()() const
     {
         try {
-            return Exporter::sync(chats, names, folder, support, database,
-                [this](const ChatInfo&) { return !*stopping; });
+            const SupportLock lock(support);
+            const SyncMode mode{.checkDatabase = check->isDue(chats, database)};
+            SyncResult result = Exporter::sync(
+                chats, names, folder, support, database,
+                [this](const ChatInfo&) { return !*stopping; }, mode);
+            if (result.errors.empty() && !*stopping)
+                check->setDone(chats);
+            return result;
         } catch (const std::exception& error) {
             return {.errors = {error.what()}};
         }
@@ -32,20 +41,15 @@ ExportJobs::ExportJobs(SupportFolder support, std::string database)
     : m_support(std::move(support))
     , m_database(std::move(database))
     , m_stopping(std::make_shared<std::atomic<bool>>(false))
+    , m_check(std::make_shared<DatabaseCheck>())
 {
 }
 
 ExportJobs::Job ExportJobs::make(
-    std::vector<ChatInfo> chats, ContactNames names, std::filesystem::path folder)
+    std::vector<ChatInfo> chats, ContactNames names, std::filesystem::path folder) const
 {
-    try {
-        if (!m_lock)
-            m_lock.emplace(m_support);
-    } catch (const std::exception& error) {
-        return [reason = std::string(error.what())] { return SyncResult{.errors = {reason}}; };
-    }
-    return ExportJob{
-        std::move(chats), std::move(names), std::move(folder), m_support, m_database, m_stopping};
+    return ExportJob{std::move(chats), std::move(names), std::move(folder), m_support, m_database,
+        m_stopping, m_check};
 }
 
 std::function<bool()> ExportJobs::isStopping() const

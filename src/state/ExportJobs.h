@@ -2,14 +2,13 @@
 
 #include "contacts/ContactNames.h"
 #include "export/Exporter.h"
+#include "state/DatabaseCheck.h"
 #include "storage/Paths.h"
-#include "storage/SupportLock.h"
 
 #include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,11 +25,11 @@ public:
     /// `database` is the path of the Messages database.
     ExportJobs(SupportFolder support, std::string database);
 
-    /// A job that exports the chats into `folder`. The first call takes the support lock, which
-    /// this object then keeps: otherwise an export by another process could append the same
-    /// messages a second time. If another process holds the lock, the job only returns that
-    /// failure.
-    Job make(std::vector<ChatInfo> chats, ContactNames names, std::filesystem::path folder);
+    /// A job that exports the chats into `folder`. Jobs must run one at a time. A job holds the
+    /// support lock while it runs, and not longer, so that the terminal program can export
+    /// meanwhile. It does not wait for the lock: if another process holds it, the job only returns
+    /// that failure.
+    Job make(std::vector<ChatInfo> chats, ContactNames names, std::filesystem::path folder) const;
 
     /// While true, a running job saves its progress and ends after the current chat, and so does
     /// each job that starts. May be called from any thread.
@@ -44,7 +43,7 @@ private:
     const SupportFolder m_support;
     const std::string m_database;
     const std::shared_ptr<std::atomic<bool>> m_stopping; ///< shared with the jobs
-    std::optional<SupportLock> m_lock;
+    const std::shared_ptr<DatabaseCheck> m_check; ///< used by the jobs alone
 };
 
 } // namespace korvane

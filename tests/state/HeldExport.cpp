@@ -10,8 +10,8 @@
 
 namespace korvane {
 
-HeldExport::HeldExport(const ExportSetup& files)
-    : m_file(::open(files.stateFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR))
+HeldExport::HeldExport(const std::filesystem::path& stateFile)
+    : m_file(::open(stateFile.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR))
 {
     std::signal(SIGIO, SIG_IGN); // sent when the lease is to be broken; isReached() polls
     if (!m_file || ::fcntl(m_file.get(), F_SETLEASE, F_WRLCK) != 0)

@@ -3,6 +3,8 @@
 #include "export/ExportSetup.h"
 #include "storage/Descriptor.h"
 
+#include <filesystem>
+
 namespace korvane {
 
 /// Blocks the next export before its first chat, when it opens the state file. A write lease on
@@ -10,7 +12,8 @@ namespace korvane {
 /// kernel breaks the lease, by default after 45 seconds.
 class HeldExport {
 public:
-    explicit HeldExport(const ExportSetup& files);
+    explicit HeldExport(const ExportSetup& files) : HeldExport(files.stateFile()) { }
+    explicit HeldExport(const std::filesystem::path& stateFile); ///< in a folder that exists
     ~HeldExport();
     HeldExport(const HeldExport&) = delete;
     HeldExport& operator=(const HeldExport&) = delete;

@@ -148,17 +148,39 @@ private slots:
         QCOMPARE(setup.files.rowIDs(1).size(), 1U);
     }
 
-    void firstExportKeepsOthersOutUntilTheEnd()
+    void exportKeepsOthersOutOnlyWhileItRuns()
     {
         StateSetup setup;
         setup.addChat(1, "Team");
         setup.open();
         QVERIFY(isLockFree(setup));
         setup.select({1});
-        QVERIFY(setup.sync());
+        HeldExport held(setup.files);
+        setup.state().syncNow();
+        QTRY_VERIFY(held.isReached());
         QVERIFY(!isLockFree(setup));
-        setup.close();
+        held.release();
+        QVERIFY(setup.waitForExport());
         QVERIFY(isLockFree(setup));
+    }
+
+    void anotherProgramMayExportBetweenTwoRuns()
+    {
+        StateSetup setup;
+        setup.addChat(1, "Team");
+        AppState& state = setup.open();
+        setup.select({1});
+        QVERIFY(setup.sync());
+        setup.files.addMessages(1, 1);
+        {
+            const SupportLock other(setup.files.support());
+            const SyncResult result = Exporter::sync(state.chats(), {}, setup.files.folder(),
+                setup.files.support(), setup.files.db.path());
+            QCOMPARE(describe(result), std::string("added 1, touched 1"));
+        }
+        setup.files.addMessages(1, 1);
+        QVERIFY(setup.sync());
+        QCOMPARE(setup.files.rowIDs(1), (std::vector<std::int64_t>{1, 2, 3}));
     }
 
     void supportFolderThatCannotBeMadeIsAnError()
