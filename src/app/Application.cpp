@@ -81,6 +81,15 @@ int runUntilQuit(const Interruption& interruption, AppState& state)
     return QApplication::exec();
 }
 
+/// Shows what the user should know even if the window is closed.
+void tellByIcon(const AppState& state, MenuBarExtra& extra)
+{
+    QObject::connect(&state, &AppState::notified, &extra,
+        [&extra](const std::string& text) { extra.notify(QString::fromStdString(text)); });
+    QObject::connect(&state, &AppState::warningChanged, &extra,
+        [&state, &extra] { extra.setWarning(QString::fromStdString(state.warning())); });
+}
+
 int runWindow(const SupportFolder& support, int& argc, char** argv)
 {
     // Destroyed last: the end of an export and of QApplication takes time. A further SIGTERM or
@@ -101,6 +110,7 @@ int runWindow(const SupportFolder& support, int& argc, char** argv)
     MenuBarExtra extra(window);
     QObject::connect(&instance, &SingleInstance::showRequested, &extra, &MenuBarExtra::open);
     QObject::connect(&window, &ContentView::quitRequested, &QApplication::quit);
+    tellByIcon(state, extra);
     const int code = runUntilQuit(*interruption, state);
     instance.retire(); // before ~AppState, which may wait for an export
     return code;

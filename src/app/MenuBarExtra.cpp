@@ -9,6 +9,7 @@
 #include <QScreen>
 
 #include <algorithm>
+#include <utility>
 
 namespace korvane {
 
@@ -56,8 +57,31 @@ void MenuBarExtra::showIcon()
     m_icon.emplace();
     connect(&*m_icon, &QSystemTrayIcon::activated, this, &MenuBarExtra::toggle);
     m_icon->setIcon(trayIcon());
-    m_icon->setToolTip(tr("Korvane Sync"));
+    updateToolTip();
     m_icon->show();
+    for (const QString& text : std::exchange(m_notifications, {}))
+        notify(text);
+}
+
+void MenuBarExtra::notify(const QString& text)
+{
+    if (m_icon)
+        m_icon->showMessage(tr("Korvane Sync"), text);
+    else
+        m_notifications.append(text);
+}
+
+void MenuBarExtra::setWarning(const QString& text)
+{
+    m_warning = text;
+    if (m_icon)
+        updateToolTip();
+}
+
+void MenuBarExtra::updateToolTip()
+{
+    const QString name = tr("Korvane Sync");
+    m_icon->setToolTip(m_warning.isEmpty() ? name : name + QStringLiteral(": ") + m_warning);
 }
 
 void MenuBarExtra::becomePopup()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QStringList>
 #include <QSystemTrayIcon>
 #include <QTimer>
 
@@ -28,10 +29,17 @@ public:
     /// Opens the window, or brings it to the front.
     void open();
 
+    /// Shows a notification. Without an icon, it is shown when there is one.
+    void notify(const QString& text);
+
+    /// Adds the text to the icon's tooltip, unless it is empty, and removes an earlier one.
+    void setWarning(const QString& text);
+
 private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void lookForTray();
     void showIcon();
+    void updateToolTip();
     void becomePopup();
     void toggle();
     void close();
@@ -40,6 +48,8 @@ private:
     ContentView& m_window;
     bool m_isPopup = false;
     std::optional<QSystemTrayIcon> m_icon; ///< empty until there is a tray
+    QString m_warning; ///< in the tooltip; may be empty
+    QStringList m_notifications; ///< not shown yet
     QTimer m_trayTimer; ///< runs until there is a tray
     QElapsedTimer m_sinceOpened;
     QElapsedTimer m_sinceClosed;

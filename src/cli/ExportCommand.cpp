@@ -1,7 +1,7 @@
 #include "cli/ExportCommand.h"
 
 #include "cli/Console.h"
-#include "contacts/ContactNames.h"
+#include "export/KeptText.h"
 #include "process/Interruption.h"
 #include "storage/SupportLock.h"
 #include "text/Json.h"
@@ -30,20 +30,39 @@ bool contactsArePipe(const Sources& sources)
     return sources.contacts && std::filesystem::is_fifo(*sources.contacts, ignored);
 }
 
+std::string keptJson(const KeptFile& file)
+{
+    return Json::Object()
+        .text("title", repairedUtf8(file.title))
+        .number("messages", file.messages)
+        .text("file", repairedUtf8(file.file))
+        .finished();
+}
+
 std::string asJson(const SyncResult& result)
 {
     // An error may quote a path, and a path need not be valid UTF-8.
     const auto quoted = [](const std::string& error) { return Json::quoted(repairedUtf8(error)); };
-    return Json::Object()
-        .number("added", result.added)
+    Json::Object object;
+    object.number("added", result.added)
         .number("chatsTouched", result.chatsTouched)
-        .value("errors", Json::array(result.errors, quoted))
-        .finished();
+        .value("errors", Json::array(result.errors, quoted));
+    if (!result.kept.empty())
+        object.value("kept", Json::array(result.kept, keptJson));
+    return object.finished();
 }
 
 std::string counted(std::int64_t count, const std::string& thing)
 {
     return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
+}
+
+std::string keptLines(const SyncResult& result)
+{
+    std::string lines;
+    for (const KeptFile& file : result.kept)
+        lines += printable(textOf(file)) + '\n';
+    return lines;
 }
 
 std::string asText(const SyncResult& result, const std::string& folder, bool complete)
@@ -134,9 +153,12 @@ private:
     bool report(const SyncResult& result) const
     {
         const bool complete = result.errors.empty() && !m_interruption.requested();
-        m_console.out << (m_options.json ? asJson(result)
-                                         : asText(result, m_options.folder, complete))
-                      << std::endl; // flushes: the next run may be minutes away
+        if (m_options.json)
+            m_console.out << asJson(result) << '\n';
+        else
+            m_console.out << asText(result, m_options.folder, complete) << '\n'
+                          << keptLines(result);
+        m_console.out.flush(); // the next run may be minutes away
         for (const std::string& error : result.errors)
             m_console.complain(error);
         if (!m_help.empty())

@@ -6,6 +6,7 @@
 #include "cli/TransferOutput.h"
 #include "contacts/ContactNames.h"
 #include "export/Exporter.h"
+#include "export/KeptText.h"
 #include "pairing/LocalAddress.h"
 #include "pairing/QrCode.h"
 #include "process/Interruption.h"
@@ -143,8 +144,12 @@ private:
         m_title = Exporter::title(chat, names);
         const SyncResult result = syncWithProgress({chat}, names, m_options.folder, m_support,
             m_options.sources.database, m_interruption, m_console);
-        if (!result.errors.empty())
-            throw TransferError("Error: " + result.errors.front());
+        for (const KeptFile& file : result.kept)
+            m_report.tell(printable(textOf(file)));
+        if (result.errors.empty())
+            return;
+        awaitPrinting(); // the end of m_report drops what is not printed
+        throw TransferError("Error: " + result.errors.front());
     }
 
     /// Starts the server and returns the port that it listens on. Throws TransferError if it does

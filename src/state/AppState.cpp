@@ -5,6 +5,7 @@
 #include "server/Transfer.h"
 #include "state/AppEnvironment.h"
 #include "state/ExportJobs.h"
+#include "state/ExportNotices.h"
 #include "state/PhoneTransfer.h"
 #include "state/Settings.h"
 #include "state/Worker.h"
@@ -34,6 +35,7 @@ struct AppState::Services {
     PhoneTransfer transfer;
     Settings settings;
     ExportJobs exports;
+    ExportNotices notices;
     QTimer autoSyncTimer;
     Worker worker; ///< declared last, so that no job is running when the others are destroyed
 };
@@ -315,9 +317,18 @@ void AppState::exportSelected(const std::vector<ChatInfo>& chats, const Done& do
     const auto sync = m_services->exports.make(chats, m_services->names, m_outputFolder);
     runInBackground(sync, [this, done](const SyncResult& result) {
         update(m_isSyncing, false, &AppState::isSyncingChanged);
+        notify(result);
         setStatus(summary(result, m_services->environment.timeOfDay()));
         reloadChats(done);
     });
+}
+
+void AppState::notify(const SyncResult& result)
+{
+    const std::vector<std::string> texts = m_services->notices.add(result);
+    update(m_warning, m_services->notices.warning(), &AppState::warningChanged);
+    for (const std::string& text : texts)
+        emit notified(text);
 }
 
 /// Ends an export for which there are no names. Reading the chats sets the status line.
@@ -363,11 +374,15 @@ void AppState::exportForTransfer(const ChatInfo& chat)
     runInBackground(
         [sync, folder = m_outputFolder, guid = chat.guid,
             support = m_services->environment.support] {
-            return PhoneTransfer::exportFile(sync, folder, guid, support);
+            SyncResult result;
+            const auto run = [&] { return result = sync(); };
+            TransferFile file = PhoneTransfer::exportFile(run, folder, guid, support);
+            return std::pair(std::move(result), std::move(file));
         },
-        [this](const TransferFile& file) {
+        [this](const std::pair<SyncResult, TransferFile>& exported) {
             update(m_isSyncing, false, &AppState::isSyncingChanged);
-            offer(file);
+            notify(exported.first);
+            offer(exported.second);
         });
 }
 

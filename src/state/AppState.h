@@ -20,6 +20,7 @@ namespace korvane {
 struct AccessPrompt;
 struct AppEnvironment;
 struct LoadedNames;
+struct SyncResult;
 struct TransferFile;
 
 /// The model behind the window: the chats, the selection, the settings, the status line, the export
@@ -65,6 +66,9 @@ public:
     /// True during an export, including one for a transfer. Required by the interface; only tests
     /// call it.
     bool isSyncing() const { return m_isSyncing; }
+
+    /// What is wrong with the exports until the user does something about it; empty if nothing is.
+    const std::string& warning() const { return m_warning; }
 
     const std::optional<QImage>& transferQR() const { return m_transferQR; }
     const std::optional<std::string>& transferChatTitle() const { return m_transferChatTitle; }
@@ -128,6 +132,10 @@ signals:
     void isSyncingChanged(); ///< required by the interface; only tests connect to it
     void transferQRChanged();
     void transferChatTitleChanged();
+    void warningChanged();
+
+    /// Something happened that the user should know even if the window is closed. Told once.
+    void notified(const std::string& text);
 
 private:
     struct Services;
@@ -143,6 +151,7 @@ private:
     void keep(LoadedNames loaded);
     void exportSelected(const std::vector<ChatInfo>& chats, const Done& done);
     void giveUpExport(const Done& done);
+    void notify(const SyncResult& result);
     void reloadChats(const Done& done);
     void show(std::optional<std::vector<ChatInfo>> chats);
     void syncNow(const Done& done);
@@ -164,6 +173,7 @@ private:
     bool m_autoSync = true;
     std::filesystem::path m_outputFolder;
     std::string m_status = "Loading chats…";
+    std::string m_warning;
     bool m_hasReadChats = false;
     bool m_needsAccess = false;
     bool m_isSyncing = false;

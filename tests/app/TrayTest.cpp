@@ -1,4 +1,5 @@
 #include "app/Desktop.h"
+#include "support/TestDatabase.h"
 
 #include <QColor>
 #include <QDBusArgument>
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <memory>
 #include <set>
 
@@ -62,6 +64,10 @@ public:
     {
         return m_connection->registerObject(QStringLiteral("/StatusNotifierWatcher"), this,
                    QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties)
+            && m_connection->registerObject(QStringLiteral("/org/freedesktop/Notifications"),
+                QStringLiteral("org.freedesktop.Notifications"), this,
+                QDBusConnection::ExportAllSlots)
+            && m_connection->registerService(QStringLiteral("org.freedesktop.Notifications"))
             && m_connection->registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
     }
 
@@ -82,10 +88,21 @@ public:
 
     QString address;
     QString item;
+    QStringList notifications; ///< texts of those shown
 
 public slots:
     // NOLINTNEXTLINE(readability-identifier-naming): D-Bus calls it by this name.
     void RegisterStatusNotifierItem(const QString& /*service*/) { item = message().service(); }
+
+    /// The desktop's notifications.
+    // NOLINTNEXTLINE(readability-identifier-naming): D-Bus calls it by this name.
+    uint Notify(const QString& /*program*/, uint /*replaced*/, const QString& /*icon*/,
+        const QString& /*title*/, const QString& text, const QStringList& /*actions*/,
+        const QVariantMap& /*hints*/, int /*timeout*/)
+    {
+        notifications.append(text);
+        return 1;
+    }
 
 private:
     /// Calls a method of the registered icon. Not with QDBusInterface, which first asks the icon to
@@ -240,6 +257,27 @@ private slots:
         QTRY_VERIFY(desktop.shows(title()));
     }
 
+    void fileThatAnExportKeepsIsNotified()
+    {
+        Desktop desktop(Desktop::Tray::None);
+        Watcher watcher(desktop);
+        QVERIFY(watcher.appear());
+        desktop.setVariable(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), watcher.address);
+        giveExportThatMessagesHasLost(desktop);
+        const auto program = desktop.start(QStringLiteral(WINDOW_PROGRAM));
+        QTRY_VERIFY_WITH_TIMEOUT(!watcher.item.isEmpty(), 15000);
+        watcher.activate();
+        QTRY_VERIFY_WITH_TIMEOUT(desktop.isActive(title()), 10000);
+        QTest::qWait(500); // for the chats to be read
+        for (const char* key : {"Tab", "space", "Return"})
+            desktop.press(QLatin1String(key));
+        QTRY_COMPARE_WITH_TIMEOUT(watcher.notifications.size(), 1, 15000);
+        QVERIFY2(watcher.notifications[0].startsWith(QStringLiteral(
+                     "Kept 1 message of Team that Messages no longer has: Kept/Team")),
+            qPrintable(watcher.notifications[0]));
+        QCOMPARE(toolTip(watcher), title());
+    }
+
 private:
     static QString title() { return QStringLiteral("Korvane Sync"); }
 
@@ -265,6 +303,38 @@ private:
         QTRY_VERIFY_WITH_TIMEOUT(desktop.shows(title()), 15000);
         QVERIFY(watcher.appear());
         QTRY_VERIFY_WITH_TIMEOUT(!watcher.item.isEmpty(), 15000);
+    }
+
+    /// The title of the icon's tooltip.
+    static QString toolTip(const Watcher& watcher)
+    {
+        const auto toolTip = watcher.property(QStringLiteral("ToolTip")).value<QDBusArgument>();
+        QString icon;
+        QString text;
+        toolTip.beginStructure();
+        toolTip >> icon;
+        toolTip.beginArray();
+        toolTip.endArray();
+        toolTip >> text;
+        toolTip.endStructure();
+        return text;
+    }
+
+    /// Exports a chat. Then Messages deletes one of its messages, and the chat gets another title.
+    static void giveExportThatMessagesHasLost(const Desktop& desktop)
+    {
+        TestDatabase database;
+        database.addChat(1, "G1", "Team", "chat1", 43);
+        database.addMessage(1, "first");
+        database.addMessage(1, "second");
+        desktop.output(QStringLiteral(PROGRAM),
+            {QStringLiteral("export"), QStringLiteral("--all"), QStringLiteral("--database"),
+                QString::fromStdString(database.path())});
+        database.sql().execute("DELETE FROM chat_message_join WHERE message_id = 1;"
+                               "UPDATE chat SET display_name = 'Crew'");
+        const std::filesystem::path messages = desktop.home() + "/Library/Messages";
+        std::filesystem::create_directories(messages);
+        std::filesystem::copy_file(database.path(), messages / "chat.db");
     }
 
     /// Starts the program with a panel on D-Bus and returns a property of its icon.

@@ -54,6 +54,46 @@ private slots:
                         "\n"));
     }
 
+    void keptFilesAreToldInALineEach()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fillAndLose(terminal, database);
+        const Outcome outcome = exportAll(terminal, database);
+        const std::string kept = terminal.exports() + "/Kept";
+        const std::vector<std::string> names = filesIn(kept);
+        QCOMPARE(names.size(), std::size_t{2});
+        QCOMPARE(outcome.out,
+            "Added 2 messages to 2 chats in " + terminal.exports()
+                + "\nKept 1,124 messages of Crew\uFFFD[31m that Messages no longer has: Kept/"
+                + names[0] + "\nKept 1 message of Family that Messages no longer has: Kept/"
+                + names[1] + "\n");
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(exportAll(terminal, database).out, std::string("Nothing new.\n"));
+    }
+
+    void keptFilesHaveAKeyInJson()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fillAndLose(terminal, database);
+        const QJsonObject result = exportAll(terminal, database, {"--json"}).json().object();
+        const QJsonArray kept = result[QStringLiteral("kept")].toArray();
+        QCOMPARE(kept.size(), 2);
+        QJsonObject crew;
+        for (const QJsonValue& file : kept) {
+            if (file[QStringLiteral("messages")].toInt() == 1124)
+                crew = file.toObject();
+        }
+        QCOMPARE(crew[QStringLiteral("title")].toString(), QStringLiteral("Crew\u001b[31m"));
+        const QString file = crew[QStringLiteral("file")].toString();
+        QVERIFY(std::filesystem::exists(terminal.exports() + '/' + file.toStdString()));
+        QCOMPARE(crew.keys().size(), 3);
+        const Outcome next = exportAll(terminal, database, {"--json"});
+        QVERIFY(!next.json().object().contains(QStringLiteral("kept")));
+    }
+
     void onlyTheChosenChatsAreExported()
     {
         const Terminal terminal;
@@ -303,6 +343,24 @@ private:
         database.addMessage(1, "first");
         database.addMessage(1, "second");
         database.addMessage(2, "third");
+    }
+
+    /// Exports two chats. Then Messages loses nearly all of them, and they get new titles.
+    static void fillAndLose(const Terminal& terminal, TestDatabase& database)
+    {
+        constexpr int lost = 1124;
+        database.addChat(1, "G1", "Crew\u001b[31m", "chat1", 43);
+        database.addChat(2, "G2", "Family", "chat2", 43);
+        database.sql().execute("BEGIN");
+        for (int i = 0; i <= lost; ++i)
+            database.addMessage(1, "hello");
+        database.addMessage(2, "first");
+        database.addMessage(2, "second");
+        database.sql().execute("COMMIT");
+        exportAll(terminal, database);
+        database.sql().execute("DELETE FROM chat_message_join WHERE message_id <= 1124;"
+                               "DELETE FROM chat_message_join WHERE message_id = 1126;"
+                               "UPDATE chat SET display_name = 'New ' || ROWID");
     }
 
     static Outcome exportAll(const Terminal& terminal, const TestDatabase& database,

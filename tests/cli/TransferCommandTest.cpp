@@ -38,6 +38,19 @@ private slots:
         QVERIFY(text->contains("second thoughts"));
     }
 
+    void fileThatTheExportKeepsIsTold()
+    {
+        Owner owner;
+        owner.exportChat();
+        owner.database.sql().execute("DELETE FROM chat_message_join WHERE message_id = 1;"
+                                     "UPDATE chat SET display_name = 'Crew'");
+        RunningTransfer running(owner.words());
+        QVERIFY(running.isReady());
+        QVERIFY2(running.printed().starts_with(
+                     "Kept 1 message of Team that Messages no longer has: Kept/"),
+            running.printed().c_str());
+    }
+
     void codeIsThatOfTheLink()
     {
         if (!PaintedCode::canRead())
