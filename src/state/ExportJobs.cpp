@@ -26,7 +26,7 @@ struct ExportJob {
             SyncResult result = Exporter::sync(
                 chats, names, folder, support, database,
                 [this](const ChatInfo&) { return !*stopping; }, mode);
-            if (result.errors.empty() && !*stopping)
+            if (result.errors.empty() && result.foreignChats == 0 && !*stopping)
                 check->setDone(chats);
             return result;
         } catch (const std::exception& error) {
