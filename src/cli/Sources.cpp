@@ -47,8 +47,7 @@ LoadedNames loadNames(const Sources& sources, const AccessPrompt& prompt)
     ContactSources chosen;
     chosen.push_back(std::make_unique<VCardSource>(*sources.contacts));
     LoadedNames loaded = ContactNames::load(chosen);
-    // The path is probably wrong or unreadable, and an export without names would rename every
-    // chat.
+    // The path is probably wrong, and an export without names would rename every chat.
     if (loaded.contacts == 0)
         throw std::runtime_error(*sources.contacts + ": There are no contacts here.");
     return loaded;
@@ -57,12 +56,11 @@ LoadedNames loadNames(const Sources& sources, const AccessPrompt& prompt)
 ContactNames readNames(const Sources& sources, const AccessPrompt& prompt)
 {
     LoadedNames loaded = loadNames(sources, prompt);
-    if (loaded.isUnanswered())
-        throw std::runtime_error("The contacts cannot be read completely: " + loaded.reading.silent
-            + " does not answer. Without their names, files would be begun "
-              "anew. Try again, name other contacts with --contacts FILE, or write bare numbers "
-              "with --contacts none.");
-    return std::move(loaded.names);
+    if (!loaded.isUnanswered())
+        return std::move(loaded.names);
+    throw std::runtime_error("The contacts cannot be read completely: " + loaded.reading.silent
+        + " does not answer. Without their names, files would be begun anew. Try again, name other "
+          "contacts with --contacts FILE, or write bare numbers with --contacts none.");
 }
 
 AccessPrompt promptOn(const Console& console, std::function<bool()> isCancelled)
