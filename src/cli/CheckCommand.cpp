@@ -50,7 +50,8 @@ public:
         if (m_options.repair || m_support.exists()) // or the lock would create the folder
             lock.emplace(m_support);
         m_chats = readChats(m_options.sources);
-        m_names = readNames(m_options.sources);
+        m_names = readNames(
+            m_options.sources, promptOn(m_console, [this] { return m_interruption->requested(); }));
         if (m_options.repair)
             Journal::recover(m_support);
 

@@ -2,6 +2,8 @@
 
 #include "check/RecordCounts.h"
 #include "cli/Console.h"
+#include "cli/ExportCommand.h"
+#include "export/KeptText.h"
 #include "text/Json.h"
 #include "text/Utf8.h"
 
@@ -81,12 +83,6 @@ std::string outcomeOf(const ChatCheck& chat)
         : "Could not repair " + chat.title;
 }
 
-std::string lineAbout(const KeptFile& kept)
-{
-    return "Kept " + countOf(kept.messages, "message") + " of " + kept.title
-        + " that Messages no longer has: " + kept.file;
-}
-
 std::string quotedText(const std::string& text)
 {
     return Json::quoted(repairedUtf8(text)); // paths and words of the user can be any bytes
@@ -103,21 +99,7 @@ std::string chatJson(const ChatCheck& chat)
     return object.number("kept", chat.kept).finished();
 }
 
-std::string keptJson(const KeptFile& kept)
-{
-    return Json::Object()
-        .value("title", quotedText(kept.title))
-        .number("messages", kept.messages)
-        .value("file", quotedText(kept.file))
-        .finished();
-}
-
 } // namespace
-
-std::string countOf(std::int64_t count, const std::string& thing)
-{
-    return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
-}
 
 std::string checkAsText(const CheckResult& result)
 {
@@ -168,9 +150,7 @@ std::string repairAsText(const CheckResult& result, const RepairReport& repair)
         if (std::find(tried.begin(), tried.end(), chat.guid) != tried.end())
             text.append(printable(outcomeOf(chat))).append(1, '\n');
     }
-    for (const KeptFile& kept : repair.kept)
-        text.append(printable(lineAbout(kept))).append(1, '\n');
-    return text;
+    return text + keptLines(repair.kept);
 }
 
 std::string questionAbout(const CheckResult& result, const std::string& database)

@@ -17,9 +17,6 @@ struct RepairReport {
     bool operator==(const RepairReport&) const = default;
 };
 
-/// "1 message", "2 messages".
-std::string countOf(std::int64_t count, const std::string& thing);
-
 /// The table of the chats that are not intact, and summaryOf().
 std::string checkAsText(const CheckResult& result);
 

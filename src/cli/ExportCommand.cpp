@@ -30,15 +30,6 @@ bool contactsArePipe(const Sources& sources)
     return sources.contacts && std::filesystem::is_fifo(*sources.contacts, ignored);
 }
 
-std::string keptJson(const KeptFile& file)
-{
-    return Json::Object()
-        .text("title", repairedUtf8(file.title))
-        .number("messages", file.messages)
-        .text("file", repairedUtf8(file.file))
-        .finished();
-}
-
 std::string asJson(const SyncResult& result)
 {
     // An error may quote a path, and a path need not be valid UTF-8.
@@ -55,14 +46,6 @@ std::string asJson(const SyncResult& result)
 std::string counted(std::int64_t count, const std::string& thing)
 {
     return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
-}
-
-std::string keptLines(const SyncResult& result)
-{
-    std::string lines;
-    for (const KeptFile& file : result.kept)
-        lines += printable(textOf(file)) + '\n';
-    return lines;
 }
 
 std::string asText(const SyncResult& result, const std::string& folder, bool complete)
@@ -157,7 +140,7 @@ private:
             m_console.out << asJson(result) << '\n';
         else
             m_console.out << asText(result, m_options.folder, complete) << '\n'
-                          << keptLines(result);
+                          << keptLines(result.kept);
         m_console.out.flush(); // the next run may be minutes away
         for (const std::string& error : result.errors)
             m_console.complain(error);
@@ -176,6 +159,23 @@ private:
 };
 
 } // namespace
+
+std::string keptJson(const KeptFile& file)
+{
+    return Json::Object()
+        .text("title", repairedUtf8(file.title))
+        .number("messages", file.messages)
+        .text("file", repairedUtf8(file.file))
+        .finished();
+}
+
+std::string keptLines(const std::vector<KeptFile>& files)
+{
+    std::string lines;
+    for (const KeptFile& file : files)
+        lines += printable(textOf(file)) + '\n';
+    return lines;
+}
 
 int runExport(const ExportOptions& options, const SupportFolder& support, const Console& console)
 {

@@ -28,6 +28,10 @@ struct ExportOptions {
 /// std::overflow_error (see referenceTime()).
 int runExport(const ExportOptions& options, const SupportFolder& support, const Console& console);
 
+/// What is reported about files that stay in Kept/: a JSON object, or a line for each.
+std::string keptJson(const KeptFile& file);
+std::string keptLines(const std::vector<KeptFile>& files);
+
 /// Exporter::sync() with a progress bar if `console.err` is a terminal. An interruption ends it
 /// after the current chat.
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
