@@ -78,9 +78,10 @@ public:
         for (const ChatInfo& chat : m_all)
             addFromDatabase(chat);
         for (const auto& [guid, record] : m_state.chats)
-            addGone(guid, record.title.value_or(record.fileName), record.fileName);
+            addGone(guid, record.title.value_or(record.fileName), record.fileName,
+                record.messages.value_or(0) > 0);
         for (const auto& [guid, stray] : m_strays)
-            addGone(guid, stray.title, stray.name);
+            addGone(guid, stray.title, stray.name, false);
         for (const std::string& guid : m_scope.chats)
             requireChat(guid);
         return std::move(m_found);
@@ -166,12 +167,14 @@ private:
     }
 
     /// Adds a chat that the database does not have.
-    void addGone(const std::string& guid, const std::string& title, const std::string& file)
+    void addGone(const std::string& guid, const std::string& title, const std::string& file,
+        bool wasExported)
     {
         const auto sharers = m_sharers.find(file);
         add({.guid = guid,
             .title = title,
             .file = file,
+            .wasExported = wasExported,
             .sharesFile = sharers != m_sharers.end() && sharers->second.size() > 1});
     }
 

@@ -17,6 +17,7 @@ struct CheckedChat {
     std::string title{};
     std::string file{}; ///< inside the export folder; it need not exist
     std::optional<std::int64_t> lastRowID{}; ///< absent if the state does not know the chat
+    bool wasExported = false; ///< the state recorded messages
     bool sharesFile = false;
 };
 

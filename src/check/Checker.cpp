@@ -95,6 +95,7 @@ private:
                 .counts = countsOf(each),
                 .kept = records == kept.byChat.end() ? 0 : records->second,
                 .isInDatabase = each.chat != nullptr,
+                .isLost = each.wasExported && isMissing(pathOf(each)),
                 .sharesFile = each.sharesFile});
         } catch (const std::overflow_error&) {
             throw; // fails the whole run: see referenceTime()
@@ -105,9 +106,11 @@ private:
         }
     }
 
+    fs::path pathOf(const CheckedChat& each) const { return m_folder.native() + '/' + each.file; }
+
     RecordCounts countsOf(const CheckedChat& each)
     {
-        const auto file = openIfPresent(m_folder.native() + '/' + each.file);
+        const auto file = openIfPresent(pathOf(each));
         bool first = true;
         return countRecords({.guid = each.guid,
             .file = file ? &*file : nullptr,

@@ -24,6 +24,7 @@ struct ChatCheck {
     RecordCounts counts;
     std::int64_t kept = 0; ///< records of the chat in Kept/
     bool isInDatabase = true; ///< otherwise its file cannot be written again
+    bool isLost = false; ///< neither the database nor the folder has what the state recorded
     bool sharesFile = false; ///< another chat of the state has the same file
 
     bool operator==(const ChatCheck&) const = default;

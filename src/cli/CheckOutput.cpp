@@ -75,6 +75,16 @@ std::int64_t damagedIn(const CheckResult& result)
         [](const ChatCheck& chat) { return !chat.isIntact(); });
 }
 
+std::string titlesOf(const CheckResult& result, bool (*isMeant)(const ChatCheck&))
+{
+    std::string titles;
+    for (const ChatCheck& chat : result.chats) {
+        if (isMeant(chat))
+            titles.append(titles.empty() ? "" : ", ").append(chat.title);
+    }
+    return titles;
+}
+
 /// What a repair made of a chat.
 std::string outcomeOf(const ChatCheck& chat)
 {
@@ -132,11 +142,8 @@ std::string checkAsJson(const CheckResult& result, const RepairReport* repair)
 
 std::string announcement(const CheckResult& result)
 {
-    std::string titles;
-    for (const ChatCheck& chat : result.chats) {
-        if (chat.canBeRepaired())
-            titles.append(titles.empty() ? "" : ", ").append(chat.title);
-    }
+    const std::string titles
+        = titlesOf(result, [](const ChatCheck& chat) { return chat.canBeRepaired(); });
     return printable("Repairing " + titles
                + ": the old file moves to Kept/, and the chat is exported again.")
         + '\n';
@@ -155,11 +162,8 @@ std::string repairAsText(const CheckResult& result, const RepairReport& repair)
 
 std::string questionAbout(const CheckResult& result, const std::string& database)
 {
-    std::string titles;
-    for (const ChatCheck& chat : result.chats) {
-        if (chat.canBeRepaired() && chat.counts.foreign > 0)
-            titles.append(titles.empty() ? "" : ", ").append(chat.title);
-    }
+    const std::string titles = titlesOf(result,
+        [](const ChatCheck& chat) { return chat.canBeRepaired() && chat.counts.foreign > 0; });
     return titles.empty()
         ? ""
         : "These files are from a different database than " + database + ": " + titles
@@ -178,6 +182,10 @@ std::vector<std::string> hintsAbout(const CheckResult& result)
                   "it is.");
         }
     }
+    const std::string lost = titlesOf(result, [](const ChatCheck& chat) { return chat.isLost; });
+    if (!lost.empty())
+        hints.push_back(
+            "Neither Messages nor this folder has these chats, which were exported: " + lost + '.');
     return hints;
 }
 

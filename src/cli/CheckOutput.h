@@ -35,7 +35,8 @@ std::string repairAsText(const CheckResult& result, const RepairReport& repair);
 /// Describes the files from a different database. Empty if there are none that can be repaired.
 std::string questionAbout(const CheckResult& result, const std::string& database);
 
-/// One line for each damaged chat that no repair can help.
+/// Lines about the chats that Messages no longer has: damaged ones, which no repair can help, and
+/// those that have no file either.
 std::vector<std::string> hintsAbout(const CheckResult& result);
 
 } // namespace korvane

@@ -69,6 +69,17 @@ private slots:
         QVERIFY(records.take(records.withLine("b").value()));
         QVERIFY(!records.take(records.withLine("b").value()));
         QVERIFY(!records.isTaken(0));
+
+        ExpectedRecords apart = some({"b", "a", "b"});
+        QVERIFY(apart.take(apart.withLine("b").value()));
+        QVERIFY(apart.take(apart.withLine("b").value()));
+
+        ExpectedRecords sameID;
+        sameID.add(7, "a");
+        sameID.add(7, "b");
+        QVERIFY(sameID.take(sameID.withRowID(7).value()));
+        QVERIFY(sameID.take(sameID.withRowID(7).value()));
+        QVERIFY(!sameID.take(sameID.withRowID(7).value()));
     }
 
 private:

@@ -407,6 +407,19 @@ private slots:
         QCOMPARE(contentsOf(annsFile()), old);
     }
 
+    void chatThatIsNowhereAnyMoreIsMentioned()
+    {
+        exportAll();
+        m_database->sql().execute("DELETE FROM message WHERE ROWID < 3");
+        QCOMPARE(check().err, std::string());
+        fs::remove(annsFile());
+        const Outcome outcome = check();
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: Neither Messages nor this folder has these chats, which "
+                        "were exported: Ann.\n"));
+    }
+
     void fileThatCannotBeReplacedIsAnError()
     {
         exportAll();
