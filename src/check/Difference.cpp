@@ -1,10 +1,9 @@
 #include "check/Difference.h"
 
+#include "export/DateText.h"
 #include "export/Record.h"
-#include "text/Ascii.h"
 
-#include <charconv>
-#include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -14,74 +13,13 @@ namespace korvane {
 
 namespace {
 
-using Milliseconds = std::chrono::sys_time<std::chrono::milliseconds>;
-
-/// Reads the parts of a date from the left. A part that is not there makes the whole date unknown.
-class DateParts {
-public:
-    explicit DateParts(std::string_view text) : m_rest(text) { }
-
-    /// The number of up to `most` digits before `separator`, which is removed.
-    int number(std::size_t most, char separator)
-    {
-        const std::size_t end = m_rest.find(separator);
-        int number = 0;
-        if (end == m_rest.npos || end == 0 || end > most || !isDigit(m_rest.front()))
-            return fail();
-        const char* const stop = m_rest.data() + end;
-        if (std::from_chars(m_rest.data(), stop, number).ptr != stop)
-            return fail();
-        m_rest.remove_prefix(end + 1);
-        return number;
-    }
-
-    bool sign()
-    {
-        const bool negative = m_rest.starts_with('-');
-        m_rest.remove_prefix(negative ? 1 : 0);
-        return negative;
-    }
-
-    bool areWhole() const { return !m_failed && m_rest.empty(); }
-
-private:
-    int fail()
-    {
-        m_failed = true;
-        return 0;
-    }
-
-    std::string_view m_rest;
-    bool m_failed = false;
-};
-
-/// Reads a date in the form of DateText::withMilliseconds().
-std::optional<Milliseconds> momentOf(std::string_view text)
-{
-    using namespace std::chrono;
-    constexpr std::size_t longestYear = 5; // the calendar of <chrono> ends in the year 32767
-    DateParts parts(text);
-    const bool negative = parts.sign();
-    const int number = parts.number(longestYear, '-');
-    const year year(negative ? -number : number);
-    const month month(static_cast<unsigned>(parts.number(2, '-')));
-    const day day(static_cast<unsigned>(parts.number(2, 'T')));
-    const hours hour(parts.number(2, ':'));
-    const minutes minute(parts.number(2, ':'));
-    const seconds second(parts.number(2, '.'));
-    const milliseconds fraction(parts.number(3, 'Z'));
-    const year_month_day date = year / month / day;
-    if (!parts.areWhole() || !date.ok())
-        return std::nullopt;
-    return sys_days(date) + hour + minute + second + fraction;
-}
-
 /// A date that cannot be read was damaged. It says nothing about the database.
 bool areFarApart(std::string_view one, std::string_view other)
 {
-    const auto first = momentOf(one);
-    const auto second = momentOf(other);
-    return first && second && std::chrono::abs(*first - *second) > std::chrono::seconds(1);
+    constexpr double mostSeconds = 1.0005; // the texts have milliseconds, the numbers are binary
+    const auto first = DateText::read(one);
+    const auto second = DateText::read(other);
+    return first && second && std::abs((*first - *second).count()) > mostSeconds;
 }
 
 bool isForeign(const Record& inFile, const Record& inDatabase)

@@ -136,7 +136,7 @@ std::string checkAsJson(const CheckResult& result, const RepairReport* repair)
         .value("errors", Json::array(result.errors, quotedText));
     if (repair)
         object.value("repaired", Json::array(repair->guids, quotedText))
-            .value("keptFiles", Json::array(repair->kept, keptJson));
+            .value("kept", Json::array(repair->kept, keptJson));
     return object.finished() + '\n';
 }
 

@@ -3,7 +3,6 @@
 #include "check/Checker.h"
 #include "export/Exporter.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 

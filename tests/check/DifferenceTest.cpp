@@ -133,7 +133,7 @@ private slots:
         QTest::newRow("earlier") << QStringLiteral("2024-05-06T07:08:08.499Z") << body
                                  << Difference::Foreign;
         QTest::newRow("years ago")
-            << QStringLiteral("-0044-03-15T12:00:00.000Z") << body << Difference::Foreign;
+            << QStringLiteral("1044-03-15T12:00:00.000Z") << body << Difference::Foreign;
         QTest::newRow("only the date") << far << same << Difference::Changed;
         QTest::newRow("only the name and the date")
             << far << Edit([](Record& r) { r.sender = "Bo"; }) << Difference::Changed;

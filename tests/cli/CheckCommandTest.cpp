@@ -387,7 +387,7 @@ private slots:
         const QJsonObject object = outcome.json().object();
         QCOMPARE(object[u"whole"].toBool(), true);
         QCOMPARE(object[u"repaired"].toArray(), QJsonArray{QStringLiteral("G1")});
-        const QJsonObject kept = object[u"keptFiles"].toArray()[0].toObject();
+        const QJsonObject kept = object[u"kept"].toArray()[0].toObject();
         QCOMPARE(kept[u"title"].toString(), QStringLiteral("Ann"));
         QCOMPARE(kept[u"messages"].toInt(), 1);
         QVERIFY(kept[u"file"].toString().startsWith(QStringLiteral("Kept/Ann (1) ")));
