@@ -56,7 +56,7 @@ ContactNames namesOf(const Scene& scene)
 {
     ContactSources sources;
     sources.push_back(std::make_unique<VCardSource>(scene.contacts));
-    return ContactNames::load(sources);
+    return ContactNames::load(sources).names;
 }
 
 double fullExport(const Scene& scene)
