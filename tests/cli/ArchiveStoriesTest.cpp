@@ -305,7 +305,7 @@ private slots:
 
         const Outcome outcome = user.exportAll();
         QCOMPARE(outcome.code, 1);
-        QVERIFY(outcome.err.find("different database") != std::string::npos);
+        QVERIFY(outcome.err.find("a different Messages database") != std::string::npos);
         QVERIFY(outcome.err.find("check --repair") != std::string::npos);
         QVERIFY(outcome.err.find("KORVANE_SYNC_HOME") != std::string::npos);
         QCOMPARE(user.everything(), files);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace korvane {
 
@@ -59,6 +60,22 @@ void restart(Archive& archive, const FreshChat& chat)
     archive.files[archive.fileName(chat)] = chat.bytesAfter(0);
 }
 
+/// Repeats the comparisons that a killed run did not finish.
+void settle(Archive& archive, const std::vector<FreshChat>& chats)
+{
+    for (const std::string& bytes : std::exchange(archive.unchecked, {})) {
+        const auto records = ReadLines::from(bytes).all();
+        const bool still
+            = std::all_of(records.begin(), records.end(), [&](const ReadRecord& record) {
+                  const auto chat = std::find_if(chats.begin(), chats.end(),
+                      [&record](const FreshChat& each) { return each.guid == record.guid; });
+                  return chat != chats.end() && isStillThere(record, *chat);
+              });
+        if (!still)
+            archive.kept.insert(bytes);
+    }
+}
+
 bool isForeign(const ReadRecord& inFile, const ReadRecord& inDatabase)
 {
     return std::abs(inFile.milliseconds - inDatabase.milliseconds) > 1000
@@ -77,23 +94,27 @@ bool isChanged(const ReadRecord& inFile, const ReadRecord& inDatabase)
             });
 }
 
-const char* differenceOf(const ReadRecord& inFile, const ReadRecord* inDatabase)
+const char* differenceOf(
+    const ReadRecord& inFile, const FreshChat& chat, const FreshDatabase& database)
 {
-    if (!inDatabase)
-        return "gone";
-    if (inFile.line == inDatabase->line)
-        return "same";
-    if (isForeign(inFile, *inDatabase))
+    const ReadRecord* const inChat = chat.record(inFile.id);
+    const auto other = database.messages.find(inFile.rowID);
+    if (!inChat && !database.hasChat(chat.guid))
+        return "gone"; // there is nothing that a repair could export again
+    if (!inChat)
+        return other != database.messages.end() && isForeign(inFile, other->second) ? "foreign"
+                                                                                    : "gone";
+    if (isForeign(inFile, *inChat))
         return "foreign";
-    if (isChanged(inFile, *inDatabase))
+    if (isChanged(inFile, *inChat))
         return "changed";
-    return inFile.names != inDatabase->names ? "renamed" : "same";
+    return inFile.names != inChat->names ? "renamed" : "same";
 }
 
-bool isRepaired(const Archive& archive, const FreshChat& chat)
+bool isRepaired(const Archive& archive, const FreshChat& chat, const FreshDatabase& database)
 {
     return (archive.known(chat.guid) || archive.bytes(chat))
-        && !isIntact(expectedCounts(archive, chat));
+        && !isIntact(expectedCounts(archive, chat, database));
 }
 
 } // namespace
@@ -174,6 +195,12 @@ const ReadRecord* FreshChat::record(const std::string& id) const
     return found != records.end() ? &*found : nullptr;
 }
 
+bool FreshDatabase::hasChat(const std::string& guid) const
+{
+    return std::any_of(
+        chats.begin(), chats.end(), [&guid](const FreshChat& chat) { return chat.guid == guid; });
+}
+
 Archive Archive::at(const fs::path& folder, const fs::path& support)
 {
     Archive archive{.state = ExportState::load(SupportFolder(support))};
@@ -183,7 +210,8 @@ Archive Archive::at(const fs::path& folder, const fs::path& support)
             archive.files[entry.path().filename()] = Files::read(entry.path()).value_or("");
     }
     for (const auto& entry : fs::directory_iterator(folder / "Kept", ignored))
-        archive.kept.insert(Files::read(entry.path()).value_or(""));
+        (entry.path().extension() == ".unchecked" ? archive.unchecked : archive.kept)
+            .insert(Files::read(entry.path()).value_or(""));
     return archive;
 }
 
@@ -213,7 +241,7 @@ std::int64_t Archive::lastRowID(const FreshChat& chat) const
         return record->lastRowID;
     std::int64_t highest = 0;
     for (const ReadRecord& record : ReadLines::from(bytes(chat).value_or("")).records)
-        highest = std::max(highest, record.rowID);
+        highest = chat.record(record.id) ? std::max(highest, record.rowID) : highest;
     return highest;
 }
 
@@ -228,58 +256,82 @@ bool Archive::hasStrayFiles(const std::vector<FreshChat>& chats) const
     });
 }
 
-std::map<std::string, std::int64_t> expectedCounts(const Archive& archive, const FreshChat& chat)
+Counts expectedCounts(const Archive& archive, const FreshChat& chat, const FreshDatabase& database)
 {
     const ReadLines lines = ReadLines::from(archive.bytes(chat).value_or(""));
-    std::map<std::string, std::int64_t> counts{{"records", 0}, {"new", 0}, {"missing", 0},
-        {"doubled", 0}, {"torn", lines.torn}, {"changed", 0}, {"foreign", 0}, {"renamed", 0},
-        {"gone", 0}, {"kept", 0}};
+    Counts counts{{"records", 0}, {"new", 0}, {"missing", 0}, {"doubled", 0}, {"torn", lines.torn},
+        {"changed", 0}, {"foreign", 0}, {"renamed", 0}, {"gone", 0}, {"kept", 0}};
     std::set<std::string> seen;
     counts["records"] = static_cast<std::int64_t>(lines.records.size());
     for (const ReadRecord& record : lines.records)
-        ++counts[seen.insert(record.id).second ? differenceOf(record, chat.record(record.id))
-                                               : "doubled"];
+        ++counts[seen.insert(record.id).second ? differenceOf(record, chat, database) : "doubled"];
     counts.erase("same");
     for (const ReadRecord& record : chat.records) {
         if (!seen.contains(record.id))
             ++counts[record.rowID > archive.lastRowID(chat) ? "new" : "missing"];
     }
-    for (const std::string& bytes : archive.kept) {
-        for (const ReadRecord& record : ReadLines::from(bytes).records)
-            counts["kept"] += record.guid == chat.guid ? 1 : 0;
+    for (const auto* files : {&archive.kept, &archive.unchecked}) {
+        for (const std::string& bytes : *files) {
+            for (const ReadRecord& record : ReadLines::from(bytes).all())
+                counts["kept"] += record.guid == chat.guid ? 1 : 0;
+        }
     }
     return counts;
 }
 
-bool isIntact(const std::map<std::string, std::int64_t>& counts)
+bool isIntact(const Counts& counts)
 {
     return counts.at("missing") + counts.at("doubled") + counts.at("torn") + counts.at("changed")
         + counts.at("foreign")
         == 0;
 }
 
-Origin originOf(const Archive& archive, const FreshChat& chat)
+Origin originOf(const Archive& archive, const FreshChat& chat, const FreshDatabase& database)
 {
-    const auto records = ReadLines::from(archive.bytes(chat).value_or("")).records;
-    if (records.empty() || chat.records.empty())
+    const ReadLines lines = ReadLines::from(archive.bytes(chat).value_or(""));
+    const auto& records = lines.records;
+    if (!archive.known(chat.guid) || records.empty())
         return Origin::SameDatabase;
-    const auto foreign = [&chat](const ReadRecord& record) {
-        return std::string("foreign") == differenceOf(record, chat.record(record.id));
+    const auto foreign = [&](const ReadRecord& record) {
+        return std::string("foreign") == differenceOf(record, chat, database);
     };
-    if (foreign(records.front()) || foreign(records.back()))
+    const bool isTorn = lines.torn > 0; // records in torn lines may count as well
+    if (!isTorn && (foreign(records.front()) || foreign(records.back())))
         return Origin::DifferentDatabase;
-    if (std::any_of(records.begin(), records.end(), foreign))
+    if (isTorn || std::any_of(records.begin(), records.end(), foreign))
         return Origin::CannotBeTold;
 
     const ReadRecord& newest = chat.records.back();
+    const auto recent = records.end() - std::min<std::ptrdiff_t>(8, std::ssize(records));
+    const bool recentIsThere = std::any_of(recent, records.end(),
+        [&](const ReadRecord& record) { return database.messages.contains(record.rowID); });
+    const bool isOlder = std::any_of(recent, records.end(),
+        [&](const ReadRecord& record) { return newest.rowID <= record.rowID; });
     const bool isInFile = std::any_of(records.begin(), records.end(),
-        [&newest](const ReadRecord& record) { return record.id == newest.id; });
-    const auto eight = std::min<std::ptrdiff_t>(8, static_cast<std::ptrdiff_t>(records.size()));
-    const bool anyIsThere = std::any_of(records.end() - eight, records.end(),
-        [&chat](const ReadRecord& record) { return chat.record(record.id) != nullptr; });
-    const bool sign = archive.known(chat.guid) && !isInFile
-        && newest.rowID <= archive.lastRowID(chat) && !anyIsThere;
-    return sign ? Origin::DifferentDatabase : Origin::SameDatabase;
+        [&](const ReadRecord& record) { return newest.id == record.id; });
+    const bool isSkipped = isOlder && newest.rowID <= archive.lastRowID(chat) && !isInFile;
+    return isSkipped && !recentIsThere ? Origin::DifferentDatabase : Origin::SameDatabase;
+}
+
+std::vector<FreshChat> checkedChats(const Archive& archive, const FreshDatabase& database)
+{
+    std::vector<FreshChat> chats = database.chats;
+    for (const auto& [guid, record] : archive.state.chats) {
+        if (!database.hasChat(guid))
+            chats.push_back({guid, record.title.value_or(""), record.fileName, {}});
+    }
+    return chats;
+}
+
+bool mixesDatabases(const Archive& archive, const FreshDatabase& database)
+{
+    return std::any_of(database.chats.begin(), database.chats.end(), [&](const FreshChat& chat) {
+        const auto records = ReadLines::from(archive.bytes(chat).value_or("")).all();
+        return !archive.known(chat.guid)
+            && std::any_of(records.begin(), records.end(), [&](const ReadRecord& record) {
+                   return std::string("foreign") == differenceOf(record, chat, database);
+               });
+    });
 }
 
 Archive afterExport(
@@ -298,15 +350,17 @@ Archive afterExport(
         if (bytes || !added.empty())
             archive.files[archive.fileName(chat)] = bytes.value_or("") + added;
     }
+    settle(archive, chats);
     return archive;
 }
 
-Archive afterRepair(Archive archive, const std::vector<FreshChat>& chats)
+Archive afterRepair(Archive archive, const FreshDatabase& database)
 {
-    for (const FreshChat& chat : chats) {
-        if (isRepaired(archive, chat))
+    for (const FreshChat& chat : database.chats) {
+        if (isRepaired(archive, chat, database))
             restart(archive, chat);
     }
+    settle(archive, database.chats);
     return archive;
 }
 

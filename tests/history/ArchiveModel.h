@@ -58,10 +58,19 @@ struct FreshChat {
     const ReadRecord* record(const std::string& id) const;
 };
 
+/// What the database has now.
+struct FreshDatabase {
+    std::vector<FreshChat> chats;
+    std::map<std::int64_t, ReadRecord> messages; ///< by row id, also those in no chat
+
+    bool hasChat(const std::string& guid) const;
+};
+
 /// The files of an export folder, and the state.
 struct Archive {
     std::map<std::string, std::string> files; ///< the bytes by name
     std::multiset<std::string> kept; ///< the bytes of each file in Kept/
+    std::multiset<std::string> unchecked; ///< those of which the comparison was interrupted
     ExportState state;
 
     static Archive at(const std::filesystem::path& folder, const std::filesystem::path& support);
@@ -77,18 +86,26 @@ struct Archive {
 };
 
 /// The counts of a check for one chat, under the keys of its output.
-std::map<std::string, std::int64_t> expectedCounts(const Archive& archive, const FreshChat& chat);
+using Counts = std::map<std::string, std::int64_t>;
+Counts expectedCounts(const Archive& archive, const FreshChat& chat, const FreshDatabase& database);
 
-bool isIntact(const std::map<std::string, std::int64_t>& counts);
+bool isIntact(const Counts& counts);
+
+/// The chats that a check looks at: those of the database, and of the state those that it lacks.
+std::vector<FreshChat> checkedChats(const Archive& archive, const FreshDatabase& database);
 
 /// Whether the chat's file belongs to a different database, as far as an export can tell without
 /// reading all of it.
 enum class Origin { SameDatabase, CannotBeTold, DifferentDatabase };
-Origin originOf(const Archive& archive, const FreshChat& chat);
+Origin originOf(const Archive& archive, const FreshChat& chat, const FreshDatabase& database);
+
+/// Whether the state does not know a chat whose file is from a different database. Then one export
+/// appends to it, and the next leaves it alone.
+bool mixesDatabases(const Archive& archive, const FreshDatabase& database);
 
 /// The files and kept files that a run has to lead to. The state is not predicted.
 Archive afterExport(
     Archive archive, const std::vector<FreshChat>& chats, const std::set<std::string>& leftAlone);
-Archive afterRepair(Archive archive, const std::vector<FreshChat>& chats);
+Archive afterRepair(Archive archive, const FreshDatabase& database);
 
 } // namespace korvane

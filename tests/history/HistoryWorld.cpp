@@ -44,6 +44,18 @@ std::string number(std::int64_t value)
     return std::to_string(value);
 }
 
+/// What a comparison of a message in no chat with a record can see.
+ReadRecord withoutChat(const TestDatabase::Message& message)
+{
+    constexpr std::int64_t referenceDate = 978'307'200'000; // 2001, in milliseconds since 1970
+    return {.rowID = message.rowID,
+        .milliseconds = referenceDate + message.date / 1'000'000,
+        .senderID
+        = message.fromMe ? "messages:self" : "messages:handle:+1555010" + number(message.handle),
+        .isOutgoing = message.fromMe,
+        .body = message.text.value_or("")};
+}
+
 } // namespace
 
 HistoryWorld::HistoryWorld(std::uint32_t seed) : m_random(seed)
@@ -306,7 +318,7 @@ std::string HistoryWorld::restoreDatabase()
     return "restored database: " + number(lost) + " fewer, row ids from " + number(first);
 }
 
-std::vector<FreshChat> HistoryWorld::freshChats() const
+FreshDatabase HistoryWorld::freshDatabase() const
 {
     const QTemporaryDir elsewhere;
     const fs::path place = elsewhere.path().toStdString();
@@ -314,12 +326,16 @@ std::vector<FreshChat> HistoryWorld::freshChats() const
                    m_db.folder() + "/contacts.vcf", "--folder", place / "exports"},
         place / "support");
     const Archive archive = Archive::at(place / "exports", place / "support");
-    std::vector<FreshChat> chats;
+    FreshDatabase database;
     for (const auto& [guid, record] : archive.state.chats) {
         const auto lines = ReadLines::from(archive.files.at(record.fileName));
-        chats.push_back({guid, record.title.value_or(""), record.fileName, lines.records});
+        database.chats.push_back({guid, record.title.value_or(""), record.fileName, lines.records});
+        for (const ReadRecord& message : lines.records)
+            database.messages[message.rowID] = message;
     }
-    return chats;
+    for (const Stored& stored : m_unjoined)
+        database.messages[stored.message.rowID] = withoutChat(stored.message);
+    return database;
 }
 
 std::vector<std::string> HistoryWorld::withPlaces(std::vector<std::string> command) const

@@ -40,7 +40,7 @@ public:
     Archive archive() const { return Archive::at(folder(), support()); }
 
     /// What a first export would write now.
-    std::vector<FreshChat> freshChats() const;
+    FreshDatabase freshDatabase() const;
 
     std::vector<std::string> exportCommand() const { return withPlaces({"export", "--all"}); }
     std::vector<std::string> checkCommand() const { return withPlaces({"check"}); }
