@@ -4,7 +4,9 @@
 #include "cli/Console.h"
 #include "cli/ExportCommand.h"
 #include "contacts/ContactNames.h"
+#include "export/ExportState.h"
 #include "export/Journal.h"
+#include "export/KeptFiles.h"
 #include "process/Interruption.h"
 #include "storage/Paths.h"
 #include "storage/SupportLock.h"
@@ -53,7 +55,7 @@ public:
         m_names = readNames(
             m_options.sources, promptOn(m_console, [this] { return m_interruption->requested(); }));
         if (m_options.repair)
-            Journal::recover(m_support);
+            finishLastRun();
 
         CheckResult result = check({.all = m_options.all, .chats = m_options.chats});
         if (result.interrupted)
@@ -73,9 +75,17 @@ private:
             });
     }
 
+    /// Undoes what a killed run left, and repeats its comparison of kept files.
+    void finishLastRun()
+    {
+        Journal::recover(m_support);
+        m_kept = KeptFiles::compare(m_options.folder, ExportState::load(m_support), m_keptErrors);
+    }
+
     int repair(CheckResult& result)
     {
-        RepairReport repair;
+        RepairReport repair{.kept = m_kept};
+        result.errors.insert(result.errors.end(), m_keptErrors.begin(), m_keptErrors.end());
         if (result.repairable().empty())
             return report(result, &repair);
         print(checkAsText(result));
@@ -100,7 +110,7 @@ private:
         SyncResult sync = syncWithProgress(chats, m_names, m_options.folder, m_support,
             m_options.sources.database, *m_interruption, m_console,
             {.restart = guids, .checkDatabase = false});
-        repair.kept = std::move(sync.kept);
+        repair.kept.insert(repair.kept.end(), sync.kept.begin(), sync.kept.end());
         result.errors.insert(result.errors.end(), sync.errors.begin(), sync.errors.end());
         update(result, check({.chats = repair.guids}));
     }
@@ -166,6 +176,8 @@ private:
     std::optional<Interruption> m_interruption;
     std::vector<ChatInfo> m_chats;
     ContactNames m_names;
+    std::vector<KeptFile> m_kept; ///< of the last run
+    std::vector<std::string> m_keptErrors;
 };
 
 /// A check that cannot begin is an object, too.
