@@ -34,8 +34,8 @@ bool countRecordsOf(
 {
     return file && forEachLine(*file, [&](std::string_view line, bool /*hasLineFeed*/) {
         onLine();
-        if (const auto record = Record::fromLineWithTornStart(line))
-            kept.byChat[record->conversationID] += 1;
+        Record::forEachInLine(
+            line, [&kept](const Record& record) { kept.byChat[record.conversationID] += 1; });
     });
 }
 
