@@ -1,15 +1,20 @@
 #include "check/Checker.h"
 
 #include "check/CheckedChats.h"
+#include "check/Difference.h"
 #include "check/FileCheck.h"
 #include "check/KeptRecords.h"
 #include "contacts/ContactNames.h"
+#include "export/DateText.h"
 #include "export/ExportState.h"
+#include "export/Record.h"
 #include "export/RecordWriter.h"
+#include "messages/MessageLookup.h"
 #include "messages/MessagesDB.h"
 #include "storage/FileReader.h"
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 #include <stdexcept>
 #include <system_error>
@@ -43,6 +48,23 @@ std::int64_t messagesIn(const std::vector<CheckedChat>& chats)
         chats.begin(), chats.end(), std::int64_t{0}, [](std::int64_t sum, const CheckedChat& each) {
             return sum + (each.chat ? each.chat->messageCount : 0);
         });
+}
+
+/// Whether the row id belongs to another message than the record, in any chat or in none: then the
+/// record is from a different database.
+bool isAnother(std::int64_t rowID, const Record& record, MessageLookup& messages)
+{
+    if (!messages.date(rowID))
+        return false;
+    Record now;
+    messages.read(rowID, [&now](const MessageRowView& row) {
+        now.body = row.text;
+        now.date = DateText().withMilliseconds(row.date);
+        now.isOutgoing = row.fromMe;
+        if (row.senderID)
+            now.senderID = *row.senderID;
+    });
+    return differenceOf(record, now) == Difference::Foreign;
 }
 
 /// One check of the chats of one open database.
@@ -112,6 +134,7 @@ private:
     {
         const auto file = openIfPresent(pathOf(each));
         bool first = true;
+        std::unique_ptr<MessageLookup> messages; // rarely needed
         return countRecords({.guid = each.guid,
             .file = file ? &*file : nullptr,
             .expected =
@@ -122,6 +145,14 @@ private:
             .expectedCount
             = each.chat ? static_cast<std::size_t>(each.chat->messageCount) : std::size_t{0},
             .lastRowID = each.lastRowID,
+            .isAnother =
+                [&](std::int64_t rowID, const Record& record) {
+                    if (!each.chat)
+                        return false; // nothing could be exported again
+                    if (!messages)
+                        messages.reset(new MessageLookup(m_db.lookup()));
+                    return isAnother(rowID, record, *messages);
+                },
             .onLine = [this] { tick(); }});
     }
 

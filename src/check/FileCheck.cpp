@@ -23,6 +23,12 @@ struct Suspect {
     bool compared = false;
 };
 
+/// A record in the file that the chat does not have in the database. Only a hash of its id is kept.
+struct Stranger {
+    std::size_t idHash = 0;
+    bool isForeign = false;
+};
+
 bool comesBefore(const Suspect& left, const Suspect& right)
 {
     return left.rowID < right.rowID;
@@ -92,7 +98,7 @@ private:
         const auto rowID = rowIDOf(record.id);
         const auto expected = rowID ? m_expected.withRowID(*rowID) : std::nullopt;
         if (!expected) {
-            addStranger(record.id);
+            addStranger(record, rowID);
         } else if (addRecord(*expected)) {
             suspect.rowID = *rowID;
             m_suspects.push_back(suspect);
@@ -109,20 +115,24 @@ private:
         return id == m_idPrefix + std::to_string(number) ? std::optional(number) : std::nullopt;
     }
 
-    /// A record that the database does not have. Only hashes are kept of these ids.
-    void addStranger(const std::string& id)
+    /// A record that the chat does not have in the database.
+    void addStranger(const Record& record, std::optional<std::int64_t> rowID)
     {
+        const bool isForeign = rowID && m_check.isAnother && m_check.isAnother(*rowID, record);
         m_counts.records += 1;
-        m_strangers.push_back(std::hash<std::string>()(id));
+        m_strangers.push_back({std::hash<std::string>()(record.id), isForeign});
     }
 
     void countStrangers()
     {
         const auto all = static_cast<std::int64_t>(m_strangers.size());
-        std::sort(m_strangers.begin(), m_strangers.end());
-        m_strangers.erase(std::unique(m_strangers.begin(), m_strangers.end()), m_strangers.end());
+        std::ranges::stable_sort(m_strangers, {}, &Stranger::idHash);
+        const auto rest = std::ranges::unique(m_strangers, {}, &Stranger::idHash);
+        m_strangers.erase(rest.begin(), rest.end());
         const auto distinct = static_cast<std::int64_t>(m_strangers.size());
-        m_counts.gone += distinct;
+        const auto foreign = std::ranges::count(m_strangers, true, &Stranger::isForeign);
+        m_counts.foreign += foreign;
+        m_counts.gone += distinct - foreign;
         m_counts.doubled += all - distinct;
     }
 
@@ -188,7 +198,7 @@ private:
     const std::string m_idPrefix;
     ExpectedRecords m_expected;
     std::vector<Suspect> m_suspects;
-    std::vector<std::size_t> m_strangers;
+    std::vector<Stranger> m_strangers;
     RecordCounts m_counts;
 };
 

@@ -12,6 +12,7 @@
 namespace korvane {
 
 class FileReader;
+struct Record;
 
 /// Passes each record that the database has for a chat to a visitor: its row id and its line,
 /// without the line feed, valid until the visitor returns. Can be called again.
@@ -27,6 +28,9 @@ struct FileCheck {
     /// The last exported row. Absent if the state does not know the chat: then everything up to
     /// the highest row id of the file counts as exported.
     std::optional<std::int64_t> lastRowID;
+    /// Whether the row id of a record that the chat does not have belongs to another message.
+    /// Absent: never.
+    std::function<bool(std::int64_t rowID, const Record& record)> isAnother;
     std::function<void()> onLine; ///< called for each line of the file; may throw to end the check
 };
 
