@@ -192,8 +192,10 @@ void KeptFiles::putBack(
     const fs::path& exportFolder, const std::string& keptAs, const std::string& file)
 {
     const auto kept = Folder::open(pathIn(exportFolder));
-    if (kept && kept->contains(keptAs))
-        kept->moveOut(keptAs, exportFolder / file);
+    if (!kept || !kept->contains(keptAs))
+        return;
+    kept->moveOut(keptAs, exportFolder / file);
+    kept->flush();
 }
 
 std::vector<KeptFile> KeptFiles::compare(
