@@ -19,6 +19,9 @@ struct DiskChange {
     /// Whether the process can be killed in the middle of it.
     bool canBeTorn() const { return kind == "write"; }
 
+    /// Whether it fails if the disk is full.
+    bool needsSpace() const { return kind == "write" || kind == "create" || kind == "mkdir"; }
+
     /// The path or inode that it changes, for messages.
     std::string subject() const;
 };
