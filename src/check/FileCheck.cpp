@@ -126,11 +126,14 @@ private:
     void countStrangers()
     {
         const auto all = static_cast<std::int64_t>(m_strangers.size());
-        std::ranges::stable_sort(m_strangers, {}, &Stranger::idHash);
-        const auto rest = std::ranges::unique(m_strangers, {}, &Stranger::idHash);
-        m_strangers.erase(rest.begin(), rest.end());
+        std::stable_sort(m_strangers.begin(), m_strangers.end(),
+            [](const Stranger& one, const Stranger& other) { return one.idHash < other.idHash; });
+        const auto rest = std::unique(m_strangers.begin(), m_strangers.end(),
+            [](const Stranger& one, const Stranger& other) { return one.idHash == other.idHash; });
+        m_strangers.erase(rest, m_strangers.end());
         const auto distinct = static_cast<std::int64_t>(m_strangers.size());
-        const auto foreign = std::ranges::count(m_strangers, true, &Stranger::isForeign);
+        const auto foreign = std::count_if(m_strangers.begin(), m_strangers.end(),
+            [](const Stranger& stranger) { return stranger.isForeign; });
         m_counts.foreign += foreign;
         m_counts.gone += distinct - foreign;
         m_counts.doubled += all - distinct;

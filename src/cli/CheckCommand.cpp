@@ -86,8 +86,10 @@ private:
     {
         RepairReport repair{.kept = m_kept};
         result.errors.insert(result.errors.end(), m_keptErrors.begin(), m_keptErrors.end());
-        if (result.repairable().empty())
+        if (result.repairable().empty()) {
+            print(repairAsText(result, repair));
             return report(result, &repair);
+        }
         print(checkAsText(result));
         if (!mayRepair(result))
             return m_options.json ? report(result, &repair) : ExitCode::failure;

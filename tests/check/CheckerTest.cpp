@@ -117,6 +117,15 @@ private slots:
         QCOMPARE(counts(check(), 0), std::string("10 records, 10 foreign"));
     }
 
+    void rowIDThatIsNowInAnotherChatIsForeign()
+    {
+        moveMessagesOfAnnToBo();
+        QCOMPARE(counts(check(), 0), std::string("10 records, 3 gone"));
+        m_setup->db.sql().execute(
+            "UPDATE message SET text = 'other ' || ROWID, date = date + 5000 WHERE ROWID <= 3");
+        QCOMPARE(counts(check(), 0), std::string("10 records, 3 foreign"));
+    }
+
     void truncatedFileMissesWhatWasInIt()
     {
         fs::resize_file(m_setup->file(1), fs::file_size(m_setup->file(1)) / 2);
@@ -255,6 +264,11 @@ private slots:
     }
 
 private:
+    void moveMessagesOfAnnToBo() const
+    {
+        m_setup->db.sql().execute("UPDATE chat_message_join SET chat_id = 2 WHERE message_id <= 3");
+    }
+
     CheckResult check(const CheckScope& scope = {}, const CheckProgress& progress = {}) const
     {
         return Checker::check(m_setup->chats, m_setup->names, m_setup->folder(), m_setup->support(),

@@ -455,6 +455,28 @@ private slots:
         QCOMPARE(contentsOf(annsFile()), old);
     }
 
+    void repairFinishesTheComparisonThatAKilledOneBegan()
+    {
+        exportAll();
+        const fs::path kept = m_terminal->exports() + "/Kept";
+        const auto leaveOldFile = [&] {
+            fs::create_directory(kept);
+            fs::copy_file(annsFile(), kept / "Ann (1) E.jsonl.txt.unchecked");
+        };
+        leaveOldFile();
+        QCOMPARE(check({"--repair"}).out, std::string("2 chats are intact\n"));
+        QVERIFY(!fs::exists(kept));
+
+        leaveOldFile();
+        const std::string whole = contentsOf(annsFile());
+        fs::resize_file(annsFile(), whole.find('\n') + 1);
+        m_database->sql().execute("DELETE FROM message WHERE ROWID = 2");
+        QCOMPARE(check({"--repair"}).out,
+            std::string("Kept 1 message of Ann that Messages no longer has: "
+                        "Kept/Ann (1) E.jsonl.txt\n2 chats are intact\n"));
+        QCOMPARE(contentsOf((kept / "Ann (1) E.jsonl.txt").native()), whole);
+    }
+
     void interruptionEndsTheCheck()
     {
         exportAll();
