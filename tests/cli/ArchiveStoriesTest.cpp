@@ -114,7 +114,7 @@ public:
 
     void deleteMessages(const std::string& condition)
     {
-        database.sql().execute(("DELETE FROM message WHERE " + condition).c_str());
+        database.sql().execute("DELETE FROM message WHERE " + condition);
         database.sql().execute("DELETE FROM chat_message_join WHERE message_id NOT IN "
                                "(SELECT ROWID FROM message)");
     }

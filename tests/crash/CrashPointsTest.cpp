@@ -325,7 +325,5 @@ private slots:
 
 } // namespace korvane
 
-Q_DECLARE_METATYPE(korvane::Story)
-
 QTEST_GUILESS_MAIN(korvane::CrashPointsTest)
 #include "CrashPointsTest.moc"

@@ -105,7 +105,7 @@ TestDatabase::Message HistoryWorld::newMessage(std::int64_t chat)
         "\xF0\x9F\x90\x9D b\xC3\xBC", "a/b \\ c", "a longer text that goes on and on and on, and"};
     TestDatabase::Message message;
     m_clock += 2 + random(1000);
-    message.date = m_clock * nanoseconds + random(1000) * 1'000'000;
+    message.date = m_clock * nanoseconds + std::int64_t{random(1000)} * 1'000'000;
     message.handle = 1 + random(handleCount);
     message.fromMe = random(3) == 0;
     message.text = texts.at(m_random() % texts.size()) + ' ' + std::to_string(++m_texts);
@@ -175,9 +175,8 @@ std::string HistoryWorld::joinLate()
         return "nothing to join";
     const Stored stored = m_unjoined.back();
     m_unjoined.pop_back();
-    m_db.sql().execute(("INSERT INTO chat_message_join VALUES (" + number(stored.chat) + ", "
-        + number(stored.message.rowID) + ")")
-                           .c_str());
+    m_db.sql().execute("INSERT INTO chat_message_join VALUES (" + number(stored.chat) + ", "
+        + number(stored.message.rowID) + ")");
     m_messages.push_back(stored);
     return "message " + number(stored.message.rowID) + " joins chat " + number(stored.chat);
 }
@@ -188,9 +187,8 @@ std::string HistoryWorld::edit()
         return "nothing to edit";
     TestDatabase::Message& message = m_messages.at(m_random() % m_messages.size()).message;
     message.text = "edited " + std::to_string(++m_texts);
-    m_db.sql().execute(("UPDATE message SET text = " + inQuotes(*message.text)
-        + " WHERE ROWID = " + number(message.rowID))
-                           .c_str());
+    m_db.sql().execute("UPDATE message SET text = " + inQuotes(*message.text)
+        + " WHERE ROWID = " + number(message.rowID));
     return "message " + number(message.rowID) + " is edited";
 }
 
@@ -200,8 +198,7 @@ std::string HistoryWorld::unsend()
         return "nothing to unsend";
     TestDatabase::Message& message = m_messages.at(m_random() % m_messages.size()).message;
     message.text.reset();
-    m_db.sql().execute(
-        ("UPDATE message SET text = NULL WHERE ROWID = " + number(message.rowID)).c_str());
+    m_db.sql().execute("UPDATE message SET text = NULL WHERE ROWID = " + number(message.rowID));
     return "message " + number(message.rowID) + " is unsent";
 }
 
@@ -213,8 +210,8 @@ std::string HistoryWorld::removeMessages()
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t index = oldest ? 0 : m_random() % m_messages.size();
         const std::string row = number(m_messages.at(index).message.rowID);
-        m_db.sql().execute(("DELETE FROM chat_message_join WHERE message_id = " + row).c_str());
-        m_db.sql().execute(("DELETE FROM message WHERE ROWID = " + row).c_str());
+        m_db.sql().execute("DELETE FROM chat_message_join WHERE message_id = " + row);
+        m_db.sql().execute("DELETE FROM message WHERE ROWID = " + row);
         m_messages.erase(m_messages.begin() + static_cast<std::ptrdiff_t>(index));
         text += ' ' + row;
     }
@@ -226,7 +223,7 @@ std::string HistoryWorld::renameChat()
     const std::string chat = number(1 + random(2));
     const std::string name = "Title " + number(random(3)) + " of " + chat;
     m_db.sql().execute(
-        ("UPDATE chat SET display_name = " + inQuotes(name) + " WHERE ROWID = " + chat).c_str());
+        "UPDATE chat SET display_name = " + inQuotes(name) + " WHERE ROWID = " + chat);
     return "chat " + chat + " is named " + name;
 }
 
