@@ -170,13 +170,21 @@ void Journal::recover(const SupportFolder& support)
     std::error_code ignored;
     fs::remove(fs::path(file) += ".new", ignored); // of a run that was killed while it wrote it
     const auto bytes = Files::read(file);
-    if (!bytes)
+    if (!bytes && fs::symlink_status(file, ignored).type() == fs::file_type::not_found)
         return;
+    if (!bytes)
+        throw CannotRecover("The last export was interrupted, and its journal cannot be read: "
+            + file.string() + ". Make it readable and try again. Without it, delete it; the "
+            + "export folder may then have some messages twice.");
     const auto contents = complete(*bytes);
     const Journal journal(contents ? contents->folder : fs::path(), support);
     if (contents && contents->state == digestOfFile(journal.m_state))
         journal.undoAll(contents->changes);
-    journal.remove();
+    try {
+        journal.remove();
+    } catch (const std::system_error& error) {
+        throw CannotRecover("Can't remove " + file.string() + ": " + error.code().message());
+    }
 }
 
 void Journal::undoAll(const std::vector<FileChange>& changes) const

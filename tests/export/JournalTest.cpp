@@ -102,6 +102,13 @@ private slots:
         }
     }
 
+    void journalThatCannotBeReadIsNotIgnored()
+    {
+        fs::remove(file());
+        fs::create_directory(file());
+        QVERIFY_THROWS_EXCEPTION(Journal::CannotRecover, Journal::recover(support()));
+    }
+
     void folderThatIsNotThereEndsTheRun()
     {
         change();
