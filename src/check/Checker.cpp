@@ -50,6 +50,12 @@ std::int64_t messagesIn(const std::vector<CheckedChat>& chats)
         });
 }
 
+std::unique_ptr<MessageLookup> newLookup(MessagesDB& db)
+{
+    auto* const lookup = new MessageLookup(db.lookup()); // cannot be moved, as make_unique() would
+    return std::unique_ptr<MessageLookup>(lookup);
+}
+
 /// Whether the row id belongs to another message than the record, in any chat or in none: then the
 /// record is from a different database.
 bool isAnother(std::int64_t rowID, const Record& record, MessageLookup& messages)
@@ -150,7 +156,7 @@ private:
                     if (!each.chat)
                         return false; // nothing could be exported again
                     if (!messages)
-                        messages.reset(new MessageLookup(m_db.lookup()));
+                        messages = newLookup(m_db);
                     return isAnother(rowID, record, *messages);
                 },
             .onLine = [this] { tick(); }});

@@ -93,7 +93,7 @@ std::optional<std::int64_t> Record::rowID() const
 bool forEachLine(const FileReader& file,
     const std::function<void(std::string_view line, bool hasLineFeed)>& visit)
 {
-    constexpr std::size_t blockSize = 256 * 1024;
+    constexpr std::size_t blockSize = std::size_t{256} * 1024;
     std::string block(blockSize, '\0');
     std::string begun; // a line whose end is in a later block
     for (std::int64_t offset = 0;;) {
