@@ -172,10 +172,11 @@ void Journal::recover(const SupportFolder& support)
     const auto bytes = Files::read(file);
     if (!bytes && fs::symlink_status(file, ignored).type() == fs::file_type::not_found)
         return;
-    if (!bytes)
+    if (!bytes) {
         throw CannotRecover("The last export was interrupted, and its journal cannot be read: "
             + file.string() + ". Make it readable and try again. Without it, delete it; the "
             + "export folder may then have some messages twice.");
+    }
     const auto contents = complete(*bytes);
     const Journal journal(contents ? contents->folder : fs::path(), support);
     if (contents && contents->state == digestOfFile(journal.m_state))
