@@ -88,16 +88,26 @@ private slots:
         QCOMPARE(errorOfChats(db), damaged);
     }
 
-    void damageInARowOfAnEarlierRunIsAnErrorForAReference()
+    void damageInARowOfAnEarlierRunIsAnErrorForAReferenceWithoutAnIndex()
     {
         OneChat database;
         addLongMessages(database, 1, 1, 300);
         database.addMessage(1, "new");
         database.addMessage(1, {.threadGuid = "M300"});
+        removeGuidIndex(database);
         damagePageWith(database, longText(150));
 
         MessagesDB db(database.path());
         QCOMPARE(errorOfMessages(db, 1, 300), damaged);
+    }
+
+    void damageInARowOfAnEarlierRunIsNotReadForAReferenceWithAnIndex()
+    {
+        OneChat database;
+        addLongMessages(database, 1, 1, 300);
+        database.addMessage(1, {.threadGuid = "M300"});
+        damagePageWith(database, longText(150));
+        QCOMPARE(MessagesDB(database.path()).messages(1, 300).front().replyToRowID, RowID(300));
     }
 
     void damageInOneChatSparesTheOthers()

@@ -16,14 +16,6 @@ std::unique_ptr<OneChat> filledChat()
     return database;
 }
 
-/// Without an index, guids are found in another way.
-void removeGuidIndex(OneChat& database)
-{
-    database.sql().execute("ALTER TABLE message RENAME COLUMN guid TO unique_guid;"
-                           "ALTER TABLE message ADD COLUMN guid TEXT;"
-                           "UPDATE message SET guid = unique_guid");
-}
-
 } // namespace
 
 /// References from replies and reactions to other messages of the chat, by guid.

@@ -41,6 +41,14 @@ public:
     MessageRow rowOf(const Message& message) { return row(addMessage(1, message)); }
 };
 
+/// Without an index, guids are found in another way.
+inline void removeGuidIndex(OneChat& database)
+{
+    database.sql().execute("ALTER TABLE message RENAME COLUMN guid TO unique_guid;"
+                           "ALTER TABLE message ADD COLUMN guid TEXT;"
+                           "UPDATE message SET guid = unique_guid");
+}
+
 /// The row ids of `rows`, in the same order.
 inline std::vector<std::int64_t> rowIDs(const std::vector<MessageRow>& rows)
 {

@@ -14,7 +14,8 @@
 typedef NSInteger CNEntityType;
 enum { CNEntityTypeContacts = 0 };
 
-typedef NS_ENUM(NSInteger, CNAuthorizationStatus) {
+typedef NSInteger CNAuthorizationStatus;
+enum {
     CNAuthorizationStatusNotDetermined = 0,
     CNAuthorizationStatusRestricted,
     CNAuthorizationStatusDenied,
