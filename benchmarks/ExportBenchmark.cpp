@@ -170,7 +170,7 @@ double sameDatabaseQuestions(const Scene& scene)
         MessagesDB db(scene.database);
         const auto chats = db.chats();
         seconds += secondsOf([&] {
-            if (!ForeignFiles::find(chats, state, scene.folder + "/export", db).empty())
+            if (!ForeignFiles::find(chats, state, scene.folder + "/export", db, {}).empty())
                 throw std::runtime_error("a file counts as one from a different database");
         });
     }

@@ -60,7 +60,8 @@ public:
         Journal::recover(m_support);
         m_state = ExportState::load(m_support);
         if (m_mode.checkDatabase)
-            m_foreign = ForeignFiles::find(m_chats, m_state, m_folder, m_db);
+            m_foreign = ForeignFiles::find(m_chats, m_state, m_folder, m_db,
+                [this](const ChatInfo& chat) { return stepFor(chat, titleOf(chat)).change.file; });
         try {
             const bool complete = exportEach(beforeChat);
             save();
@@ -138,6 +139,8 @@ private:
         m_group.add(std::move(done));
     }
 
+    std::string titleOf(const ChatInfo& chat) const { return Exporter::title(chat, m_names); }
+
     ExportStep stepFor(const ChatInfo& chat, const std::string& title) const
     {
         return exportStep(chat, title, m_state, m_folder, m_mode.restart.contains(chat.guid));
@@ -190,7 +193,7 @@ private:
         std::vector<FileChange> changes{change};
         const std::size_t end = std::min(m_chats.size(), index + m_groupSize);
         for (const ChatInfo& chat : std::span(m_chats).subspan(index + 1, end - index - 1))
-            changes.push_back(stepFor(chat, Exporter::title(chat, m_names)).change);
+            changes.push_back(stepFor(chat, titleOf(chat)).change);
         m_groupSize = std::min(2 * m_groupSize, largestGroup);
         try {
             m_group.begin(changes);

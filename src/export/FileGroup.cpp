@@ -10,6 +10,17 @@ namespace korvane {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// False for a symbolic link, which may lead to another file system.
+bool isInFolder(const fs::path& file)
+{
+    std::error_code ignored;
+    return !fs::is_symlink(fs::symlink_status(file, ignored));
+}
+
+} // namespace
+
 FileGroup::FileGroup(const fs::path& folder, const SupportFolder& support)
     : m_folder(folder)
     , m_journal(folder, support)
@@ -58,14 +69,14 @@ void FileGroup::undo(const FileChange& change)
 std::vector<FileGroup::Failure> FileGroup::flush()
 {
     constexpr std::size_t many = 32; // from here on, one flush of everything is faster
-    if (m_chats.size() >= many && Files::flushFileSystem(m_folder))
-        return {};
+    const bool isFlushed = m_chats.size() >= many && Files::flushFileSystem(m_folder);
     std::vector<Failure> failures;
     std::vector<Chat> complete;
     for (Chat& chat : std::exchange(m_chats, {})) {
         try {
-            if (chat.added > 0)
-                Files::flush(m_folder / chat.change.file);
+            const fs::path file = m_folder / chat.change.file;
+            if (chat.added > 0 && !(isFlushed && isInFolder(file)))
+                Files::flush(file);
             complete.push_back(std::move(chat));
         } catch (const std::system_error& error) {
             undo(chat.change);

@@ -227,14 +227,12 @@ const ChatState* knownState(const ExportState& state, const ChatInfo& chat)
     return current ? &known->second : nullptr;
 }
 
-bool isForeign(const ChatInfo& chat, const ChatState* state, const std::filesystem::path& folder,
+bool isForeign(const ChatInfo& chat, const ChatState& state, const std::filesystem::path& folder,
     MessageLookup& messages)
 {
-    if (!state)
-        return false;
-    const auto file = FileReader::open(folder.native() + '/' + state->fileName);
+    const auto file = FileReader::open(folder.native() + '/' + state.fileName);
     try {
-        return file && File(*file, chat, *state, messages).isForeign();
+        return file && File(*file, chat, state, messages).isForeign();
     } catch (const DBError&) {
         return false;
     }
@@ -249,12 +247,15 @@ const char* const ForeignFiles::explanation
       "own.";
 
 std::set<std::string> ForeignFiles::find(const std::vector<ChatInfo>& chats,
-    const ExportState& state, const std::filesystem::path& folder, MessagesDB& db)
+    const ExportState& state, const std::filesystem::path& folder, MessagesDB& db,
+    const NewName& newName)
 try {
     std::set<std::string> foreign;
     MessageLookup messages = db.lookup();
     for (const ChatInfo& chat : chats) {
-        if (isForeign(chat, knownState(state, chat), folder, messages))
+        const ChatState* const known = knownState(state, chat);
+        if (isForeign(
+                chat, known ? *known : ChatState{.fileName = newName(chat)}, folder, messages))
             foreign.insert(chat.guid);
     }
     return foreign;

@@ -3,6 +3,7 @@
 #include "messages/MessageTypes.h"
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -33,12 +34,17 @@ namespace ForeignFiles {
 /// The error of a chat whose file is foreign: what happened and what to do.
 extern const char* const explanation;
 
-/// The guids of those of `chats` whose file in `folder`, as `state` names it, is foreign. Takes
+/// The name that a new file of this chat would get.
+using NewName = std::function<std::string(const ChatInfo&)>;
+
+/// The guids of those of `chats` whose file in `folder` is foreign: the file that `state` names or,
+/// for a chat that has no state, one that already has the name of a new file. Only the first sign
+/// counts for that one: without state, it is not known what the file should have. Takes
 /// 10 to 20 microseconds a chat, as long as nothing is foreign. A database that fails to be read is
 /// no sign: exporting the chat fails, too, and reports it. Throws std::overflow_error (see
 /// referenceTime()).
 std::set<std::string> find(const std::vector<ChatInfo>& chats, const ExportState& state,
-    const std::filesystem::path& folder, MessagesDB& db);
+    const std::filesystem::path& folder, MessagesDB& db, const NewName& newName);
 
 } // namespace ForeignFiles
 

@@ -1,5 +1,6 @@
 #include "export/ForeignFiles.h"
 #include "export/ExportSetup.h"
+#include "export/FileName.h"
 #include "support/Printing.h"
 
 #include <functional>
@@ -45,7 +46,10 @@ public:
     bool isForeign() const
     {
         MessagesDB messages(db.path());
-        return ForeignFiles::find(chats, ExportState::load(support()), folder(), messages)
+        return ForeignFiles::find(chats, ExportState::load(support()), folder(), messages,
+            [](const ChatInfo& chat) {
+                return Exporter::exportFileName(chat.displayName, chat.id);
+            })
             .contains(guid(ann));
     }
 
@@ -202,6 +206,18 @@ private slots:
             s.addOther(ann, 79);
             s.chats[0].displayName = "Ann Miller";
         });
+        row("the state is lost", [](Scene& s) {
+            s.removeAll();
+            s.addOther(ann, 79);
+            fs::remove(s.stateFile());
+        });
+        row("the records have an older form", [](Scene& s) {
+            s.removeAll();
+            s.addOther(ann, 79);
+            ChatState old = s.record(ann);
+            old.formatVersion = currentFormatVersion - 1;
+            s.setRecord(ann, old);
+        });
     }
 
     void aDifferentDatabaseIsNoticed()
@@ -322,18 +338,6 @@ private slots:
                 s.remove("ROWID < 60 OR ROWID > 70");
             });
         row("the file is missing", [](Scene& s) { fs::remove(s.file(ann)); });
-        row("the state is lost", [](Scene& s) {
-            s.removeAll();
-            s.addOther(ann, 79);
-            fs::remove(s.stateFile());
-        });
-        row("the records have an older form", [](Scene& s) {
-            s.removeAll();
-            s.addOther(ann, 79);
-            ChatState old = s.record(ann);
-            old.formatVersion = currentFormatVersion - 1;
-            s.setRecord(ann, old);
-        });
     }
 
     void theSameDatabaseIsRecognised()
@@ -387,7 +391,7 @@ private slots:
         MessagesDB messages(scene.db.path());
         scene.run("ALTER TABLE message RENAME TO messages");
         QVERIFY(ForeignFiles::find(
-            scene.chats, ExportState::load(scene.support()), scene.folder(), messages)
+            scene.chats, ExportState::load(scene.support()), scene.folder(), messages, {})
                     .empty());
     }
 
@@ -421,6 +425,21 @@ private slots:
         QCOMPARE(result.foreignChats, 1);
         QCOMPARE(readFile(scene.file(ann)), bytes);
         QVERIFY(scene.record(ann) == before);
+    }
+
+    void aForeignFileIsLeftAloneWithoutItsState()
+    {
+        Scene scene;
+        fs::remove(scene.stateFile());
+        QVERIFY(!scene.isForeign()); // the history is appended once more
+        scene.removeAll();
+        scene.addOther(ann, 79);
+        scene.addOther(club, 300);
+        const fs::path file = scene.folder() / Exporter::exportFileName("Ann Lee", ann);
+        const std::string bytes = readFile(file);
+        QCOMPARE(
+            describe(scene.sync()), "added 1, touched 1; Ann Lee: "s + ForeignFiles::explanation);
+        QCOMPARE(readFile(file), bytes);
     }
 
     void aCallerCanExportNevertheless_data()
