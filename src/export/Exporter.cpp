@@ -93,7 +93,7 @@ private:
     void exportOrReport(std::size_t index)
     {
         const ChatInfo& chat = m_chats[index];
-        const std::string title = Exporter::title(chat, m_names);
+        const std::string title = titleOf(chat);
         if (m_foreign.contains(chat.guid) && !m_mode.restart.contains(chat.guid)) {
             m_result.errors.push_back(title + ": " + ForeignFiles::explanation);
             m_result.foreignChats += 1;
@@ -232,10 +232,12 @@ private:
                     takeBack(chat);
                 m_group.end();
                 throw Abort{"Can't save the progress of the export in " + m_support.path().string()
-                    + ", so nothing was added. Is the disk full?"};
+                    + ", so the messages of the last chats were not added. Is the disk full?"};
             }
             m_group.end();
         } catch (const std::system_error& error) {
+            for (const FileGroup::Chat& chat : m_group.chats()) // the next run undoes them
+                takeBack(chat);
             throw Abort{"Can't write to " + m_folder.string() + ": " + error.code().message()};
         }
     }
