@@ -59,6 +59,7 @@ install(FILES
     ${PROJECT_SOURCE_DIR}/SECURITY.md
     ${PROJECT_SOURCE_DIR}/docs/export-format.md
     ${PROJECT_SOURCE_DIR}/docs/protocol.md
+    ${PROJECT_SOURCE_DIR}/docs/recovery.md
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/korvane-sync)
 
 include(${CMAKE_CURRENT_LIST_DIR}/DebianPackage.cmake)

@@ -37,6 +37,7 @@ private slots:
             QStringLiteral("share/doc/korvane-sync/copyright"),
             QStringLiteral("share/doc/korvane-sync/export-format.md"),
             QStringLiteral("share/doc/korvane-sync/protocol.md"),
+            QStringLiteral("share/doc/korvane-sync/recovery.md"),
             QStringLiteral("share/fish/vendor_completions.d/korvane-sync-app.fish"),
             QStringLiteral("share/fish/vendor_completions.d/korvane-sync.fish"),
             QStringLiteral("share/icons/hicolor/scalable/apps/app.korvane.KorvaneSync.svg"),
