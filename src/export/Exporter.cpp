@@ -236,8 +236,6 @@ private:
             }
             m_group.end();
         } catch (const std::system_error& error) {
-            for (const FileGroup::Chat& chat : m_group.chats()) // the next run undoes them
-                takeBack(chat);
             throw Abort{"Can't write to " + m_folder.string() + ": " + error.code().message()};
         }
     }

@@ -54,9 +54,6 @@ public:
     /// Notes a chat whose file is complete.
     void add(Chat chat) { m_chats.push_back(std::move(chat)); }
 
-    /// The chats that were added.
-    const std::vector<Chat>& chats() const { return m_chats; }
-
     struct Failure {
         Chat chat;
         std::string reason;

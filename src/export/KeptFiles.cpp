@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <system_error>
 #include <tuple>
 #include <utility>
@@ -182,10 +183,13 @@ std::string KeptFiles::freeName(const fs::path& exportFolder, std::string_view t
 
 void KeptFiles::keep(
     const fs::path& exportFolder, const std::string& file, const std::string& keptAs)
-{
+try {
     const Folder kept = Folder::openOrCreate(pathIn(exportFolder));
     kept.moveIn(exportFolder / file, keptAs);
     kept.flush();
+} catch (const std::system_error& error) {
+    throw std::runtime_error("Can't move the old file to " + std::string(folderName) + ": "
+        + error.code().message() + ". It stays as it is.");
 }
 
 void KeptFiles::putBack(

@@ -31,7 +31,8 @@ inline constexpr std::string_view folderName = "Kept";
 std::string freeName(const std::filesystem::path& exportFolder, std::string_view title,
     std::int64_t chatID, const std::string& epoch);
 
-/// Moves a file to Kept/, which is created if needed. Throws std::system_error.
+/// Moves a file to Kept/, which is created if needed. Throws std::runtime_error with a text for the
+/// user.
 void keep(
     const std::filesystem::path& exportFolder, const std::string& file, const std::string& keptAs);
 

@@ -189,8 +189,9 @@ private slots:
         writeFile(kept(), "mine");
         rename();
         QCOMPARE(describe(m_setup->sync()),
-            "added 0, touched 0; Club: "
-                + std::make_error_code(std::errc::not_a_directory).message());
+            "added 0, touched 0; Club: Can't move the old file to Kept: "
+                + std::make_error_code(std::errc::not_a_directory).message()
+                + ". It stays as it is.");
         QVERIFY(readFile(m_setup->file(1)) == m_old);
         QCOMPARE(readFile(kept()), "mine"s);
     }
