@@ -124,7 +124,8 @@ Journal::Journal(fs::path folder, const SupportFolder& support)
 
 void Journal::write(const std::vector<FileChange>& changes) const
 {
-    std::string lines = firstLine(digestOfFile(m_state), m_folder);
+    // The next run may have another working directory.
+    std::string lines = firstLine(digestOfFile(m_state), fs::absolute(m_folder));
     for (const FileChange& change : changes)
         lines += lineOf(change);
     Files::writeAtomically(

@@ -30,7 +30,7 @@ struct FileChange {
 /// The file has mode 0600 and is UTF-8 text of lines, each a JSON object or string:
 ///
 ///     {"state":"<SHA-256 of state.json in hexadecimal; of nothing if it is missing>",
-///      "folder":"<path of the export folder, its bytes in base64url>"}    (one line)
+///      "folder":"<absolute path of the export folder, its bytes in base64url>"}    (one line)
 ///     {"file":"Ann (7) ….jsonl.txt","size":8120}          appended to
 ///     {"file":"Bo (8) ….jsonl.txt"}                       new
 ///     {"file":"Cy (9) ….jsonl.txt","size":99,"keptAs":"Cy (9) ….unchecked"}  moved and begun anew

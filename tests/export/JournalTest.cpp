@@ -131,6 +131,19 @@ private slots:
         QCOMPARE(readFile(other / "grown"), "12"s);
     }
 
+    void folderMayBeRelative()
+    {
+        const fs::path here = fs::current_path();
+        fs::current_path(root());
+        const Journal there("export", support());
+        there.write({{"grown", 2, ""}});
+        fs::create_directories(root() / "elsewhere/export");
+        fs::current_path(root() / "elsewhere");
+        Journal::recover(support());
+        fs::current_path(here);
+        QCOMPARE(readFile(folder() / "grown"), "12"s);
+    }
+
     void onlyTheOwnerMayReadIt() { QCOMPARE(fs::status(file()).permissions(), fs::perms(0600)); }
 
 private:
