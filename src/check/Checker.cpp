@@ -27,10 +27,13 @@ namespace {
 
 struct Interrupted { };
 
+/// Also true if the file system rejects the name as too long: the export has then written no file
+/// under it.
 bool isMissing(const fs::path& path)
 {
-    std::error_code ignored;
-    return fs::symlink_status(path, ignored).type() == fs::file_type::not_found;
+    std::error_code error;
+    return fs::symlink_status(path, error).type() == fs::file_type::not_found
+        || error == std::errc::filename_too_long;
 }
 
 /// Nothing if the file does not exist. Throws std::runtime_error if it cannot be opened.

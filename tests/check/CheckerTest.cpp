@@ -62,6 +62,17 @@ private slots:
         QVERIFY(check().isWhole());
     }
 
+    void chatWhoseNameIsTooLongForAFileIsChecked()
+    {
+        std::string title;
+        for (int i = 0; i < 100; ++i)
+            title += "\xE4\xBD\xA0"; // three bytes
+        m_setup->addChat(3, title);
+        QVERIFY(check({.all = true}).isWhole());
+        m_setup->sync();
+        QVERIFY(check().isWhole());
+    }
+
     void messagesAfterTheLastExportAreNew()
     {
         m_setup->addMessages(2, 3);
