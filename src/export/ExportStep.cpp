@@ -3,6 +3,7 @@
 #include "export/FileName.h"
 #include "export/KeptFiles.h"
 #include "messages/MessageTypes.h"
+#include "storage/FileReader.h"
 
 #include <QUuid>
 
@@ -52,6 +53,8 @@ struct Found {
 
 Found find(const fs::path& file)
 {
+    if (const auto regular = RegularFile::at(file)) // nearly always, and one system call
+        return {.exists = true, .size = static_cast<std::uintmax_t>(regular->size)};
     std::error_code error;
     const fs::file_status entry = fs::symlink_status(file, error);
     Found found{.isTooLong = error == std::errc::filename_too_long};
