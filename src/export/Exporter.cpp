@@ -193,13 +193,24 @@ private:
         std::vector<FileChange> changes{change};
         const std::size_t end = std::min(m_chats.size(), index + m_groupSize);
         for (const ChatInfo& chat : std::span(m_chats).subspan(index + 1, end - index - 1))
-            changes.push_back(stepFor(chat, titleOf(chat)).change);
+            addLaterChange(chat, changes);
         m_groupSize = std::min(2 * m_groupSize, largestGroup);
         try {
             m_group.begin(changes);
         } catch (const std::system_error& error) {
             throw Abort{"Can't write to the support folder " + m_support.path().string() + ": "
                 + error.code().message()};
+        }
+    }
+
+    /// Adds what the run may do for a later chat. If that cannot be told, it is an error of that
+    /// chat alone, which is reported when its turn comes.
+    void addLaterChange(const ChatInfo& chat, std::vector<FileChange>& changes) const
+    {
+        try {
+            changes.push_back(stepFor(chat, titleOf(chat)).change);
+        } catch (const std::system_error&) {
+            return;
         }
     }
 

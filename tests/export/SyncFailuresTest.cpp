@@ -240,6 +240,22 @@ private slots:
         QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2}));
     }
 
+    void anObstacleInKeptFailsOnlyTheChatThatRestarts()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addChat(2, "Family");
+        setup.addMessages(1, 1);
+        setup.addMessages(2, 1);
+        setup.sync();
+        setup.addMessages(1, 1);
+        setup.chats[1].displayName = "Home";
+        fs::create_symlink("Kept", setup.folder() / "Kept"); // leads to itself
+        QCOMPARE(describe(setup.sync()),
+            "added 1, touched 1; Home: " + reason(std::errc::too_many_symbolic_link_levels));
+        QCOMPARE(setup.rowIDs(2), std::vector<std::int64_t>{2});
+    }
+
     void aDateOutOfRangeEndsTheProgram()
     {
         ExportSetup setup;
