@@ -68,6 +68,8 @@ public:
             if (complete)
                 m_result.kept = KeptFiles::compare(m_folder, m_state, m_result.errors);
         } catch (const Abort& abort) {
+            m_result.added = m_saved.added;
+            m_result.chatsTouched = m_saved.chatsTouched;
             m_result.errors.push_back(abort.message);
         } catch (...) {
             saveWhatIsComplete();
@@ -245,6 +247,7 @@ private:
                 throw Abort{"Can't save the progress of the export in " + m_support.path().string()
                     + ", so the messages of the last chats were not added. Is the disk full?"};
             }
+            m_saved = {.added = m_result.added, .chatsTouched = m_result.chatsTouched};
             m_group.end();
         } catch (const std::system_error& error) {
             throw Abort{"Can't write to " + m_folder.string() + ": " + error.code().message()};
@@ -294,6 +297,7 @@ private:
     std::set<std::string> m_foreign; ///< guids of the chats to leave alone
     ExportState m_state;
     SyncResult m_result;
+    SyncResult m_saved; ///< the counts of m_result when the state was last saved
 };
 
 SyncResult failed(std::string error)

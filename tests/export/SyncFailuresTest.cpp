@@ -256,6 +256,26 @@ private slots:
         QCOMPARE(setup.rowIDs(2), std::vector<std::int64_t>{2});
     }
 
+    void whatIsUndoneLaterIsNotCounted()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addChat(2, "Family");
+        setup.addMessages(1, 3);
+        setup.addMessages(2, 1);
+        const fs::path elsewhere = setup.db.folder() + "/elsewhere";
+        const SyncResult result = setup.sync([&](const ChatInfo& chat) {
+            if (chat.id == 2)
+                fs::rename(setup.folder(), elsewhere);
+            return true;
+        });
+        QCOMPARE(result.errors.size(), std::size_t{1});
+        QCOMPARE(result.added, 0);
+        QCOMPARE(result.chatsTouched, 0);
+        fs::rename(elsewhere, setup.folder());
+        QCOMPARE(describe(setup.sync()), "added 4, touched 2"s);
+    }
+
     void aDateOutOfRangeEndsTheProgram()
     {
         ExportSetup setup;
