@@ -59,7 +59,7 @@ public:
 
         CheckResult result = check({.all = m_options.all, .chats = m_options.chats});
         if (result.interrupted)
-            return complainOfInterruption("The check");
+            return complainOfInterruption("The check", m_kept);
         return m_options.repair ? repair(result) : report(result, nullptr);
     }
 
@@ -91,13 +91,14 @@ private:
             return report(result, &repair);
         }
         print(checkAsText(result));
-        if (!mayRepair(result))
+        if (!mayRepair(result)) {
+            print(keptLines(repair.kept));
             return m_options.json ? report(result, &repair) : ExitCode::failure;
-
+        }
         print(announcement(result));
         exportAgain(result, repair);
         if (m_interruption->requested())
-            return complainOfInterruption("The repair");
+            return complainOfInterruption("The repair", repair.kept);
         print(repairAsText(result, repair));
         return report(result, &repair);
     }
@@ -143,8 +144,10 @@ private:
         return agreed;
     }
 
-    int complainOfInterruption(const std::string& what) const
+    /// Also names the files that a comparison has settled: no later run reports them.
+    int complainOfInterruption(const std::string& what, const std::vector<KeptFile>& kept) const
     {
+        print(keptLines(kept));
         m_console.complain(what + " was interrupted.");
         return ExitCode::interrupted;
     }

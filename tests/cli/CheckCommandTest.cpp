@@ -477,6 +477,20 @@ private slots:
         QCOMPARE(contentsOf((kept / "Ann (1) E.jsonl.txt").native()), whole);
     }
 
+    void keptFileIsReportedAlsoWithoutARepair()
+    {
+        exportAll();
+        fs::create_directory(m_terminal->exports() + "/Kept");
+        fs::copy_file(annsFile(), m_terminal->exports() + "/Kept/Ann (1) E.jsonl.txt.unchecked");
+        fs::resize_file(annsFile(), contentsOf(annsFile()).find('\n') + 1);
+        replaceDatabase();
+        const Outcome outcome = check({"--repair"}); // declined: a different database
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.out.ends_with("Kept 1 message of Ann that Messages no longer has: "
+                                       "Kept/Ann (1) E.jsonl.txt\n"),
+            outcome.out.c_str());
+    }
+
     void interruptionEndsTheCheck()
     {
         exportAll();
