@@ -57,7 +57,6 @@ public:
 
     SyncResult exportAll(const BeforeChat& beforeChat)
     {
-        Journal::recover(m_support);
         m_state = ExportState::load(m_support);
         if (m_mode.checkDatabase)
             m_foreign = ForeignFiles::find(m_chats, m_state, m_folder, m_db,
@@ -329,6 +328,7 @@ SyncResult Exporter::sync(const std::vector<ChatInfo>& chats, const ContactNames
 {
     try {
         Run run(database, names, folder, support, mode, chats);
+        Journal::recover(support); // first: a folder that is gone must not look as if it were there
         run.createFolder();
         return run.exportAll(beforeChat);
     } catch (const DBError& error) {

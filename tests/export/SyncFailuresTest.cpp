@@ -1,5 +1,6 @@
 #include "export/Child.h"
 #include "export/ExportSetup.h"
+#include "export/Journal.h"
 #include "support/Printing.h"
 
 #include <stdexcept>
@@ -274,6 +275,25 @@ private slots:
         QCOMPARE(result.chatsTouched, 0);
         fs::rename(elsewhere, setup.folder());
         QCOMPARE(describe(setup.sync()), "added 4, touched 2"s);
+    }
+
+    void aFolderThatIsGoneIsNotMadeAnewBeforeARollback()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addMessages(1, 1);
+        setup.sync();
+        const Journal journal(setup.folder(), setup.support());
+        journal.write({{setup.record(1).fileName, fs::file_size(setup.file(1)), ""}});
+        writeFile(setup.file(1), readFile(setup.file(1)) + "unfinished");
+        const fs::path elsewhere = setup.db.folder() + "/elsewhere";
+        fs::rename(setup.folder(), elsewhere);
+        QCOMPARE(setup.sync().errors.size(), std::size_t{1});
+        QVERIFY(!fs::exists(setup.folder()));
+
+        fs::rename(elsewhere, setup.folder());
+        QCOMPARE(describe(setup.sync()), "added 0, touched 0"s);
+        QCOMPARE(setup.rowIDs(1), std::vector<std::int64_t>{1});
     }
 
     void aDateOutOfRangeEndsTheProgram()
