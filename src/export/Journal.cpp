@@ -175,8 +175,8 @@ void Journal::recover(const SupportFolder& support)
         return;
     if (!bytes) {
         throw CannotRecover("The last export was interrupted, and its journal cannot be read: "
-            + file.string() + ". Make it readable and try again. Without it, delete it; the "
-            + "export folder may then have some messages twice.");
+            + file.string() + ". Make it readable and try again. If that is impossible, "
+            + "delete it; the export folder may then have some messages twice.");
     }
     const auto contents = complete(*bytes);
     const Journal journal(contents ? contents->folder : fs::path(), support);
@@ -201,8 +201,8 @@ void Journal::undoAll(const std::vector<FileChange>& changes) const
     } catch (const std::system_error& error) {
         throw CannotRecover("The last export into " + m_folder.string()
             + " was interrupted, and its unfinished part cannot be removed: "
-            + error.code().message() + ". Make that folder available and try again. Without it, "
-            + "delete " + m_file.string() + "; the folder may then have some messages twice.");
+            + error.code().message() + ". Make that folder available and try again. If it no "
+            + "longer exists, delete " + m_file.string() + "; its chats are then exported again.");
     }
 }
 
