@@ -50,7 +50,8 @@ public:
     {
         std::optional<SupportLock> lock;
         if (m_options.repair || m_support.exists()) // or the lock would create the folder
-            lock.emplace(m_support);
+            lock.emplace(
+                m_support, m_options.repair ? SupportLock::Use::Export : SupportLock::Use::Reading);
         m_chats = readChats(m_options.sources);
         m_names = readNames(
             m_options.sources, promptOn(m_console, [this] { return m_interruption->requested(); }));

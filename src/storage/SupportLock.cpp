@@ -52,13 +52,14 @@ try {
 
 } // namespace
 
-SupportLock::SupportLock(const SupportFolder& support) : m_file(support.file("export.lock"))
+SupportLock::SupportLock(const SupportFolder& support, Use use)
+    : m_file(support.file("export.lock"))
 {
     switch (m_file.tryLock()) {
     case FileLock::Outcome::Held:
     case FileLock::Outcome::Unsupported:
         m_file.leaveNote(noteOfThisProcess());
-        if (!acceptsFiles(support))
+        if (use == Use::Export && !acceptsFiles(support))
             throwUnwritable(support);
         return;
     case FileLock::Outcome::HeldByAnother:

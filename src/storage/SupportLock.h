@@ -12,9 +12,12 @@ class SupportFolder;
 /// locks, every process gets the lock.
 class SupportLock {
 public:
+    /// What the holder does. Reading also works on a full disk.
+    enum class Use { Export, Reading };
+
     /// Throws std::runtime_error if it cannot get the lock. The text names the holder, or says that
     /// the support folder is not writable.
-    explicit SupportLock(const SupportFolder& support);
+    explicit SupportLock(const SupportFolder& support, Use use = Use::Export);
 
 private:
     const FileLock m_file;

@@ -491,6 +491,16 @@ private slots:
             outcome.out.c_str());
     }
 
+    void checkNeedsNoRoomForNewFiles()
+    {
+        exportAll();
+        fs::create_directories(m_terminal->support() + "/export.probe/in the way");
+        const Outcome outcome = check();
+        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(check({"--repair"}).code, 1);
+    }
+
     void interruptionEndsTheCheck()
     {
         exportAll();

@@ -287,6 +287,14 @@ private slots:
         QCOMPARE(lockingError(m_support), "(no error)");
     }
 
+    void fullDiskIsNoObstacleToReading()
+    {
+        QCOMPARE(lockingError(m_support), "(no error)");
+        const FullDisk full;
+        const SupportLock lock(m_support, SupportLock::Use::Reading);
+        QVERIFY(lockingError(m_support).starts_with("Another export is running ("));
+    }
+
     void lockLeavesNothingButItsFile()
     {
         const SupportLock lock(m_support);
