@@ -13,7 +13,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <optional>
+#include <set>
 
 namespace korvane {
 
@@ -32,6 +34,19 @@ void update(CheckResult& result, const CheckResult& again)
         if (std::find(result.errors.begin(), result.errors.end(), error) == result.errors.end())
             result.errors.push_back(error);
     }
+}
+
+/// The files of the chats, by guid. One that was exported under another title and whose state was
+/// lost has another name than a new export would give it.
+std::map<std::string, std::string> filesOf(
+    const CheckResult& result, const std::set<std::string>& guids)
+{
+    std::map<std::string, std::string> files;
+    for (const ChatCheck& chat : result.chats) {
+        if (guids.contains(chat.guid))
+            files.emplace(chat.guid, chat.file);
+    }
+    return files;
 }
 
 /// Checks once, and repairs what it finds if the options say so. Handles signals while it lives
@@ -113,7 +128,7 @@ private:
             [&guids](const ChatInfo& chat) { return guids.contains(chat.guid); });
         SyncResult sync = syncWithProgress(chats, m_names, m_options.folder, m_support,
             m_options.sources.database, *m_interruption, m_console,
-            {.restart = guids, .checkDatabase = false});
+            {.restart = guids, .files = filesOf(result, guids), .checkDatabase = false});
         repair.kept.insert(repair.kept.end(), sync.kept.begin(), sync.kept.end());
         result.errors.insert(result.errors.end(), sync.errors.begin(), sync.errors.end());
         update(result, check({.chats = repair.guids}));

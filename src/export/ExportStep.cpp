@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 #include <system_error>
+#include <utility>
 
 namespace korvane {
 
@@ -22,11 +23,19 @@ std::string newEpoch()
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
 }
 
-ChatState newRecord(const ChatInfo& chat, const std::string& title)
+std::string newFileName(
+    const ChatInfo& chat, const std::string& title, const ExportState& state, const SyncMode& mode)
+{
+    const auto stray = mode.files.find(chat.guid);
+    const bool isStray = stray != mode.files.end() && !state.chats.contains(chat.guid);
+    return isStray ? stray->second : Exporter::exportFileName(title, chat.id);
+}
+
+ChatState newRecord(std::string fileName, const std::string& title)
 {
     return {
         .lastRowID = 0,
-        .fileName = Exporter::exportFileName(title, chat.id),
+        .fileName = std::move(fileName),
         .title = title,
         .messages = 0,
         .epoch = newEpoch(),
@@ -76,10 +85,11 @@ void restart(ChatState& record)
 } // namespace
 
 ExportStep exportStep(const ChatInfo& chat, const std::string& title, const ExportState& state,
-    const fs::path& folder, bool restarting)
+    const fs::path& folder, const SyncMode& mode)
 {
     const ChatState* const known = knownRecord(state, chat);
-    ExportStep step{.record = known ? *known : newRecord(chat, title)};
+    ExportStep step{
+        .record = known ? *known : newRecord(newFileName(chat, title, state, mode), title)};
     ChatState& record = step.record;
     step.change.file = record.fileName;
     Found found = find(folder / record.fileName);
@@ -89,7 +99,7 @@ ExportStep exportStep(const ChatInfo& chat, const std::string& title, const Expo
         found = find(folder / step.change.file);
     }
 
-    step.restarts = restarting || record.title != title || !found.exists
+    step.restarts = mode.restart.contains(chat.guid) || record.title != title || !found.exists
         || (known && isShortened); // under the name in the record, there can be no file
     step.replaces = step.restarts && (found.exists || found.isLink);
     if (!step.restarts) {

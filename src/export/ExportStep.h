@@ -9,6 +9,7 @@
 namespace korvane {
 
 struct ChatInfo;
+struct SyncMode;
 
 /// What a sync does for one chat.
 struct ExportStep {
@@ -20,9 +21,8 @@ struct ExportStep {
 
 /// Decides between appending to a chat's file and starting it from scratch, from the chat's record
 /// in `state` and what is in the export folder now. A file starts from scratch if it is missing, if
-/// it was written under another title than `title`, or if `restart` is true. Throws
-/// std::system_error.
+/// it was written under another title than `title`, or if `mode` says so. Throws std::system_error.
 ExportStep exportStep(const ChatInfo& chat, const std::string& title, const ExportState& state,
-    const std::filesystem::path& folder, bool restart);
+    const std::filesystem::path& folder, const SyncMode& mode);
 
 } // namespace korvane

@@ -144,7 +144,7 @@ private:
 
     ExportStep stepFor(const ChatInfo& chat, const std::string& title) const
     {
-        return exportStep(chat, title, m_state, m_folder, m_mode.restart.contains(chat.guid));
+        return exportStep(chat, title, m_state, m_folder, m_mode);
     }
 
     /// Streams the messages that the chat's file does not have yet to its end. Returns their

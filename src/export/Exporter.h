@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -39,6 +40,8 @@ struct SyncResult {
 /// What a sync does besides bringing files up to date.
 struct SyncMode {
     std::set<std::string> restart{}; ///< guids of chats to export from the beginning
+    /// By guid: file names of chats, in case that the state does not know them.
+    std::map<std::string, std::string> files{};
     bool checkDatabase = true; ///< leave alone a chat whose file is from a different database
 };
 

@@ -501,6 +501,21 @@ private slots:
         QCOMPARE(check({"--repair"}).code, 1);
     }
 
+    void fileUnderAnOldTitleIsRepairedInItsPlaceAlsoWithoutAState()
+    {
+        exportAll();
+        fs::remove(m_terminal->support() + "/state.json");
+        m_database->sql().execute("UPDATE chat SET display_name = 'Anna' WHERE ROWID = 1");
+        m_database->sql().execute("DELETE FROM message WHERE ROWID = 1");
+        const auto files = filesIn(m_terminal->exports());
+        append(annsFile(), "torn");
+        QCOMPARE(check({"--repair"}).code, 0);
+        QCOMPARE(filesIn(m_terminal->exports() + "/Kept").size(), std::size_t{1});
+        fs::remove_all(m_terminal->exports() + "/Kept");
+        QCOMPARE(filesIn(m_terminal->exports()), files);
+        QVERIFY(contentsOf(annsFile()).find("Anna") != std::string::npos);
+    }
+
     void interruptionEndsTheCheck()
     {
         exportAll();
