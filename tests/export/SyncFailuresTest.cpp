@@ -277,6 +277,20 @@ private slots:
         QCOMPARE(describe(setup.sync()), "added 4, touched 2"s);
     }
 
+    void aStateThatCannotBeSavedTakesMessagesBack()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        setup.addMessages(1, 1);
+        fs::create_directories(setup.home() / "state.json.new/in the way");
+        QCOMPARE(describe(setup.sync()),
+            "added 0, touched 0; Can't save the progress of the export in " + setup.home().string()
+                + ", so the messages of the last chats were not added. Is the disk full?");
+        QVERIFY(fs::is_empty(setup.folder()));
+        fs::remove_all(setup.home() / "state.json.new");
+        QCOMPARE(describe(setup.sync()), "added 1, touched 1"s);
+    }
+
     void aFolderThatIsGoneIsNotMadeAnewBeforeARollback()
     {
         ExportSetup setup;
