@@ -7,7 +7,6 @@
 #include "storage/FileReader.h"
 #include "text/Utf8.h"
 
-#include <algorithm>
 #include <map>
 #include <set>
 #include <system_error>
@@ -66,6 +65,7 @@ public:
         , m_folder(folder)
         , m_state(state)
         , m_scope(scope)
+        , m_chosen(scope.chats.begin(), scope.chats.end())
         , m_unclaimed(exportFilesIn(folder))
     {
     }
@@ -136,8 +136,7 @@ private:
 
     bool isWanted(const std::string& guid) const
     {
-        const auto& chosen = m_scope.chats;
-        return chosen.empty() || std::find(chosen.begin(), chosen.end(), guid) != chosen.end();
+        return m_chosen.empty() || m_chosen.contains(guid);
     }
 
     void addFromDatabase(const ChatInfo& chat)
@@ -195,6 +194,7 @@ private:
     const fs::path& m_folder;
     const ExportState& m_state;
     const CheckScope& m_scope;
+    const std::set<std::string> m_chosen; ///< guids; empty: no restriction
     std::set<std::string> m_unclaimed; ///< names of files
     std::map<std::string, std::vector<std::string>> m_sharers; ///< titles by name of the file
     std::map<std::string, StrayFile> m_strays; ///< by guid

@@ -16,6 +16,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <string_view>
 
 namespace korvane {
 
@@ -24,11 +25,12 @@ namespace {
 /// Replaces what the first check found out about the repaired chats.
 void update(CheckResult& result, const CheckResult& again)
 {
+    std::map<std::string_view, const ChatCheck*> newer;
+    for (const ChatCheck& chat : again.chats)
+        newer.emplace(chat.guid, &chat);
     for (ChatCheck& chat : result.chats) {
-        const auto newer = std::find_if(again.chats.begin(), again.chats.end(),
-            [&chat](const ChatCheck& each) { return each.guid == chat.guid; });
-        if (newer != again.chats.end())
-            chat = *newer;
+        if (const auto found = newer.find(chat.guid); found != newer.end())
+            chat = *found->second;
     }
     for (const std::string& error : again.errors) {
         if (std::find(result.errors.begin(), result.errors.end(), error) == result.errors.end())

@@ -8,6 +8,8 @@
 #include "text/Utf8.h"
 
 #include <algorithm>
+#include <set>
+#include <string_view>
 
 namespace korvane {
 
@@ -152,9 +154,9 @@ std::string announcement(const CheckResult& result)
 std::string repairAsText(const CheckResult& result, const RepairReport& repair)
 {
     std::string text;
+    const std::set<std::string_view> tried(repair.guids.begin(), repair.guids.end());
     for (const ChatCheck& chat : result.chats) {
-        const auto& tried = repair.guids;
-        if (std::find(tried.begin(), tried.end(), chat.guid) != tried.end())
+        if (tried.contains(chat.guid))
             text.append(printable(outcomeOf(chat))).append(1, '\n');
     }
     return text + keptLines(repair.kept);
