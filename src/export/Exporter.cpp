@@ -151,7 +151,7 @@ private:
     /// number, and updates the record.
     std::int64_t append(ExportStep& step, std::size_t index, const std::string& title)
     {
-        constexpr std::size_t blockSize = 256 * 1024;
+        constexpr std::size_t blockSize = std::size_t{256} * 1024;
         const ChatInfo& chat = m_chats[index];
         RecordWriter writer(chat, title, m_names);
         std::optional<OutputFile> file;

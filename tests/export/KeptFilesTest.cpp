@@ -70,7 +70,7 @@ private slots:
     {
         QFETCH(std::string, change);
         QFETCH(std::int64_t, missing);
-        m_setup->db.sql().execute(change.c_str());
+        m_setup->db.sql().execute(change);
         rename();
         const SyncResult result = m_setup->sync();
         const std::string name = "Team (1) " + m_epoch + ".jsonl.txt";
