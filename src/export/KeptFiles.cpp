@@ -204,7 +204,7 @@ void KeptFiles::putBack(
 
 std::vector<KeptFile> KeptFiles::compare(
     const fs::path& exportFolder, const ExportState& state, std::vector<std::string>& errors)
-{
+try {
     std::vector<KeptFile> staying;
     const auto kept = Folder::open(pathIn(exportFolder));
     for (const std::string& name : uncheckedIn(kept)) {
@@ -216,6 +216,9 @@ std::vector<KeptFile> KeptFiles::compare(
         }
     }
     return staying;
+} catch (const std::system_error& error) {
+    errors.push_back(std::string(folderName) + ": " + error.code().message());
+    return {};
 }
 
 } // namespace korvane

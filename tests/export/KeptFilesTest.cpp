@@ -196,6 +196,15 @@ private slots:
         QCOMPARE(readFile(kept()), "mine"s);
     }
 
+    void folderThatCannotBeReadIsAnError()
+    {
+        const std::string tooLong(5000, 'x');
+        std::vector<std::string> errors;
+        QVERIFY(KeptFiles::compare(tooLong, {}, errors).empty());
+        QCOMPARE(errors,
+            std::vector{"Kept: " + std::make_error_code(std::errc::filename_too_long).message()});
+    }
+
     void requestedRestartKeepsToTheSameRules()
     {
         m_setup->db.sql().execute("DELETE FROM chat_message_join WHERE message_id = 2");
