@@ -36,12 +36,25 @@ bool isMissing(const fs::path& path)
         || error == std::errc::filename_too_long;
 }
 
+/// Why FileReader does not open what is there.
+std::string reasonNotToOpen(const fs::path& path)
+{
+    std::error_code error;
+    const fs::file_type type = fs::symlink_status(path, error).type();
+    if (type == fs::file_type::symlink)
+        return "it is a symbolic link, and only files are checked";
+    if (!error && type != fs::file_type::regular)
+        return "it is not a file";
+    return error ? error.message() : "it can't be read";
+}
+
 /// Nothing if the file does not exist. Throws std::runtime_error if it cannot be opened.
 std::optional<FileReader> openIfPresent(const fs::path& path)
 {
     auto file = FileReader::open(path);
     if (!file && !isMissing(path))
-        throw std::runtime_error("The file can't be opened: " + path.filename().string() + ".");
+        throw std::runtime_error("The file can't be opened, because " + reasonNotToOpen(path) + ": "
+            + path.filename().string() + ".");
     return file;
 }
 

@@ -187,13 +187,16 @@ private slots:
     void fileThatCannotBeOpenedIsAnErrorAndTheOthersAreChecked_data()
     {
         QTest::addColumn<bool>("link");
-        QTest::newRow("a symbolic link") << true;
-        QTest::newRow("a folder") << false;
+        QTest::addColumn<std::string>("reason");
+        QTest::newRow("a symbolic link")
+            << true << std::string("it is a symbolic link, and only files are checked");
+        QTest::newRow("a folder") << false << std::string("it is not a file");
     }
 
     void fileThatCannotBeOpenedIsAnErrorAndTheOthersAreChecked()
     {
         QFETCH(bool, link);
+        QFETCH(std::string, reason);
         const fs::path file = m_setup->file(1);
         fs::rename(file, m_setup->db.folder() + "/elsewhere");
         if (link)
@@ -202,8 +205,8 @@ private slots:
             fs::create_directory(file);
         const CheckResult result = check();
         QCOMPARE(result.errors,
-            std::vector<std::string>{
-                "Ann: The file can't be opened: Ann (1) Korvane Wrapped.jsonl.txt."});
+            std::vector<std::string>{"Ann: The file can't be opened, because " + reason
+                + ": Ann (1) Korvane Wrapped.jsonl.txt."});
         QCOMPARE(result.chats.size(), std::size_t{1});
         QCOMPARE(counts(result, 0), std::string("5 records"));
         QVERIFY(!result.isWhole());
