@@ -144,9 +144,13 @@ std::string checkAsJson(const CheckResult& result, const RepairReport* repair)
 
 std::string announcement(const CheckResult& result)
 {
-    const std::string titles
+    const auto count = static_cast<std::int64_t>(result.repairable().size());
+    if (count > 1) // their titles are in the table
+        return "Repairing " + countOf(count, "chat")
+            + ": the old files move to Kept/, and the chats are exported again.\n";
+    const std::string title
         = titlesOf(result, [](const ChatCheck& chat) { return chat.canBeRepaired(); });
-    return printable("Repairing " + titles
+    return printable("Repairing " + title
                + ": the old file moves to Kept/, and the chat is exported again.")
         + '\n';
 }

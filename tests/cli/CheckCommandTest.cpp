@@ -240,6 +240,20 @@ private slots:
         QVERIFY(!fs::exists(m_terminal->exports() + "/Kept"));
     }
 
+    void repairOfSeveralChatsIsAnnouncedInOneShortLine()
+    {
+        exportAll();
+        fs::remove_all(m_terminal->exports());
+        const std::string out = check({"--repair"}).out;
+        QVERIFY2(out.find("\n0 chats are intact, 2 are not\n"
+                          "Repairing 2 chats: the old files move to Kept/, and the chats are "
+                          "exported again.\n"
+                          "Repaired Family: 1 message\n"
+                          "Repaired Ann: 2 messages\n")
+                != std::string::npos,
+            out.c_str());
+    }
+
     void secondRepairDoesNothing()
     {
         exportAll();
