@@ -12,6 +12,7 @@
 #include "storage/SupportLock.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -78,6 +79,7 @@ public:
         CheckResult result = check({.all = m_options.all, .chats = m_options.chats});
         if (result.interrupted)
             return complainOfInterruption("The check", m_kept);
+        complainOfNoFolder(result);
         return m_options.repair ? repair(result) : report(result, nullptr);
     }
 
@@ -91,6 +93,16 @@ private:
                 bar.show(parts * step.done / std::max<std::int64_t>(step.total, 1), step.title);
                 return !m_interruption->requested();
             });
+    }
+
+    /// Explains why every file is missing, before a repair exports them all.
+    void complainOfNoFolder(const CheckResult& result) const
+    {
+        std::error_code ignored;
+        if (!result.repairable().empty()
+            && !std::filesystem::is_directory(m_options.folder, ignored))
+            m_console.complain("There is no folder " + m_options.folder
+                + ", so no file is there. Check --folder, and whether its drive is connected.");
     }
 
     /// Undoes what a killed run left, and repeats its comparison of kept files.
@@ -187,10 +199,21 @@ private:
             m_console.complain(error);
         for (const std::string& hint : hintsAbout(result))
             m_console.complain(hint);
-        if (!result.isWhole() && Journal::isPending(m_support))
+        if (!result.isWhole() && Journal::isPending(m_support)) {
             m_console.complain("The last export was killed. The next one, or check --repair, first "
                                "undoes what it left unfinished, which may be the cause.");
+        } else if (!repair && !result.repairable().empty()) {
+            m_console.complain(adviceOn(result));
+        }
         return result.isWhole() ? ExitCode::success : ExitCode::failure;
+    }
+
+    std::string adviceOn(const CheckResult& result) const
+    {
+        const std::string question = questionAbout(result, m_options.sources.database);
+        return question.empty() ? "To repair what is not intact, add --repair: the old files move "
+                                  "to Kept/, and the chats are exported again."
+                                : question;
     }
 
     const CheckOptions& m_options;

@@ -56,7 +56,9 @@ private slots:
         append(annsFile(), "torn");
         const Outcome outcome = check();
         QCOMPARE(outcome.code, 1);
-        QCOMPARE(outcome.err, std::string());
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: To repair what is not intact, add --repair: the old files "
+                        "move to Kept/, and the chats are exported again.\n"));
         QCOMPARE(outcome.out,
             std::string("TITLE  RECORDS  NEW  MISSING  DOUBLED  TORN  CHANGED  FOREIGN  RENAMED"
                         "  GONE  KEPT  GUID\n"
@@ -254,6 +256,17 @@ private slots:
             out.c_str());
     }
 
+    void missingFolderIsMentioned()
+    {
+        exportAll();
+        fs::remove_all(m_terminal->exports());
+        const std::string text = "korvane-sync: There is no folder " + m_terminal->exports()
+            + ", so no file is there. Check --folder, and whether its drive is connected.\n";
+        QVERIFY(check().err.starts_with(text));
+        QCOMPARE(check({"--repair"}).err, text);
+        QCOMPARE(check().err, std::string());
+    }
+
     void secondRepairDoesNothing()
     {
         exportAll();
@@ -344,6 +357,17 @@ private slots:
             QCOMPARE(outcome.json().object()[u"repaired"].toArray().size(), 0);
             QCOMPARE(outcome.json().object()[u"whole"].toBool(true), false);
         }
+    }
+
+    void checkOfADifferentDatabaseNamesBothWaysOn()
+    {
+        exportAll();
+        replaceDatabase();
+        const Outcome outcome = check();
+        QCOMPARE(outcome.code, 1);
+        QVERIFY2(outcome.err.find("different database") != std::string::npos, outcome.err.c_str());
+        QVERIFY2(outcome.err.find("KORVANE_SYNC_HOME") != std::string::npos, outcome.err.c_str());
+        QVERIFY2(outcome.err.find("To repair") == std::string::npos, outcome.err.c_str());
     }
 
     void differentDatabaseIsRepairedWithYes()
