@@ -140,7 +140,8 @@ private:
                 .kept = records == kept.byChat.end() ? 0 : records->second,
                 .isInDatabase = each.chat != nullptr,
                 .isLost = each.wasExported && isMissing(pathOf(each)),
-                .sharesFile = each.sharesFile});
+                .sharesFile = each.sharesFile,
+                .isInState = each.lastRowID.has_value()});
         } catch (const std::overflow_error&) {
             throw; // fails the whole run: see referenceTime()
         } catch (const DBError& error) {

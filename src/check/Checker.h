@@ -26,6 +26,7 @@ struct ChatCheck {
     bool isInDatabase = true; ///< otherwise its file cannot be written again
     bool isLost = false; ///< neither the database nor the folder has what the state recorded
     bool sharesFile = false; ///< another chat of the state has the same file
+    bool isInState = true; ///< otherwise the next export adds all its messages to the file
 
     bool operator==(const ChatCheck&) const = default;
 

@@ -192,6 +192,14 @@ std::vector<std::string> hintsAbout(const CheckResult& result)
     if (!lost.empty())
         hints.push_back(
             "Neither Messages nor this folder has these chats, which were exported: " + lost + '.');
+    const std::int64_t doubling = std::ranges::count_if(result.chats, [](const ChatCheck& chat) {
+        return chat.isIntact() && !chat.isInState && chat.isInDatabase && chat.counts.records > 0;
+    });
+    if (doubling > 0) {
+        hints.push_back("The export state does not have " + std::to_string(doubling)
+            + " of these chats, so the next export adds all messages to their files again. Then "
+              "run check --repair, which removes the doubled ones.");
+    }
     return hints;
 }
 

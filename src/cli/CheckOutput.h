@@ -35,7 +35,8 @@ std::string repairAsText(const CheckResult& result, const RepairReport& repair);
 std::string questionAbout(const CheckResult& result, const std::string& database);
 
 /// Lines about the chats that Messages no longer has: damaged ones, which no repair can help, and
-/// those that have no file either.
+/// those that have no file either. And a line about the files to which the next export adds all
+/// their messages again.
 std::vector<std::string> hintsAbout(const CheckResult& result);
 
 } // namespace korvane

@@ -267,6 +267,24 @@ private slots:
         QCOMPARE(check().err, std::string());
     }
 
+    void chatsThatTheNextExportDoublesAreMentioned()
+    {
+        exportAll();
+        fs::remove(m_terminal->support() + "/state.json");
+        const Outcome outcome = check();
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: The export state does not have 2 of these chats, so the "
+                        "next export adds all messages to their files again. Then run check "
+                        "--repair, which removes the doubled ones.\n"));
+        run("export", {"--chat", "G1"});
+        QVERIFY(check().err.find(" 1 of these chats") != std::string::npos);
+        check({"--repair"});
+        run("export", {"--all"});
+        check({"--repair"});
+        QCOMPARE(check().err, std::string());
+    }
+
     void secondRepairDoesNothing()
     {
         exportAll();
