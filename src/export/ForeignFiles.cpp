@@ -242,9 +242,9 @@ bool isForeign(const ChatInfo& chat, const ChatState& state, const std::filesyst
 
 const char* const ForeignFiles::explanation
     = "The file was exported from a different Messages database, so nothing was added to it. If "
-      "this is a new Mac or a restored database, run \"korvane-sync check --repair\". If this is a "
-      "second source, such as a phone's backup, give it a KORVANE_SYNC_HOME and a --folder of its "
-      "own.";
+      "this is a new Mac or a restored database, run \"korvane-sync check --repair\" with the same "
+      "--folder. If this is a second source, such as a phone's backup, give it a KORVANE_SYNC_HOME "
+      "and a --folder of its own.";
 
 std::set<std::string> ForeignFiles::find(const std::vector<ChatInfo>& chats,
     const ExportState& state, const std::filesystem::path& folder, MessagesDB& db,

@@ -14,7 +14,8 @@ std::string textOfForeign(std::int64_t chats)
     return std::string(differentDatabase) + ' ' + countOf(chats, "chat")
         + (chats == 1 ? " is" : " are")
         + " not exported, to keep the files as they are. In a terminal, korvane-sync check shows "
-          "which, and korvane-sync check --repair begins their files anew.";
+          "which, and korvane-sync check --repair begins their files anew. If you chose another "
+          "export folder than the usual one, add --folder.";
 }
 
 } // namespace

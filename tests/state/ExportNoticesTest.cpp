@@ -41,6 +41,7 @@ private slots:
         QVERIFY2(texts[0].find("different database") != std::string::npos, texts[0].c_str());
         QVERIFY2(texts[0].find("2 chats are not exported") != std::string::npos, texts[0].c_str());
         QVERIFY2(texts[0].find("check --repair") != std::string::npos, texts[0].c_str());
+        QVERIFY2(texts[0].find("--folder") != std::string::npos, texts[0].c_str());
         QVERIFY2(notices.warning().find("different database") != std::string::npos,
             notices.warning().c_str());
         QVERIFY(notices.add(foreign).empty());
