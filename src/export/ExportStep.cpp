@@ -92,11 +92,11 @@ ExportStep exportStep(const ChatInfo& chat, const std::string& title, const Expo
         .record = known ? *known : newRecord(newFileName(chat, title, state, mode), title)};
     ChatState& record = step.record;
     step.change.file = record.fileName;
-    Found found = find(folder / record.fileName);
+    Found found = find(Exporter::inFolder(folder, record.fileName));
     const bool isShortened = found.isTooLong;
     if (isShortened) {
         step.change.file = Exporter::shortenedFileName(title, chat.id);
-        found = find(folder / step.change.file);
+        found = find(Exporter::inFolder(folder, step.change.file));
     }
 
     step.restarts = mode.restart.contains(chat.guid) || record.title != title || !found.exists

@@ -1,5 +1,6 @@
 #include "export/FileGroup.h"
 
+#include "export/FileName.h"
 #include "export/KeptFiles.h"
 #include "storage/Files.h"
 
@@ -51,14 +52,14 @@ void FileGroup::moveAway(const FileChange& change)
 {
     std::error_code ignored;
     if (change.keptAs.empty())
-        fs::remove(m_folder / change.file, ignored);
+        fs::remove(Exporter::inFolder(m_folder, change.file), ignored);
     else
         KeptFiles::keep(m_folder, change.file, change.keptAs);
 }
 
 OutputFile FileGroup::open(const FileChange& change)
 {
-    return OutputFile(m_folder / change.file);
+    return OutputFile(Exporter::inFolder(m_folder, change.file));
 }
 
 void FileGroup::undo(const FileChange& change)
@@ -74,7 +75,7 @@ std::vector<FileGroup::Failure> FileGroup::flush()
     std::vector<Chat> complete;
     for (Chat& chat : std::exchange(m_chats, {})) {
         try {
-            const fs::path file = m_folder / chat.change.file;
+            const fs::path file = Exporter::inFolder(m_folder, chat.change.file);
             if (chat.added > 0 && !(isFlushed && isInFolder(file)))
                 Files::flush(file);
             complete.push_back(std::move(chat));

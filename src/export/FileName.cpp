@@ -132,6 +132,12 @@ std::string Exporter::shortenedFileName(std::string_view title, std::int64_t cha
     return shortenedTitle(title, tail.size()) + tail;
 }
 
+std::filesystem::path Exporter::inFolder(
+    const std::filesystem::path& folder, const std::string& name)
+{
+    return folder.native() + '/' + name;
+}
+
 std::string Exporter::keptFileName(
     std::string_view title, std::int64_t chatID, std::string_view epoch)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,10 @@ std::string exportFileName(std::string_view title, std::int64_t chatID);
 /// between two grapheme clusters. The id is kept, so no two chats share a name. Exporter::sync()
 /// uses this name if the file system rejects the other one as too long.
 std::string shortenedFileName(std::string_view title, std::int64_t chatID);
+
+/// The path of an export file. Stays inside `folder` even if the name, which comes from the state
+/// file, begins with a slash.
+std::filesystem::path inFolder(const std::filesystem::path& folder, const std::string& name);
 
 /// The name of an old export file in Kept/: "<safe title> (<chat id>) <epoch>.jsonl.txt", shortened
 /// like shortenedFileName() so that ten more bytes fit.

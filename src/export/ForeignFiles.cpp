@@ -45,8 +45,10 @@ bool isSameMoment(ReferenceTime one, ReferenceTime other)
 /// Compares the records of one chat with the messages of the database.
 class Comparison {
 public:
-    Comparison(const ChatInfo& chat, MessageLookup& messages)
+    Comparison(const ChatInfo& chat, const ChatState& state, MessageLookup& messages)
         : m_messages(messages)
+        , m_guid(chat.guid)
+        , m_isNew(!state.formatVersion)
         , m_beforeRowID(R"(","id":"mac:)" + Json::escaped(chat.guid) + ':')
     {
     }
@@ -56,6 +58,8 @@ public:
         if (hasSameDate(line))
             return Found::Same;
         const auto record = Record::fromLineWithTornStart(line);
+        if (record && m_isNew && record->conversationID != m_guid)
+            return Found::Other; // a chat of the same name and number in the other database
         const auto rowID = record ? record->rowID() : std::nullopt;
         if (!rowID)
             return Found::NotComparable;
@@ -122,6 +126,8 @@ private:
     }
 
     MessageLookup& m_messages;
+    const std::string& m_guid;
+    const bool m_isNew; ///< the chat has no state, so its file should not exist
     const std::string m_beforeRowID;
     DateText m_dates;
     std::int64_t m_highestRowID = 0;
@@ -136,7 +142,7 @@ public:
         , m_chat(chat)
         , m_state(state)
         , m_messages(messages)
-        , m_comparison(chat, messages)
+        , m_comparison(chat, state, messages)
     {
     }
 

@@ -1,6 +1,7 @@
 #include "export/Journal.h"
 
 #include "export/ExportState.h"
+#include "export/FileName.h"
 #include "export/KeptFiles.h"
 #include "storage/Files.h"
 #include "text/Base64Url.h"
@@ -9,6 +10,7 @@
 
 #include <QCryptographicHash>
 
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -147,16 +149,27 @@ void Journal::undo(const FileChange& change) const
 
 void Journal::restore(const FileChange& change) const
 {
-    const fs::path file = m_folder / change.file;
+    const fs::path file = Exporter::inFolder(m_folder, change.file);
     std::error_code ignored;
-    if (!change.keptAs.empty())
+    if (!change.keptAs.empty()) {
         KeptFiles::putBack(m_folder, change.keptAs, change.file);
-    else if (!change.size && isRegular(file))
+    } else if (!change.size && isRegular(file)) {
         fs::remove(file);
-    else if (change.size && fs::is_regular_file(file, ignored))
+    } else if (change.size && fs::is_regular_file(file, ignored)
+        && fs::file_size(file) > *change.size) {
         Files::shorten(file, *change.size);
-    if (change.size && isRegular(file))
         Files::flush(file);
+    }
+}
+
+bool Journal::isOlder(const FileChange& change) const
+{
+    constexpr std::chrono::hours clockDifference{1};
+    const fs::path file = Exporter::inFolder(m_folder, change.file);
+    std::error_code failed;
+    const auto written = fs::last_write_time(file, failed);
+    return !failed && change.keptAs.empty()
+        && written < fs::last_write_time(m_file) - clockDifference;
 }
 
 bool Journal::isPending(const SupportFolder& support)
@@ -195,8 +208,10 @@ void Journal::undoAll(const std::vector<FileChange>& changes) const
         if (!fs::is_directory(m_folder))
             throw fs::filesystem_error(
                 "", std::make_error_code(std::errc::no_such_file_or_directory));
-        for (const FileChange& change : changes)
-            restore(change);
+        for (const FileChange& change : changes) {
+            if (!isOlder(change))
+                restore(change);
+        }
         Files::flush(m_folder);
     } catch (const std::system_error& error) {
         throw CannotRecover("The last export into " + m_folder.string()

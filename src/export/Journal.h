@@ -72,6 +72,10 @@ private:
     void undoAll(const std::vector<FileChange>& changes) const;
     void restore(const FileChange& change) const;
 
+    /// Whether the file was last written long before the journal, so not by the killed run: perhaps
+    /// the user has put back a copy. The export folder may be on a machine with another clock.
+    bool isOlder(const FileChange& change) const;
+
     std::filesystem::path m_folder;
     std::filesystem::path m_file;
     std::filesystem::path m_state;

@@ -149,7 +149,7 @@ private:
         const auto chat = m_state.chats.find(guid);
         return chat == m_state.chats.end()
             ? std::nullopt
-            : FileReader::open(m_exportFolder / chat->second.fileName);
+            : FileReader::open(Exporter::inFolder(m_exportFolder, chat->second.fileName));
     }
 
     const fs::path& m_exportFolder;
@@ -185,7 +185,7 @@ void KeptFiles::keep(
     const fs::path& exportFolder, const std::string& file, const std::string& keptAs)
 try {
     const Folder kept = Folder::openOrCreate(pathIn(exportFolder));
-    kept.moveIn(exportFolder / file, keptAs);
+    kept.moveIn(Exporter::inFolder(exportFolder, file), keptAs);
     kept.flush();
 } catch (const std::system_error& error) {
     throw std::runtime_error("Can't move the old file to " + std::string(folderName) + ": "
@@ -198,7 +198,7 @@ void KeptFiles::putBack(
     const auto kept = Folder::open(pathIn(exportFolder));
     if (!kept || !kept->contains(keptAs))
         return;
-    kept->moveOut(keptAs, exportFolder / file);
+    kept->moveOut(keptAs, Exporter::inFolder(exportFolder, file));
     kept->flush();
 }
 

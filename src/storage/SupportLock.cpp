@@ -1,6 +1,6 @@
 #include "storage/SupportLock.h"
 
-#include "storage/Files.h"
+#include "storage/OutputFile.h"
 #include "storage/Paths.h"
 
 #include <QCoreApplication>
@@ -38,7 +38,7 @@ std::string holder(const FileLock& file)
 bool acceptsFiles(const SupportFolder& support)
 try {
     const std::filesystem::path probe = support.file("export.probe");
-    Files::writeAtomically(probe, "\n", Files::Access::OwnerOnly);
+    OutputFile(probe).append("\n");
     std::filesystem::remove(probe);
     return true;
 } catch (const std::system_error&) {

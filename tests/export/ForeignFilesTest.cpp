@@ -442,6 +442,18 @@ private slots:
         QCOMPARE(readFile(file), bytes);
     }
 
+    void aFileOfAChatWithTheSameNameAndNumberIsLeftAlone()
+    {
+        Scene scene;
+        fs::remove(scene.stateFile());
+        scene.run("UPDATE chat SET guid = 'other' WHERE ROWID = " + std::to_string(ann));
+        scene.chats[0].guid = "other";
+        const fs::path file = scene.folder() / Exporter::exportFileName("Ann Lee", ann);
+        const std::string bytes = readFile(file);
+        QCOMPARE(scene.sync().foreignChats, 1);
+        QCOMPARE(readFile(file), bytes);
+    }
+
     void aCallerCanExportNevertheless_data()
     {
         QTest::addColumn<bool>("restart");

@@ -120,6 +120,27 @@ private slots:
         QCOMPARE(readFile(folder() / "grown"), "12345"s);
     }
 
+    void copyThatTheUserPutBackStays()
+    {
+        change();
+        const auto longAgo = fs::file_time_type::clock::now() - std::chrono::hours(48);
+        fs::last_write_time(folder() / "new", longAgo);
+        fs::last_write_time(folder() / "grown", longAgo);
+        Journal::recover(support());
+        QCOMPARE(readFile(folder() / "new"), "new"s);
+        QCOMPARE(readFile(folder() / "grown"), "1234567"s);
+        QCOMPARE(readFile(folder() / "moved"), "old"s);
+    }
+
+    void fileNameFromTheStateStaysInTheFolder()
+    {
+        const fs::path outside = root() / "outside";
+        writeFile(outside, "mine");
+        journal().write({{outside.string(), {}, ""}, {"grown", 5, ""}});
+        Journal::recover(support());
+        QCOMPARE(readFile(outside), "mine"s);
+    }
+
     void folderMayHaveANameThatIsNotUtf8()
     {
         const fs::path other = root() / "caf\xE9";

@@ -290,8 +290,10 @@ Origin originOf(const Archive& archive, const FreshChat& chat, const FreshDataba
 {
     const ReadLines lines = ReadLines::from(archive.bytes(chat).value_or(""));
     const auto& records = lines.records;
-    if (!archive.known(chat.guid) || records.empty())
+    if (!archive.known(chat.guid) || (records.empty() && lines.torn == 0))
         return Origin::SameDatabase;
+    if (records.empty())
+        return Origin::CannotBeTold;
     const auto foreign = [&](const ReadRecord& record) {
         return std::string("foreign") == differenceOf(record, chat, database);
     };

@@ -99,8 +99,8 @@ std::vector<FreshChat> checkedChats(const Archive& archive, const FreshDatabase&
 enum class Origin { SameDatabase, CannotBeTold, DifferentDatabase };
 Origin originOf(const Archive& archive, const FreshChat& chat, const FreshDatabase& database);
 
-/// Whether the state does not know a chat whose file is from a different database. Then one export
-/// appends to it, and the next leaves it alone.
+/// Whether the state does not know a chat whose file is from a different database. Then an export
+/// appends to it only if no sampled record shows that.
 bool mixesDatabases(const Archive& archive, const FreshDatabase& database);
 
 /// The files and kept files that a run has to lead to. The state is not predicted.
