@@ -14,7 +14,7 @@
 
 namespace korvane {
 
-class ContactNames;
+struct ContactNames;
 
 /// A file that a restart replaced and that stays in Kept/, because Messages no longer has all of
 /// it.

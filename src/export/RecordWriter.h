@@ -11,7 +11,7 @@
 
 namespace korvane {
 
-class ContactNames;
+struct ContactNames;
 
 /// Writes the messages of one chat as records in the format of an export file:
 ///

@@ -59,7 +59,7 @@ bool MessageLookup::read(
         m_message.emplace(m_connection, oneMessageQuery);
     if (!finds(*m_message, rowID))
         return false;
-    GuidMap noGuids(std::nullopt);
+    GuidMap noGuids;
     RowReader reader(*m_message, noGuids, false);
     visit(reader.read());
     return true;

@@ -129,19 +129,6 @@ void learnColumns(MessageColumns& columns, Sqlite& db)
     learnColumns(columns.message, "message", db);
 }
 
-GuidMap guidMap(Sqlite& db, const MessageColumns& columns, std::int64_t chatID)
-{
-    if (!columns.message.contains("guid"))
-        return GuidMap(std::nullopt);
-    Sqlite::Statement rows(db, guidQuery);
-    rows.bind(1, chatID);
-    if (!columns.guidIsIndexed)
-        return GuidMap(std::move(rows));
-    Sqlite::Statement oneRow(db, oneGuidQuery);
-    oneRow.bind(2, chatID);
-    return GuidMap(std::move(rows), std::move(oneRow));
-}
-
 } // namespace
 
 const std::string& MessagesDB::path()
@@ -181,7 +168,9 @@ void MessagesDB::forEachMessage(
     std::int64_t chatID, std::int64_t afterRowID, const RowVisitor& visit)
 {
     learnColumns(*m_columns, m_db);
-    GuidMap guids = guidMap(m_db, *m_columns, chatID);
+    GuidMap guids = m_columns->message.contains("guid")
+        ? GuidMap(m_db, chatID, m_columns->guidIsIndexed)
+        : GuidMap();
     Sqlite::Statement row(m_db, messageQuery(*m_columns));
     row.bind(1, chatID);
     row.bind(2, afterRowID);

@@ -32,15 +32,16 @@ std::string_view withoutPart(std::string_view guid)
 
 } // namespace
 
-GuidMap::GuidMap(std::optional<Sqlite::Statement> rows, std::optional<Sqlite::Statement> oneRow)
-    : m_rows(std::move(rows))
-    , m_oneRow(std::move(oneRow))
+GuidMap::GuidMap(Sqlite& db, std::int64_t chatID, bool isIndexed)
+    : m_db(&db)
+    , m_chatID(chatID)
+    , m_isIndexed(isIndexed)
 {
 }
 
 std::optional<std::int64_t> GuidMap::target(std::optional<std::string_view> guid)
 {
-    if (!guid || guid->empty())
+    if (!m_db || !guid || guid->empty())
         return std::nullopt;
     if (!isValidUtf8(*guid))
         return target(repairedUtf8(*guid));
@@ -55,24 +56,26 @@ std::optional<std::int64_t> GuidMap::target(std::optional<std::string_view> guid
 
 void GuidMap::load()
 {
-    if (!m_rows)
+    if (m_isLoaded)
         return;
-    while (m_rows->step()) {
-        const auto guid = m_rows->text(0);
+    Sqlite::Statement row(*m_db, guidQuery);
+    row.bind(1, m_chatID);
+    while (row.step()) {
+        const auto guid = row.text(0);
         if (!guid)
             continue;
         const auto key
             = isValidUtf8(*guid) ? copied(*guid, m_memory) : copied(repairedUtf8(*guid), m_memory);
-        m_rowIDs[key] = m_rows->integer(1);
+        m_rowIDs[key] = row.integer(1);
     }
-    m_rows.reset();
+    m_isLoaded = true;
 }
 
 std::optional<std::int64_t> GuidMap::find(std::string_view guid)
 {
     // A guid with this character may be the repaired form of one that is not valid UTF-8.
     constexpr std::string_view replacement = "\xEF\xBF\xBD";
-    if (m_oneRow && guid.find(replacement) == std::string_view::npos)
+    if (m_isIndexed && guid.find(replacement) == std::string_view::npos)
         return findByIndex(guid);
     load();
     const auto found = m_rowIDs.find(guid);
@@ -81,6 +84,10 @@ std::optional<std::int64_t> GuidMap::find(std::string_view guid)
 
 std::optional<std::int64_t> GuidMap::findByIndex(std::string_view guid)
 {
+    if (!m_oneRow) {
+        m_oneRow.emplace(*m_db, oneGuidQuery);
+        m_oneRow->bind(2, m_chatID);
+    }
     m_oneRow->bindText(1, guid);
     const auto rowID = m_oneRow->step() ? std::optional(m_oneRow->integer(0)) : std::nullopt;
     m_oneRow->reset();

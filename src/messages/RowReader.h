@@ -17,11 +17,11 @@ namespace korvane {
 /// lookup, because most runs have no reference to resolve. Used by one thread at a time.
 class GuidMap {
 public:
-    /// `rows` yields (guid, row id) for every message of the chat. Absent if the message table has
-    /// no guid column. `oneRow` yields the row id for the guid bound to its first parameter. Absent
-    /// if there is no index for that.
-    explicit GuidMap(std::optional<Sqlite::Statement> rows,
-        std::optional<Sqlite::Statement> oneRow = std::nullopt);
+    /// Finds nothing: for a message table without guids.
+    GuidMap() = default;
+
+    /// `db` must outlive this object. `isIndexed` says whether there is an index on the guids.
+    GuidMap(Sqlite& db, std::int64_t chatID, bool isIndexed);
 
     /// The row id of the message with this guid. The guid may have the prefix "p:N/" (part N of a
     /// message) or "bp:" (a balloon). Absent if `guid` is absent, empty or not in this chat.
@@ -33,8 +33,11 @@ private:
     std::optional<std::int64_t> find(std::string_view guid);
     std::optional<std::int64_t> findByIndex(std::string_view guid);
 
-    std::optional<Sqlite::Statement> m_rows; ///< reset after loading
-    std::optional<Sqlite::Statement> m_oneRow;
+    Sqlite* m_db = nullptr; ///< null if there are no guids
+    std::int64_t m_chatID = 0;
+    bool m_isIndexed = false;
+    bool m_isLoaded = false;
+    std::optional<Sqlite::Statement> m_oneRow; ///< prepared on the first lookup
     std::pmr::monotonic_buffer_resource m_memory; ///< owns the map's nodes and keys
     std::pmr::unordered_map<std::string_view, std::int64_t> m_rowIDs{&m_memory};
 };
