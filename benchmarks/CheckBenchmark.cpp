@@ -8,78 +8,30 @@
 
 #include "Arguments.h"
 #include "Child.h"
+#include "ExportScene.h"
 
 #include "check/Checker.h"
-#include "contacts/ContactNames.h"
-#include "contacts/VCardSource.h"
 #include "export/Exporter.h"
-#include "sample/SampleDatabase.h"
 
 #include <QTemporaryDir>
 
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <memory>
 
 using namespace korvane;
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Scene {
-    std::string database;
-    std::string contacts;
-    std::string folder; ///< for everything that the measurements write
-
-    std::string exports() const { return folder + "/export"; }
-    SupportFolder support() const { return SupportFolder(folder + "/support"); }
-};
-
-Scene prepared(const std::string& folder, const std::string& name, const SampleSize& size)
-{
-    Scene scene{folder + "/" + name + ".db", folder + "/" + name + ".vcf", folder + "/" + name};
-    fs::create_directories(scene.folder);
-    if (fs::exists(scene.database))
-        return scene;
-    fs::remove(scene.contacts);
-    inChild([&] {
-        return secondsOf([&] {
-            writeSampleDatabase(scene.database, size);
-            writeSampleContacts(scene.contacts, size);
-        });
-    });
-    return scene;
-}
-
-ContactNames namesOf(const Scene& scene)
-{
-    ContactSources sources;
-    sources.push_back(std::make_unique<VCardSource>(scene.contacts));
-    return ContactNames::load(sources).names;
-}
-
-double fullExport(const Scene& scene)
-{
-    Sqlite::configureProcess();
-    fs::remove_all(scene.exports());
-    fs::remove_all(scene.folder + "/support");
-    return secondsOf([&] {
-        const SyncResult result = Exporter::sync(MessagesDB(scene.database).chats(), namesOf(scene),
-            scene.exports(), scene.support(), scene.database);
-        for (const std::string& error : result.errors)
-            throw std::runtime_error(error);
-    });
-}
-
 /// Throws if the check does not find what it should: then its time would mean nothing.
-double check(const Scene& scene, bool intact)
+double check(const ExportScene& scene, bool intact)
 {
     Sqlite::configureProcess();
     return secondsOf([&] {
         const auto chats = MessagesDB(scene.database).chats();
         const CheckResult result = Checker::check(
-            chats, namesOf(scene), scene.exports(), scene.support(), scene.database);
+            chats, scene.names(), scene.exports(), scene.support(), scene.database);
         std::int64_t balance = 0;
         for (const ChatInfo& chat : chats)
             balance += chat.messageCount;
@@ -91,7 +43,7 @@ double check(const Scene& scene, bool intact)
 }
 
 /// Changes the text of each record in the files.
-void damageAllFiles(const Scene& scene)
+void damageAllFiles(const ExportScene& scene)
 {
     for (const auto& entry : fs::directory_iterator(scene.exports())) {
         std::string bytes(entry.file_size(), '\0');
@@ -120,10 +72,10 @@ int main(int argc, char* argv[])
     fs::create_directories(folder);
 
     const SampleSize size{.messages = quick ? 30'000 : 1'000'000, .chats = quick ? 60 : 300};
-    const Scene scene = prepared(folder, quick ? "many-small" : "many", size);
-    inChild([&] { return fullExport(scene); }); // warms the page cache
+    const ExportScene scene = ExportScene::prepared(folder, quick ? "many-small" : "many", size);
+    inChild([&] { return scene.fullExport(); }); // warms the page cache
     const auto costs
-        = medians({[&] { return fullExport(scene); }, [&] { return check(scene, true); }}, rounds);
+        = medians({[&] { return scene.fullExport(); }, [&] { return check(scene, true); }}, rounds);
     constexpr double mebi = 1024.0 * 1024.0;
     std::cout << size.messages << " messages in " << size.chats << " chats: full export "
               << costs[0].seconds << " s, " << static_cast<double>(costs[0].peakBytes) / mebi

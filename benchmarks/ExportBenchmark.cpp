@@ -7,32 +7,22 @@
 
 #include "Arguments.h"
 #include "Child.h"
+#include "ExportScene.h"
 #include "Floor.h"
 
-#include "contacts/ContactNames.h"
-#include "contacts/VCardSource.h"
 #include "export/ExportState.h"
 #include "export/Exporter.h"
 #include "export/ForeignFiles.h"
-#include "sample/SampleDatabase.h"
 
 #include <QTemporaryDir>
 
 #include <filesystem>
 #include <iostream>
-#include <memory>
 
 using namespace korvane;
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Scene {
-    std::string name;
-    std::string database;
-    std::string contacts;
-    std::string folder; ///< for everything that the measurements write
-};
 
 std::int64_t bytesIn(const fs::path& folder)
 {
@@ -50,67 +40,17 @@ std::int64_t largestIn(const fs::path& folder)
     return largest;
 }
 
-Scene prepared(const std::string& folder, const std::string& name, const SampleSize& size)
+bool measureFull(const ExportScene& scene, int rounds)
 {
-    Scene scene{
-        name, folder + "/" + name + ".db", folder + "/" + name + ".vcf", folder + "/" + name};
-    fs::create_directories(scene.folder);
-    if (fs::exists(scene.database))
-        return scene;
-    fs::remove(scene.contacts);
-    inChild([&] {
-        return secondsOf([&] {
-            writeSampleDatabase(scene.database, size);
-            writeSampleContacts(scene.contacts, size);
-        });
-    });
-    return scene;
-}
-
-ContactNames names(const Scene& scene)
-{
-    ContactSources sources;
-    sources.push_back(std::make_unique<VCardSource>(scene.contacts));
-    return ContactNames::load(sources).names;
-}
-
-SupportFolder supportOf(const Scene& scene)
-{
-    return SupportFolder(scene.folder + "/support");
-}
-
-void startAfresh(const Scene& scene)
-{
-    fs::remove_all(scene.folder + "/export");
-    fs::remove_all(scene.folder + "/support");
-}
-
-void exportScene(const Scene& scene, const std::vector<ChatInfo>& chats)
-{
-    const SyncResult result = Exporter::sync(
-        chats, names(scene), scene.folder + "/export", supportOf(scene), scene.database);
-    for (const std::string& error : result.errors)
-        throw std::runtime_error(error);
-}
-
-double fullExport(const Scene& scene)
-{
-    Sqlite::configureProcess();
-    startAfresh(scene);
-    return secondsOf([&] { exportScene(scene, MessagesDB(scene.database).chats()); });
-}
-
-bool measureFull(const Scene& scene, int rounds)
-{
-    inChild([&] { return fullExport(scene); }); // for the file sizes; warms the page cache
-    const std::int64_t bytes = bytesIn(scene.folder + "/export");
-    const std::int64_t largestBatch = largestIn(scene.folder + "/export");
+    inChild([&] { return scene.fullExport(); }); // for the file sizes; warms the page cache
+    const std::int64_t bytes = bytesIn(scene.exports());
+    const std::int64_t largestBatch = largestIn(scene.exports());
     const auto costs = medians(
         {[&] {
              return secondsOf(
                  [&] { Floor::exportAll(scene.database, bytes, scene.folder + "/floor"); });
          },
-            [&] { return fullExport(scene); }},
+            [&] { return scene.fullExport(); }},
         rounds);
     constexpr double mebi = 1024.0 * 1024.0;
     const double room = 2.0 * static_cast<double>(largestBatch) / mebi + 64;
@@ -125,9 +65,9 @@ bool measureFull(const Scene& scene, int rounds)
 
 constexpr int repeats = 20;
 
-double bareQuestions(const Scene& scene)
+double bareQuestions(const ExportScene& scene)
 {
-    const ExportState state = ExportState::load(supportOf(scene));
+    const ExportState state = ExportState::load(scene.support());
     std::vector<std::pair<std::int64_t, std::int64_t>> questions;
     for (const ChatInfo& chat : MessagesDB(scene.database).chats())
         questions.emplace_back(chat.id, state.chats.at(chat.guid).lastRowID);
@@ -137,21 +77,20 @@ double bareQuestions(const Scene& scene)
     });
 }
 
-double exportsOfNothingNew(const Scene& scene)
+double exportsOfNothingNew(const ExportScene& scene)
 {
     Sqlite::configureProcess();
     const auto chats = MessagesDB(scene.database).chats();
-    const ContactNames contacts = names(scene);
+    const ContactNames contacts = scene.names();
     return secondsOf([&] {
         for (int i = 0; i < repeats; ++i)
-            Exporter::sync(
-                chats, contacts, scene.folder + "/export", supportOf(scene), scene.database);
+            Exporter::sync(chats, contacts, scene.exports(), scene.support(), scene.database);
     });
 }
 
-bool measureNothingNew(const Scene& scene, int rounds)
+bool measureNothingNew(const ExportScene& scene, int rounds)
 {
-    inChild([&] { return fullExport(scene); });
+    inChild([&] { return scene.fullExport(); });
     const auto costs = medians(
         {[&] { return bareQuestions(scene); }, [&] { return exportsOfNothingNew(scene); }}, rounds);
     std::cout << scene.name << ": floor of nothing new " << costs[0].seconds / repeats * 1000
@@ -162,24 +101,24 @@ bool measureNothingNew(const Scene& scene, int rounds)
 
 /// The question whether the files are from this database, asked of a connection that has read only
 /// the chat list, as in an export.
-double sameDatabaseQuestions(const Scene& scene)
+double sameDatabaseQuestions(const ExportScene& scene)
 {
-    const ExportState state = ExportState::load(supportOf(scene));
+    const ExportState state = ExportState::load(scene.support());
     double seconds = 0;
     for (int i = 0; i < repeats; ++i) {
         MessagesDB db(scene.database);
         const auto chats = db.chats();
         seconds += secondsOf([&] {
-            if (!ForeignFiles::find(chats, state, scene.folder + "/export", db, {}).empty())
+            if (!ForeignFiles::find(chats, state, scene.exports(), db, {}).empty())
                 throw std::runtime_error("a file counts as one from a different database");
         });
     }
     return seconds;
 }
 
-bool measureSameDatabase(const Scene& scene, int rounds)
+bool measureSameDatabase(const ExportScene& scene, int rounds)
 {
-    inChild([&] { return fullExport(scene); });
+    inChild([&] { return scene.fullExport(); });
     const auto costs = medians({[&] { return sameDatabaseQuestions(scene); }}, rounds);
     return report(
         scene.name + ": is it the same database", costs[0].seconds / repeats * 1000, 5, "ms");
@@ -196,9 +135,9 @@ int main(int argc, char* argv[])
     const std::string folder = arguments.value("--folder", temporary.path().toStdString());
     fs::create_directories(folder);
 
-    const Scene many = prepared(folder, quick ? "many-small" : "many",
+    const ExportScene many = ExportScene::prepared(folder, quick ? "many-small" : "many",
         {.messages = quick ? 30'000 : 1'000'000, .chats = quick ? 60 : 300});
-    const Scene one = prepared(
+    const ExportScene one = ExportScene::prepared(
         folder, quick ? "one-small" : "one", {.messages = quick ? 10'000 : 300'000, .chats = 1});
     bool good = measureFull(many, rounds);
     good = measureFull(one, rounds) && good;

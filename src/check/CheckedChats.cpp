@@ -17,8 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::string_view endOfName = " Korvane Wrapped.jsonl.txt";
-
 /// The names of the files in the folder that look like export files, sorted.
 std::set<std::string> exportFilesIn(const fs::path& folder)
 {
@@ -27,7 +25,7 @@ std::set<std::string> exportFilesIn(const fs::path& folder)
     for (fs::directory_iterator entry(folder, ignored), end; entry != end;
          entry.increment(ignored)) {
         std::string name = entry->path().filename().string();
-        if (name.ends_with(endOfName))
+        if (Exporter::isExportFileName(name))
             names.insert(std::move(name));
     }
     return names;
@@ -161,7 +159,7 @@ private:
     {
         found.file = record.fileName;
         found.sharesFile = m_sharers.at(record.fileName).size() > 1;
-        if (record.formatVersion == currentFormatVersion)
+        if (record.isCurrent())
             found.lastRowID = record.lastRowID;
     }
 

@@ -7,6 +7,7 @@
 #include "contacts/ContactNames.h"
 #include "export/DateText.h"
 #include "export/ExportState.h"
+#include "export/FileName.h"
 #include "export/Record.h"
 #include "export/RecordWriter.h"
 #include "messages/MessageLookup.h"
@@ -151,7 +152,10 @@ private:
         }
     }
 
-    fs::path pathOf(const CheckedChat& each) const { return m_folder.native() + '/' + each.file; }
+    fs::path pathOf(const CheckedChat& each) const
+    {
+        return Exporter::inFolder(m_folder, each.file);
+    }
 
     RecordCounts countsOf(const CheckedChat& each)
     {

@@ -3,7 +3,6 @@
 #include "export/DateText.h"
 #include "export/Record.h"
 
-#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -16,10 +15,9 @@ namespace {
 /// A date that cannot be read was damaged. It says nothing about the database.
 bool areFarApart(std::string_view one, std::string_view other)
 {
-    constexpr double mostSeconds = 1.0005; // the texts have milliseconds, the numbers are binary
     const auto first = DateText::read(one);
     const auto second = DateText::read(other);
-    return first && second && std::abs((*first - *second).count()) > mostSeconds;
+    return first && second && !DateText::areClose(*first, *second);
 }
 
 bool isForeign(const Record& inFile, const Record& inDatabase)

@@ -1,5 +1,6 @@
 #include "check/KeptRecords.h"
 
+#include "export/KeptFiles.h"
 #include "export/Record.h"
 #include "storage/Folder.h"
 
@@ -13,16 +14,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A file whose comparison with the database is still pending has the additional suffix.
-bool isNameOfKeptFile(std::string_view name)
-{
-    return name.ends_with(".jsonl.txt") || name.ends_with(".jsonl.txt.unchecked");
-}
-
 std::optional<Folder> openKept(const fs::path& exportFolder, KeptRecords& kept)
 {
     try {
-        return Folder::open(exportFolder / "Kept");
+        return Folder::open(exportFolder / KeptFiles::folderName);
     } catch (const std::system_error& error) {
         kept.errors.push_back("Kept: " + error.code().message());
         return std::nullopt;
@@ -46,7 +41,7 @@ KeptRecords keptRecords(const fs::path& exportFolder, const std::function<void()
     KeptRecords kept;
     const auto folder = openKept(exportFolder, kept);
     for (const std::string& name : folder ? folder->names() : std::vector<std::string>()) {
-        if (isNameOfKeptFile(name) && !countRecordsOf(folder->file(name), kept, onLine))
+        if (KeptFiles::isName(name) && !countRecordsOf(folder->file(name), kept, onLine))
             kept.errors.push_back("Kept/" + name + ": The file can't be read.");
     }
     return kept;

@@ -5,7 +5,6 @@
 #include "cli/ExportCommand.h"
 #include "export/KeptText.h"
 #include "text/Json.h"
-#include "text/Utf8.h"
 
 #include <algorithm>
 #include <set>
@@ -95,17 +94,12 @@ std::string outcomeOf(const ChatCheck& chat)
         : "Could not repair " + chat.title;
 }
 
-std::string quotedText(const std::string& text)
-{
-    return Json::quoted(repairedUtf8(text)); // paths and words of the user can be any bytes
-}
-
 std::string chatJson(const ChatCheck& chat)
 {
     Json::Object object;
-    object.value("guid", quotedText(chat.guid))
-        .value("title", quotedText(chat.title))
-        .value("file", quotedText(chat.file));
+    object.value("guid", Json::quotedBytes(chat.guid))
+        .value("title", Json::quotedBytes(chat.title))
+        .value("file", Json::quotedBytes(chat.file));
     for (const NamedCount& each : namedCounts)
         object.number(each.name, chat.counts.*each.count);
     return object.number("kept", chat.kept).finished();
@@ -135,9 +129,9 @@ std::string checkAsJson(const CheckResult& result, const RepairReport* repair)
     object.value("chats", Json::array(result.chats, chatJson))
         .boolean("whole", result.isWhole())
         .number("unfiled", result.unfiled)
-        .value("errors", Json::array(result.errors, quotedText));
+        .value("errors", Json::array(result.errors, Json::quotedBytes));
     if (repair)
-        object.value("repaired", Json::array(repair->guids, quotedText))
+        object.value("repaired", Json::array(repair->guids, Json::quotedBytes))
             .value("kept", Json::array(repair->kept, keptJson));
     return object.finished() + '\n';
 }

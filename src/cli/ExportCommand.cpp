@@ -32,12 +32,10 @@ bool contactsArePipe(const Sources& sources)
 
 std::string asJson(const SyncResult& result)
 {
-    // An error may quote a path, and a path need not be valid UTF-8.
-    const auto quoted = [](const std::string& error) { return Json::quoted(repairedUtf8(error)); };
     Json::Object object;
     object.number("added", result.added)
         .number("chatsTouched", result.chatsTouched)
-        .value("errors", Json::array(result.errors, quoted));
+        .value("errors", Json::array(result.errors, Json::quotedBytes));
     if (!result.kept.empty())
         object.value("kept", Json::array(result.kept, keptJson));
     return object.finished();
@@ -163,9 +161,9 @@ private:
 std::string keptJson(const KeptFile& file)
 {
     return Json::Object()
-        .text("title", repairedUtf8(file.title))
+        .value("title", Json::quotedBytes(file.title))
         .number("messages", file.messages)
-        .text("file", repairedUtf8(file.file))
+        .value("file", Json::quotedBytes(file.file))
         .finished();
 }
 

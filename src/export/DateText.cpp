@@ -100,6 +100,11 @@ std::optional<ReferenceTime> DateText::read(std::string_view text)
     return moment.time_since_epoch() - seconds(referenceDateUnixSeconds);
 }
 
+bool DateText::areClose(ReferenceTime one, ReferenceTime other)
+{
+    return std::llround(std::abs((one - other).count()) * 1000) <= 1000;
+}
+
 std::optional<std::string> DateText::wholeSeconds(std::chrono::sys_seconds time)
 {
     using namespace std::chrono;

@@ -20,6 +20,10 @@ public:
     /// Reads what withMilliseconds() writes for the years 0 to 9999. Absent for any other text.
     static std::optional<ReferenceTime> read(std::string_view text);
 
+    /// Whether two times can be those of one message: they differ by at most one second, rounded to
+    /// milliseconds as in the files.
+    static bool areClose(ReferenceTime one, ReferenceTime other);
+
     /// "2024-05-06T07:08:09Z". Absent for years outside 0 to 9999, which RFC 3339 cannot express: a
     /// file's modification time can be any 64-bit value.
     static std::optional<std::string> wholeSeconds(std::chrono::sys_seconds time);

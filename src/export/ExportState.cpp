@@ -49,6 +49,12 @@ ExportState stateFrom(const JsonReader::Value& root)
 
 } // namespace
 
+const ChatState* ExportState::current(const std::string& guid) const
+{
+    const auto known = chats.find(guid);
+    return known != chats.end() && known->second.isCurrent() ? &known->second : nullptr;
+}
+
 std::string ExportState::toJson() const
 {
     std::string chatsJson;

@@ -24,6 +24,8 @@ struct ChatState {
     std::optional<std::int64_t> formatVersion;
 
     bool operator==(const ChatState&) const = default;
+
+    bool isCurrent() const { return formatVersion == currentFormatVersion; }
 };
 
 /// The exporter's state between runs: the file "state.json" in the support folder. Only
@@ -47,6 +49,10 @@ struct ExportState {
     std::map<std::string, ChatState> chats; ///< by chat guid
 
     bool operator==(const ExportState&) const = default;
+
+    /// The chat's state in the current format version. Null if there is none: then the chat is
+    /// exported from the beginning.
+    const ChatState* current(const std::string& guid) const;
 
     std::string toJson() const;
 

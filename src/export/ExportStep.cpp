@@ -43,15 +43,6 @@ ChatState newRecord(std::string fileName, const std::string& title)
     };
 }
 
-/// The chat's record from an earlier run. Null if there is none in the current format version.
-const ChatState* knownRecord(const ExportState& state, const ChatInfo& chat)
-{
-    const auto known = state.chats.find(chat.guid);
-    const bool current
-        = known != state.chats.end() && known->second.formatVersion == currentFormatVersion;
-    return current ? &known->second : nullptr;
-}
-
 /// What has a name in the export folder.
 struct Found {
     bool exists = false; ///< a symbolic link without a target does not
@@ -87,7 +78,7 @@ void restart(ChatState& record)
 ExportStep exportStep(const ChatInfo& chat, const std::string& title, const ExportState& state,
     const fs::path& folder, const SyncMode& mode)
 {
-    const ChatState* const known = knownRecord(state, chat);
+    const ChatState* const known = state.current(chat.guid);
     ExportStep step{
         .record = known ? *known : newRecord(newFileName(chat, title, state, mode), title)};
     ChatState& record = step.record;

@@ -240,8 +240,7 @@ private:
                 m_result.errors.push_back(failure.chat.title + ": " + failure.reason);
             }
             if (!Exporter::saveState(m_state, m_support)) {
-                for (const FileGroup::Chat& chat : m_group.undoAll())
-                    takeBack(chat);
+                m_group.undoAll();
                 m_group.end();
                 throw Abort{"Can't save the progress of the export in " + m_support.path().string()
                     + ", so the messages of the last chats were not added. Is the disk full?"};

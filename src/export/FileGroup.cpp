@@ -89,11 +89,10 @@ std::vector<FileGroup::Failure> FileGroup::flush()
     return failures;
 }
 
-std::vector<FileGroup::Chat> FileGroup::undoAll()
+void FileGroup::undoAll() const
 {
     for (const Chat& chat : m_chats)
-        undo(chat.change);
-    return std::exchange(m_chats, {});
+        m_journal.undo(chat.change);
 }
 
 void FileGroup::end()

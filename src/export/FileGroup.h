@@ -62,8 +62,8 @@ public:
     /// Waits until all files are on disk. Undoes the chats of which that fails, and returns them.
     std::vector<Failure> flush();
 
-    /// Undoes all chats and returns them.
-    std::vector<Chat> undoAll();
+    /// Undoes all chats.
+    void undoAll() const;
 
     /// Closes the group: removes the journal. The state must be on disk, or everything undone.
     void end();

@@ -100,9 +100,11 @@ private:
 
 constexpr std::size_t longestName = 255; // bytes, on most file systems
 
+constexpr std::string_view endOfName = " Korvane Wrapped.jsonl.txt";
+
 std::string tailOfName(std::int64_t chatID)
 {
-    return " (" + std::to_string(chatID) + ") Korvane Wrapped.jsonl.txt";
+    return (" (" + std::to_string(chatID) + ')').append(endOfName);
 }
 
 /// The safe title, cut so that `room` more bytes fit behind it.
@@ -130,6 +132,11 @@ std::string Exporter::shortenedFileName(std::string_view title, std::int64_t cha
 {
     const std::string tail = tailOfName(chatID);
     return shortenedTitle(title, tail.size()) + tail;
+}
+
+bool Exporter::isExportFileName(std::string_view name)
+{
+    return name.ends_with(endOfName);
 }
 
 std::filesystem::path Exporter::inFolder(

@@ -23,6 +23,9 @@ std::string exportFileName(std::string_view title, std::int64_t chatID);
 /// uses this name if the file system rejects the other one as too long.
 std::string shortenedFileName(std::string_view title, std::int64_t chatID);
 
+/// Whether a file may be an export file, by the end of its name.
+bool isExportFileName(std::string_view name);
+
 /// The path of an export file. Stays inside `folder` even if the name, which comes from the state
 /// file, begins with a slash.
 std::filesystem::path inFolder(const std::filesystem::path& folder, const std::string& name);

@@ -2,6 +2,7 @@
 
 #include "export/DateText.h"
 #include "export/ExportState.h"
+#include "export/FileName.h"
 #include "export/Record.h"
 #include "export/RecordLines.h"
 #include "messages/MessageLookup.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <functional>
 
 namespace korvane {
@@ -35,12 +35,6 @@ struct Key {
     std::int64_t rowID = 0;
     std::string_view date;
 };
-
-bool isSameMoment(ReferenceTime one, ReferenceTime other)
-{
-    return std::llround(std::abs((one - other).count()) * 1000)
-        <= 1000; // the file has milliseconds
-}
 
 /// Compares the records of one chat with the messages of the database.
 class Comparison {
@@ -111,8 +105,8 @@ private:
             return Found::Nothing;
         if (!recorded)
             return Found::NotComparable;
-        return isSameMoment(*recorded, *date) || hasSameContent(rowID, record) ? Found::Same
-                                                                               : Found::Other;
+        return DateText::areClose(*recorded, *date) || hasSameContent(rowID, record) ? Found::Same
+                                                                                     : Found::Other;
     }
 
     bool hasSameContent(std::int64_t rowID, const Record& record)
@@ -224,19 +218,10 @@ private:
     Comparison m_comparison;
 };
 
-/// The chat's state, if the next export continues its file.
-const ChatState* knownState(const ExportState& state, const ChatInfo& chat)
-{
-    const auto known = state.chats.find(chat.guid);
-    const bool current
-        = known != state.chats.end() && known->second.formatVersion == currentFormatVersion;
-    return current ? &known->second : nullptr;
-}
-
 bool isForeign(const ChatInfo& chat, const ChatState& state, const std::filesystem::path& folder,
     MessageLookup& messages)
 {
-    const auto file = FileReader::open(folder.native() + '/' + state.fileName);
+    const auto file = FileReader::open(Exporter::inFolder(folder, state.fileName));
     try {
         return file && File(*file, chat, state, messages).isForeign();
     } catch (const DBError&) {
@@ -259,7 +244,7 @@ try {
     std::set<std::string> foreign;
     MessageLookup messages = db.lookup();
     for (const ChatInfo& chat : chats) {
-        const ChatState* const known = knownState(state, chat);
+        const ChatState* const known = state.current(chat.guid);
         if (isForeign(
                 chat, known ? *known : ChatState{.fileName = newName(chat)}, folder, messages))
             foreign.insert(chat.guid);

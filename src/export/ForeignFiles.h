@@ -22,8 +22,8 @@ struct ExportState;
 /// - The row id of a record in the file belongs to another message in the database: the dates
 ///   differ by more than one second, and sender ID, direction or text differ. Looked at are the
 ///   first record, the last, and two in between.
-/// - None of the last eight records is in the database, and neither is the database's newest
-///   message of the chat in the file, although its row id is not after the last exported one.
+/// - None of the file's last eight records is in the database. And the file lacks the chat's newest
+///   message, although the row id of that one is not after the last exported one.
 ///
 /// So none of these is a sign: messages that were deleted, edited, added late or moved to another
 /// chat, renamed contacts, an older copy of the file, a file that was cut off, a torn line. Nor is

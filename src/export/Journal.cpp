@@ -155,10 +155,9 @@ void Journal::restore(const FileChange& change) const
         KeptFiles::putBack(m_folder, change.keptAs, change.file);
     } else if (!change.size && isRegular(file)) {
         fs::remove(file);
-    } else if (change.size && fs::is_regular_file(file, ignored)
-        && fs::file_size(file) > *change.size) {
-        Files::shorten(file, *change.size);
-        Files::flush(file);
+    } else if (change.size && fs::is_regular_file(file, ignored)) {
+        if (Files::shorten(file, *change.size))
+            Files::flush(file);
     }
 }
 

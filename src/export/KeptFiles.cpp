@@ -10,7 +10,6 @@
 #include <optional>
 #include <stdexcept>
 #include <system_error>
-#include <tuple>
 #include <utility>
 
 namespace korvane {
@@ -179,6 +178,13 @@ std::string KeptFiles::freeName(const fs::path& exportFolder, std::string_view t
     for (int copy = 2; isTaken(name); ++copy)
         name = Exporter::keptFileName(title, chatID, part + ' ' + std::to_string(copy));
     return name + std::string(unchecked);
+}
+
+bool KeptFiles::isName(std::string_view name)
+{
+    if (name.ends_with(unchecked))
+        name.remove_suffix(unchecked.size());
+    return name.ends_with(".jsonl.txt");
 }
 
 void KeptFiles::keep(

@@ -31,6 +31,9 @@ inline constexpr std::string_view folderName = "Kept";
 std::string freeName(const std::filesystem::path& exportFolder, std::string_view title,
     std::int64_t chatID, const std::string& epoch);
 
+/// Whether a file in Kept/ may be such a file, by the end of its name.
+bool isName(std::string_view name);
+
 /// Moves a file to Kept/, which is created if needed. Throws std::runtime_error with a text for the
 /// user.
 void keep(

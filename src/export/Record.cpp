@@ -43,6 +43,9 @@ Record recordFrom(const JsonReader::Value& json)
     };
 }
 
+/// Cannot be part of a text: there, the quotation marks would be escaped.
+constexpr std::string_view beginOfRecord = R"({"attachmentCount":)";
+
 } // namespace
 
 std::optional<Record> Record::fromLine(std::string_view line)
@@ -59,8 +62,7 @@ std::optional<Record> Record::fromLine(std::string_view line)
 
 std::optional<Record> Record::fromLineWithTornStart(std::string_view line)
 {
-    // Within a string, these quotation marks would be escaped.
-    const auto start = line.rfind(R"({"attachmentCount":)");
+    const auto start = line.rfind(beginOfRecord);
     auto whole = fromLine(line);
     const bool isTorn = !whole && start != line.npos && start > 0;
     return isTorn ? fromLine(line.substr(start)) : std::move(whole);
@@ -68,11 +70,10 @@ std::optional<Record> Record::fromLineWithTornStart(std::string_view line)
 
 void Record::forEachInLine(std::string_view line, const std::function<void(const Record&)>& visit)
 {
-    constexpr std::string_view begin = R"({"attachmentCount":)"; // in a string, with backslashes
     if (const auto whole = fromLine(line))
         return visit(*whole);
-    for (auto start = line.find(begin); start != line.npos;) {
-        const auto next = line.find(begin, start + 1);
+    for (auto start = line.find(beginOfRecord); start != line.npos;) {
+        const auto next = line.find(beginOfRecord, start + 1);
         if (const auto record = fromLine(line.substr(start, next - start)))
             visit(*record);
         start = next;

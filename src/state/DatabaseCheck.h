@@ -12,16 +12,18 @@
 
 namespace korvane {
 
-/// Decides whether a run of the window looks whether the files of its chats are from a different
-/// database (SyncMode::checkDatabase). A chat's first run after the start does, and its first run
-/// after the database file was replaced. It is not worth the time in each of the runs, which follow
-/// each other every 30 seconds. Used by one thread at a time.
+/// Decides which runs of the window check that the files of their chats come from this database
+/// (SyncMode::checkDatabase): a chat's first run after the start, and its first run after the
+/// database file was replaced. Every run, each 30 seconds, would cost too much time. Used by one
+/// thread at a time.
 class DatabaseCheck {
 public:
-    /// Looks at the file at the path `database`. Call it before each run.
+    /// Whether the run of these chats has to check. `database` is the path of the database file.
+    /// Call it before each run.
     bool isDue(const std::vector<ChatInfo>& chats, const std::string& database);
 
-    /// The run of these chats, the latest for which isDue() was called, has found nothing wrong.
+    /// Notes that a run of these chats has checked and found nothing wrong. It must be the latest
+    /// run for which isDue() was called.
     void setDone(const std::vector<ChatInfo>& chats);
 
 private:

@@ -158,10 +158,12 @@ void Files::flush(const Descriptor& file)
         throwSystemError();
 }
 
-void Files::shorten(const fs::path& file, std::uintmax_t size)
+bool Files::shorten(const fs::path& file, std::uintmax_t size)
 {
-    if (fs::file_size(file) > size)
-        fs::resize_file(file, size);
+    if (fs::file_size(file) <= size)
+        return false;
+    fs::resize_file(file, size);
+    return true;
 }
 
 void Files::writeAtomically(const fs::path& file, std::string_view bytes, Access access)

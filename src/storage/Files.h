@@ -28,8 +28,8 @@ void flush(const Descriptor& file);
 /// this system cannot do that, or if it failed.
 bool flushFileSystem(const std::filesystem::path& folder);
 
-/// Cuts `file` to its first `size` bytes. Does nothing if it is not longer.
-void shorten(const std::filesystem::path& file, std::uintmax_t size);
+/// Cuts `file` to its first `size` bytes. Returns false, and does nothing, if it is not longer.
+bool shorten(const std::filesystem::path& file, std::uintmax_t size);
 
 /// Permissions of a new file: 0666 less the user's umask, or 0600.
 enum class Access { AsUsual, OwnerOnly };

@@ -1,5 +1,7 @@
 #include "text/Json.h"
 
+#include "text/Utf8.h"
+
 namespace korvane {
 
 namespace {
@@ -92,6 +94,11 @@ std::string Json::escaped(std::string_view text, Slash slash)
 std::string Json::quoted(std::string_view text, Slash slash)
 {
     return '"' + escaped(text, slash) + '"';
+}
+
+std::string Json::quotedBytes(std::string_view bytes)
+{
+    return quoted(repairedUtf8(bytes));
 }
 
 Json::Object& Json::Object::text(std::string_view key, std::string_view text)

@@ -22,6 +22,10 @@ std::string escaped(std::string_view text, Slash slash = Slash::Plain);
 /// `text` as a JSON string.
 std::string quoted(std::string_view text, Slash slash = Slash::Plain);
 
+/// Any bytes as a JSON string, for paths and words of the user: what is not valid UTF-8 is
+/// repaired, see repairedUtf8().
+std::string quotedBytes(std::string_view bytes);
+
 /// An object whose members are written in the order in which they are added.
 class Object {
 public:
