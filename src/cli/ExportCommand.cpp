@@ -1,6 +1,7 @@
 #include "cli/ExportCommand.h"
 
 #include "cli/Console.h"
+#include "export/ForeignFiles.h"
 #include "export/KeptText.h"
 #include "process/Interruption.h"
 #include "storage/SupportLock.h"
@@ -59,6 +60,13 @@ bool isOpeningFailure(const SyncResult& result)
 {
     const std::string error = result.errors.size() == 1 ? result.errors.front() : "";
     return error == MessagesDB::cannotOpen || error == MessagesDB::cannotRead;
+}
+
+/// The error of a chat whose file is from a different database, without the explanation.
+std::string shortened(const std::string& error)
+{
+    return error.substr(0, error.size() - std::string_view(ForeignFiles::explanation).size())
+        + "The file is from a different Messages database, too.";
 }
 
 /// Runs the export, once or repeatedly. Handles signals while it lives (see Interruption).
@@ -131,7 +139,7 @@ private:
     }
 
     /// Returns false if the result could not be written. Later runs are tried all the same.
-    bool report(const SyncResult& result) const
+    bool report(const SyncResult& result)
     {
         const bool complete = result.errors.empty() && !m_interruption.requested();
         if (m_options.json)
@@ -140,11 +148,28 @@ private:
             m_console.out << asText(result, m_options.folder, complete) << '\n'
                           << keptLines(result.kept);
         m_console.out.flush(); // the next run may be minutes away
-        for (const std::string& error : result.errors)
-            m_console.complain(error);
+        complainAbout(result);
         if (!m_help.empty())
             m_console.complain(m_help);
         return m_console.outputIsComplete();
+    }
+
+    /// Prints one line per error. A different database concerns many chats, run after run: the
+    /// first line explains it, those of the other chats are short, and later runs only count them.
+    void complainAbout(const SyncResult& result)
+    {
+        const bool wasExplained = m_explained;
+        for (const std::string& error : result.errors) {
+            const bool isForeign = error.ends_with(ForeignFiles::explanation);
+            if (!isForeign || !m_explained)
+                m_console.complain(error);
+            else if (!wasExplained)
+                m_console.complain(shortened(error));
+            m_explained = m_explained || isForeign;
+        }
+        if (wasExplained && result.foreignChats > 0)
+            m_console.complain(counted(result.foreignChats, "chat")
+                + " not exported: the files are from a different Messages database, see above.");
     }
 
     const ExportOptions& m_options;
@@ -154,6 +179,7 @@ private:
     std::optional<ContactNames> m_names; ///< of the last run
     std::string m_help; ///< explains the last run's errors to people; never in JSON
     bool m_begun = false; ///< a run got past the lock, the database and the contacts
+    bool m_explained = false; ///< what to do about a different database
 };
 
 } // namespace

@@ -1,7 +1,18 @@
 #include "contacts/SessionBus.h"
 
+#include "storage/Descriptor.h"
+
 #include <QDBusMessage>
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
 #include <QUuid>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
 
 namespace korvane {
 
@@ -18,13 +29,55 @@ QString busAddress()
         : qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
 }
 
+/// The paths of the sockets in an address, which is a list of alternatives such as
+/// "unix:path=/run/user/1000/bus,guid=…;tcp:host=localhost,port=7000".
+QStringList socketPaths(const QString& address)
+{
+    const QString prefix = QStringLiteral("unix:path=");
+    QStringList paths;
+    for (const QString& alternative : address.split(u';')) {
+        if (alternative.startsWith(prefix))
+            paths.append(QUrl::fromPercentEncoding(
+                alternative.mid(prefix.size()).section(u',', 0, 0).toUtf8()));
+    }
+    return paths;
+}
+
+/// Whether there is a socket that accepts no connection: the bus has crashed, or it hangs and its
+/// backlog is full. connect() would block then, and QtDBus has no timeout for it.
+bool isRefused(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (name.isEmpty() || static_cast<std::size_t>(name.size()) >= sizeof address.sun_path)
+        return false;
+    std::copy(name.begin(), name.end(), address.sun_path);
+    const Descriptor attempt(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (::connect(attempt.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+        return false;
+    return errno == EAGAIN || (errno == ECONNREFUSED && !QFileInfo(path).isFile());
+}
+
+/// Throws SessionBusError if the first socket that exists accepts no connection.
+QString checkedAddress()
+{
+    const QString address = busAddress();
+    const QStringList paths = socketPaths(address);
+    const auto first = std::find_if(
+        paths.begin(), paths.end(), [](const QString& path) { return QFile::exists(path); });
+    if (first != paths.end() && isRefused(*first))
+        throw SessionBusError("the message bus accepts no connection");
+    return address;
+}
+
 } // namespace
 
 /// Connects as to a peer and calls Hello itself. QDBusConnection::connectToBus() would call Hello
 /// with a timeout of 25 seconds and then end the process.
 SessionBus::SessionBus(QDeadlineTimer deadline)
     : m_deadline(deadline)
-    , m_connection(QDBusConnection::connectToPeer(busAddress(), QUuid::createUuid().toString()))
+    , m_connection(QDBusConnection::connectToPeer(checkedAddress(), QUuid::createUuid().toString()))
 {
     if (!m_connection.isConnected()) {
         disconnect();

@@ -45,8 +45,8 @@ struct SessionBusMethod {
 /// is not running. `call` may be used by several threads at once.
 class SessionBus {
 public:
-    /// Throws NoSuchService if there is no bus, and SessionBusError if it does not answer before
-    /// the deadline.
+    /// Throws NoSuchService if there is no bus. Throws SessionBusError if it does not answer before
+    /// the deadline, or if its socket exists and accepts no connection.
     explicit SessionBus(QDeadlineTimer deadline);
     ~SessionBus();
     SessionBus(const SessionBus&) = delete;

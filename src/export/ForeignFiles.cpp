@@ -19,7 +19,7 @@ namespace korvane {
 namespace {
 
 constexpr int recentRecords = 8;
-constexpr int samplesBetween = 2;
+constexpr int samplesInMiddle = 2;
 constexpr int mostLines = 64; ///< read in search of records, so that garbage costs no time
 
 /// What the database has under the row id of a record.
@@ -166,25 +166,23 @@ private:
         return compared == recentRecords ? Found::Nothing : Found::NotComparable;
     }
 
-    /// Whether the first record, or one of those between it and the last, is another message.
+    /// Whether the first record, or one of those in the middle, is another message. The ones in the
+    /// middle follow each other: each place that is read takes as long as opening the file.
     bool hasOtherBefore()
     {
-        for (int i = 0; i <= samplesBetween; ++i) {
-            if (findAfter(m_file.size() / (samplesBetween + 1) * i) == Found::Other)
-                return true;
-        }
-        return false;
+        return hasOtherAfter(0, 1) || hasOtherAfter(m_file.size() / 2, samplesInMiddle);
     }
 
-    /// What the database has of the first record after `offset`.
-    Found findAfter(std::int64_t offset)
+    /// Whether one of the first `count` records after `offset` is another message.
+    bool hasOtherAfter(std::int64_t offset, int count)
     {
         Found found = Found::NotComparable;
         visitLinesAfter(m_file, offset, [&](std::string_view line) {
             found = m_comparison.find(line);
-            return found != Found::NotComparable;
+            count -= found == Found::NotComparable ? 0 : 1;
+            return found == Found::Other || count == 0;
         });
-        return found;
+        return found == Found::Other;
     }
 
     /// Whether the newest message of the database should be in the file and is not. A file that was

@@ -21,7 +21,7 @@ struct ExportState;
 /// A chat's file is foreign if one of these signs shows:
 /// - The row id of a record in the file belongs to another message in the database: the dates
 ///   differ by more than one second, and sender ID, direction or text differ. Looked at are the
-///   first record, the last, and two in between.
+///   first record, the last, and two in the middle.
 /// - None of the file's last eight records is in the database. And the file lacks the chat's newest
 ///   message, although the row id of that one is not after the last exported one.
 ///

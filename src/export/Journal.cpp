@@ -10,6 +10,7 @@
 
 #include <QCryptographicHash>
 
+#include <algorithm>
 #include <chrono>
 #include <system_error>
 #include <utility>
@@ -109,6 +110,12 @@ std::optional<Contents> complete(std::string_view journal)
     }
 }
 
+bool hadFiles(const std::vector<FileChange>& changes)
+{
+    return std::any_of(changes.begin(), changes.end(),
+        [](const FileChange& change) { return change.size.has_value(); });
+}
+
 bool isRegular(const fs::path& file)
 {
     std::error_code ignored;
@@ -204,7 +211,8 @@ void Journal::recover(const SupportFolder& support)
 void Journal::undoAll(const std::vector<FileChange>& changes) const
 {
     try {
-        if (!fs::is_directory(m_folder))
+        // An empty folder may be the mount point of a drive that is not connected.
+        if (!fs::is_directory(m_folder) || (fs::is_empty(m_folder) && hadFiles(changes)))
             throw fs::filesystem_error(
                 "", std::make_error_code(std::errc::no_such_file_or_directory));
         for (const FileChange& change : changes) {
@@ -215,8 +223,9 @@ void Journal::undoAll(const std::vector<FileChange>& changes) const
     } catch (const std::system_error& error) {
         throw CannotRecover("The last export into " + m_folder.string()
             + " was interrupted, and its unfinished part cannot be removed: "
-            + error.code().message() + ". Make that folder available and try again. If it no "
-            + "longer exists, delete " + m_file.string() + "; its chats are then exported again.");
+            + error.code().message() + ". Make that folder available and try again. If you "
+            + "have deleted or emptied it, delete " + m_file.string()
+            + "; its chats are then exported again.");
     }
 }
 

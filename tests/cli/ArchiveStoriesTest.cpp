@@ -305,8 +305,12 @@ private slots:
         const Outcome outcome = user.exportAll();
         QCOMPARE(outcome.code, 1);
         QVERIFY(outcome.err.find("a different Messages database") != std::string::npos);
-        QVERIFY(outcome.err.find("check --repair") != std::string::npos);
+        const std::size_t explanation = outcome.err.find("check --repair");
+        QVERIFY(explanation != std::string::npos);
         QVERIFY(outcome.err.find("KORVANE_SYNC_HOME") != std::string::npos);
+        QCOMPARE(outcome.err.find("check --repair", explanation + 1), std::string::npos);
+        QVERIFY(outcome.err.find("Bo Chen: The file is from a different Messages database, too.")
+            != std::string::npos);
         QCOMPARE(user.everything(), files);
 
         QVERIFY(user.check().code == 1);

@@ -1,6 +1,7 @@
 #include "contacts/ContactNames.h"
 #include "contacts/FilledStore.h"
 #include "contacts/PrivateDesktop.h"
+#include "storage/Descriptor.h"
 #include "support/Printing.h"
 
 #include <QElapsedTimer>
@@ -8,9 +9,15 @@
 #include <QTcpServer>
 #include <QTest>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <csignal>
 #include <future>
-#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace korvane {
 
@@ -48,6 +55,59 @@ void addProcessesAndMoments(std::initializer_list<int> moments)
             QTest::addRow("%s after %d ms", role, moment) << QString::fromLatin1(role) << moment;
     }
 }
+
+/// A socket in place of the session bus, which accepts nothing.
+class UnixSocket {
+public:
+    explicit UnixSocket(int backlog)
+        : m_path(m_folder.filePath(QStringLiteral("bus")).toUtf8())
+        , m_listener(newSocket())
+    {
+        const sockaddr_un address = this->address();
+        QCOMPARE(
+            ::bind(m_listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+            0);
+        QCOMPARE(::listen(m_listener.get(), backlog), 0);
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + m_path);
+    }
+
+    /// Connects until the kernel accepts no more.
+    std::vector<Descriptor> fillBacklog() const
+    {
+        std::vector<Descriptor> clients;
+        const sockaddr_un address = this->address();
+        for (bool connected = true; connected;) {
+            Descriptor client = newSocket();
+            connected = ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address),
+                            sizeof address)
+                == 0;
+            if (connected)
+                clients.push_back(std::move(client));
+        }
+        return clients;
+    }
+
+    /// Leaves the socket in the file system, like a bus that has crashed.
+    void close() { m_listener = Descriptor(); }
+
+private:
+    static Descriptor newSocket()
+    {
+        return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    }
+
+    sockaddr_un address() const
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::copy(m_path.begin(), m_path.end(), address.sun_path);
+        return address;
+    }
+
+    QTemporaryDir m_folder;
+    QByteArray m_path;
+    Descriptor m_listener;
+};
 
 } // namespace
 
@@ -97,6 +157,32 @@ private slots:
         qputenv("DBUS_SESSION_BUS_ADDRESS", address);
         qputenv("XDG_RUNTIME_DIR", runtimeFolder);
         QVERIFY(loadInTime() == LoadedNames());
+    }
+
+    /// As after a crash of the bus, whose socket stays.
+    void busThatRefusesConnectionsDoesNotAnswer()
+    {
+        UnixSocket socket(0);
+        socket.close();
+        const LoadedNames loaded = loadInTime();
+        QVERIFY(loaded.isUnanswered());
+        QCOMPARE(loaded.reading.silent, "Evolution Data Server");
+    }
+
+    void busWithAFullBacklogDoesNotAnswer()
+    {
+        const UnixSocket socket(0);
+        const std::vector<Descriptor> clients = socket.fillBacklog();
+        QVERIFY(!clients.empty());
+        QVERIFY(loadInTime().isUnanswered());
+    }
+
+    void busAtTheSecondAddressIsFound()
+    {
+        fillStore(3);
+        qputenv("DBUS_SESSION_BUS_ADDRESS",
+            "unix:path=/nowhere/bus;" + qgetenv("DBUS_SESSION_BUS_ADDRESS"));
+        QCOMPARE(loadInTime().names.map.size(), std::size_t(6));
     }
 
     void withoutServiceThereAreNoNames()

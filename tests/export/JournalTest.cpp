@@ -120,6 +120,29 @@ private slots:
         QCOMPARE(readFile(folder() / "grown"), "12345"s);
     }
 
+    /// As while the drive with the export folder is not connected.
+    void emptyMountPointEndsTheRun()
+    {
+        change();
+        fs::rename(folder(), root() / "elsewhere");
+        fs::create_directory(folder());
+        QVERIFY_THROWS_EXCEPTION(Journal::CannotRecover, Journal::recover(support()));
+        QVERIFY(fs::exists(file()));
+        fs::remove(folder());
+        fs::rename(root() / "elsewhere", folder());
+        Journal::recover(support());
+        QCOMPARE(readFile(folder() / "grown"), "12345"s);
+    }
+
+    void folderThatIsStillEmptyAfterAFirstExportHasNothingToUndo()
+    {
+        journal().write({{"new", {}, ""}});
+        fs::remove_all(folder());
+        fs::create_directory(folder());
+        Journal::recover(support());
+        QVERIFY(!fs::exists(file()));
+    }
+
     void copyThatTheUserPutBackStays()
     {
         change();
