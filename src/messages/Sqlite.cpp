@@ -1,6 +1,8 @@
 #include "messages/Sqlite.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <stdexcept>
@@ -108,6 +110,28 @@ Sqlite Sqlite::openForWriting(const std::string& path)
     return {path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE};
 }
 
+namespace {
+
+/// Does nothing if the file has the right owner: fchown() sets the file's ctime even then.
+int giveToOwner(int file, uid_t user, gid_t group)
+{
+    struct stat info { };
+    const bool hasOwner = ::fstat(file, &info) == 0 && info.st_uid == user && info.st_gid == group;
+    return hasOwner ? 0 : ::fchown(file, user, group);
+}
+
+/// If root reads a database, SQLite gives the log to the owner of the database each time that it
+/// opens it. Reading would then look like writing.
+void keepLogsUntouched()
+{
+    sqlite3_vfs* const system = sqlite3_vfs_find(nullptr);
+    if (system && system->iVersion >= 3 && system->xSetSystemCall)
+        system->xSetSystemCall(
+            system, "fchown", reinterpret_cast<sqlite3_syscall_ptr>(giveToOwner));
+}
+
+} // namespace
+
 void Sqlite::configureProcess()
 {
     constexpr int pagesSortedInMemory = 6144; // 24 MiB with pages of 4 KiB
@@ -116,6 +140,7 @@ void Sqlite::configureProcess()
         | sqlite3_config(SQLITE_CONFIG_PMASZ, pagesSortedInMemory);
     if (failures != SQLITE_OK)
         throw std::logic_error("sqlite3_config() failed: a connection was opened before");
+    keepLogsUntouched();
 }
 
 void Sqlite::execute(const std::string& sql)

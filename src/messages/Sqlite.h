@@ -61,7 +61,7 @@ public:
     /// afterwards it throws std::logic_error. Turns off the mutexes of connections, which are not
     /// needed because no two threads share one, and memory accounting. Lets a sort of up to 24 MiB
     /// stay in memory; a larger one spills into a temporary file without a name, which SQLite
-    /// makes.
+    /// makes. Keeps reading as root from changing the times of a log.
     static void configureProcess();
 
     /// Runs one or more statements and ignores any result rows.
