@@ -20,8 +20,8 @@ namespace korvane {
 /// Everything outside the process that AppState depends on. The defaults are for real use, except
 /// that the two callbacks at the end are empty: then what they are for does nothing. Tests pass
 /// their own database and contacts, and a shorter interval. AppState calls the callbacks on the
-/// main thread, except `loadNames`, and `server.now`, which the server also calls on its own
-/// thread.
+/// main thread, except `loadNames` and `now`, and `server.now`, which the server also calls on its
+/// own thread.
 struct AppEnvironment {
     SupportFolder support; ///< has no default: main() determines it
     std::string database = MessagesDB::path();
@@ -32,6 +32,9 @@ struct AppEnvironment {
 
     std::chrono::milliseconds autoSyncInterval = std::chrono::seconds(30);
     std::function<QTime()> timeOfDay = QTime::currentTime;
+
+    /// The time in terms of which the system stamps files. Called on the worker thread.
+    std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
     std::function<std::optional<std::string>()> localAddress = QR::localIPv4;
     ServerOptions server;
 

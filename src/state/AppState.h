@@ -19,6 +19,7 @@ namespace korvane {
 
 struct AccessPrompt;
 struct AppEnvironment;
+struct ChatReading;
 struct LoadedNames;
 struct SyncResult;
 struct TransferFile;
@@ -153,7 +154,7 @@ private:
     void giveUpExport(const Done& done);
     void notify(const SyncResult& result);
     void reloadChats(const Done& done);
-    void show(std::optional<std::vector<ChatInfo>> chats);
+    void show(ChatReading reading);
     void syncNow(const Done& done);
     std::vector<ChatInfo> selectedChats() const;
     void exportForTransfer(const ChatInfo& chat);

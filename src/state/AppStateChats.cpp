@@ -11,13 +11,21 @@ namespace korvane {
 
 namespace {
 
-/// Nothing if the database cannot be read.
-std::optional<std::vector<ChatInfo>> readChats(const std::string& database)
+/// Reads the list of chats unless it is still as `lastRead` left it. The database is opened in any
+/// case, because the user may have withdrawn the access.
+ChatReading readChats(
+    const std::string& database, LastRead::Clock::time_point now, LastRead& lastRead)
 {
     try {
-        return MessagesDB(database).chats();
+        const bool isUpToDate = lastRead.isUpToDate(database, now); // before it is opened
+        MessagesDB db(database);
+        if (isUpToDate)
+            return {.isReadable = true};
+        ChatReading reading{.isReadable = true, .chats = db.chats()};
+        lastRead.setDone();
+        return reading;
     } catch (const std::exception&) { // any failure is shown as missing access
-        return std::nullopt;
+        return {};
     }
 }
 
@@ -77,19 +85,22 @@ void AppState::reloadChats()
 
 void AppState::reloadChats(const Done& done)
 {
-    runInBackground([database = m_services->environment.database] { return readChats(database); },
-        [this, done](std::optional<std::vector<ChatInfo>> chats) {
-            show(std::move(chats));
+    runInBackground(
+        [database = m_services->environment.database, now = m_services->environment.now,
+            lastRead = m_services->lastRead] { return readChats(database, now(), *lastRead); },
+        [this, done](ChatReading reading) {
+            show(std::move(reading));
             done();
         });
 }
 
-void AppState::show(std::optional<std::vector<ChatInfo>> chats)
+void AppState::show(ChatReading reading)
 {
-    update(m_needsAccess, !chats, &AppState::needsAccessChanged);
-    if (!chats)
+    update(m_needsAccess, !reading.isReadable, &AppState::needsAccessChanged);
+    if (!reading.isReadable)
         return setStatus("Needs Full Disk Access");
-    m_chats = std::move(*chats);
+    if (reading.chats)
+        m_chats = std::move(*reading.chats);
     m_hasReadChats = true;
     m_titles.clear();
     for (const ChatInfo& chat : m_chats)

@@ -7,14 +7,23 @@
 #include "state/PhoneTransfer.h"
 #include "state/Settings.h"
 #include "state/Worker.h"
+#include "storage/LastRead.h"
 
 #include <QTimer>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace korvane {
+
+/// The outcome of a reload of the chats.
+struct ChatReading {
+    bool isReadable = false; ///< the database could be read
+    std::optional<std::vector<ChatInfo>> chats; ///< absent also if they are as before
+};
 
 /// The objects that AppState works with. Only AppState's own source files include this header.
 struct AppState::Services {
@@ -32,6 +41,11 @@ struct AppState::Services {
     Settings settings;
     ExportJobs exports;
     ExportNotices notices;
+
+    /// Of the list of chats. Used by the jobs alone. What they read reaches AppState before the
+    /// outcome of the next job, so the list is as before if nothing was read.
+    const std::shared_ptr<LastRead> lastRead = std::make_shared<LastRead>();
+
     QTimer autoSyncTimer;
     Worker worker; ///< declared last, so that no job is running when the others are destroyed
 };
