@@ -17,9 +17,8 @@ namespace korvane {
 
 namespace {
 
-ChatSelection chosenChats(const ExportOptions& options)
+ChatSelection chosenFrom(std::vector<ChatInfo> all, const ExportOptions& options)
 {
-    std::vector<ChatInfo> all = readChats(options.sources);
     return options.all ? ChatSelection{std::move(all), {}}
                        : selectChats(std::move(all), options.chats);
 }
@@ -124,16 +123,17 @@ private:
     SyncResult sync()
     {
         const SupportLock lock(m_support);
-        const ChatSelection selection = chosenChats(m_options);
+        if (auto chats = readChangedChats(m_options.sources, m_lastRead))
+            m_selection = chosenFrom(std::move(*chats), m_options);
         if (!m_names || !contactsArePipe(m_options.sources))
             m_names = readNames(m_options.sources,
                 promptOn(m_console, [this] { return m_interruption.requested(); }));
         m_begun = true;
-        SyncResult result = syncWithProgress(selection.chats, *m_names, m_options.folder, m_support,
-            m_options.sources.database, m_interruption, m_console);
+        SyncResult result = syncWithProgress(m_selection.chats, *m_names, m_options.folder,
+            m_support, m_options.sources.database, m_interruption, m_console);
         if (isOpeningFailure(result))
             m_help = databaseHelp(m_options.sources.database);
-        for (const std::string& guid : selection.unknown)
+        for (const std::string& guid : m_selection.unknown)
             result.errors.push_back("There is no chat with the guid " + repairedUtf8(guid) + ".");
         return result;
     }
@@ -176,6 +176,8 @@ private:
     const SupportFolder& m_support;
     const Console& m_console;
     const Interruption m_interruption;
+    LastRead m_lastRead; ///< of the list of chats
+    ChatSelection m_selection; ///< from that list
     std::optional<ContactNames> m_names; ///< of the last run
     std::string m_help; ///< explains the last run's errors to people; never in JSON
     bool m_begun = false; ///< a run got past the lock, the database and the contacts

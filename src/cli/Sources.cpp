@@ -26,16 +26,32 @@ MessagesDB openOrExplain(const std::string& path)
     }
 }
 
+std::vector<ChatInfo> chatsOf(MessagesDB& database, const std::string& path)
+{
+    try {
+        return database.chats();
+    } catch (const DBError& error) {
+        throw DBError(path + ": " + error.message);
+    }
+}
+
 } // namespace
 
 std::vector<ChatInfo> readChats(const Sources& sources)
 {
     MessagesDB database = openOrExplain(sources.database);
-    try {
-        return database.chats();
-    } catch (const DBError& error) {
-        throw DBError(sources.database + ": " + error.message);
-    }
+    return chatsOf(database, sources.database);
+}
+
+std::optional<std::vector<ChatInfo>> readChangedChats(const Sources& sources, LastRead& lastRead)
+{
+    const bool isUpToDate = lastRead.isUpToDate(sources.database); // before it is opened
+    MessagesDB database = openOrExplain(sources.database);
+    if (isUpToDate)
+        return std::nullopt;
+    std::vector<ChatInfo> chats = chatsOf(database, sources.database);
+    lastRead.setDone();
+    return chats;
 }
 
 LoadedNames loadNames(const Sources& sources, const AccessPrompt& prompt)

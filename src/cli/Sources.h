@@ -2,6 +2,7 @@
 
 #include "contacts/ContactNames.h"
 #include "messages/MessagesDB.h"
+#include "storage/LastRead.h"
 
 #include <functional>
 #include <optional>
@@ -31,6 +32,10 @@ struct Sources {
 /// The chats of the database. Throws DBError with the file's path in front of its text. If the
 /// database cannot be opened, the exception is an UnreadableDatabase.
 std::vector<ChatInfo> readChats(const Sources& sources);
+
+/// The same, or nothing if they are still as when `lastRead` was set. The database is opened in any
+/// case.
+std::optional<std::vector<ChatInfo>> readChangedChats(const Sources& sources, LastRead& lastRead);
 
 /// The names from the contacts, which may not be all: see LoadedNames. Throws std::runtime_error if
 /// `sources` names a path and no contact can be read there.
