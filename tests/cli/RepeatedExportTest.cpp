@@ -70,6 +70,7 @@ private slots:
     void unknownChatIsAnErrorOfEachRun()
     {
         const Scene scene;
+        std::this_thread::sleep_for(untilTimesAreTrusted);
         const Outcome outcome = scene.exportUntil("--chat=chat;9", [] {});
         QCOMPARE(outcome.code, 1);
         const std::string error = "korvane-sync: There is no chat with the guid chat;9.\n";

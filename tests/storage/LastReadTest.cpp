@@ -220,6 +220,27 @@ private slots:
         QVERIFY(!reads(lastRead, link, 100s));
     }
 
+    /// Two folders change places, which changes no time of the files in them.
+    void databaseThatDiffersInItsIdentityAloneIsRead()
+    {
+        const QTemporaryDir folder;
+        const fs::path here = fs::path(folder.path().toStdString()) / "here";
+        const fs::path there = here.parent_path() / "there";
+        const fs::path aside = here.parent_path() / "aside";
+        for (const fs::path& place : {here, there}) {
+            fs::create_directory(place);
+            std::ofstream(place / "chat.db") << "x";
+        }
+        if (!QTest::qWaitFor([&] { return getEqualTimes(here / "chat.db", there / "chat.db"); }))
+            QSKIP("This file system never gives two files the same time.");
+        LastRead lastRead;
+        QVERIFY(reads(lastRead, here / "chat.db", 10s));
+        QVERIFY(!reads(lastRead, here / "chat.db", 40s));
+        fs::rename(here, aside);
+        fs::rename(there, here);
+        QVERIFY(reads(lastRead, here / "chat.db", 70s));
+    }
+
     void logIsFoundBehindALink()
     {
         LoggedDatabase database;
@@ -270,19 +291,26 @@ private slots:
     void readSoonAfterAWriteDoesNotCount_data()
     {
         QTest::addColumn<bool>("writesLog");
-        QTest::newRow("of the database") << false;
-        QTest::newRow("of the log") << true;
+        QTest::addColumn<bool>("hidesIt");
+        QTest::newRow("of the database") << false << false;
+        QTest::newRow("of the log") << true << false;
+        QTest::newRow("of the database, with an old time") << false << true;
+        QTest::newRow("of the log, with an old time") << true << true;
     }
 
     /// The next write may get the same time, even if that is long ago when it is looked at.
     void readSoonAfterAWriteDoesNotCount()
     {
         QFETCH(const bool, writesLog);
+        QFETCH(const bool, hidesIt);
         LoggedDatabase database;
         if (!writesLog)
             database.leaveWalMode();
         QTest::qSleep(clockTick);
         database.addMessage(1, "more");
+        if (hidesIt)
+            fs::last_write_time(writesLog ? database.log() : database.path(),
+                fs::file_time_type::clock::now() - 1h);
         const FileStamp stamp = writesLog ? database.logStamp() : database.stamp();
         QVERIFY(!writesLog || database.stamp().changed < stamp.changed);
         const Clock::time_point written = pointOf(stamp.changed);
@@ -386,6 +414,18 @@ private:
             return false;
         lastRead.setDone();
         return true;
+    }
+
+    /// Sets the times of two files of equal size. Returns whether they then differ only in their
+    /// inode, because both times were set within one tick of the kernel's clock.
+    static bool getEqualTimes(const fs::path& one, const fs::path& other)
+    {
+        const auto time = fs::last_write_time(one);
+        fs::last_write_time(one, time);
+        fs::last_write_time(other, time);
+        FileStamp stamp = FileStamp::of(one).value();
+        stamp.inode = FileStamp::of(other).value().inode;
+        return stamp == FileStamp::of(other);
     }
 
     static void moveAway(LoggedDatabase& database)
