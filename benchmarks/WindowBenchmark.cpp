@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <stdexcept>
@@ -156,6 +157,42 @@ bool measureRest(const WindowScene& scene, const Rest& rest)
     return report("  wake-ups beyond those", real - bare, 3, "");
 }
 
+// Automatic exports with nothing new.
+
+constexpr Rest afterSecondPass{Seconds(85), Seconds(100)}; // the first one exports everything
+
+double processorSecondsOf(const Program& program)
+{
+    clockid_t clock = 0;
+    timespec time{};
+    if (::clock_getcpuclockid(program.id(), &clock) != 0 || ::clock_gettime(clock, &time) != 0)
+        throw std::runtime_error("the processor time of the window is unknown");
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+double processorSecondsAtRest(const std::vector<std::string>& words, const Rest& rest)
+{
+    const Program program(words);
+    std::this_thread::sleep_for(rest.before);
+    const double before = processorSecondsOf(program);
+    std::this_thread::sleep_for(rest.length);
+    return processorSecondsOf(program) - before;
+}
+
+bool measurePasses(const WindowScene& scene, const Rest& rest)
+{
+    const auto used = [&](const std::vector<std::string>& words, const Rest& during) {
+        return inChild([&] {
+            enter(scene, onDisplay);
+            return processorSecondsAtRest(words, during);
+        }).seconds;
+    };
+    const double bare = used(bareField, {Seconds(3), rest.length});
+    std::cout << "all chats selected, nothing new: a bare window with a blinking cursor used "
+              << bare << " s of processor time in " << rest.length.count() << " s\n";
+    return report("  processor time of the real one", used(realWindow, rest), 0.3, "s");
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -168,12 +205,16 @@ int main(int argc, char* argv[])
     const bool quick = arguments.has("--quick");
     const int rounds = std::stoi(arguments.value("--rounds", quick ? "3" : "15"));
     const QTemporaryDir temporary;
-    const WindowScene scene = WindowScene::prepared(
-        temporary.path().toStdString() + "/home", quick ? 5'000 : 30'000, 300);
+    const std::string folder = temporary.path().toStdString();
+    const WindowScene scene
+        = WindowScene::prepared(folder + "/home", quick ? 5'000 : 30'000, 300, 1);
+    const WindowScene large
+        = WindowScene::prepared(folder + "/large", quick ? 5'000 : 1'000'000, 300, 300);
     const Rest rest = quick ? Rest{Seconds(3), Seconds(4)} : afterFirstPass;
     bool good = measureSearch(scene, quick ? 1'000 : 10'000, quick ? 1 : 5);
     good = measurePictures(scene, rounds) && good;
     good = measureStart(scene, rounds) && good;
     good = measureRest(scene, rest) && good;
+    good = measurePasses(large, quick ? rest : afterSecondPass) && good;
     return good || quick ? 0 : 1; // a small sample proves nothing about speed
 }

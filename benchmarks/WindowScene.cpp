@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 
 namespace korvane {
 
@@ -20,7 +21,17 @@ void setFolder(const char* variable, const std::string& folder)
     ::setenv(variable, folder.c_str(), 1);
 }
 
-void fill(const WindowScene& scene, const SampleSize& size)
+std::set<std::string> firstGuids(const std::string& database, std::size_t count)
+{
+    std::set<std::string> guids;
+    for (const ChatInfo& chat : MessagesDB(database).chats()) {
+        if (guids.size() < count)
+            guids.insert(chat.guid);
+    }
+    return guids;
+}
+
+void fill(const WindowScene& scene, const SampleSize& size, std::size_t selected)
 {
     scene.enter();
     const std::string database = scene.home + "/Library/Messages/chat.db";
@@ -29,7 +40,7 @@ void fill(const WindowScene& scene, const SampleSize& size)
     writeSampleDatabase(database, size);
     writeSampleContacts(scene.home + "/.contacts/people.vcf", size);
     Settings settings;
-    settings.setSelected({MessagesDB(database).chats().front().guid});
+    settings.setSelected(firstGuids(database, selected));
     settings.setAutoSync(true);
     settings.setFolder(scene.exportFolder());
 }
@@ -37,11 +48,12 @@ void fill(const WindowScene& scene, const SampleSize& size)
 } // namespace
 
 WindowScene WindowScene::prepared(
-    const std::string& home, std::int64_t messages, std::int64_t chats)
+    const std::string& home, std::int64_t messages, std::int64_t chats, std::size_t selected)
 {
     WindowScene scene{home};
-    inChild(
-        [&] { return secondsOf([&] { fill(scene, {.messages = messages, .chats = chats}); }); });
+    inChild([&] {
+        return secondsOf([&] { fill(scene, {.messages = messages, .chats = chats}, selected); });
+    });
     return scene;
 }
 
