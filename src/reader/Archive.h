@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace korvane {
+
+/// One export file.
+struct ArchiveFile {
+    std::filesystem::path path;
+    std::int64_t size = 0; ///< bytes, when it was found
+    bool isKept
+        = false; ///< fills gaps of a current file: it is in Kept/, or a second file argument
+
+    bool operator==(const ArchiveFile&) const = default;
+};
+
+/// A chat of an archive, as its files describe it.
+struct ArchivedChat {
+    std::string guid; ///< "" if no file has a complete record
+    std::string title; ///< in the last record of the first file; a file name if there is none
+    std::string number; ///< the chat id in the name of the first file, in decimal; "" if none
+    std::vector<ArchiveFile> files{}; ///< the current one first, then those in Kept/ by name
+
+    bool operator==(const ArchivedChat&) const = default;
+
+    /// Bytes of all files.
+    std::int64_t size() const;
+};
+
+/// The chats of an export folder, or of files from anywhere. It is read from the files alone: there
+/// need be no state and no database. Finding them takes the first and the last record of each file;
+/// their other records are read by Conversation. A plain value.
+struct Archive {
+    std::vector<ArchivedChat> chats{}; ///< sorted by title
+    std::vector<std::string> errors{}; ///< one line for each thing that could not be read
+
+    bool operator==(const Archive&) const = default;
+
+    /// The export files in `folder` and in its folder Kept. Other files are ignored; export files
+    /// that cannot be read add an error.
+    static Archive inFolder(const std::filesystem::path& folder);
+
+    /// These files, whatever their names. Several of one chat become one chat.
+    static Archive ofFiles(const std::vector<std::filesystem::path>& files);
+};
+
+/// The chats that a user's word can mean.
+struct ChatMatch {
+    std::vector<std::size_t>
+        chats; ///< indexes in Archive::chats: none, the chat, or the candidates
+
+    bool operator==(const ChatMatch&) const = default;
+};
+
+/// Finds the chats whose guid or number is `word`. If there are none: those whose title is `word`,
+/// and otherwise those whose title has it as a part, without regard to case.
+ChatMatch findChats(const Archive& archive, const std::string& word);
+
+} // namespace korvane
