@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -47,16 +48,9 @@ struct Archive {
     static Archive ofFiles(const std::vector<std::filesystem::path>& files);
 };
 
-/// The chats that a user's word can mean.
-struct ChatMatch {
-    std::vector<std::size_t>
-        chats; ///< indexes in Archive::chats: none, the chat, or the candidates
-
-    bool operator==(const ChatMatch&) const = default;
-};
-
-/// Finds the chats whose guid or number is `word`. If there are none: those whose title is `word`,
-/// and otherwise those whose title has it as a part, without regard to case.
-ChatMatch findChats(const Archive& archive, const std::string& word);
+/// Indexes in Archive::chats of the chats that a user's word can mean: those whose guid or number
+/// is `word`. If there are none: those whose title is `word`, and otherwise those whose title has
+/// it as a part, without regard to case.
+std::vector<std::size_t> findChats(const Archive& archive, const std::string& word);
 
 } // namespace korvane

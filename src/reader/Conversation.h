@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace korvane {
@@ -48,8 +49,7 @@ struct FileReport {
     bool isKept = false;
     std::int64_t records = 0; ///< complete ones, repeated ones included
     std::int64_t repeated = 0; ///< with an id that a later record of the file has, too
-    std::int64_t torn
-        = 0; ///< lines that are damaged: text that is not part of a record was skipped
+    std::int64_t torn = 0; ///< lines that are not one complete record; not an unfinished end
     bool endsUnfinished = false; ///< the last line has no line feed and is no complete record
     std::string error{}; ///< why the file could not be read; "" if it could
 
@@ -88,17 +88,16 @@ private:
 };
 
 /// The reactions that stand: a removal cancels the last reaction before it of the same sender and
-/// kind to the same message. Built once for a conversation, which must outlive it.
+/// kind to the same message. A plain value, built once for a conversation.
 class StandingReactions {
 public:
     explicit StandingReactions(const Conversation& conversation);
 
-    /// The indexes of the reactions to a message, in order.
-    std::vector<std::uint32_t> to(std::size_t message) const;
+    /// The indexes of the reactions to a message, in order. Valid as long as this object.
+    const std::vector<std::uint32_t>& to(std::uint32_t message) const;
 
 private:
-    std::vector<std::uint32_t> m_first; ///< by message
-    std::vector<std::uint32_t> m_next; ///< by reaction
+    std::unordered_map<std::uint32_t, std::vector<std::uint32_t>> m_byMessage;
 };
 
 } // namespace korvane
