@@ -10,6 +10,7 @@
 #include "process/Interruption.h"
 #include "storage/Paths.h"
 #include "storage/SupportLock.h"
+#include "text/TerminalText.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -5,6 +5,7 @@
 #include "cli/ExportCommand.h"
 #include "export/KeptText.h"
 #include "text/Json.h"
+#include "text/TerminalText.h"
 
 #include <algorithm>
 #include <set>

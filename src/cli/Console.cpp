@@ -1,8 +1,6 @@
 #include "cli/Console.h"
 
-#include "text/Utf8.h"
-
-#include <unicode/uchar.h>
+#include "text/TerminalText.h"
 
 #include <algorithm>
 
@@ -36,71 +34,6 @@ bool Console::outputIsComplete() const
     out.clear();
     complain("Not all of the output could be written.");
     return false;
-}
-
-namespace {
-
-constexpr UChar32 zeroWidthJoiner = 0x200D;
-
-bool isUnsafe(UChar32 character)
-{
-    const auto category = u_charType(character);
-    const bool lineBreak = category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR;
-    return lineBreak || category == U_CONTROL_CHAR
-        || (category == U_FORMAT_CHAR && character != zeroWidthJoiner);
-}
-
-int widthOf(UChar32 character)
-{
-    const auto category = u_charType(character);
-    const bool joinsThePrevious = category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK
-        || category == U_FORMAT_CHAR || u_hasBinaryProperty(character, UCHAR_EMOJI_MODIFIER);
-    if (joinsThePrevious)
-        return 0;
-    const int eastAsian = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
-    return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
-}
-
-/// The longest prefix of `text` that is at most `width` columns wide.
-std::string_view beginning(std::string_view text, int width)
-{
-    std::size_t length = 0;
-    int used = 0;
-    for (const auto [character, bytes] : CodePoints(text)) {
-        used += widthOf(character);
-        if (used > width)
-            break;
-        length += bytes.size();
-    }
-    return text.substr(0, length);
-}
-
-} // namespace
-
-std::string printable(std::string_view text)
-{
-    std::string safe;
-    for (const auto [character, bytes] : CodePoints(text))
-        safe += isUnsafe(character) ? replacementCharacter : bytes;
-    return safe;
-}
-
-int displayWidth(std::string_view text)
-{
-    int width = 0;
-    bool joined = false;
-    for (const auto [character, bytes] : CodePoints(text)) {
-        width += joined ? 0 : widthOf(character);
-        joined = character == zeroWidthJoiner;
-    }
-    return width;
-}
-
-std::string fitted(const std::string& text, int widest)
-{
-    if (displayWidth(text) <= widest)
-        return text;
-    return std::string(beginning(text, widest - 1)) + "…";
 }
 
 namespace {

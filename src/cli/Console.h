@@ -38,17 +38,6 @@ inline constexpr int badUsage = 2; ///< the command line is wrong
 inline constexpr int interrupted = 130; ///< 128 + SIGINT, as in shells
 } // namespace ExitCode
 
-/// `text` made safe to print on a terminal: control and format characters and line separators,
-/// which could move the cursor or reverse the text direction, become U+FFFD. The zero-width joiner
-/// is kept, because emoji are composed with it.
-std::string printable(std::string_view text);
-
-/// The number of columns that `text` takes on a terminal: wide characters and emoji take two.
-int displayWidth(std::string_view text);
-
-/// `text`, truncated with an ellipsis if it is over `widest` columns wide.
-std::string fitted(const std::string& text, int widest);
-
 /// Formats a table: columns are as wide as their widest cell and two blanks apart.
 class Table {
 public:

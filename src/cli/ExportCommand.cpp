@@ -6,6 +6,7 @@
 #include "process/Interruption.h"
 #include "storage/SupportLock.h"
 #include "text/Json.h"
+#include "text/TerminalText.h"
 #include "text/Utf8.h"
 
 #include <filesystem>

@@ -13,6 +13,7 @@
 #include "server/SyncServer.h"
 #include "server/Transfer.h"
 #include "storage/SupportLock.h"
+#include "text/TerminalText.h"
 #include "text/Utf8.h"
 
 #include <QDateTime>

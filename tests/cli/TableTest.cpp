@@ -1,4 +1,5 @@
 #include "cli/Console.h"
+#include "text/TerminalText.h"
 
 #include "support/Printing.h"
 
