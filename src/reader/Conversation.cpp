@@ -298,4 +298,9 @@ Record Conversation::record(std::size_t index) const
     return RecordLine::from(m_messages.at(index).json).value().record();
 }
 
+std::string_view Conversation::escapedSender(std::size_t index) const
+{
+    return RecordLine::from(m_messages.at(index).json).value().sender;
+}
+
 } // namespace korvane

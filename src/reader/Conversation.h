@@ -80,6 +80,9 @@ public:
     /// All keys of one record. Takes less than a microsecond.
     Record record(std::size_t index) const;
 
+    /// The name of its sender, escaped as in JSON; a tenth of the time of record().
+    std::string_view escapedSender(std::size_t index) const;
+
 private:
     ArchivedChat m_chat;
     std::deque<std::string> m_text; ///< of the files; a deque does not move its strings
