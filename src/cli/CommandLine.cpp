@@ -4,10 +4,12 @@
 #include "cli/CheckCommand.h"
 #include "cli/Console.h"
 #include "cli/ExportCommand.h"
+#include "cli/ReadCommand.h"
 #include "cli/ReceiveCommand.h"
 #include "cli/SampleCommand.h"
 #include "cli/TransferCommand.h"
 #include "pairing/TransferLink.h"
+#include "reader/Filter.h"
 #include "storage/Paths.h"
 
 #include <CLI/CLI.hpp>
@@ -57,6 +59,14 @@ std::string seed(const std::string& text)
     return good ? "" : text + " is not a whole number from 0 to 18446744073709551615";
 }
 
+std::string date(const std::string& text)
+{
+    return timeSpan(text) ? ""
+                          : text
+            + " is not a date: write 2024, 2024-05, 2024-05-06 or "
+              "2024-05-06T07:08";
+}
+
 std::string hostOfALink(const std::string& text)
 {
     return TransferLink::isHost(text) ? "" : "This is neither an address nor a host name";
@@ -74,6 +84,7 @@ public:
         addChats();
         addExport();
         addCheck();
+        addRead();
         addTransfer();
         addReceive();
         addSample();
@@ -165,6 +176,36 @@ private:
             ->needs(repair);
     }
 
+    void addRead()
+    {
+        CLI::App& command = addCommand("read", "Shows the conversations in export files",
+            [this](const Console& console) { return runRead(m_read, console); });
+        command
+            .add_option("chats", m_read.chats,
+                "Part of a title, a guid, the number in a file's name, or an export file; without "
+                "one, all chats")
+            ->type_name("CHAT|FILE")
+            ->check(notEmpty);
+        addFolder(command, m_read.folder);
+        command.add_option("--since", m_read.since, "From this date on, e.g. 2024-05")
+            ->type_name("DATE")
+            ->check(date);
+        command.add_option("--until", m_read.until, "Up to the end of this date")
+            ->type_name("DATE")
+            ->check(date);
+        command.add_option("--from", m_read.from, "From this sender: part of a name, or a handle")
+            ->type_name("NAME")
+            ->check(notEmpty);
+        command.add_option("--search", m_read.search, "With this text, in upper or lower case")
+            ->type_name("TEXT")
+            ->check(notEmpty);
+        CLI::Option_group& form = *command.add_option_group("Form", "Without one of these, text");
+        form.require_option(0, 1);
+        form.add_flag("--text", m_read.text, "For people");
+        form.add_flag("--json", m_read.json, "One JSON object a line");
+        form.add_flag("--csv", m_read.csv, "Comma-separated values with a header");
+    }
+
     static void addFolder(CLI::App& command, std::string& folder)
     {
         folder = Paths::defaultFolder().string();
@@ -235,6 +276,7 @@ private:
     ChatsOptions m_chats;
     ExportOptions m_export;
     CheckOptions m_check;
+    ReadOptions m_read;
     TransferOptions m_transfer;
     ReceiveOptions m_receive;
     SampleOptions m_sample;

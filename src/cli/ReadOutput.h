@@ -1,0 +1,45 @@
+#pragma once
+
+#include "reader/ConversationWriter.h"
+#include "reader/TextWriter.h"
+
+#include <memory>
+#include <ostream>
+
+namespace korvane {
+
+class Pager;
+struct Console;
+struct ReadOptions;
+
+/// Where conversations go, and in which form.
+class ReadOutput {
+public:
+    /// Starts the user's pager if the form is text and the console's output is a terminal.
+    ReadOutput(const ReadOptions& options, const Console& console);
+
+    /// Waits until the user has closed the pager.
+    ~ReadOutput();
+
+    ReadOutput(const ReadOutput&) = delete;
+    ReadOutput& operator=(const ReadOutput&) = delete;
+
+    ConversationWriter& writer() { return *m_writer; }
+
+    /// False once nobody reads the output or it cannot be written.
+    bool isWanted() const;
+
+    bool isTerminal() const { return m_isTerminal; }
+
+private:
+    const bool m_isTerminal;
+    std::unique_ptr<Pager> m_pager; ///< null if there is none
+    std::ostream& m_out;
+    std::unique_ptr<ConversationWriter> m_writer;
+};
+
+/// How text looks on the console: as wide as the terminal, or as $COLUMNS says, or 80 columns wide;
+/// coloured on a terminal, unless $NO_COLOR is set or the terminal is "dumb".
+TextStyle textStyleFor(const Console& console);
+
+} // namespace korvane
