@@ -120,7 +120,7 @@ private:
 
     std::string styled(std::string_view style, const std::string& text) const
     {
-        if (!m_style.colours || text.empty())
+        if (!m_style.colours || style.empty() || text.empty())
             return text;
         return std::string(style) + text + std::string(Style::reset);
     }
