@@ -38,26 +38,39 @@ std::string numberIn(const std::string& name)
     return digits.find_first_not_of("0123456789") == digits.npos ? digits : "";
 }
 
-/// A record that says to which chat a file belongs: the last one or, if the end of the file is
-/// damaged, the first one.
-std::optional<Record> someRecordOf(const FileReader& file)
+/// The last complete record in a line.
+std::optional<Record> lastRecordIn(std::string_view line)
 {
-    constexpr int mostLines = 1000;
-    std::optional<Record> record;
+    std::optional<Record> last;
+    Record::forEachInLine(line, [&last](const Record& record) { last = record; });
+    return last;
+}
+
+std::optional<Record> lastRecordOf(const FileReader& file)
+{
+    constexpr int mostLines = 1000; // more are damaged only in a file that is none of ours
     LinesFromEnd lines(file);
-    for (int i = 0; i < mostLines && !record; ++i) {
+    for (int i = 0; i < mostLines; ++i) {
         const auto line = lines.next();
         if (!line)
             break;
-        record = Record::fromLineWithTornStart(*line);
+        if (auto record = lastRecordIn(*line))
+            return record;
     }
-    if (!record) {
-        visitLinesAfter(file, 0, [&record](std::string_view line) {
-            record = Record::fromLineWithTornStart(line);
-            return record.has_value();
-        });
+    return std::nullopt;
+}
+
+std::optional<Record> firstRecordOf(const FileReader& file)
+{
+    std::string block(std::size_t{1} << 20U, '\0');
+    std::string_view rest(block.data(), file.readAt(0, block).value_or(0));
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        if (auto record = lastRecordIn(rest.substr(0, end)))
+            return record;
+        rest.remove_prefix(std::min(end + 1, rest.size()));
     }
-    return record;
+    return std::nullopt;
 }
 
 /// The names in a folder, and whether it is one.
@@ -105,7 +118,9 @@ public:
             m_archive.errors.push_back(shownAs + ": " + file.error);
             return;
         }
-        const auto record = someRecordOf(*file.reader);
+        auto record = lastRecordOf(*file.reader);
+        if (!record) // the end is damaged, or there is only an unfinished line
+            record = firstRecordOf(*file.reader);
         const std::string guid = record ? record->conversationID : "";
         const ArchiveFile found{path, file.reader->size(), isKept};
         const auto [place, isNew] = m_places.try_emplace(guid, m_archive.chats.size());

@@ -1,17 +1,18 @@
 #include "reader/Conversation.h"
 
 #include "export/DateText.h"
+#include "reader/IdIndex.h"
 #include "reader/InputFile.h"
 #include "reader/RecordLine.h"
 #include "text/Ascii.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <numeric>
 #include <optional>
 #include <tuple>
+#include <utility>
 
 namespace korvane {
 
@@ -28,16 +29,6 @@ MessageKind kindOf(const std::optional<std::string_view>& recordKind)
     return recordKind == "system" ? MessageKind::System : MessageKind::Message;
 }
 
-/// The number after the last colon of an id; 0 if there is none.
-std::int64_t rowIn(std::string_view id)
-{
-    std::int64_t row = 0;
-    const std::string_view digits = id.substr(id.rfind(':') + 1); // npos + 1 is 0
-    const char* const end = digits.data() + digits.size();
-    const auto [last, error] = std::from_chars(digits.data(), end, row);
-    return error == std::errc() && last == end ? row : 0;
-}
-
 /// Milliseconds since 1970; see Message::hasTime(). DateText::read() takes any two digits for an
 /// hour, a minute and a second.
 std::int64_t timeIn(std::string_view date)
@@ -49,46 +40,43 @@ std::int64_t timeIn(std::string_view date)
     return std::llround(seconds->count() * 1000) + referenceDateUnixSeconds * 1000;
 }
 
-/// What is needed of a record to tell it from others and to put it in order. Texts are escaped.
+/// A record on its way into the conversation.
 struct Entry {
-    std::string_view json;
-    std::string_view date;
-    std::string_view id;
-    std::string_view senderID;
-    std::string_view reference; ///< reactionTargetID or replyToID; "" if it has none
-    std::int64_t row = 0;
-    std::uint32_t file = 0;
-    MessageKind kind = MessageKind::Message;
+    Message message;
+    std::string_view reference; ///< reactionTargetID or replyToID, escaped; "" if it has none
 
-    bool isSameMessage(const Entry& other) const
-    {
-        return id == other.id && date == other.date && senderID == other.senderID;
-    }
+    RecordLine record() const { return RecordLine::from(message.json).value(); }
 
-    /// Dates have one form, so their order is that of their characters.
+    /// Dates have one form, so their order is that of their characters, and that of the times.
     bool comesBefore(const Entry& other) const
     {
-        return std::tie(date, row) < std::tie(other.date, other.row);
+        if (!message.hasTime() || !other.message.hasTime()) {
+            const auto order = record().date <=> other.record().date;
+            return order < 0 || (order == 0 && message.row < other.message.row);
+        }
+        return std::tie(message.time, message.row)
+            < std::tie(other.message.time, other.message.row);
     }
 };
 
-Entry entryOf(const RecordLine& record, std::string_view json, std::uint32_t file)
+bool areSameMessage(const RecordLine& one, const RecordLine& other)
 {
-    const MessageKind kind = kindOf(record.recordKind);
+    return one.id == other.id && one.date == other.date && one.senderID == other.senderID;
+}
+
+Entry entryOf(const RecordLine& record, std::string_view json, std::size_t file)
+{
     return {
-        .json = json,
-        .date = record.date,
-        .id = record.id,
-        .senderID = record.senderID.value_or(""),
+        .message = {.json = json,
+            .time = timeIn(record.date),
+            .row = IdIndex::rowIn(record.id),
+            .file = static_cast<std::uint32_t>(file),
+            .kind = kindOf(record.recordKind)},
         .reference = record.reactionTargetID.value_or(record.replyToID.value_or("")),
-        .row = rowIn(record.id),
-        .file = file,
-        .kind = kind,
     };
 }
 
-/// Entries by id. The records of one file have different ids.
-using Index = std::unordered_map<std::string_view, std::uint32_t>;
+using Place = IdIndex::Place;
 
 /// Reads the files of one chat, one after the other.
 class Loader {
@@ -103,14 +91,11 @@ public:
     bool read(const ArchiveFile& file)
     {
         FileReport report{.path = file.path, .isKept = file.isKept};
-        if (const auto text = wholeText(file, report.error)) {
-            m_indexes.emplace_back();
-            m_first = m_entries.size();
+        const std::size_t first = m_entries.size();
+        m_indexes.emplace_back();
+        if (const auto* const text = wholeText(file, report.error)) {
             addLines(*text, report);
-            if (m_indexes.size() > 1)
-                removeKnown();
-        } else {
-            m_indexes.emplace_back();
+            settle(first, report);
         }
         m_reports.push_back(std::move(report));
         return m_goesOn;
@@ -118,16 +103,16 @@ public:
 
     std::vector<Message> messages() const
     {
-        const std::vector<std::uint32_t> order = sorted();
-        std::vector<std::uint32_t> places(m_entries.size());
+        const std::vector<Place> order = sorted();
+        std::vector<Place> newPlaces(m_entries.size());
         for (std::size_t i = 0; i < order.size(); ++i)
-            places[order[i]] = static_cast<std::uint32_t>(i);
+            newPlaces[order[i]] = static_cast<Place>(i);
         std::vector<Message> messages;
         messages.reserve(order.size());
-        for (const std::uint32_t index : order) {
-            messages.push_back(messageOf(m_entries[index]));
-            if (const auto target = targetOf(m_entries[index]); target && *target != index)
-                messages.back().target = places[*target];
+        for (const Place place : order) {
+            messages.push_back(m_entries[place].message);
+            if (const auto target = targetOf(m_entries[place]); target && *target != place)
+                messages.back().target = newPlaces[*target];
         }
         return messages;
     }
@@ -152,6 +137,8 @@ private:
 
     void addLines(std::string_view rest, FileReport& report)
     {
+        constexpr std::size_t shortRecord = 256; // bytes
+        m_entries.reserve(m_entries.size() + rest.size() / shortRecord);
         std::int64_t reported = 0;
         while (!rest.empty() && m_goesOn) {
             const std::size_t end = rest.find('\n');
@@ -187,52 +174,65 @@ private:
 
     void add(const RecordLine& record, std::string_view line, FileReport& report)
     {
-        const auto file = static_cast<std::uint32_t>(m_reports.size());
-        const Entry entry = entryOf(record, line, file);
         report.records += 1;
-        const auto next = static_cast<std::uint32_t>(m_entries.size());
-        const auto [known, isNew] = m_indexes.back().try_emplace(entry.id, next);
-        if (isNew) {
-            m_entries.push_back(entry);
-        } else {
-            m_entries[known->second] = entry;
+        m_entries.push_back(entryOf(record, line, m_reports.size()));
+        m_indexes.back().add(record.id, static_cast<Place>(m_entries.size() - 1));
+    }
+
+    /// Removes from the entries of the last file, which begin at `first`, those that a later one
+    /// replaces and those that an earlier file has, too.
+    void settle(std::size_t first, FileReport& report)
+    {
+        std::vector<bool> isDropped(m_entries.size() - first, false);
+        bool dropsAny = false;
+        const auto drop = [&](Place place) { isDropped[place - first] = dropsAny = true; };
+        m_indexes.back().settle([&](Place place) {
+            drop(place);
             report.repeated += 1;
-        }
+        });
+        m_indexes.back().move([&](Place place) {
+            const auto same = sameInEarlierFile(m_entries[place]);
+            if (same)
+                drop(place);
+            return same.value_or(place);
+        });
+        if (dropsAny)
+            compact(first, isDropped);
     }
 
-    /// Removes the records of the last file that an earlier file has, too. Its index then refers to
-    /// those.
-    void removeKnown()
+    void compact(std::size_t first, const std::vector<bool>& isDropped)
     {
-        std::size_t kept = m_first;
-        for (std::size_t i = m_first; i < m_entries.size(); ++i) {
-            std::uint32_t& place = m_indexes.back().at(m_entries[i].id);
-            if (const auto same = sameInEarlierFile(m_entries[i])) {
-                place = *same;
-            } else {
-                place = static_cast<std::uint32_t>(kept);
-                m_entries[kept++] = m_entries[i];
-            }
+        std::vector<Place> newPlaces(isDropped.size());
+        std::size_t next = first;
+        for (std::size_t i = 0; i < isDropped.size(); ++i) {
+            newPlaces[i] = static_cast<Place>(next);
+            if (!isDropped[i])
+                m_entries[next++] = m_entries[first + i];
         }
-        m_entries.resize(kept);
+        m_entries.resize(next);
+        m_indexes.back().move(
+            [&](Place place) { return place < first ? place : newPlaces[place - first]; });
     }
 
-    std::optional<std::uint32_t> sameInEarlierFile(const Entry& entry) const
+    std::optional<Place> sameInEarlierFile(const Entry& entry) const
     {
+        if (m_indexes.size() == 1)
+            return std::nullopt;
+        const RecordLine record = entry.record();
         for (std::size_t file = 0; file + 1 < m_indexes.size(); ++file) {
-            const auto found = m_indexes[file].find(entry.id);
-            if (found != m_indexes[file].end() && m_entries[found->second].isSameMessage(entry))
-                return found->second;
+            const auto found = m_indexes[file].find(record.id);
+            if (found && areSameMessage(m_entries[*found].record(), record))
+                return found;
         }
         return std::nullopt;
     }
 
-    /// Indexes of the entries in the order of their messages.
-    std::vector<std::uint32_t> sorted() const
+    /// The places of the entries in the order of their messages.
+    std::vector<Place> sorted() const
     {
-        std::vector<std::uint32_t> order(m_entries.size());
-        std::iota(order.begin(), order.end(), 0U);
-        const auto before = [this](std::uint32_t one, std::uint32_t other) {
+        std::vector<Place> order(m_entries.size());
+        std::iota(order.begin(), order.end(), Place{0});
+        const auto before = [this](Place one, Place other) {
             return m_entries[one].comesBefore(m_entries[other]);
         };
         if (!std::ranges::is_sorted(order, before))
@@ -241,36 +241,24 @@ private:
     }
 
     /// The entry that a reference means: in the same file, or else in the first one that has it.
-    std::optional<std::uint32_t> targetOf(const Entry& entry) const
+    std::optional<Place> targetOf(const Entry& entry) const
     {
         if (entry.reference.empty())
             return std::nullopt;
-        const auto own = m_indexes[entry.file].find(entry.reference);
-        if (own != m_indexes[entry.file].end())
-            return own->second;
-        for (const Index& index : m_indexes) {
-            const auto found = index.find(entry.reference);
-            if (found != index.end())
-                return found->second;
+        if (const auto own = m_indexes[entry.message.file].find(entry.reference))
+            return own;
+        for (const IdIndex& index : m_indexes) {
+            if (const auto found = index.find(entry.reference))
+                return found;
         }
         return std::nullopt;
-    }
-
-    static Message messageOf(const Entry& entry)
-    {
-        return {.json = entry.json,
-            .time = timeIn(entry.date),
-            .row = entry.row,
-            .file = entry.file,
-            .kind = entry.kind};
     }
 
     const ReadProgress& m_progress;
     std::deque<std::string>& m_text;
     std::vector<Entry> m_entries;
-    std::vector<Index> m_indexes; ///< by file
+    std::vector<IdIndex> m_indexes; ///< by file
     std::vector<FileReport> m_reports;
-    std::size_t m_first = 0; ///< the first entry of the file that is being read
     bool m_goesOn = true;
 };
 
