@@ -102,7 +102,7 @@ public:
             m_archive.errors.push_back("There is no folder " + folder.string() + '.');
         auto& names = found ? *found : found.emplace();
         // The files of the exporter come before copies of them that have other names.
-        std::ranges::stable_partition(names, Exporter::isExportFileName);
+        std::stable_partition(names.begin(), names.end(), Exporter::isExportFileName);
         for (const std::string& name : names) {
             if (name.ends_with(endOfName))
                 add(folder / name, name, false);

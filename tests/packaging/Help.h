@@ -9,8 +9,8 @@
 namespace korvane {
 
 inline const QStringList subcommands{QStringLiteral("chats"), QStringLiteral("export"),
-    QStringLiteral("check"), QStringLiteral("transfer"), QStringLiteral("receive"),
-    QStringLiteral("sample")};
+    QStringLiteral("check"), QStringLiteral("read"), QStringLiteral("transfer"),
+    QStringLiteral("receive"), QStringLiteral("sample")};
 
 /// The texts that the first group of `pattern` captures in `text`, without duplicates.
 inline std::set<QString> allMatches(const QString& pattern, const QString& text)

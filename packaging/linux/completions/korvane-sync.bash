@@ -49,19 +49,24 @@ _korvane_sync()
         --chat)
             _korvane_sync_names < <(_korvane_sync_guids)
             return ;;
-        --every | --host | --port | --messages | --chats | --seed)
+        --every | --host | --port | --messages | --chats | --seed | --since | --until | --from \
+            | --search)
             return ;;
     esac
 
     local options=
     case $command in
-        '') options='chats export check transfer receive sample --help --version' ;;
+        '') options='chats export check read transfer receive sample --help --version' ;;
         chats) options='--database --contacts --json --help --version' ;;
         export)
             options='--all --chat --database --contacts --folder --every --json --help --version' ;;
         check)
             options='--all --chat --database --contacts --folder --json --repair --yes'
             options+=' --help --version' ;;
+        read)
+            options='--folder --since --until --from --search --text --json --csv --help --version'
+            [[ $current != -* ]] && _korvane_sync_names < <(compgen -f -- "$current")
+            ;;
         transfer)
             options='--chat --host --port --database --contacts --folder --help --version' ;;
         receive) options='--output --help --version' ;;

@@ -12,7 +12,7 @@ function __korvane_sync_guids
         | string replace -f -r '^(.*?)  .* (?:group|person) +(.*)$' '$2\t$1'
 end
 
-set -l commands chats export check transfer receive sample
+set -l commands chats export check read transfer receive sample
 complete -c korvane-sync -f
 complete -c korvane-sync -s h -l help -d 'Print help'
 complete -c korvane-sync -l version -d 'Print the version'
@@ -21,6 +21,7 @@ set -l first "not __fish_seen_subcommand_from $commands"
 complete -c korvane-sync -n $first -a chats -d 'List the chats, newest first'
 complete -c korvane-sync -n $first -a export -d 'Bring the export files of chats up to date'
 complete -c korvane-sync -n $first -a check -d 'Compare the export files with the database'
+complete -c korvane-sync -n $first -a read -d 'Show the conversations in export files'
 complete -c korvane-sync -n $first -a transfer -d 'Hand one chat to a phone or another machine'
 complete -c korvane-sync -n $first -a receive -d 'Fetch the chat that a link stands for'
 complete -c korvane-sync -n $first -a sample -d 'Write an invented Messages database'
@@ -30,11 +31,12 @@ complete -c korvane-sync -n $sources -l database -rF -d 'The Messages database t
 complete -c korvane-sync -n $sources -l contacts -rF -a none -d 'A vCard file, or a folder of them'
 
 set -l exporting '__fish_seen_subcommand_from export check transfer'
-complete -c korvane-sync -n $exporting -l folder -xa '(__fish_complete_directories)' \
+set -l folders '__fish_seen_subcommand_from export check read transfer'
+complete -c korvane-sync -n $folders -l folder -xa '(__fish_complete_directories)' \
     -d 'Where the files go'
 complete -c korvane-sync -n $exporting -l chat -xka '(__korvane_sync_guids)' -d 'This chat'
 
-complete -c korvane-sync -n '__fish_seen_subcommand_from chats export check' -l json \
+complete -c korvane-sync -n '__fish_seen_subcommand_from chats export check read' -l json \
     -d 'Print JSON'
 complete -c korvane-sync -n '__fish_seen_subcommand_from export' -l all -d 'Every chat'
 complete -c korvane-sync -n '__fish_seen_subcommand_from export' -l every -x \
@@ -44,6 +46,15 @@ set -l check '__fish_seen_subcommand_from check'
 complete -c korvane-sync -n $check -l all -d 'Also chats that were never exported'
 complete -c korvane-sync -n $check -l repair -d 'Export again the chats that are not intact'
 complete -c korvane-sync -n $check -l yes -d 'Repair also files from a different database'
+
+set -l read '__fish_seen_subcommand_from read'
+complete -c korvane-sync -n $read -F
+complete -c korvane-sync -n $read -l since -x -d 'From this date on'
+complete -c korvane-sync -n $read -l until -x -d 'Up to the end of this date'
+complete -c korvane-sync -n $read -l from -x -d 'From this sender'
+complete -c korvane-sync -n $read -l search -x -d 'With this text'
+complete -c korvane-sync -n $read -l text -d 'Print text for people'
+complete -c korvane-sync -n $read -l csv -d 'Print comma-separated values'
 
 set -l transfer '__fish_seen_subcommand_from transfer'
 complete -c korvane-sync -n $transfer -l host -x -d 'The address of this machine for the link'
