@@ -186,14 +186,16 @@ private:
                 "one, all chats")
             ->type_name("CHAT|FILE")
             ->check(notEmpty);
-        addFolder(command, m_read.folder);
+        addFolder(command, m_read.folder, "Where the files are");
         command.add_option("--since", m_read.since, "From this date on, e.g. 2024-05")
             ->type_name("DATE")
             ->check(date);
         command.add_option("--until", m_read.until, "Up to the end of this date")
             ->type_name("DATE")
             ->check(date);
-        command.add_option("--from", m_read.from, "From this sender: part of a name, or a handle")
+        command
+            .add_option(
+                "--from", m_read.from, "From this sender: part of a name, a handle, or \"me\"")
             ->type_name("NAME")
             ->check(notEmpty);
         command.add_option("--search", m_read.search, "With this text, in upper or lower case")
@@ -206,10 +208,11 @@ private:
         form.add_flag("--csv", m_read.csv, "Comma-separated values with a header");
     }
 
-    static void addFolder(CLI::App& command, std::string& folder)
+    static void addFolder(
+        CLI::App& command, std::string& folder, const std::string& meaning = "Where the files go")
     {
         folder = Paths::defaultFolder().string();
-        command.add_option("--folder", folder, "Where the files go")
+        command.add_option("--folder", folder, meaning)
             ->type_name("DIR")
             ->check(notEmpty)
             ->capture_default_str();

@@ -1,5 +1,7 @@
 #include "cli/Pager.h"
 
+#include <QStandardPaths>
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -35,6 +37,16 @@ std::optional<Pipe> newPipe()
     ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
     ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
     return pipe;
+}
+
+/// The user's choice or, without one, less if it is installed; otherwise "".
+std::string chosenCommand()
+{
+    const char* const chosen = std::getenv("PAGER");
+    if (chosen != nullptr)
+        return chosen;
+    const bool hasLess = !QStandardPaths::findExecutable(QStringLiteral("less")).isEmpty();
+    return hasLess ? "less" : "";
 }
 
 /// Starts a shell command whose standard input is `input`. Absent if that fails.
@@ -110,8 +122,7 @@ Pager::Pager(pid_t process, Descriptor pipe)
 
 std::unique_ptr<Pager> Pager::start()
 {
-    const char* const chosen = std::getenv("PAGER");
-    const std::string command = chosen != nullptr ? chosen : "less";
+    const std::string command = chosenCommand();
     if (command.empty() || command == "cat")
         return nullptr;
     // Quit if it fits on one screen, show colours, and leave the text on the screen at the end.

@@ -15,8 +15,8 @@ namespace korvane {
 /// At most one object at a time.
 class Pager {
 public:
-    /// Starts the pager on the terminal. Null if the user wants none ($PAGER is empty or "cat"), or
-    /// if it cannot be started.
+    /// Starts the pager on the terminal. Null if the user wants none ($PAGER is empty or "cat"), if
+    /// there is none, or if it cannot be started.
     static std::unique_ptr<Pager> start();
 
     /// Waits until the user has closed the pager.

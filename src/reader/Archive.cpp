@@ -203,8 +203,11 @@ Archive Archive::inFolder(const fs::path& folder)
 
 Archive Archive::ofFiles(const std::vector<fs::path>& files)
 {
+    std::vector<fs::path> ordered = files;
+    std::stable_partition(ordered.begin(), ordered.end(),
+        [](const fs::path& file) { return Exporter::isExportFileName(file.filename().string()); });
     Collector collector;
-    for (const fs::path& file : files) {
+    for (const fs::path& file : ordered) {
         collector.add(withoutLinks(file), file.string(), false);
     }
     return collector.finished();

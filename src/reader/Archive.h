@@ -44,7 +44,8 @@ struct Archive {
     /// that cannot be read add an error.
     static Archive inFolder(const std::filesystem::path& folder);
 
-    /// These files, whatever their names. Several of one chat become one chat.
+    /// These files, whatever their names. Several of one chat become one chat, whose current file
+    /// is one that has the name of such a file, if there is one, and otherwise the first.
     static Archive ofFiles(const std::vector<std::filesystem::path>& files);
 };
 

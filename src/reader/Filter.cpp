@@ -116,6 +116,8 @@ private:
 
     bool isFrom(const Record& record) const
     {
+        if (m_from == "me") // which is part of many names
+            return record.isOutgoing;
         if (m_from.empty() || folded(record.sender).find(m_from) != std::string::npos)
             return true;
         const std::string id = record.senderID.value_or("");

@@ -109,7 +109,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     write(scratch.current, json);
     write(scratch.kept, "");
     for (const ArchivedChat& chat : Archive::inFolder(scratch.folder).chats) {
-        for (const FileReport& report : Conversation(chat).files())
+        const Conversation conversation(chat);
+        for (const FileReport& report : conversation.files())
             require(report.torn == 0 && !report.endsUnfinished);
     }
     return 0;

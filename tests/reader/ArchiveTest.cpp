@@ -150,6 +150,16 @@ private slots:
         QCOMPARE(fileNames(archive.chats.back()), Names{"bo"});
     }
 
+    void currentFileComesBeforeKeptOnesWhateverTheirOrder()
+    {
+        write("Kept/Ann (7) E.jsonl.txt", recordOf("a", "Ann before"));
+        write("Ann (7) Korvane Wrapped.jsonl.txt", recordOf("a", "Ann"));
+        const Archive archive = Archive::ofFiles({folder() / "Kept/Ann (7) E.jsonl.txt",
+            folder() / "Ann (7) Korvane Wrapped.jsonl.txt"});
+        QCOMPARE(titles(archive), Names{"Ann"});
+        QCOMPARE(archive.chats.front().files.back().isKept, true);
+    }
+
     void errorsOfFilesNameThemAsTheUserDid()
     {
         QCOMPARE(Archive::ofFiles({"/nowhere/x"}).errors,

@@ -94,7 +94,7 @@ private slots:
         QTemporaryDir folder;
         const std::filesystem::path file = folder.filePath(QStringLiteral("x")).toStdString();
         writeBytes(file,
-            linesOf({message(1), fromSender(message(2), "Bo", "+1303"),
+            linesOf({message(1), fromSender(message(2), "James Bo", "+1303"),
                 fromSender(message(3, "Straße"), "Bo", "+1303"), fromMe(message(4, "two\nlines")),
                 undated}));
         const Conversation conversation({.guid = "c", .files = {{file}}});
