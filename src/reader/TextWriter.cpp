@@ -2,7 +2,7 @@
 
 #include "export/KeptText.h"
 #include "reader/Conversation.h"
-#include "reader/MessageText.h"
+#include "reader/RecordText.h"
 #include "text/TerminalText.h"
 
 #include <QDate>
@@ -211,14 +211,14 @@ private:
     {
         const Message& message = m_conversation.messages()[index];
         if (message.isReaction()) {
-            writeLines(Style::dim, MessageText::ofReaction(record, quoteOf(message.target)));
+            writeLines(Style::dim, RecordText::ofReaction(record, quoteOf(message.target)));
         } else if (message.kind == MessageKind::System) {
-            writeLines(Style::dim, MessageText::ofSystemLine(record));
+            writeLines(Style::dim, RecordText::ofSystemLine(record));
         } else {
             if (record.replyToID)
                 writeQuote(message);
-            writeLines("", MessageText::body(record));
-            writeLines(Style::dim, MessageText::attachments(record));
+            writeLines("", RecordText::body(record));
+            writeLines(Style::dim, RecordText::attachments(record));
         }
         writeReactions(index);
         if (!m_start.empty()) // the message has nothing to show
@@ -232,7 +232,7 @@ private:
             return "";
         const Record record = m_conversation.record(target);
         const int width = std::min(m_textWidth - 2, longestQuote);
-        return fitted(printable(record.sender) + ": " + MessageText::firstWords(record), width);
+        return fitted(printable(record.sender) + ": " + RecordText::firstWords(record), width);
     }
 
     void writeQuote(const Message& message)
@@ -246,7 +246,7 @@ private:
         std::vector<Record> reactions;
         for (const std::uint32_t reaction : m_reactions.to(index))
             reactions.push_back(m_conversation.record(reaction));
-        writeLines(Style::dim, MessageText::ofReactions(reactions));
+        writeLines(Style::dim, RecordText::ofReactions(reactions));
     }
 
     void writeLines(std::string_view style, const std::string& text)

@@ -32,6 +32,18 @@ private slots:
         QCOMPARE(bodies(read), (Bodies{"late to arrive, early by date", "row 2", "row 10"}));
     }
 
+    void recordsWithoutATimeAreOrderedByTheTextOfTheirDateThenByRow()
+    {
+        const auto dated = [](Record record, const std::string& date) {
+            record.date = date;
+            return record;
+        };
+        const auto read = conversation(
+            {linesOf({dated(message(4, "d"), "unknown"), dated(message(3, "c"), "unknown"),
+                message(2, "b"), dated(message(5, "a"), "-0001-05-06T12:00:00.000Z")})});
+        QCOMPARE(bodies(read), (Bodies{"a", "b", "c", "d"}));
+    }
+
     void lastOfSeveralRecordsWithOneIdWins()
     {
         Record moved = message(1, "new");

@@ -9,7 +9,7 @@ namespace korvane {
 
 /// What the text form says of a record. All texts are safe to print, see printableLines(); those of
 /// body() can have several lines. Stateless.
-namespace MessageText {
+namespace RecordText {
 
 /// The body without white space at its ends. Without one, and without attachments, it says so.
 std::string body(const Record& record);
@@ -29,6 +29,6 @@ std::string ofReactions(const std::vector<Record>& reactions);
 /// "" if that is not known.
 std::string ofReaction(const Record& record, const std::string& quote);
 
-} // namespace MessageText
+} // namespace RecordText
 
 } // namespace korvane

@@ -1,4 +1,4 @@
-#include "reader/MessageText.h"
+#include "reader/RecordText.h"
 
 #include "text/TerminalText.h"
 
@@ -38,13 +38,13 @@ std::string trimmedBody(const Record& record)
 
 } // namespace
 
-std::string MessageText::body(const Record& record)
+std::string RecordText::body(const Record& record)
 {
     std::string text = trimmedBody(record);
     return text.empty() && attachments(record).empty() ? "[no text]" : std::move(text);
 }
 
-std::string MessageText::attachments(const Record& record)
+std::string RecordText::attachments(const Record& record)
 {
     const std::int64_t photos = record.photoCount.value_or(0);
     if (photos > 0)
@@ -52,7 +52,7 @@ std::string MessageText::attachments(const Record& record)
     return record.attachmentCount > 0 ? "[attachment]" : "";
 }
 
-std::string MessageText::firstWords(const Record& record)
+std::string RecordText::firstWords(const Record& record)
 {
     constexpr std::size_t longest = 400; // bytes; more than any line shows
     Record beginning = record;
@@ -62,13 +62,13 @@ std::string MessageText::firstWords(const Record& record)
     return text.empty() ? body(record) + attachments(record) : text;
 }
 
-std::string MessageText::ofSystemLine(const Record& record)
+std::string RecordText::ofSystemLine(const Record& record)
 {
     const std::string text = trimmedBody(record);
     return text.empty() ? "[changed something in the chat]" : text;
 }
 
-std::string MessageText::ofReactions(const std::vector<Record>& reactions)
+std::string RecordText::ofReactions(const std::vector<Record>& reactions)
 {
     std::vector<std::pair<std::string, std::string>> groups; // symbol and names, in order
     for (const Record& reaction : reactions) {
@@ -86,7 +86,7 @@ std::string MessageText::ofReactions(const std::vector<Record>& reactions)
     return text;
 }
 
-std::string MessageText::ofReaction(const Record& record, const std::string& quote)
+std::string RecordText::ofReaction(const Record& record, const std::string& quote)
 {
     const bool isRemoval = record.recordKind == "reaction-removal";
     const std::string text = trimmedBody(record);
