@@ -1,14 +1,13 @@
 #include "storage/Files.h"
 
 #include "storage/Descriptor.h"
+#include "storage/Draft.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <system_error>
 
 namespace korvane {
@@ -98,40 +97,6 @@ Descriptor created(const fs::path& file, Files::Access access)
     ::fchmod(descriptor.get(), ownerOnly); // the umask may have removed bits
     return descriptor;
 }
-
-/// A temporary file beside `file`, with a unique name and mode 0600. The destructor removes the
-/// temporary name; the contents stay only if giveName() succeeded.
-class Draft {
-public:
-    explicit Draft(const fs::path& file)
-        : m_name(file.native() + ".XXXXXX")
-        , m_descriptor(::mkstemp(m_name.data()))
-    {
-        if (!m_descriptor)
-            throwSystemError();
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-    ~Draft() { ::unlink(m_name.c_str()); }
-
-    const Descriptor& descriptor() const { return m_descriptor; }
-
-    void giveName(const fs::path& file, Files::Existing existing) const
-    {
-        if (existing == Files::Existing::Keep && ::link(m_name.c_str(), file.c_str()) == 0)
-            return;
-        // link() fails if the name is taken, but also on file systems without hard links. There, a
-        // file that is created between this check and rename() is replaced.
-        if (existing == Files::Existing::Keep && fs::exists(fs::symlink_status(file)))
-            throw std::system_error(std::make_error_code(std::errc::file_exists));
-        if (::rename(m_name.c_str(), file.c_str()) != 0)
-            throwSystemError();
-    }
-
-private:
-    std::string m_name;
-    Descriptor m_descriptor;
-};
 
 } // namespace
 
