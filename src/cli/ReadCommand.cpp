@@ -104,7 +104,7 @@ std::size_t writeAll(const std::vector<ArchivedChat>& chats, const Filter& filte
         if (!output.isWanted())
             return count;
     }
-    output.writer().finish();
+    output.finish();
     return count;
 }
 
@@ -119,12 +119,23 @@ int runRead(const ReadOptions& options, const Console& console)
         console.err << chosen.ambiguous;
         return ExitCode::badUsage;
     }
+    if (chosen.chats.empty() && !chosen.errors.empty())
+        return ExitCode::failure;
     Remarks remarks(console);
     std::size_t count = 0;
+    bool isInterrupted = false;
     {
         ReadOutput output(options, console);
         count = writeAll(chosen.chats, filterOf(options), output, console, remarks);
+        isInterrupted = output.isInterrupted();
     }
+    if (isInterrupted) {
+        console.complain("Interrupted. The incomplete file was deleted.");
+        return ExitCode::interrupted;
+    }
+    if (options.sqlite)
+        console.out << "Wrote " << countOf(static_cast<std::int64_t>(count), "record") << " to "
+                    << *options.sqlite << '\n';
     remarks.print();
     if (count == 0 && chosen.errors.empty())
         console.complain("There is no such message.");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,12 +18,15 @@ struct ReadOptions {
     bool text = false; ///< the default form
     bool json = false;
     bool csv = false;
+    std::optional<std::string> sqlite{}; ///< the file to write
+    bool overwrite = false; ///< replace an earlier file of this command
 };
 
-/// Prints the conversations in export files, in the form that the options choose. On a terminal,
-/// text goes to the user's pager. Reads no database and writes no file. The exit code is that of a
-/// failure if something could not be read or found, and that of bad usage if a word can mean
-/// several chats.
+/// Prints the conversations in export files, or writes them into a file, in the form that the
+/// options choose. On a terminal, text goes to the user's pager. Reads no database, and never
+/// writes into the export folder. An interruption (Ctrl-C) leaves no incomplete file. The exit code
+/// is that of a failure if something could not be read or found, and that of bad usage if a word
+/// can mean several chats.
 int runRead(const ReadOptions& options, const Console& console);
 
 } // namespace korvane

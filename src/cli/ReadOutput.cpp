@@ -5,16 +5,22 @@
 #include "cli/ReadCommand.h"
 #include "reader/CsvWriter.h"
 #include "reader/JsonWriter.h"
+#include "reader/SqliteWriter.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace korvane {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -42,14 +48,41 @@ int columnsOf(const Console& console)
     return columns > 0 ? columns : usual;
 }
 
+/// Whether `file` is or would be in `folder`, however deep.
+bool isInside(const fs::path& file, const fs::path& folder)
+{
+    std::error_code absent;
+    fs::path above = fs::weakly_canonical(fs::absolute(file, absent).parent_path(), absent);
+    while (above != above.parent_path() && !fs::equivalent(above, folder, absent))
+        above = above.parent_path();
+    return fs::equivalent(above, folder, absent);
+}
+
+/// Throws std::runtime_error if `file` is in the export folder.
+const std::string& outsideOf(const std::string& folder, const std::string& file)
+{
+    if (isInside(file, folder))
+        throw std::runtime_error(file
+            + ": This is in the export folder, where only exports write. Name a file elsewhere.");
+    return file;
+}
+
 std::unique_ptr<ConversationWriter> writerFor(
     const ReadOptions& options, const Console& console, std::ostream& out)
 {
+    if (options.sqlite)
+        return std::make_unique<SqliteWriter>(outsideOf(options.folder, *options.sqlite),
+            options.overwrite ? Files::Existing::Replace : Files::Existing::Keep);
     if (options.json)
         return std::make_unique<JsonWriter>(out);
     if (options.csv)
         return std::make_unique<CsvWriter>(out);
     return std::make_unique<TextWriter>(out, textStyleFor(console));
+}
+
+bool isText(const ReadOptions& options)
+{
+    return !options.json && !options.csv && !options.sqlite;
 }
 
 } // namespace
@@ -63,17 +96,30 @@ TextStyle textStyleFor(const Console& console)
 
 ReadOutput::ReadOutput(const ReadOptions& options, const Console& console)
     : m_isTerminal(korvane::isTerminal(console))
-    , m_pager(m_isTerminal && !options.json && !options.csv ? Pager::start() : nullptr)
+    , m_pager(m_isTerminal && isText(options) ? Pager::start() : nullptr)
     , m_out(m_pager ? m_pager->stream() : console.out)
-    , m_writer(writerFor(options, console, m_out))
 {
+    if (options.sqlite)
+        m_interruption.emplace(); // before there is a file to leave behind
+    m_writer = writerFor(options, console, m_out);
 }
 
 ReadOutput::~ReadOutput() = default;
 
 bool ReadOutput::isWanted() const
 {
-    return m_out.good();
+    return m_out.good() && !isInterrupted();
+}
+
+void ReadOutput::finish()
+{
+    m_writer->finish();
+    m_interruption.reset();
+}
+
+bool ReadOutput::isInterrupted() const
+{
+    return m_interruption && m_interruption->requested();
 }
 
 } // namespace korvane

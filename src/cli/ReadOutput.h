@@ -1,9 +1,11 @@
 #pragma once
 
+#include "process/Interruption.h"
 #include "reader/ConversationWriter.h"
 #include "reader/TextWriter.h"
 
 #include <memory>
+#include <optional>
 #include <ostream>
 
 namespace korvane {
@@ -15,7 +17,8 @@ struct ReadOptions;
 /// Where conversations go, and in which form.
 class ReadOutput {
 public:
-    /// Starts the user's pager if the form is text and the console's output is a terminal.
+    /// Starts the user's pager if the form is text and the console's output is a terminal. Throws
+    /// std::runtime_error if the options name a file that may not be written.
     ReadOutput(const ReadOptions& options, const Console& console);
 
     /// Waits until the user has closed the pager.
@@ -26,12 +29,20 @@ public:
 
     ConversationWriter& writer() { return *m_writer; }
 
-    /// False once nobody reads the output or it cannot be written.
+    /// Completes the output.
+    void finish();
+
+    /// Whether the user interrupted the writing of a file before it was complete.
+    bool isInterrupted() const;
+
+    /// False once nobody reads the output, it cannot be written, or the user interrupted the
+    /// program.
     bool isWanted() const;
 
     bool isTerminal() const { return m_isTerminal; }
 
 private:
+    std::optional<Interruption> m_interruption; ///< while a file is written; else signals kill
     const bool m_isTerminal;
     std::unique_ptr<Pager> m_pager; ///< null if there is none
     std::ostream& m_out;

@@ -24,7 +24,7 @@ public:
 
     void write(const Conversation& conversation, const Selection& chosen) override;
 
-    /// Creates the indexes, and gives the database its name. Takes a third of the whole time.
+    /// Creates the indexes, and gives the database its name. Takes nearly half of the whole time.
     void finish() override;
 
 private:
