@@ -10,6 +10,7 @@ namespace korvane {
 
 /// Commands in a page of docs/, and what they print.
 struct Example {
+    QString language; ///< "sh" or "python"
     QString commands;
     int code = 0; ///< exit code
     QString output;
@@ -21,12 +22,14 @@ struct Section {
     std::vector<Example> examples;
 };
 
-/// The sections of a Markdown page that have examples. An example is a block of "sh", directly
-/// followed by a block of "text" if it prints anything. "sh exits with 1" stands for exit code 1.
+/// The sections of a Markdown page that have examples. An example is a block of "sh" or "python",
+/// directly followed by a block of "text" if it prints anything. "sh exits with 1" stands for exit
+/// code 1.
 inline std::vector<Section> sectionsOf(const QString& page)
 {
     static const QRegularExpression example(
-        QStringLiteral("^```sh(?: exits with (\\d+))?\n(.*?)^```\n(?:\n```text\n(.*?)^```\n)?"),
+        QStringLiteral(
+            "^```(sh|python)(?: exits with (\\d+))?\n(.*?)^```\n(?:\n```text\n(.*?)^```\n)?"),
         QRegularExpression::MultilineOption | QRegularExpression::DotMatchesEverythingOption);
     std::vector<Section> sections;
     const QStringList parts = page.split(QStringLiteral("\n## ")).mid(1);
@@ -34,8 +37,8 @@ inline std::vector<Section> sectionsOf(const QString& page)
         Section section{part.section(u'\n', 0, 0), {}};
         for (auto match = example.globalMatch(part); match.hasNext();) {
             const QRegularExpressionMatch found = match.next();
-            section.examples.push_back(
-                {found.captured(2), found.captured(1).toInt(), found.captured(3)});
+            section.examples.push_back({found.captured(1), found.captured(3),
+                found.captured(2).toInt(), found.captured(4)});
         }
         if (!section.examples.empty())
             sections.push_back(std::move(section));
