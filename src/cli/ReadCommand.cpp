@@ -46,15 +46,17 @@ public:
 
     void print() const
     {
-        if (m_torn > 0)
+        if (m_torn > 0) {
             m_console.complain("Skipped what is damaged in " + countOf(m_torn, "line") + " of "
                 + tornFiles()
                 + ". Where the database is, korvane-sync check says what is missing, and check "
                   "--repair writes it again.");
-        if (m_unfinished > 0)
+        }
+        if (m_unfinished > 0) {
             m_console.complain(countOf(m_unfinished, "file")
                 + (m_unfinished == 1 ? " ends" : " end")
                 + " in an unfinished line, as during an export.");
+        }
     }
 
 private:

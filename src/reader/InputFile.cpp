@@ -13,10 +13,10 @@ std::string reasonNotToOpen(const fs::path& path, int systemError)
 {
     std::error_code error;
     const fs::file_type type = fs::symlink_status(path, error).type();
-    if (error || type == fs::file_type::not_found)
-        return (error ? error : std::make_error_code(std::errc::no_such_file_or_directory))
-                   .message()
-            + '.';
+    if (type == fs::file_type::not_found)
+        error = std::make_error_code(std::errc::no_such_file_or_directory);
+    if (error)
+        return error.message() + '.';
     if (type == fs::file_type::symlink)
         return "It is a symbolic link.";
     if (type == fs::file_type::directory)

@@ -82,14 +82,14 @@ std::string RecordText::ofReactions(const std::vector<Record>& reactions)
     }
     std::string text;
     for (const auto& [symbol, names] : groups)
-        text += (text.empty() ? "" : "  ") + symbol + ' ' + names;
+        text.append(text.empty() ? "" : "  ").append(symbol).append(1, ' ').append(names);
     return text;
 }
 
 std::string RecordText::ofReaction(const Record& record, const std::string& quote)
 {
     const bool isRemoval = record.recordKind == "reaction-removal";
-    const std::string text = trimmedBody(record);
+    std::string text = trimmedBody(record);
     if (quote.empty() && !text.empty())
         return text;
     return symbolOf(record) + (isRemoval ? " removed from " : " to ")
