@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <QRegularExpression>
+#include <QTimeZone>
 
 namespace korvane {
 
@@ -52,7 +53,7 @@ private:
         if (!time.isValid() || (has(Zone) && !offset))
             return std::nullopt;
         const QDateTime begin
-            = offset ? QDateTime(day, time, Qt::OffsetFromUTC, *offset) : QDateTime(day, time);
+            = offset ? QDateTime(day, time, QTimeZone(*offset)) : QDateTime(day, time);
         return TimeSpan{begin.toMSecsSinceEpoch(), begin.toMSecsSinceEpoch() + unit()};
     }
 
