@@ -22,11 +22,15 @@ const char* const guidQuery
     = "SELECT m.guid, m.ROWID FROM message m JOIN chat_message_join j ON j.message_id = m.ROWID "
       "WHERE j.chat_id = ?";
 
-// CROSS JOIN makes SQLite begin with the index on the guid, instead of reading the whole chat. A
-// guid may be stored as a blob, which does not equal a text.
+// CROSS JOIN makes SQLite begin with the index on the guid, instead of reading the whole chat.
 const char* const oneGuidQuery
     = "SELECT m.ROWID FROM message m CROSS JOIN chat_message_join j ON j.message_id = m.ROWID "
-      "WHERE m.guid IN (?1, CAST(?1 AS BLOB)) AND j.chat_id = ?2 ORDER BY m.ROWID DESC LIMIT 1";
+      "WHERE m.guid = ?1 AND j.chat_id = ?2 ORDER BY m.ROWID DESC LIMIT 1";
+
+const char* const unusualGuidQuery
+    = "SELECT 1 FROM message WHERE guid >= x'' UNION ALL " // blobs follow all texts
+      "SELECT 1 FROM message WHERE guid >= 'p:' AND guid < 'p;' UNION ALL "
+      "SELECT 1 FROM message WHERE guid >= 'bp:' AND guid < 'bp;' LIMIT 1";
 
 const char* const participantQuery
     = "SELECT j.chat_id, h.id FROM chat_handle_join j JOIN handle h ON h.ROWID = j.handle_id";

@@ -52,8 +52,12 @@ extern const char* const newestByMessageQuery;
 extern const char* const guidQuery;
 
 /// The query for the row id of the message with guid ?1 in chat ?2; of several, the last that
-/// guidQuery yields. Fast only with an index on the guid.
+/// guidQuery yields. Finds no guid that is stored as a blob. Fast only with an index on the guid.
 extern const char* const oneGuidQuery;
+
+/// The query for a row if any message has a guid that is stored as a blob, or that begins with the
+/// prefix of a reference. Fast only with an index on the guid.
+extern const char* const unusualGuidQuery;
 
 /// The query for the participants of all chats: chat id and handle.
 extern const char* const participantQuery;

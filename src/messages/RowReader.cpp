@@ -30,6 +30,13 @@ std::string_view withoutPart(std::string_view guid)
     return last.empty() ? guid.substr(0, slash) : last;
 }
 
+std::string_view withoutPrefix(std::string_view guid)
+{
+    if (guid.starts_with("p:"))
+        return withoutPart(guid);
+    return guid.starts_with("bp:") ? guid.substr(3) : guid;
+}
+
 } // namespace
 
 GuidMap::GuidMap(Sqlite& db, std::int64_t chatID, bool isIndexed)
@@ -45,13 +52,11 @@ std::optional<std::int64_t> GuidMap::target(std::optional<std::string_view> guid
         return std::nullopt;
     if (!isValidUtf8(*guid))
         return target(repairedUtf8(*guid));
-    if (const auto exact = find(*guid))
-        return exact;
-    if (guid->starts_with("p:"))
-        return find(withoutPart(*guid));
-    if (guid->starts_with("bp:"))
-        return find(guid->substr(3));
-    return std::nullopt;
+    if (mayUseIndex(*guid))
+        return findByIndex(withoutPrefix(*guid));
+    load();
+    const auto exact = find(*guid);
+    return exact ? exact : find(withoutPrefix(*guid));
 }
 
 void GuidMap::load()
@@ -71,23 +76,34 @@ void GuidMap::load()
     m_isLoaded = true;
 }
 
-std::optional<std::int64_t> GuidMap::find(std::string_view guid)
+std::optional<std::int64_t> GuidMap::find(std::string_view guid) const
 {
-    // A guid with this character may be the repaired form of one that is not valid UTF-8.
-    constexpr std::string_view replacement = "\xEF\xBF\xBD";
-    if (m_isIndexed && guid.find(replacement) == std::string_view::npos)
-        return findByIndex(guid);
-    load();
     const auto found = m_rowIDs.find(guid);
     return found == m_rowIDs.end() ? std::nullopt : std::optional(found->second);
 }
 
+bool GuidMap::mayUseIndex(std::string_view guid)
+{
+    // A guid with this character may be the repaired form of one that is not valid UTF-8.
+    constexpr std::string_view replacement = "\xEF\xBF\xBD";
+    if (m_isIndexed && !m_oneRow)
+        prepareLookup();
+    return m_isIndexed && guid.find(replacement) == std::string_view::npos;
+}
+
+/// One lookup is enough if no guid begins with a prefix, and if none is a blob: a text does not
+/// equal a blob of the same bytes, but in the map they are the same guid.
+void GuidMap::prepareLookup()
+{
+    m_isIndexed = !Sqlite::Statement(*m_db, unusualGuidQuery).step();
+    if (!m_isIndexed)
+        return;
+    m_oneRow.emplace(*m_db, oneGuidQuery);
+    m_oneRow->bind(2, m_chatID);
+}
+
 std::optional<std::int64_t> GuidMap::findByIndex(std::string_view guid)
 {
-    if (!m_oneRow) {
-        m_oneRow.emplace(*m_db, oneGuidQuery);
-        m_oneRow->bind(2, m_chatID);
-    }
     m_oneRow->bindText(1, guid);
     const auto rowID = m_oneRow->step() ? std::optional(m_oneRow->integer(0)) : std::nullopt;
     m_oneRow->reset();

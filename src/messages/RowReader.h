@@ -30,7 +30,9 @@ public:
 
 private:
     void load();
-    std::optional<std::int64_t> find(std::string_view guid);
+    std::optional<std::int64_t> find(std::string_view guid) const;
+    bool mayUseIndex(std::string_view guid);
+    void prepareLookup();
     std::optional<std::int64_t> findByIndex(std::string_view guid);
 
     Sqlite* m_db = nullptr; ///< null if there are no guids
