@@ -3,6 +3,7 @@
 #include "messages/MessageTypes.h"
 #include "messages/Sqlite.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -37,6 +38,16 @@ public:
     /// block on a named pipe but throws at once.
     explicit MessagesDB(const std::string& path = MessagesDB::path());
     ~MessagesDB();
+
+    /// The absolute path of the file that was opened, without symbolic links.
+    std::string file() const { return m_db.file(); }
+
+    /// Whether file() is no longer the file that is open: another one was put in its place.
+    bool hasMoved() const { return m_db.hasMoved(); }
+
+    /// Lets every read fail with a DBError soon after another thread sets `flag`, until the next
+    /// call. `flag` must outlive this object or the next call.
+    void interruptWhen(const std::atomic<bool>& flag) { m_db.interruptWhen(flag); }
 
     /// All chats that have messages, the one with the newest message first. Throws DBError, and
     /// std::overflow_error for a date out of range (see referenceTime()).

@@ -143,6 +143,28 @@ void Sqlite::configureProcess()
     keepLogsUntouched();
 }
 
+std::string Sqlite::file() const
+{
+    return sqlite3_db_filename(m_db.get(), "main");
+}
+
+bool Sqlite::hasMoved() const
+{
+    int moved = 0;
+    return sqlite3_file_control(m_db.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) != SQLITE_OK
+        || moved != 0;
+}
+
+void Sqlite::interruptWhen(const std::atomic<bool>& flag)
+{
+    constexpr int instructions = 10'000; // about a millisecond
+    const auto isSet = [](void* atomic) {
+        return static_cast<const std::atomic<bool>*>(atomic)->load() ? 1 : 0;
+    };
+    sqlite3_progress_handler(
+        m_db.get(), instructions, isSet, const_cast<std::atomic<bool>*>(&flag));
+}
+
 void Sqlite::execute(const std::string& sql)
 {
     if (sqlite3_exec(m_db.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)

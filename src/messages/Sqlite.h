@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -63,6 +64,17 @@ public:
     /// stay in memory; a larger one spills into a temporary file without a name, which SQLite
     /// makes. Keeps reading as root from changing the times of a log.
     static void configureProcess();
+
+    /// The absolute path of the file, without symbolic links.
+    std::string file() const;
+
+    /// Whether another file than the open one has this path now, or none.
+    bool hasMoved() const;
+
+    /// Lets statements fail soon after `flag` is set, which any thread may do: those that run, and
+    /// those that begin later. Replaces the flag of an earlier call. `flag` must outlive the
+    /// statements.
+    void interruptWhen(const std::atomic<bool>& flag);
 
     /// Runs one or more statements and ignores any result rows.
     void execute(const std::string& sql);

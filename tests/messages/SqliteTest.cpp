@@ -3,7 +3,11 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <atomic>
+#include <chrono>
+#include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 namespace korvane {
 
@@ -159,6 +163,39 @@ private slots:
         Sqlite second = std::move(first);
         second.execute("CREATE TABLE t (a)");
         QCOMPARE(errorOf([&] { second.execute("SELECT * FROM t"); }), "(no error)");
+    }
+
+    void knowsItsFileAndWhenAnotherIsInItsPlace()
+    {
+        Sqlite::openForWriting(path()).execute("CREATE TABLE t (a)");
+        const QString link = m_folder->filePath(QStringLiteral("link.db"));
+        QVERIFY(QFile::link(QString::fromStdString(path()), link));
+        const Sqlite db = Sqlite::openReadOnly(link.toStdString());
+        QCOMPARE(db.file(), std::filesystem::canonical(path()).native());
+        QVERIFY(!db.hasMoved());
+        std::filesystem::rename(path(), path() + ".old");
+        QVERIFY(db.hasMoved());
+        Sqlite::openForWriting(path()).execute("CREATE TABLE t (a)");
+        QVERIFY(db.hasMoved());
+        std::filesystem::rename(path() + ".old", path());
+        QVERIFY(!db.hasMoved());
+    }
+
+    void isInterruptedByAnotherThread()
+    {
+        const std::string endless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM "
+                                    "n) SELECT COUNT(*) FROM n";
+        std::atomic<bool> flag = false;
+        Sqlite db = Sqlite::openForWriting(path());
+        db.interruptWhen(flag);
+        QCOMPARE(errorOf([&] { db.execute("SELECT 1"); }), "(no error)");
+        std::thread other([&flag] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            flag = true;
+        });
+        QCOMPARE(errorOf([&] { db.execute(endless); }), "interrupted");
+        other.join();
+        QCOMPARE(errorOf([&] { db.execute(endless); }), "interrupted"); // a later one as well
     }
 
 private:
