@@ -6,11 +6,14 @@
 #include "export/FileGroup.h"
 #include "export/ForeignFiles.h"
 #include "export/KeptFiles.h"
-#include "export/RecordWriter.h"
+#include "export/ReadAhead.h"
+#include "export/RecordBlocks.h"
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <limits>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <system_error>
@@ -63,6 +66,7 @@ public:
                 [this](const ChatInfo& chat) { return stepFor(chat, titleOf(chat)).change.file; });
         try {
             const bool complete = exportEach(beforeChat);
+            m_ahead.reset();
             save();
             if (complete)
                 m_result.kept = KeptFiles::compare(m_folder, m_state, m_result.errors);
@@ -95,7 +99,7 @@ private:
     {
         const ChatInfo& chat = m_chats[index];
         const std::string title = titleOf(chat);
-        if (m_foreign.contains(chat.guid) && !m_mode.restart.contains(chat.guid)) {
+        if (isLeftAlone(chat)) {
             m_result.errors.push_back(title + ": " + ForeignFiles::explanation);
             m_result.foreignChats += 1;
             return;
@@ -140,6 +144,12 @@ private:
         m_group.add(std::move(done));
     }
 
+    /// Whether the chat's file is from a different database.
+    bool isLeftAlone(const ChatInfo& chat) const
+    {
+        return m_foreign.contains(chat.guid) && !m_mode.restart.contains(chat.guid);
+    }
+
     std::string titleOf(const ChatInfo& chat) const { return Exporter::title(chat, m_names); }
 
     ExportStep stepFor(const ChatInfo& chat, const std::string& title) const
@@ -147,35 +157,75 @@ private:
         return exportStep(chat, title, m_state, m_folder, m_mode);
     }
 
-    /// Streams the messages that the chat's file does not have yet to its end. Returns their
-    /// number, and updates the record.
+    /// Writes the messages that the chat's file does not have yet to its end. Returns their number,
+    /// and updates the record. The blocks are the same whether other threads have prepared them or
+    /// this one reads them now.
     std::int64_t append(ExportStep& step, std::size_t index, const std::string& title)
     {
-        constexpr std::size_t blockSize = std::size_t{256} * 1024;
-        const ChatInfo& chat = m_chats[index];
-        RecordWriter writer(chat, title, m_names);
+        const std::int64_t afterRowID = step.record.lastRowID;
+        readAheadIfLarge(step, index);
+        if (isReadAhead(step, index)) {
+            try {
+                return write(step, index,
+                    [this](const BlockVisitor& visit) { m_ahead->forEachBlock(visit); });
+            } catch (const ReadAhead::Failed&) {
+                undo(step.change);
+            }
+        }
+        return write(step, index, [&](const BlockVisitor& visit) {
+            forEachRecordBlock(m_db, m_chats[index], title, m_names, afterRowID, visit);
+        });
+    }
+
+    std::int64_t write(ExportStep& step, std::size_t index,
+        const std::function<void(const BlockVisitor&)>& forEachBlock)
+    {
         std::optional<OutputFile> file;
-        std::string records;
         std::int64_t highest = step.record.lastRowID;
         std::int64_t added = 0;
-        m_db.forEachMessage(chat.id, step.record.lastRowID, [&](const MessageRowView& row) {
+        forEachBlock([&](const RecordBlock& block) {
             if (!file)
                 file.emplace(opened(step, index));
-            writer.append(row, records);
-            highest = std::max(highest, row.rowID);
-            ++added;
-            if (records.size() >= blockSize) {
-                file->append(records);
-                records.clear();
-            }
+            file->append(block.lines);
+            highest = std::max(highest, block.highestRowID);
+            added += block.records;
         });
         if (!file)
             return 0;
-        file->append(records);
         file->startFlush();
         step.record.lastRowID = highest;
         step.record.messages = sum(step.record.messages.value_or(0), added);
         return added;
+    }
+
+    /// Starts reading ahead once it is certain that the run is large.
+    void readAheadIfLarge(const ExportStep& step, std::size_t index)
+    {
+        const bool isNew = step.record.lastRowID == 0;
+        const std::int64_t known = m_result.added + (isNew ? m_chats[index].messageCount : 0);
+        if (!m_ahead && m_mode.readAhead.threads > 0 && known >= m_mode.readAhead.fromMessages)
+            m_ahead.emplace(chatsToReadAhead(index), m_db.file(), m_names, m_mode.readAhead);
+    }
+
+    ReadAhead::Chats chatsToReadAhead(std::size_t begin) const
+    {
+        ReadAhead::Chats chats;
+        for (std::size_t index = begin; index < m_chats.size(); ++index) {
+            const ChatInfo& chat = m_chats[index];
+            const auto step = laterStep(chat);
+            if (step && !step->replaces && !isLeftAlone(chat))
+                chats[index] = {&chat, titleOf(chat), step->record.lastRowID};
+        }
+        return chats;
+    }
+
+    /// Whether the chat's records are, or will be, prepared as this step requires. A file that is
+    /// replaced must have left its name before the messages are read. The row ids of chats are
+    /// those of one database file.
+    bool isReadAhead(const ExportStep& step, std::size_t index)
+    {
+        return m_ahead && !step.replaces && m_ahead->begin(index, step.record.lastRowID)
+            && !m_db.hasMoved();
     }
 
     OutputFile opened(ExportStep& step, std::size_t index)
@@ -193,8 +243,10 @@ private:
         commit();
         std::vector<FileChange> changes{change};
         const std::size_t end = std::min(m_chats.size(), index + m_groupSize);
-        for (const ChatInfo& chat : std::span(m_chats).subspan(index + 1, end - index - 1))
-            addLaterChange(chat, changes);
+        for (const ChatInfo& chat : std::span(m_chats).subspan(index + 1, end - index - 1)) {
+            if (const auto step = laterStep(chat))
+                changes.push_back(step->change);
+        }
         m_groupSize = std::min(2 * m_groupSize, largestGroup);
         try {
             m_group.begin(changes);
@@ -204,14 +256,14 @@ private:
         }
     }
 
-    /// Adds what the run may do for a later chat. If that cannot be told, it is an error of that
-    /// chat alone, which is reported when its turn comes.
-    void addLaterChange(const ChatInfo& chat, std::vector<FileChange>& changes) const
+    /// What the run will do for a later chat. If that cannot be told, it is an error of that chat
+    /// alone, which is reported when its turn comes.
+    std::optional<ExportStep> laterStep(const ChatInfo& chat) const
     {
         try {
-            changes.push_back(stepFor(chat, titleOf(chat)).change);
+            return stepFor(chat, titleOf(chat));
         } catch (const std::system_error&) {
-            return;
+            return std::nullopt;
         }
     }
 
@@ -292,6 +344,7 @@ private:
     const std::vector<ChatInfo>& m_chats;
     FileGroup m_group;
     std::size_t m_groupSize = 64; ///< chats; doubles, so that few groups write the state
+    std::optional<ReadAhead> m_ahead; ///< in a large run
     std::set<std::string> m_foreign; ///< guids of the chats to leave alone
     ExportState m_state;
     SyncResult m_result;

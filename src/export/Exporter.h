@@ -37,12 +37,24 @@ struct SyncResult {
     bool operator==(const SyncResult&) const = default;
 };
 
+/// How a large export prepares the records of its next chats on other threads (see ReadAhead).
+struct ReadAheadLimits {
+    unsigned threads = threadsOfThisMachine(); ///< at most; 0: reads on the calling thread only
+    std::int64_t fromMessages = 10'000; ///< a run with fewer to read starts no thread
+    /// Of prepared records. The chat that is being written may have 1 MiB of them in any case.
+    std::size_t bytes = std::size_t{64} * 1024 * 1024;
+
+    /// As many as the machine has cores, but at most 3; none with one core.
+    static unsigned threadsOfThisMachine();
+};
+
 /// What a sync does besides bringing files up to date.
 struct SyncMode {
     std::set<std::string> restart{}; ///< guids of chats to export from the beginning
     /// By guid: file names of chats, in case that the state does not know them.
     std::map<std::string, std::string> files{};
     bool checkDatabase = true; ///< leave alone a chat whose file is from a different database
+    ReadAheadLimits readAhead{};
 };
 
 /// Called before each chat of a sync, on the thread that called sync(): in the window program, the
@@ -50,8 +62,10 @@ struct SyncMode {
 using BeforeChat = std::function<bool(const ChatInfo&)>;
 
 /// Exports chats to files and keeps its progress in the state file. These functions hold no state
-/// in memory, run on the calling thread and take no lock. Two concurrent syncs on one support
-/// folder would append the same messages twice; the caller must prevent that.
+/// in memory and take no lock. They decide, write and call back on the calling thread; only reading
+/// the database for a large export is left to other threads, which end with the call. Two
+/// concurrent syncs on one support folder would append the same messages twice; the caller must
+/// prevent that.
 namespace Exporter {
 
 /// The name under which a chat is shown: the user's own name for a group, otherwise the names of

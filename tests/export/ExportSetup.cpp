@@ -32,7 +32,7 @@ void ExportSetup::addMessages(std::int64_t chat, int count, const std::string& t
 
 SyncResult ExportSetup::sync(const BeforeChat& beforeChat) const
 {
-    return Exporter::sync(chats, names, folder(), support(), db.path(), beforeChat);
+    return Exporter::sync(chats, names, folder(), support(), db.path(), beforeChat, mode);
 }
 
 ChatState ExportSetup::record(std::int64_t chat) const

@@ -23,6 +23,7 @@ public:
     TestDatabase db;
     ContactNames names;
     std::vector<ChatInfo> chats; ///< the chats that sync() exports, in this order
+    SyncMode mode; ///< of sync()
 
     /// Adds a chat to the database and to `chats`.
     void addChat(std::int64_t id, const std::string& title);

@@ -231,13 +231,22 @@ private slots:
         checkTheNextRun(setup, before, histories);
     }
 
+    void killedAtAnyMomentTheNextRunGoesOnFromTheState_data()
+    {
+        QTest::addColumn<ReadAheadLimits>("readAhead");
+        QTest::newRow("on one thread") << ReadAheadLimits{.threads = 0};
+        QTest::newRow("reading ahead") << ReadAheadLimits{.threads = 2, .fromMessages = 0};
+    }
+
     void killedAtAnyMomentTheNextRunGoesOnFromTheState()
     {
-        constexpr int rounds = 45;
+        QFETCH(ReadAheadLimits, readAhead);
+        constexpr int rounds = 30;
         const quint32 seed = QRandomGenerator::global()->generate();
         qInfo("seed %u", seed);
         QRandomGenerator random(seed);
         ExportSetup setup;
+        setup.mode.readAhead = readAhead;
         fill(setup, 600);
         QElapsedTimer timer;
         timer.start();
