@@ -3,7 +3,6 @@
 #include "Child.h"
 
 #include "contacts/VCardSource.h"
-#include "export/Exporter.h"
 
 #include <memory>
 #include <stdexcept>
@@ -37,14 +36,14 @@ ContactNames ExportScene::names() const
     return ContactNames::load(sources).names;
 }
 
-double ExportScene::fullExport() const
+double ExportScene::fullExport(const SyncMode& mode) const
 {
     Sqlite::configureProcess();
     fs::remove_all(exports());
     fs::remove_all(folder + "/support");
     return secondsOf([&] {
-        const SyncResult result
-            = Exporter::sync(MessagesDB(database).chats(), names(), exports(), support(), database);
+        const SyncResult result = Exporter::sync(
+            MessagesDB(database).chats(), names(), exports(), support(), database, {}, mode);
         for (const std::string& error : result.errors)
             throw std::runtime_error(error);
     });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "contacts/ContactNames.h"
+#include "export/Exporter.h"
 #include "sample/SampleDatabase.h"
 #include "storage/Paths.h"
 
@@ -26,7 +27,7 @@ struct ExportScene {
 
     /// Exports all chats from the beginning and returns the seconds that it took. Call it in a
     /// child process. Throws std::runtime_error if a chat fails.
-    double fullExport() const;
+    double fullExport(const SyncMode& mode = {}) const;
 };
 
 } // namespace korvane
