@@ -1,0 +1,191 @@
+import { coloursOf } from './colours.js';
+import { counted, dateText, isoDay } from './dates.js';
+import { breathe, byId, element } from './dom.js';
+import { dayText, entryElement } from './entry.js';
+import { linkToOverview } from './router.js';
+import { VirtualList } from './virtualList.js';
+
+/**
+ * @typedef {import('./archive.js').Archive} Archive
+ * @typedef {import('./archive.js').Chat} Chat
+ * @typedef {import('./archive.js').Facts} Facts
+ * @typedef {import('./entry.js').Context} Context
+ */
+
+const nearby = 400; // entries before and after the visible one whose texts are loaded at first
+
+/** The conversation of one chat at a time. */
+export class Conversation {
+  #people;
+  #viewport = byId('viewport', HTMLElement);
+  #feed = element('div', { role: 'feed', class: 'feed', id: 'feed' });
+  #date = byId('date', HTMLInputElement);
+  #day = byId('current-day', HTMLElement);
+  #list;
+  /** @type {Context | undefined} */
+  #context;
+  #wanted = '';
+  /** @type {number | undefined} */
+  #current;
+
+  /** @param {Archive} archive */
+  constructor(archive) {
+    this.#people = archive.people;
+    this.#list = new VirtualList(this.#viewport, this.#feed, (index) => this.#row(index));
+    this.#list.onchange = () => this.#scrolled();
+    this.#viewport.addEventListener('keydown', (event) => this.#key(event));
+    this.#date.addEventListener('change', () => this.#showDay(this.#date.valueAsDate));
+  }
+
+  /** The chat that is shown, and its facts. */
+  get context() {
+    return this.#context;
+  }
+
+  /**
+   * Shows a chat: at an entry, or at its end. The texts of the others follow in idle time.
+   *
+   * @param {Chat} chat
+   * @param {number} [row] Of the entry, see Facts.find().
+   * @param {number} [time]
+   */
+  async show(chat, row, time) {
+    const facts = await chat.facts();
+    const entry = row === undefined ? undefined : facts.find(row, time);
+    const index = entry ?? facts.count - 1;
+    await chat.loadTexts(index - nearby, index + nearby);
+    if (this.#context?.chat !== chat) this.#open(chat, facts);
+    this.#current = entry;
+    this.#list.reset(facts.count, index, entry === undefined ? 'end' : 'center');
+    this.#viewport.setAttribute('aria-label', `Conversation: ${chat.title}`);
+    this.#scrolled();
+    if (entry !== undefined && !isSideInUse()) this.#list.row(entry)?.focus({ preventScroll: true });
+    void this.#loadRest(chat);
+  }
+
+  /**
+   * Marks a text wherever it occurs in the conversation.
+   *
+   * @param {string} wanted Folded; empty to mark nothing.
+   */
+  mark(wanted) {
+    this.#wanted = wanted;
+    if (!this.#context || this.#context.wanted === wanted) return;
+    this.#context = { ...this.#context, wanted };
+    this.#list.refresh();
+  }
+
+  /**
+   * Elements for all entries, for printing.
+   *
+   * @returns {HTMLElement[]}
+   */
+  allEntries() {
+    if (!this.#context) return [];
+    const context = { ...this.#context, wanted: '', isWhole: true };
+    return Array.from({ length: context.facts.count }, (_, index) => entryElement(context, index));
+  }
+
+  /** Loads the texts that are not loaded yet. */
+  async loadAll() {
+    const chat = this.#context?.chat;
+    if (chat) await chat.loadTexts(0, chat.entries);
+  }
+
+  /**
+   * @param {Chat} chat
+   * @param {Facts} facts
+   */
+  #open(chat, facts) {
+    this.#context?.chat.unloadTexts();
+    const people = this.#people;
+    const colours = coloursOf([...new Set(facts.people)].map((person) => people[person].name));
+    this.#context = { chat, facts, people, colours, wanted: this.#wanted, isWhole: false };
+    byId('title', HTMLElement).textContent = chat.title;
+    byId('subtitle', HTMLElement).textContent = summary(chat);
+    byId('open-overview', HTMLAnchorElement).href = linkToOverview(chat);
+    this.#feed.setAttribute('aria-label', `Messages of ${chat.title}`);
+    this.#date.min = isoDay(chat.first);
+    this.#date.max = isoDay(chat.last);
+  }
+
+  /** @param {number} index */
+  #row(index) {
+    if (!this.#context) throw new Error('A row was asked for before a chat was opened.');
+    const row = entryElement(this.#context, index);
+    if (index === this.#current) row.classList.add('current');
+    return row;
+  }
+
+  /**
+   * Loads the blocks one by one, with pauses. Quotations of entries far away appear then, too.
+   *
+   * @param {Chat} chat
+   */
+  async #loadRest(chat) {
+    for (const [block, start] of chat.blockStarts.entries()) {
+      if (this.#context?.chat !== chat) return;
+      await chat.loadTexts(start, start + chat.blockSizes[block]);
+      await breathe();
+    }
+    if (this.#context?.chat === chat && this.#feed.querySelector('.pending, a.quotation')) this.#list.refresh();
+    else if (this.#context?.chat !== chat) chat.unloadTexts();
+  }
+
+  /** Updates the date field and the floating day, and loads texts that are now needed. */
+  #scrolled() {
+    if (!this.#context) return;
+    const { chat, facts } = this.#context;
+    const index = Math.min(this.#list.firstVisible, facts.count - 1);
+    this.#day.textContent = dayText(facts, index);
+    if (document.activeElement !== this.#date) this.#date.value = isoDay(facts.times[index]);
+    if (this.#feed.querySelector('.pending')) void this.#loadVisible(chat, index);
+  }
+
+  /**
+   * @param {Chat} chat
+   * @param {number} index
+   */
+  async #loadVisible(chat, index) {
+    await chat.loadTexts(index - nearby, index + nearby);
+    if (this.#context?.chat === chat && this.#feed.querySelector('.pending')) this.#list.refresh();
+  }
+
+  /**
+   * Home and End: the scroll bar alone would take the browser only to where it believes the ends are.
+   *
+   * @param {KeyboardEvent} event
+   */
+  #key(event) {
+    if (!this.#context || event.ctrlKey || event.altKey || event.metaKey || event.shiftKey) return;
+    if (event.key === 'Home') this.#list.show(0, 'start');
+    else if (event.key === 'End') this.#list.show(this.#context.facts.count - 1, 'end');
+    else return;
+    event.preventDefault();
+    this.#scrolled();
+  }
+
+  /** @param {Date | null} day Midnight UTC of the day. */
+  #showDay(day) {
+    if (!this.#context || !day || Number.isNaN(day.getTime())) return;
+    const { facts } = this.#context;
+    const midnight = new Date(day.getUTCFullYear(), day.getUTCMonth(), day.getUTCDate());
+    const index = facts.atTime(midnight.getTime());
+    this.#list.show(index, 'start');
+    this.#scrolled();
+  }
+}
+
+/** Whether the keyboard focus is in the visible list of chats and hits, where it stays. */
+function isSideInUse() {
+  const side = document.activeElement?.closest('.side');
+  return side instanceof HTMLElement && side.offsetParent !== null;
+}
+
+/** @param {Chat} chat */
+export function summary(chat) {
+  const days = [dateText('day', chat.first), dateText('day', chat.last)];
+  const span = days[0] === days[1] ? days[0] : days.join(' – ');
+  return `${counted(chat.messages, 'message')}, ${span}`;
+}
+
