@@ -206,12 +206,13 @@ private:
         form.add_flag("--text", m_read.text, "For people");
         form.add_flag("--json", m_read.json, "One JSON object a line");
         form.add_flag("--csv", m_read.csv, "Comma-separated values with a header");
-        CLI::Option* sqlite
-            = form.add_option("--sqlite", m_read.sqlite, "Tables of a new SQLite database")
-                  ->type_name("FILE")
-                  ->check(notEmpty);
-        command.add_flag("--force", m_read.overwrite, "Overwrite an earlier file of this command")
-            ->needs(sqlite);
+        form.add_option("--sqlite", m_read.sqlite, "Tables of a new SQLite database")
+            ->type_name("FILE")
+            ->check(notEmpty);
+        form.add_option("--html", m_read.html, "A page for a browser, complete in one file")
+            ->type_name("FILE")
+            ->check(notEmpty);
+        command.add_flag("--force", m_read.overwrite, "Overwrite an earlier file of this command");
     }
 
     static void addFolder(

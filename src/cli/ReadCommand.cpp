@@ -114,6 +114,10 @@ std::size_t writeAll(const std::vector<ArchivedChat>& chats, const Filter& filte
 
 int runRead(const ReadOptions& options, const Console& console)
 {
+    if (options.overwrite && !options.sqlite && !options.html) {
+        console.complain("--force needs --sqlite or --html.");
+        return ExitCode::badUsage;
+    }
     const ChosenChats chosen = chosenChats(options.chats, options.folder);
     for (const std::string& error : chosen.errors)
         console.complain(error);
@@ -135,9 +139,9 @@ int runRead(const ReadOptions& options, const Console& console)
         console.complain("Interrupted. The incomplete file was deleted.");
         return ExitCode::interrupted;
     }
-    if (options.sqlite)
+    if (const auto& file = options.sqlite ? options.sqlite : options.html)
         console.out << "Wrote " << countOf(static_cast<std::int64_t>(count), "record") << " to "
-                    << *options.sqlite << '\n';
+                    << *file << '\n';
     remarks.print();
     if (count == 0 && chosen.errors.empty())
         console.complain("There is no such message.");

@@ -18,7 +18,8 @@ struct ReadOptions {
     bool text = false; ///< the default form
     bool json = false;
     bool csv = false;
-    std::optional<std::string> sqlite{}; ///< the file to write
+    std::optional<std::string> sqlite{}; ///< the file to write, as below
+    std::optional<std::string> html{};
     bool overwrite = false; ///< replace an earlier file of this command
 };
 

@@ -5,6 +5,7 @@
 #include "cli/ReadCommand.h"
 #include "reader/CsvWriter.h"
 #include "reader/JsonWriter.h"
+#include "reader/PageWriter.h"
 #include "reader/SqliteWriter.h"
 
 #include <sys/ioctl.h>
@@ -70,9 +71,11 @@ const std::string& outsideOf(const std::string& folder, const std::string& file)
 std::unique_ptr<ConversationWriter> writerFor(
     const ReadOptions& options, const Console& console, std::ostream& out)
 {
+    const auto existing = options.overwrite ? Files::Existing::Replace : Files::Existing::Keep;
     if (options.sqlite)
-        return std::make_unique<SqliteWriter>(outsideOf(options.folder, *options.sqlite),
-            options.overwrite ? Files::Existing::Replace : Files::Existing::Keep);
+        return std::make_unique<SqliteWriter>(outsideOf(options.folder, *options.sqlite), existing);
+    if (options.html)
+        return std::make_unique<PageWriter>(outsideOf(options.folder, *options.html), existing);
     if (options.json)
         return std::make_unique<JsonWriter>(out);
     if (options.csv)
@@ -82,7 +85,7 @@ std::unique_ptr<ConversationWriter> writerFor(
 
 bool isText(const ReadOptions& options)
 {
-    return !options.json && !options.csv && !options.sqlite;
+    return !options.json && !options.csv && !options.sqlite && !options.html;
 }
 
 } // namespace
@@ -99,7 +102,7 @@ ReadOutput::ReadOutput(const ReadOptions& options, const Console& console)
     , m_pager(m_isTerminal && isText(options) ? Pager::start() : nullptr)
     , m_out(m_pager ? m_pager->stream() : console.out)
 {
-    if (options.sqlite)
+    if (options.sqlite || options.html)
         m_interruption.emplace(); // before there is a file to leave behind
     m_writer = writerFor(options, console, m_out);
 }

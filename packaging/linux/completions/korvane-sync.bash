@@ -40,7 +40,7 @@ _korvane_sync()
             _korvane_sync_names < <(compgen -f -- "$current"
                 [[ $command == sample ]] || compgen -W none -- "$current")
             return ;;
-        --database | --output | --sqlite)
+        --database | --html | --output | --sqlite)
             _korvane_sync_names < <(compgen -f -- "$current")
             return ;;
         --folder)
@@ -64,7 +64,7 @@ _korvane_sync()
             options='--all --chat --database --contacts --folder --json --repair --yes'
             options+=' --help --version' ;;
         read)
-            options='--folder --since --until --from --search --text --json --csv --sqlite --force'
+            options='--folder --since --until --from --search --text --json --csv --sqlite --html --force'
             options+=' --help --version'
             [[ $current != -* ]] && _korvane_sync_names < <(compgen -f -- "$current")
             ;;

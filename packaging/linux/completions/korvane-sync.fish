@@ -56,6 +56,7 @@ complete -c korvane-sync -n $read -l search -x -d 'With this text'
 complete -c korvane-sync -n $read -l text -d 'Print text for people'
 complete -c korvane-sync -n $read -l csv -d 'Print comma-separated values'
 complete -c korvane-sync -n $read -l sqlite -rF -d 'Write tables of a new SQLite database'
+complete -c korvane-sync -n $read -l html -rF -d 'Write a page for a browser'
 complete -c korvane-sync -n $read -l force -d 'Overwrite an earlier file of this command'
 
 set -l transfer '__fish_seen_subcommand_from transfer'
