@@ -1,0 +1,111 @@
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import test from 'node:test';
+import { address, axeFile, desktop, phone, search, until, withPage } from './browser.mjs';
+
+const crew = '#/iMessage%3B%2B%3Bcrew';
+const axe = readFileSync(axeFile, 'utf8');
+
+/** What axe-core finds, one line each. */
+async function violations(page) {
+  await page.evaluate(axe); // not blocked by the page's policy, unlike a script element
+  return page.evaluate(async () => {
+    const { violations: found } = await axe.run(document, { resultTypes: ['violations'] });
+    return found.map(({ id, nodes }) => `${id}: ${nodes.map((each) => each.html.slice(0, 160)).join(' | ')}`);
+  });
+}
+
+const views = {
+  'a conversation': {},
+  'replies, reactions and photos': { fragment: `${crew}/21` },
+  'the overview': { fragment: '#/overview' },
+  'hits': { query: 'message' },
+  'hostile texts': { fragment: '#/iMessage%3B-%3Bhostile' },
+};
+
+for (const [name, { fragment, query }] of Object.entries(views)) {
+  for (const scheme of ['light', 'dark']) {
+    for (const [device, viewport] of Object.entries({ desktop, phone })) {
+      test(`axe-core finds nothing: ${name}, ${scheme}, ${device}`, () =>
+        withPage({ fragment, viewport, scheme }, async (page) => {
+          await until(page, () => !document.querySelector('.wait'));
+          if (query) await search(page, query);
+          await page.$$eval('details', (all) => all.forEach((each) => (each.open = true)));
+          assert.deepEqual(await violations(page), []);
+        }));
+    }
+  }
+}
+
+test('light and dark have their own colours', async () => {
+  const colours = [];
+  for (const scheme of ['light', 'dark']) {
+    await withPage({ scheme }, async (page) => {
+      colours.push(await page.evaluate(() => getComputedStyle(document.body).backgroundColor));
+    });
+  }
+  assert.deepEqual(colours, ['rgb(255, 253, 250)', 'rgb(0, 0, 0)']);
+});
+
+test('Tab reaches every control, and each shows that it has the focus', () =>
+  withPage({}, async (page) => {
+    const reached = new Set();
+    for (let i = 0; i < 14; i += 1) {
+      await page.keyboard.press('Tab');
+      const { name, isMarked } = await page.evaluate(() => {
+        const current = document.activeElement;
+        const isOutlined = (each) => each && getComputedStyle(each).outlineStyle === 'solid';
+        return {
+          name: current.id || current.className,
+          isMarked: isOutlined(current) || isOutlined(current.closest('.field')),
+        };
+      });
+      assert.ok(isMarked, `${name} has no visible focus`);
+      reached.add(name);
+    }
+    for (const name of ['search', 'row', 'date', 'open-overview', 'print', 'viewport', 'time']) {
+      assert.ok(reached.has(name), `${name} was not reached: ${[...reached]}`);
+    }
+  }));
+
+test('a chat is chosen, searched and left by keyboard alone', () =>
+  withPage({}, async (page) => {
+    await page.keyboard.press('/');
+    assert.equal(await page.evaluate(() => document.activeElement.id), 'search');
+    await page.keyboard.type('ann lee');
+    await until(page, () => document.querySelectorAll('#chats li:not([hidden])').length === 1);
+    await page.keyboard.press('Tab');
+    await page.keyboard.press('Enter');
+    await until(page, () => document.getElementById('title').textContent === 'Ann Lee');
+  }));
+
+test('entries have names and places for screen readers', () =>
+  withPage({ fragment: `${crew}/778` }, async (page) => {
+    const entry = await page.$eval('[data-index="777"]', (found) => ({
+      label: found.ariaLabel,
+      place: `${found.getAttribute('aria-posinset')} of ${found.getAttribute('aria-setsize')}`,
+      role: found.parentElement.role,
+    }));
+    assert.match(entry.label, /^Ben, .*, 2023/);
+    assert.equal(entry.place, '778 of 3000');
+    assert.equal(entry.role, 'feed');
+  }));
+
+test('nothing moves if the user prefers that', () =>
+  withPage({}, async (page) => {
+    await page.emulateMediaFeatures([{ name: 'prefers-reduced-motion', value: 'reduce' }]);
+    const durations = await page.evaluate(() => {
+      const all = Array.from(document.querySelectorAll('*'));
+      return [...new Set(all.map((each) => getComputedStyle(each).transitionDuration))];
+    });
+    assert.deepEqual(durations, ['0s']);
+  }));
+
+test('the policy allows the script and the style of the page, and nothing else', () =>
+  withPage({}, async (page) => {
+    const policy = await page.$eval('meta[http-equiv="Content-Security-Policy"]', (meta) => meta.content);
+    const hash = "'sha256-[A-Za-z0-9+/]{43}='";
+    const expected = `^default-src 'none'; script-src ${hash}; style-src ${hash}; base-uri 'none'; form-action 'none'$`;
+    assert.match(policy, new RegExp(expected));
+    assert.ok(!readFileSync(new URL(address), 'utf8').includes('unsafe'));
+  }));

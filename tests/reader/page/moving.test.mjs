@@ -1,0 +1,147 @@
+import assert from 'node:assert/strict';
+import test from 'node:test';
+import { phone, ready, texts, until, visibleEntry, withPage } from './browser.mjs';
+
+const crew = '#/iMessage%3B%2B%3Bcrew';
+
+/** The indexes of the visible entries and their distances from the upper edge. */
+function visiblePlaces(page) {
+  return page.evaluate(() => {
+    const outer = document.getElementById('viewport').getBoundingClientRect();
+    const places = {};
+    for (const entry of document.querySelectorAll('#feed > *')) {
+      const { top, bottom } = entry.getBoundingClientRect();
+      if (bottom > outer.top && top < outer.bottom) places[entry.dataset.index] = top - outer.top;
+    }
+    return places;
+  });
+}
+
+async function scrollBy(page, distance) {
+  await page.evaluate((by) => document.getElementById('viewport').scrollBy(0, by), distance);
+  await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+}
+
+/** By how much the entries moved that were visible before and after. */
+function movement(before, after) {
+  const both = Object.keys(before).filter((index) => index in after);
+  return both.map((index) => after[index] - before[index]);
+}
+
+test('scrolling up moves the messages by as much as the wheel, and nothing else', () =>
+  withPage({ fragment: `${crew}/1500` }, async (page) => {
+    await visibleEntry(page, 1499);
+    for (let i = 0; i < 60; i += 1) {
+      const before = await visiblePlaces(page);
+      await scrollBy(page, -170);
+      const moved = movement(before, await visiblePlaces(page));
+      assert.ok(moved.length > 2);
+      for (const by of moved) assert.ok(Math.abs(by - 170) < 1.5, `step ${i}: ${by}`);
+    }
+  }));
+
+test('a pause in scrolling moves nothing', () =>
+  withPage({ fragment: `${crew}/1500` }, async (page) => {
+    for (const distance of [-900, 1300, -2500, 400]) {
+      await scrollBy(page, distance);
+      const before = await visiblePlaces(page);
+      await new Promise((done) => setTimeout(done, 400));
+      for (const by of movement(before, await visiblePlaces(page))) assert.ok(Math.abs(by) < 1.5, String(by));
+    }
+  }));
+
+test('scrolling reaches every message from the last to the first', () =>
+  withPage({}, async (page) => {
+    const seen = new Set();
+    for (let i = 0; i < 2000 && !seen.has('0'); i += 1) {
+      for (const index of Object.keys(await visiblePlaces(page))) seen.add(index);
+      await scrollBy(page, -600);
+    }
+    assert.equal(seen.size, 3000);
+    assert.ok((await page.$$('#feed > *')).length < 200);
+  }));
+
+test('Home and End reach the first and the last message', () =>
+  withPage({}, async (page) => {
+    await page.focus('#viewport');
+    await page.keyboard.press('Home');
+    assert.match(await visibleEntry(page, 0), /Message 0/);
+    await page.keyboard.press('End');
+    assert.match(await visibleEntry(page, 2999), /Message 2999/);
+  }));
+
+test('dragging the scroll bar shows the messages of that part', () =>
+  withPage({}, async (page) => {
+    await page.evaluate(() => {
+      const viewport = document.getElementById('viewport');
+      viewport.scrollTop = (viewport.scrollHeight - viewport.clientHeight) / 2;
+    });
+    await visibleEntry(page, 1500);
+  }));
+
+test('a narrower window keeps the message at the top', () =>
+  withPage({ fragment: `${crew}/1500` }, async (page) => {
+    const first = Math.min(...Object.keys(await visiblePlaces(page)).map(Number));
+    await page.setViewport({ width: 800, height: 700 });
+    await until(page, () => innerWidth === 800);
+    await new Promise((done) => setTimeout(done, 300));
+    assert.equal(Math.min(...Object.keys(await visiblePlaces(page)).map(Number)), first);
+  }));
+
+test('a date jumps to its first message, or to the next day that has one', () =>
+  withPage({}, async (page) => {
+    await page.$eval('#date', (field) => {
+      field.value = '2023-06-01';
+      field.dispatchEvent(new Event('change'));
+    });
+    await until(page, () => document.getElementById('current-day').textContent === 'Friday, June 2, 2023');
+  }));
+
+test('a fragment shows its message, marked, also after a reload', () =>
+  withPage({ fragment: `${crew}/778` }, async (page) => {
+    assert.match(await visibleEntry(page, 777), /Message 777/);
+    assert.deepEqual(await page.$$eval('.current', (found) => found.map((each) => each.dataset.index)), ['777']);
+    await page.reload();
+    await ready(page);
+    assert.match(await visibleEntry(page, 777), /Message 777/);
+  }));
+
+test('the time of a message is the link to it', () =>
+  withPage({}, async (page) => {
+    await page.focus('[data-index="2998"] .time');
+    await page.keyboard.press('Enter');
+    await until(page, () => location.hash === '#/iMessage%3B%2B%3Bcrew/2999');
+    await until(page, () => document.querySelector('.current')?.dataset.index === '2998');
+  }));
+
+test('a message of which the row occurs twice has a link with its time', () =>
+  withPage({ fragment: '#/iMessage%3B-%3Bann/2' }, async (page) => {
+    await until(page, () => document.querySelector('.current')?.textContent.includes('kept'));
+    const links = await page.$$eval('.time', (found) => found.map((each) => each.hash));
+    const twice = links.filter((link) => /\/2(@|$)/.test(link));
+    assert.equal(new Set(twice).size, 2);
+    await page.evaluate((link) => (location.hash = link), twice.find((link) => link.includes('@')));
+    await until(page, () => document.querySelector('.current')?.textContent.includes('current'));
+  }));
+
+for (const fragment of ['#/nothing', '#/%', '#/iMessage%3B%2B%3Bcrew/999999', '#nonsense', '#/overview/x']) {
+  test(`the fragment ${fragment} does no harm`, () =>
+    withPage({ fragment }, async (page) => {
+      assert.ok((await texts(page, '#chats .title')).length === 4);
+    }));
+}
+
+test('a phone shows the chats, then one of them, and goes back', () =>
+  withPage({ viewport: phone }, async (page) => {
+    const isShown = (selector) => page.$eval(selector, (each) => each.checkVisibility());
+    assert.equal(await isShown('#chats'), true);
+    assert.equal(await isShown('#viewport'), false);
+    await page.tap('#chats li:nth-child(3) a');
+    await until(page, () => document.getElementById('title').textContent === 'Ann Lee');
+    await until(page, () => document.getElementById('viewport').checkVisibility());
+    assert.equal(await isShown('#chats'), false);
+    const width = await page.evaluate(() => document.documentElement.scrollWidth);
+    assert.equal(width, 390);
+    await page.tap('#back');
+    await until(page, () => document.getElementById('chats').checkVisibility());
+  }));
