@@ -126,7 +126,7 @@ MANIFEST_DAMAGE = {  # the property list
     "text-for-keybag": lambda manifest: {**manifest, "BackupKeyBag": "text"},
     "list-manifest": lambda manifest: [manifest],
 }
-RECORD_DAMAGE = {  # the objects of the keyed archive for the messages; the second describes the file
+RECORD_DAMAGE = {  # the objects of the archive for the messages; the second describes the file
     "wrong-size": lambda objects: changed(objects, Size=objects[1]["Size"] + 4096),
     "negative-size": lambda objects: changed(objects, Size=-1),
     "huge-size": lambda objects: changed(objects, Size=2**62),
