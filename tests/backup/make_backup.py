@@ -207,6 +207,28 @@ def record(path, size, protection_class, key=None):
     return objects
 
 
+def people_in(path):
+    """The people in a JSON file, or in a file of cards as the program's own samples have them."""
+    text = pathlib.Path(path).read_text(encoding="utf-8")
+    return people_in_cards(text) if text.startswith("BEGIN:VCARD") else json.loads(text)
+
+
+def people_in_cards(text):
+    people = []
+    for line in text.splitlines():
+        name, _, value = line.partition(":")
+        kind = name.partition(";")[0]
+        if kind == "BEGIN":
+            people.append({"phones": [], "emails": []})
+        elif kind == "N":
+            people[-1]["last"], people[-1]["first"] = value.split(";")[:2]
+        elif kind == "ORG":
+            people[-1]["organization"] = value
+        elif kind in ("TEL", "EMAIL"):
+            people[-1]["phones" if kind == "TEL" else "emails"].append(value)
+    return people
+
+
 def write_address_book(path, people):
     database = sqlite3.connect(path)
     database.executescript("""
@@ -371,8 +393,8 @@ def parsed(arguments):
                         help="the folder of the backup, which must not exist")
     parser.add_argument("--database", required=True, help="the Messages database")
     parser.add_argument("--wal", help="its write-ahead log")
-    parser.add_argument("--address-book", metavar="JSON",
-                        help="a list of people: first, last, organization, phones, emails")
+    parser.add_argument("--address-book", metavar="FILE",
+                        help="vCards, or a JSON list: first, last, organization, phones, emails")
     parser.add_argument("--password", help="encrypts the backup; may be empty")
     parser.add_argument("--iterations", type=int, default=100,
                         help="rounds of each key derivation; phones use 10,000,000 and 10,000")
@@ -399,7 +421,7 @@ def main(arguments=None):
     if options.address_book:
         with tempfile.TemporaryDirectory() as folder:
             book = os.path.join(folder, "AddressBook.sqlitedb")
-            write_address_book(book, json.loads(pathlib.Path(options.address_book).read_text()))
+            write_address_book(book, people_in(options.address_book))
             backup.add(ADDRESS_BOOK, book, "contacts")
     backup.add_decoys()
     backup.finish()
