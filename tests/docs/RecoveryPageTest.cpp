@@ -1,12 +1,9 @@
+#include "Home.h"
 #include "Page.h"
 
 #include "export/Journal.h"
 #include "messages/Sqlite.h"
-#include "packaging/Command.h"
 #include "storage/Paths.h"
-
-#include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <functional>
 #include <map>
@@ -15,48 +12,10 @@ using namespace korvane;
 
 namespace {
 
-/// A user with contacts and two chats, in whose shell korvane-sync is a command.
-class Home {
-public:
-    Home()
-    {
-        prepare("mkdir -p ~/Library/Messages ~/.contacts\n"
-                "korvane-sync sample ~/Library/Messages/chat.db --chats 2 --messages 60 "
-                "--contacts ~/.contacts/people.vcf\n");
-    }
-
-    QString path() const { return m_folder.path(); }
-
-    Outcome run(const QString& commands) const
-    {
-        // None of these may name a folder or the contacts of whoever runs this test.
-        QStringList arguments;
-        for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR",
-                 "DBUS_SESSION_BUS_ADDRESS", "KORVANE_SYNC_HOME"})
-            arguments << QStringLiteral("-u") << QLatin1String(variable);
-        arguments << QStringLiteral("sh") << QStringLiteral("-e") << QStringLiteral("-c")
-                  << QStringLiteral("exec 2>&1; cd\n") + commands;
-        const QString programs = QFileInfo(QStringLiteral(PROGRAM)).path();
-        return korvane::run(QStringLiteral("env"), arguments,
-            {{QStringLiteral("HOME"), path()}, {QStringLiteral("TZ"), QStringLiteral("UTC")},
-                {QStringLiteral("PATH"), programs + u':' + qEnvironmentVariable("PATH")}});
-    }
-
-    /// Runs commands that lead to what a section is about.
-    void prepare(const char* commands) const
-    {
-        const Outcome outcome = run(QString::fromUtf8(commands));
-        QVERIFY2(outcome.code == 0, outcome.said().constData());
-    }
-
-    void changeDatabase(const char* sql) const
-    {
-        Sqlite::openForWriting(path().toStdString() + "/Library/Messages/chat.db").execute(sql);
-    }
-
-private:
-    const QTemporaryDir m_folder;
-};
+void changeDatabase(const Home& home, const char* sql)
+{
+    Sqlite::openForWriting(home.path().toStdString() + "/Library/Messages/chat.db").execute(sql);
+}
 
 void exportEverything(const Home& home)
 {
@@ -65,31 +24,35 @@ void exportEverything(const Home& home)
 
 void deleteOldMessages(const Home& home)
 {
-    home.changeDatabase("DELETE FROM message WHERE ROWID <= 20;"
-                        "DELETE FROM chat_message_join WHERE message_id <= 20;");
+    changeDatabase(home,
+        "DELETE FROM message WHERE ROWID <= 20;"
+        "DELETE FROM chat_message_join WHERE message_id <= 20;");
 }
 
 void restoreDatabase(const Home& home)
 {
     deleteOldMessages(home);
-    home.changeDatabase("UPDATE message SET ROWID = ROWID - 20;"
-                        "UPDATE chat_message_join SET message_id = message_id - 20;"
-                        "UPDATE message_attachment_join SET message_id = message_id - 20;");
+    changeDatabase(home,
+        "UPDATE message SET ROWID = ROWID - 20;"
+        "UPDATE chat_message_join SET message_id = message_id - 20;"
+        "UPDATE message_attachment_join SET message_id = message_id - 20;");
 }
 
 /// Sets all messages after row id 40 aside, so that they can arrive later.
 void delayNewMessages(const Home& home)
 {
-    home.changeDatabase("CREATE TABLE later AS SELECT * FROM chat_message_join;"
-                        "DELETE FROM chat_message_join WHERE message_id > 40;");
+    changeDatabase(home,
+        "CREATE TABLE later AS SELECT * FROM chat_message_join;"
+        "DELETE FROM chat_message_join WHERE message_id > 40;");
 }
 
 void receiveMessages(const Home& home, int upTo)
 {
-    home.changeDatabase(("INSERT OR IGNORE INTO chat_message_join SELECT * FROM later "
-                         "WHERE message_id <= "
-        + std::to_string(upTo))
-                            .c_str());
+    changeDatabase(home,
+        ("INSERT OR IGNORE INTO chat_message_join SELECT * FROM later "
+         "WHERE message_id <= "
+            + std::to_string(upTo))
+            .c_str());
 }
 
 /// Leaves what an export that was killed leaves: a journal, and a file with half a batch.
