@@ -62,13 +62,14 @@ def password_key(password, salt, rounds, first_salt=None, first_rounds=0):
 
 
 def encrypt(source, target, key, padded):
-    """AES-256-CBC with a zero IV. A file is padded (PKCS#7), the index is not."""
+    """AES-256-CBC with a zero IV, and PKCS#7 padding or zeros up to the next block."""
     cipher = Cipher(algorithms.AES(key), modes.CBC(bytes(BLOCK))).encryptor()
     with open(source, "rb") as plain, open(target, "wb") as out:
         while chunk := plain.read(1 << 20):
             out.write(cipher.update(chunk))
         missing = BLOCK - plain.tell() % BLOCK
-        out.write(cipher.update(bytes([missing]) * missing if padded else b"") + cipher.finalize())
+        padding = bytes([missing]) * missing if padded else bytes(missing % BLOCK)
+        out.write(cipher.update(padding) + cipher.finalize())
 
 
 class KeyBag:
@@ -295,7 +296,7 @@ class Backup:
         target = self.path_of("HomeDomain", path)
         target.parent.mkdir(exist_ok=True)
         if self.encrypted:
-            encrypt(source, target, key, padded=True)
+            encrypt(source, target, key, padded=self.options.padding != "none")
         else:
             shutil.copyfile(source, target)
         wrapped = self.bag.wrapped(key, number) if self.encrypted else None
@@ -351,7 +352,7 @@ class Backup:
         """Encrypts the index and returns its wrapped key."""
         key = os.urandom(32)
         plain = self.index_path.rename(self.folder / "plain.db")
-        encrypt(plain, self.index_path, key, padded=False)
+        encrypt(plain, self.index_path, key, padded=self.options.padding == "all")
         plain.unlink()
         return self.bag.wrapped(key, self.options.classes["manifest"])
 
@@ -399,6 +400,8 @@ def parsed(arguments):
     parser.add_argument("--iterations", type=int, default=100,
                         help="rounds of each key derivation; phones use 10,000,000 and 10,000")
     parser.add_argument("--no-dpsl", action="store_true", help="derives the key in one step")
+    parser.add_argument("--padding", choices=["files", "all", "none"], default="files",
+                        help="what has PKCS#7 padding; all includes the index")
     parser.add_argument("--layout", choices=["flat", "folders"], default="folders")
     parser.add_argument("--classes", type=classes, default="", metavar="FILE=CLASS,…",
                         help="classes of manifest, messages, log and contacts")

@@ -93,11 +93,16 @@ class Opened:
         objects = archive["$objects"]
         return objects, objects[archive["$top"]["root"].data]
 
-    def content(self, identifier):
+    def path(self, identifier):
+        return self.folder / identifier[:2] / identifier
+
+    def file_key(self, identifier):
         objects, described = self.described(identifier)
-        wrapped = objects[described["EncryptionKey"].data]["NS.data"]
-        path = self.folder / identifier[:2] / identifier
-        return decrypted(path, self.key(wrapped))[:described["Size"]]
+        return self.key(objects[described["EncryptionKey"].data]["NS.data"])
+
+    def content(self, identifier):
+        size = self.described(identifier)[1]["Size"]
+        return decrypted(self.path(identifier), self.file_key(identifier))[:size]
 
 
 class MakeBackupTest(unittest.TestCase):
@@ -161,6 +166,14 @@ class MakeBackupTest(unittest.TestCase):
         for part in by_device:
             with self.assertRaises(subprocess.CalledProcessError):
                 unwrapped(part["WPKY"], opened.password_key)
+
+    def test_padding_is_as_asked(self):
+        index = self.home / "index.db"
+        for padding, files, more_index in ("files", 15, 0), ("all", 15, 16), ("none", 0, 0):
+            opened = Opened(self.make("--password", "", "--padding", padding, name=padding), "")
+            plain = decrypted(opened.path(MESSAGES_ID), opened.file_key(MESSAGES_ID))
+            self.assertEqual(plain, self.database.read_bytes() + bytes([files]) * 15)
+            self.assertEqual(index.stat().st_size % 4096, more_index)
 
     def test_another_password_opens_nothing(self):
         folder = self.make("--password", "geheim")
