@@ -23,6 +23,14 @@ std::optional<PropertyList> listIfReadable(const fs::path& folder, const char* n
     return bytes ? PropertyList::parse(*bytes) : std::nullopt;
 }
 
+/// Also of a path that ends with a slash or a dot.
+std::string lastNameOf(const fs::path& folder)
+{
+    std::error_code failure;
+    const fs::path path = fs::absolute(folder, failure).lexically_normal();
+    return (path.has_filename() ? path : path.parent_path()).filename().string();
+}
+
 std::string nameIn(const PropertyList::Value& info)
 {
     for (const char* key : {"Device Name", "Display Name"}) {
@@ -60,7 +68,7 @@ bool Backup::isAt(const fs::path& folder)
 
 Backup Backup::read(const fs::path& folder)
 {
-    Backup backup{.folder = folder, .device = folder.filename().string()};
+    Backup backup{.folder = folder, .device = lastNameOf(folder)};
     if (const auto info = listIfReadable(folder, "Info.plist"))
         readInfo(*info, backup);
     if (const auto manifest = listIfReadable(folder, "Manifest.plist"))
