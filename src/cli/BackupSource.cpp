@@ -33,8 +33,9 @@ Backup chosenBackup(const std::string& folder, const Console& console)
               "those in a folder.");
     const Backup& newest = newestOf(backups);
     if (backups.size() > 1)
-        console.complain("Of " + std::to_string(backups.size()) + " backups, this is the newest: "
-            + newest.folder.string() + " (" + newest.device + ").");
+        console.complain("Of " + std::to_string(backups.size()) + " backups, this is the newest"
+            + (newest.isFinished ? " that is finished: " : ": ") + newest.folder.string() + " ("
+            + newest.device + ')');
     return newest;
 }
 
