@@ -99,7 +99,7 @@ private:
             firstRound().iterations = integer(value);
     }
 
-    KeyBag::Round& firstRound()
+    DerivationRound& firstRound()
     {
         return m_bag.m_firstRound ? *m_bag.m_firstRound : m_bag.m_firstRound.emplace();
     }
@@ -111,7 +111,7 @@ private:
         return bigEndian(value);
     }
 
-    static void check(const KeyBag::Round& round)
+    static void check(const DerivationRound& round)
     {
         if (round.iterations == 0 || round.salt.empty())
             throwDamaged("the salt or the number of iterations is missing");
@@ -130,7 +130,7 @@ private:
 
     KeyBag m_bag;
     bool m_isNamed = false; ///< the first UUID was read
-    std::optional<KeyBag::ClassKey> m_class; ///< the one that is being read
+    std::optional<ClassKey> m_class; ///< the one that is being read
 };
 
 KeyBag KeyBag::parse(std::string_view bytes)

@@ -11,6 +11,19 @@
 
 namespace korvane {
 
+/// One round of deriving a key from a password.
+struct DerivationRound {
+    std::string salt;
+    std::uint32_t iterations = 0;
+};
+
+/// The key of a protection class.
+struct ClassKey {
+    std::uint32_t protectionClass = 0;
+    std::uint32_t wrap = 0; ///< what it is wrapped with, see KeyBag
+    std::string wrapped;
+};
+
 /// The keys of an encrypted backup, one for each protection class, wrapped with a key that is
 /// derived from the password. From "BackupKeyBag" in Manifest.plist:
 ///
@@ -35,23 +48,12 @@ public:
     std::optional<Keys> unlock(const Secret& password) const;
 
 private:
-    struct ClassKey {
-        std::uint32_t protectionClass = 0;
-        std::uint32_t wrap = 0;
-        std::string wrapped;
-    };
-
-    struct Round {
-        std::string salt;
-        std::uint32_t iterations = 0;
-    };
-
     friend class KeyBagReader;
 
     Secret keyOf(const Secret& password) const;
 
-    std::optional<Round> m_firstRound; ///< absent in older backups
-    Round m_lastRound;
+    std::optional<DerivationRound> m_firstRound; ///< absent in older backups
+    DerivationRound m_lastRound;
     std::vector<ClassKey> m_classes; ///< those that a password unlocks
 };
 
