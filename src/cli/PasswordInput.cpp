@@ -73,24 +73,31 @@ Secret passwordFrom(int descriptor, const std::string& name)
     return *std::move(password);
 }
 
-/// Turns off the echo of a terminal, except for line breaks, and discards what was typed so far.
+/// Turns off the echo of the terminal that is standard input, discards what was typed so far, and
+/// ends the line of the question in the end. Meanwhile its keys can interrupt the program, but
+/// neither kill nor stop it: nothing would turn the echo on again.
 class WithoutEcho {
 public:
-    explicit WithoutEcho(int terminal) : m_terminal(terminal)
+    explicit WithoutEcho(std::ostream& question) : m_question(question)
     {
-        if (::tcgetattr(terminal, &m_before) != 0)
+        if (::tcgetattr(STDIN_FILENO, &m_before) != 0)
             throw std::runtime_error("The terminal cannot hide a password (" + lastError() + ").");
         termios quiet = m_before;
         quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        quiet.c_lflag |= ECHONL;
-        ::tcsetattr(terminal, TCSAFLUSH, &quiet);
+        quiet.c_cc[VQUIT] = _POSIX_VDISABLE;
+        quiet.c_cc[VSUSP] = _POSIX_VDISABLE;
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
     }
-    ~WithoutEcho() { ::tcsetattr(m_terminal, TCSAFLUSH, &m_before); }
+    ~WithoutEcho()
+    {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+        m_question << '\n';
+    }
     WithoutEcho(const WithoutEcho&) = delete;
     WithoutEcho& operator=(const WithoutEcho&) = delete;
 
 private:
-    const int m_terminal;
+    std::ostream& m_question;
     termios m_before{};
 };
 
@@ -121,7 +128,7 @@ Secret passwordFromDescriptor(int descriptor)
 Secret askForPassword(const std::string& question, const Console& console)
 {
     const Interruption interruption; // outlives the hidden echo, which a signal must not leave
-    const WithoutEcho withoutEcho(STDIN_FILENO);
+    const WithoutEcho withoutEcho(console.err);
     console.err << printable(question) << ' ' << std::flush;
     auto password
         = readLine(STDIN_FILENO, [&interruption] { awaitInput(STDIN_FILENO, interruption); });

@@ -189,7 +189,27 @@ private slots:
         QVERIFY(WIFEXITED(status));
         QCOMPARE(WEXITSTATUS(status), 130);
         QVERIFY(session.echoes());
-        QVERIFY(session.shown().find("Interrupted.") != std::string::npos);
+        QVERIFY(session.shown().find(question + std::string("\r\nkorvane-sync: Interrupted.\r\n"))
+            != std::string::npos);
+    }
+
+    void keyThatWouldKillOrStopTheProgramIsPartOfTheAnswer_data()
+    {
+        QTest::addColumn<QByteArray>("key");
+        QTest::newRow("Ctrl-\\") << QByteArray("\x1C");
+        QTest::newRow("Ctrl-Z") << QByteArray("\x1A");
+    }
+
+    void keyThatWouldKillOrStopTheProgramIsPartOfTheAnswer()
+    {
+        QFETCH(const QByteArray, key);
+        Session session(chats());
+        QVERIFY(session.shows(question));
+        session.type(key.toStdString());
+        session.type("geheim\n");
+        QVERIFY(session.shows("The password of the backup is wrong."));
+        QCOMPARE(WEXITSTATUS(session.end()), 1);
+        QVERIFY(session.echoes());
     }
 
     void signalAtTheQuestionRestoresTheTerminal_data()
