@@ -104,7 +104,8 @@ PrivateFolder::PrivateFolder(
         if (m_lock)
             return;
     }
-    throw BackupError("There is no room for a private copy of " + std::to_string(bytes >> 20)
+    throw BackupError("There is no room for a private copy of "
+        + std::to_string(std::max<std::int64_t>(bytes >> 20, 1))
         + " MiB. Free some space, or set TMPDIR to a folder that has it.");
 }
 

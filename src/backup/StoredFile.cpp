@@ -53,10 +53,11 @@ FileReader openedReader(const fs::path& file, const std::string& name)
     return *std::move(reader);
 }
 
+/// Also true if its folder may not be searched, so that reading the file says why not.
 bool isThere(const fs::path& file)
 {
     std::error_code ignored;
-    return fs::exists(fs::symlink_status(file, ignored));
+    return fs::symlink_status(file, ignored).type() != fs::file_type::not_found;
 }
 
 FileReader openedReader(const fs::path& backup, const IndexEntry& entry)

@@ -424,16 +424,21 @@ private slots:
     void fileThatMayNotBeReadIsNamed_data()
     {
         QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("inside");
         QTest::addColumn<QString>("name");
         const QString messages = QStringLiteral("3d/3d0d7e5fb2ce288813306e4d4636395e047a3d28");
-        QTest::newRow("messages") << messages << QStringLiteral("Library/SMS/sms.db");
-        QTest::newRow("index") << QStringLiteral("Manifest.db") << QStringLiteral("Manifest.db");
+        const QString index = QStringLiteral("Manifest.db");
+        const QString name = QStringLiteral("Library/SMS/sms.db");
+        QTest::newRow("messages") << messages << messages << name;
+        QTest::newRow("folder of the messages") << QStringLiteral("3d") << messages << name;
+        QTest::newRow("index") << index << index << index;
     }
 
     void fileThatMayNotBeReadIsNamed()
     {
         QFETCH(const QString, file);
         QFETCH(const QString, name);
+        QFETCH(const QString, inside);
         const std::string folder = makeBackup();
         const std::string path = folder + '/' + file.toStdString();
         fs::permissions(m_folder.path().toStdString(), fs::perms::all);
@@ -443,8 +448,8 @@ private slots:
             QSKIP("cannot drop privileges");
         QCOMPARE(open(folder),
             folder + ": " + name.toStdString()
-                + " in the backup cannot be read (Permission denied). Check who may read " + path
-                + '.');
+                + " in the backup cannot be read (Permission denied). Check who may read "
+                + (fs::path(folder) / inside.toStdString()).string() + '.');
     }
 
     void listThatMayNotBeReadIsNamed()
