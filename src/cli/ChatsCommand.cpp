@@ -1,5 +1,6 @@
 #include "cli/ChatsCommand.h"
 
+#include "cli/BackupSource.h"
 #include "cli/Console.h"
 #include "contacts/ContactNames.h"
 #include "export/DateText.h"
@@ -57,8 +58,9 @@ std::string chatJson(const ChatInfo& chat, const ContactNames& names)
 
 int runChats(const ChatsOptions& options, const Console& console)
 {
-    const std::vector<ChatInfo> chats = readChats(options.sources);
-    const LoadedNames loaded = loadNames(options.sources, promptOn(console));
+    const Sources sources = opened(options.sources, console);
+    const std::vector<ChatInfo> chats = readChats(sources);
+    const LoadedNames loaded = loadNames(sources, promptOn(console));
     if (loaded.isUnanswered())
         console.complain(
             "Some names may be missing: " + loaded.reading.silent + " does not answer.");

@@ -1,5 +1,6 @@
 #include "cli/CheckCommand.h"
 
+#include "cli/BackupSource.h"
 #include "cli/CheckOutput.h"
 #include "cli/Console.h"
 #include "cli/ExportCommand.h"
@@ -152,7 +153,7 @@ private:
     /// True if no file is from a different database, or if the user agrees.
     bool mayRepair(const CheckResult& result)
     {
-        const std::string question = questionAbout(result, m_options.sources.database);
+        const std::string question = questionAbout(result, m_options.sources.name());
         if (question.empty() || m_options.yes)
             return true;
         if (m_console.inIsTerminal)
@@ -211,7 +212,7 @@ private:
 
     std::string adviceOn(const CheckResult& result) const
     {
-        const std::string question = questionAbout(result, m_options.sources.database);
+        const std::string question = questionAbout(result, m_options.sources.name());
         return question.empty() ? "To repair what is not intact, add --repair: the old files move "
                                   "to Kept/, and the chats are exported again."
                                 : question;
@@ -239,7 +240,9 @@ void printFailure(const CheckOptions& options, const std::string& error, const C
 int runCheck(const CheckOptions& options, const SupportFolder& support, const Console& console)
 {
     try {
-        return Check(options, support, console).run();
+        CheckOptions ready = options;
+        ready.sources = opened(options.sources, console);
+        return Check(ready, support, console).run();
     } catch (const DBError& error) {
         printFailure(options, error.message, console);
         throw;

@@ -1,9 +1,12 @@
 #include "cli/CommandLine.h"
 
+#include "backup/PrivateFolder.h"
+#include "cli/BackupsCommand.h"
 #include "cli/ChatsCommand.h"
 #include "cli/CheckCommand.h"
 #include "cli/Console.h"
 #include "cli/ExportCommand.h"
+#include "cli/PasswordInput.h"
 #include "cli/ReadCommand.h"
 #include "cli/ReceiveCommand.h"
 #include "cli/SampleCommand.h"
@@ -87,6 +90,7 @@ public:
         addRead();
         addTransfer();
         addReceive();
+        addBackups();
         addSample();
     }
 
@@ -122,16 +126,42 @@ private:
 
     static void addSources(CLI::App& command, Sources& sources)
     {
-        command.add_option("--database", sources.database, "The Messages database to read")
-            ->type_name("FILE")
-            ->check(notEmpty)
-            ->capture_default_str();
+        CLI::Option* database
+            = command.add_option("--database", sources.database, "The Messages database to read")
+                  ->type_name("FILE")
+                  ->check(notEmpty)
+                  ->capture_default_str();
+        addBackup(command, sources)->excludes(database);
         command
             .add_option("--contacts", sources.contacts,
                 "A vCard file, or a folder of them, with the names to use; \"none\" for bare "
                 "numbers")
             ->type_name("PATH")
             ->check(notEmpty);
+    }
+
+    static CLI::Option* addBackup(CLI::App& command, Sources& sources)
+    {
+        CLI::Option* backup = command
+                                  .add_option("--backup", sources.backup,
+                                      "Read a phone's backup instead: its folder, or one with "
+                                      "several, for the newest")
+                                  ->type_name("DIR")
+                                  ->check(notEmpty);
+        CLI::Option* file = command
+                                .add_option("--password-file", sources.passwordFile,
+                                    "The file whose first line is the backup's password")
+                                ->type_name("FILE")
+                                ->check(notEmpty)
+                                ->needs(backup);
+        command
+            .add_option("--password-fd", sources.passwordDescriptor,
+                "The open descriptor to read that line from")
+            ->type_name("NUMBER")
+            ->check(CLI::NonNegativeNumber)
+            ->needs(backup)
+            ->excludes(file);
+        return backup;
     }
 
     void addChats()
@@ -154,7 +184,8 @@ private:
         addFolder(command, m_export.folder);
         command.add_option("--every", m_export.everySeconds, "Again every so many seconds")
             ->type_name("SECONDS")
-            ->check(duration);
+            ->check(duration)
+            ->excludes(command.get_option("--backup")); // which does not change
         command.add_flag("--json", m_export.json, "Print one JSON object a run");
     }
 
@@ -256,6 +287,18 @@ private:
             ->check(notEmpty);
     }
 
+    void addBackups()
+    {
+        CLI::App& command = addCommand("backups", "Lists the backups of phones, newest first",
+            [this](const Console& console) { return runBackups(m_backups, console); });
+        command
+            .add_option("folder", m_backups.folder,
+                "The folder of a backup, or of several; without it, the usual places")
+            ->type_name("DIR")
+            ->check(notEmpty);
+        command.add_flag("--json", m_backups.json, "Print a JSON array");
+    }
+
     void addSample()
     {
         CLI::App& command
@@ -289,6 +332,7 @@ private:
     ReadOptions m_read;
     TransferOptions m_transfer;
     ReceiveOptions m_receive;
+    BackupsOptions m_backups;
     SampleOptions m_sample;
     Command m_command;
 };
@@ -312,6 +356,7 @@ std::string explanation(const CLI::ParseError& error, const std::vector<std::str
 
 int runOrComplain(const Command& command, const Console& console)
 {
+    PrivateFolder::removeLeftovers();
     try {
         const int code = command(console);
         return console.outputIsComplete() ? code : ExitCode::failure;
@@ -319,6 +364,9 @@ int runOrComplain(const Command& command, const Console& console)
         console.complain(error.message);
         console.complain(error.help);
         return ExitCode::failure;
+    } catch (const InterruptedError& error) {
+        console.complain(error.what());
+        return ExitCode::interrupted;
     } catch (const std::exception& error) {
         console.complain(error.what());
         return ExitCode::failure;

@@ -87,8 +87,6 @@ std::string Table::text() const
 
 namespace {
 
-constexpr std::string_view startOfLineAndWipe = "\r\x1B[K";
-
 std::string bar(std::int64_t percent)
 {
     constexpr std::int64_t width = 24;

@@ -61,6 +61,9 @@ private:
     std::vector<std::vector<std::string>> m_rows;
 };
 
+/// What a terminal needs to draw a line again.
+inline constexpr std::string_view startOfLineAndWipe = "\r\x1B[K";
+
 /// A progress bar on a terminal. It appears after `delay`, is redrawn every 100 ms at most, and
 /// is erased by the destructor.
 class ProgressBar {

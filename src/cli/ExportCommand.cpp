@@ -1,6 +1,8 @@
 #include "cli/ExportCommand.h"
 
+#include "cli/BackupSource.h"
 #include "cli/Console.h"
+#include "cli/PasswordInput.h"
 #include "export/ForeignFiles.h"
 #include "export/KeptText.h"
 #include "process/Interruption.h"
@@ -96,6 +98,13 @@ public:
                 code = run();
         }
         return code;
+    }
+
+    /// Reports a run whose sources could not be opened.
+    int fail(const std::string& error)
+    {
+        report({.errors = {error}});
+        return ExitCode::failure;
     }
 
 private:
@@ -206,7 +215,15 @@ std::string keptLines(const std::vector<KeptFile>& files)
 
 int runExport(const ExportOptions& options, const SupportFolder& support, const Console& console)
 {
-    Export command(options, support, console);
+    ExportOptions ready = options;
+    try {
+        ready.sources = opened(options.sources, console);
+    } catch (const InterruptedError&) {
+        throw;
+    } catch (const std::exception& error) {
+        return Export(options, support, console).fail(error.what());
+    }
+    Export command(ready, support, console);
     return options.everySeconds ? command.runEvery(*options.everySeconds) : command.runOnce();
 }
 

@@ -24,8 +24,9 @@ struct ExportOptions {
 
 /// Exports the chats once, or repeatedly until interrupted. An interruption (Ctrl-C, see
 /// Interruption) ends the current run after the current chat and saves its progress. A run that
-/// cannot begin is reported like one that fails; if it is the first run, no other follows. Throws
-/// std::overflow_error (see referenceTime()).
+/// cannot begin is reported like one that fails; if it is the first run, no other follows. A backup
+/// is opened once, before the first run. Throws std::overflow_error (see referenceTime()), and
+/// InterruptedError (see opened()).
 int runExport(const ExportOptions& options, const SupportFolder& support, const Console& console);
 
 /// What is reported about files that stay in Kept/: a JSON object, or a line for each.

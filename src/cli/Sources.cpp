@@ -1,5 +1,6 @@
 #include "cli/Sources.h"
 
+#include "backup/OpenedBackup.h"
 #include "cli/Console.h"
 #include "contacts/VCardSource.h"
 #include "messages/DatabaseFault.h"
@@ -17,21 +18,22 @@ namespace korvane {
 
 namespace {
 
-MessagesDB openOrExplain(const std::string& path)
+MessagesDB openOrExplain(const Sources& sources)
 {
     try {
-        return MessagesDB(path);
+        return MessagesDB(sources.database);
     } catch (const DBError& error) {
-        throw UnreadableDatabase(path + ": " + error.message, databaseHelp(path));
+        throw UnreadableDatabase(
+            sources.name() + ": " + error.message, databaseHelp(sources.database));
     }
 }
 
-std::vector<ChatInfo> chatsOf(MessagesDB& database, const std::string& path)
+std::vector<ChatInfo> chatsOf(MessagesDB& database, const std::string& name)
 {
     try {
         return database.chats();
     } catch (const DBError& error) {
-        throw DBError(path + ": " + error.message);
+        throw DBError(name + ": " + error.message);
     }
 }
 
@@ -39,23 +41,25 @@ std::vector<ChatInfo> chatsOf(MessagesDB& database, const std::string& path)
 
 std::vector<ChatInfo> readChats(const Sources& sources)
 {
-    MessagesDB database = openOrExplain(sources.database);
-    return chatsOf(database, sources.database);
+    MessagesDB database = openOrExplain(sources);
+    return chatsOf(database, sources.name());
 }
 
 std::optional<std::vector<ChatInfo>> readChangedChats(const Sources& sources, LastRead& lastRead)
 {
     const bool isUpToDate = lastRead.isUpToDate(sources.database); // before it is opened
-    MessagesDB database = openOrExplain(sources.database);
+    MessagesDB database = openOrExplain(sources);
     if (isUpToDate)
         return std::nullopt;
-    std::vector<ChatInfo> chats = chatsOf(database, sources.database);
+    std::vector<ChatInfo> chats = chatsOf(database, sources.name());
     lastRead.setDone();
     return chats;
 }
 
 LoadedNames loadNames(const Sources& sources, const AccessPrompt& prompt)
 {
+    if (!sources.contacts && sources.backupInUse)
+        return ContactNames::load(sources.backupInUse->contacts());
     if (!sources.contacts)
         return ContactNames::load(prompt);
     if (*sources.contacts == Sources::noContacts)

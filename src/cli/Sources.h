@@ -5,6 +5,7 @@
 #include "storage/LastRead.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +14,7 @@
 
 namespace korvane {
 
+class OpenedBackup;
 struct Console;
 struct DatabaseFault;
 
@@ -25,6 +27,20 @@ struct Sources {
 
     /// Stands for no contacts at all. A file of this name is "./none".
     static constexpr std::string_view noContacts = "none";
+
+    /// The folder of a phone's backup, or of several, to read instead of `database`.
+    std::optional<std::string> backup;
+
+    /// Where an encrypted backup's password is: a file, or an open descriptor. With neither, the
+    /// user is asked.
+    std::optional<std::string> passwordFile;
+    std::optional<int> passwordDescriptor;
+
+    /// The backup, once it is opened, see opened(). Its database is then `database`.
+    std::shared_ptr<const OpenedBackup> backupInUse;
+
+    /// What the user called the database, for texts.
+    const std::string& name() const { return backup ? *backup : database; }
 
     bool operator==(const Sources&) const = default;
 };

@@ -1,6 +1,7 @@
 #include "cli/TransferCommand.h"
 
 #include "cli/BackgroundPrinter.h"
+#include "cli/BackupSource.h"
 #include "cli/Console.h"
 #include "cli/ExportCommand.h"
 #include "cli/TransferOutput.h"
@@ -102,9 +103,8 @@ private:
 /// Exports one chat and serves its file until the link expires. Used by one thread.
 class ChatTransfer {
 public:
-    ChatTransfer(
-        const TransferOptions& options, const SupportFolder& support, const Console& console)
-        : m_options(options)
+    ChatTransfer(TransferOptions options, const SupportFolder& support, const Console& console)
+        : m_options(std::move(options))
         , m_support(support)
         , m_console(console)
         , m_report(console)
@@ -114,6 +114,7 @@ public:
     int run()
     {
         exportChat();
+        m_options.sources.backupInUse.reset(); // only the exported file is served
         if (m_interruption.requested())
             return ExitCode::interrupted;
         serve();
@@ -199,7 +200,7 @@ private:
         m_report.isPrintedWithin(grace);
     }
 
-    const TransferOptions& m_options;
+    TransferOptions m_options;
     const SupportFolder& m_support;
     const Console& m_console;
     const Interruption m_interruption;
@@ -212,7 +213,9 @@ private:
 int runTransfer(
     const TransferOptions& options, const SupportFolder& support, const Console& console)
 {
-    return ChatTransfer(options, support, console).run();
+    TransferOptions ready = options;
+    ready.sources = opened(options.sources, console);
+    return ChatTransfer(std::move(ready), support, console).run();
 }
 
 } // namespace korvane

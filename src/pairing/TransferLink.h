@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pairing/Crypto.h"
+#include "crypto/Crypto.h"
 
 #include <cstdint>
 #include <optional>

@@ -19,16 +19,16 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::array signals = {SIGINT, SIGTERM, SIGHUP};
 std::array<struct sigaction, signals.size()> previousActions;
+constexpr std::size_t sigint = 0; // its place in both arrays
 
 // Self-pipe trick: a signal handler may only set a flag and write one byte; the byte wakes poll().
 volatile std::sig_atomic_t received = 0;
 int writeEnd = -1;
 
+/// The previous action kills, and may remove files first (see RemovalOnSignal).
 void killAtNextSigint()
 {
-    struct sigaction action { };
-    action.sa_handler = SIG_DFL;
-    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGINT, &previousActions[sigint], nullptr);
 }
 
 void onSignal(int signal)

@@ -1,6 +1,6 @@
 #include "server/SyncServer.h"
 
-#include "pairing/Crypto.h"
+#include "crypto/Crypto.h"
 #include "server/ConnectionPool.h"
 #include "server/Listener.h"
 

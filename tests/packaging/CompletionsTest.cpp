@@ -121,6 +121,7 @@ private slots:
         for (const QStringList& before :
             {QStringList{QStringLiteral("chats"), QStringLiteral("--database")},
                 QStringList{QStringLiteral("export"), QStringLiteral("--contacts")},
+                QStringList{QStringLiteral("chats"), QStringLiteral("--password-file")},
                 QStringList{QStringLiteral("sample")},
                 QStringList{QStringLiteral("receive"), QStringLiteral("--output")}})
             QCOMPARE(joined((this->*complete)(before + QStringList{word})), file);
@@ -189,7 +190,7 @@ private:
                                       QStringLiteral("-c"), script, QStringLiteral("zsh")},
             QStringLiteral("_korvane-sync"), words);
         std::set<QString> offered
-            = allMatches(QStringLiteral("^(?:\\([^)]*\\))?\\*?((?:--)?[a-z]+)[\\[:]"), asked);
+            = allMatches(QStringLiteral("^(?:\\([^)]*\\))?\\*?((?:--)?[a-z][a-z-]*)[\\[:]"), asked);
         std::erase_if(
             offered, [&words](const QString& word) { return !word.startsWith(words.back()); });
         return offered;

@@ -10,7 +10,7 @@ namespace korvane {
 
 inline const QStringList subcommands{QStringLiteral("chats"), QStringLiteral("export"),
     QStringLiteral("check"), QStringLiteral("read"), QStringLiteral("transfer"),
-    QStringLiteral("receive"), QStringLiteral("sample")};
+    QStringLiteral("receive"), QStringLiteral("backups"), QStringLiteral("sample")};
 
 /// The texts that the first group of `pattern` captures in `text`, without duplicates.
 inline std::set<QString> allMatches(const QString& pattern, const QString& text)

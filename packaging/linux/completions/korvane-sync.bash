@@ -1,14 +1,17 @@
 # bash completion for korvane-sync
 
-# Prints the guids of the chats in the database that the command line names. Only reads the
-# database, and gives up after 2 seconds. Disables D-Bus, because contact names are not needed here.
+# Prints the guids of the chats in the database or backup that the command line names. Only reads
+# it, gives up after 2 seconds, and asks for no password. Disables D-Bus, because contact names are
+# not needed here.
 _korvane_sync_guids()
 {
     local i database=()
     for ((i = 1; i < ${#words[@]} - 1; ++i)); do
-        [[ ${words[i]} == --database ]] && database=(--database "${words[i + 1]/#\~\//$HOME/}")
+        [[ ${words[i]} == --database || ${words[i]} == --backup ]] \
+            && database=("${words[i]}" "${words[i + 1]/#\~\//$HOME/}")
     done
-    DBUS_SESSION_BUS_ADDRESS=disabled: timeout 2 korvane-sync chats "${database[@]}" 2>/dev/null \
+    DBUS_SESSION_BUS_ADDRESS=disabled: timeout 2 korvane-sync chats "${database[@]}" \
+        </dev/null 2>/dev/null \
         | sed -n '2,$s/^.* \(group\|person\)  *//p'
 }
 
@@ -40,36 +43,36 @@ _korvane_sync()
             _korvane_sync_names < <(compgen -f -- "$current"
                 [[ $command == sample ]] || compgen -W none -- "$current")
             return ;;
-        --database | --html | --output | --sqlite)
+        --database | --html | --output | --password-file | --sqlite)
             _korvane_sync_names < <(compgen -f -- "$current")
             return ;;
-        --folder)
+        --folder | --backup)
             _korvane_sync_names < <(compgen -d -- "$current")
             return ;;
         --chat)
             _korvane_sync_names < <(_korvane_sync_guids)
             return ;;
-        --every | --host | --port | --messages | --chats | --seed | --since | --until | --from \
-            | --search)
+        --every | --password-fd | --host | --port | --messages | --chats | --seed | --since | --until \
+            | --from | --search)
             return ;;
     esac
 
-    local options=
+    local options= sources='--database --backup --password-file --password-fd --contacts'
     case $command in
-        '') options='chats export check read transfer receive sample --help --version' ;;
-        chats) options='--database --contacts --json --help --version' ;;
-        export)
-            options='--all --chat --database --contacts --folder --every --json --help --version' ;;
-        check)
-            options='--all --chat --database --contacts --folder --json --repair --yes'
-            options+=' --help --version' ;;
+        '') options='chats export check read transfer receive backups sample --help --version' ;;
+        chats) options="$sources --json --help --version" ;;
+        export) options="--all --chat $sources --folder --every --json --help --version" ;;
+        check) options="--all --chat $sources --folder --json --repair --yes --help --version" ;;
         read)
             options='--folder --since --until --from --search --text --json --csv --sqlite --html --force'
             options+=' --help --version'
             [[ $current != -* ]] && _korvane_sync_names < <(compgen -f -- "$current")
             ;;
-        transfer)
-            options='--chat --host --port --database --contacts --folder --help --version' ;;
+        transfer) options="--chat --host --port $sources --folder --help --version" ;;
+        backups)
+            options='--json --help --version'
+            [[ $current != -* ]] && _korvane_sync_names < <(compgen -d -- "$current")
+            ;;
         receive) options='--output --help --version' ;;
         sample)
             options='--messages --chats --seed --contacts --force --help --version'

@@ -1,4 +1,4 @@
-#include "pairing/Crypto.h"
+#include "crypto/Crypto.h"
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>

@@ -1,4 +1,4 @@
-#include "pairing/Crypto.h"
+#include "crypto/Crypto.h"
 
 #include "support/Printing.h"
 

@@ -7,7 +7,8 @@
 #include <span>
 #include <string_view>
 
-/// All calls of OpenSSL are behind this header. The functions may be called from any thread.
+/// AES-GCM and random bytes by OpenSSL, which only this folder calls. The functions may be called
+/// from any thread.
 namespace korvane {
 
 /// A buffer in which a text is sealed in place: it has room for the nonce before the text and for

@@ -1,0 +1,140 @@
+#include "backup/PrivateFolder.h"
+
+#include "backup/BackupError.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <system_error>
+
+namespace korvane {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* prefix = "korvane-sync-backup.";
+constexpr const char* lockName = "lock";
+
+/// SQLite's index of a log takes a few KiB; the rest of this is for other programs.
+constexpr std::uintmax_t reserve = std::uintmax_t(8) << 20;
+
+bool hasRoom(const fs::path& place, std::int64_t bytes)
+{
+    std::error_code failure;
+    const fs::space_info space = fs::space(place, failure);
+    return !failure && space.available >= static_cast<std::uintmax_t>(bytes) + reserve;
+}
+
+/// A new folder with the process id, for people, and a unique ending. Empty if that fails.
+fs::path created(const fs::path& place)
+{
+    std::string path = (place / (prefix + std::to_string(::getpid()) + ".XXXXXX")).string();
+    return ::mkdtemp(path.data()) ? fs::path(path) : fs::path();
+}
+
+/// Locks a folder that was just created. Another process may already be removing it as a leftover,
+/// because it was not locked: then this fails, or the lock file is gone.
+std::optional<FileLock> locked(const fs::path& folder)
+{
+    std::optional<FileLock> lock(folder / lockName);
+    const FileLock::Outcome outcome = lock->tryLock();
+    const bool isOurs
+        = outcome == FileLock::Outcome::Held || outcome == FileLock::Outcome::Unsupported;
+    std::error_code ignored;
+    return isOurs && fs::exists(folder / lockName, ignored) ? std::move(lock) : std::nullopt;
+}
+
+constexpr std::array filesOfADatabase = {"", "-wal", "-shm", "-journal"};
+
+std::vector<std::string> filesOf(const fs::path& folder, const PrivateFolder::Names& databases)
+{
+    std::vector<std::string> files{(folder / lockName).string()};
+    for (const std::string& name : databases) {
+        for (const char* suffix : filesOfADatabase)
+            files.push_back((folder / (name + suffix)).string());
+    }
+    return files;
+}
+
+void removeAll(const fs::path& folder)
+{
+    std::error_code ignored; // a later start tries again
+    fs::remove_all(folder, ignored);
+}
+
+bool isFolderOfThisUser(const fs::path& path)
+{
+    struct stat info { };
+    return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::geteuid();
+}
+
+void removeIfLeftOver(const fs::path& folder)
+{
+    if (!folder.filename().string().starts_with(prefix) || !isFolderOfThisUser(folder))
+        return;
+    const FileLock lock(folder / lockName);
+    if (lock.tryLock() == FileLock::Outcome::Held)
+        removeAll(folder);
+}
+
+std::vector<fs::path> inMemoryFirst(std::vector<fs::path> places)
+{
+    std::stable_partition(places.begin(), places.end(), isMemoryFileSystem);
+    return places;
+}
+
+} // namespace
+
+PrivateFolder::PrivateFolder(
+    std::int64_t bytes, const Names& databases, const std::vector<fs::path>& places)
+{
+    constexpr int attempts = 10;
+    for (const fs::path& place : inMemoryFirst(places)) {
+        for (int i = 0; i < attempts && !m_lock && hasRoom(place, bytes); ++i) {
+            m_path = created(place);
+            if (m_path.empty())
+                break;
+            m_removal.emplace(filesOf(m_path, databases), m_path.string());
+            m_lock = locked(m_path);
+        }
+        if (m_lock)
+            return;
+    }
+    throw BackupError("There is no room for a private copy of "
+        + std::to_string(std::max<std::int64_t>(bytes >> 20, 1))
+        + " MiB. Free some space, or set TMPDIR to a folder that has it.");
+}
+
+PrivateFolder::~PrivateFolder()
+{
+    removeAll(m_path);
+}
+
+bool PrivateFolder::isInMemory() const
+{
+    return isMemoryFileSystem(m_path);
+}
+
+void PrivateFolder::remove(const std::string& database) const
+{
+    for (const char* suffix : filesOfADatabase) {
+        std::error_code ignored;
+        fs::remove(m_path / (database + suffix), ignored);
+    }
+}
+
+void PrivateFolder::removeLeftovers(const std::vector<fs::path>& places)
+{
+    for (const fs::path& place : places) {
+        std::error_code failure;
+        for (fs::directory_iterator item(place, failure), end; !failure && item != end;
+             item.increment(failure))
+            removeIfLeftOver(item->path());
+    }
+}
+
+} // namespace korvane
