@@ -46,6 +46,8 @@ public:
         const std::vector<std::filesystem::path>& places = PrivateFolder::places());
 
 private:
+    bool createIn(const std::filesystem::path& place, const Names& databases);
+
     std::filesystem::path m_path;
     std::optional<RemovalOnSignal> m_removal;
     std::optional<FileLock> m_lock;
