@@ -97,8 +97,10 @@ PrivateFolder::PrivateFolder(
     constexpr int attempts = 10;
     for (const fs::path& place : inMemoryFirst(places)) {
         for (int i = 0; i < attempts && hasRoom(place, bytes); ++i) {
-            if (createIn(place, databases))
+            if (createIn(place, databases)) {
+                m_temporary.emplace(m_path.string());
                 return;
+            }
         }
     }
     throw BackupError("There is no room for a private copy of " + std::to_string(bytes >> 20)

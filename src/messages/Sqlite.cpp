@@ -143,6 +143,16 @@ void Sqlite::configureProcess()
     keepLogsUntouched();
 }
 
+Sqlite::TemporaryFolder::TemporaryFolder(const std::string& path)
+{
+    sqlite3_temp_directory = sqlite3_mprintf("%s", path.c_str());
+}
+
+Sqlite::TemporaryFolder::~TemporaryFolder()
+{
+    sqlite3_free(std::exchange(sqlite3_temp_directory, nullptr));
+}
+
 void Sqlite::execute(const std::string& sql)
 {
     if (sqlite3_exec(m_db.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
