@@ -2,12 +2,14 @@
 
 #include "backup/BackupError.h"
 
+#include <QRandomGenerator>
+#include <QString>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <system_error>
 
 namespace korvane {
@@ -29,11 +31,11 @@ bool hasRoom(const fs::path& place, std::int64_t bytes)
     return !failure && space.available >= static_cast<std::uintmax_t>(bytes) + reserve;
 }
 
-/// A new folder with the process id, for people, and a unique ending. Empty if that fails.
-fs::path created(const fs::path& place)
+/// A name with the process id, for people, that no other folder has.
+std::string newName()
 {
-    std::string path = (place / (prefix + std::to_string(::getpid()) + ".XXXXXX")).string();
-    return ::mkdtemp(path.data()) ? fs::path(path) : fs::path();
+    const QString unique = QString::number(QRandomGenerator::system()->generate64(), 36);
+    return prefix + std::to_string(::getpid()) + '.' + unique.toStdString();
 }
 
 /// Locks a folder that was just created. Another process may already be removing it as a leftover,
@@ -94,19 +96,26 @@ PrivateFolder::PrivateFolder(
 {
     constexpr int attempts = 10;
     for (const fs::path& place : inMemoryFirst(places)) {
-        for (int i = 0; i < attempts && !m_lock && hasRoom(place, bytes); ++i) {
-            m_path = created(place);
-            if (m_path.empty())
-                break;
-            m_removal.emplace(filesOf(m_path, databases), m_path.string());
-            m_lock = locked(m_path);
+        for (int i = 0; i < attempts && hasRoom(place, bytes); ++i) {
+            if (createIn(place, databases)) {
+                m_temporary.emplace(m_path.string());
+                return;
+            }
         }
-        if (m_lock)
-            return;
     }
     throw BackupError("There is no room for a private copy of "
         + std::to_string(std::max<std::int64_t>(bytes >> 20, 1))
         + " MiB. Free some space, or set TMPDIR to a folder that has it.");
+}
+
+/// From before the folder exists, a signal removes it.
+bool PrivateFolder::createIn(const fs::path& place, const Names& databases)
+{
+    m_path = place / newName();
+    m_removal.emplace(filesOf(m_path, databases), m_path.string());
+    if (::mkdir(m_path.c_str(), S_IRWXU) == 0)
+        m_lock = locked(m_path);
+    return m_lock.has_value();
 }
 
 PrivateFolder::~PrivateFolder()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "messages/Sqlite.h"
 #include "process/RemovalOnSignal.h"
 #include "storage/FileLock.h"
 
@@ -13,10 +14,10 @@ namespace korvane {
 
 /// A folder for files that only this process may see and that must not outlive it: the copies of a
 /// backup's databases. Its mode is 0700. It is on a memory file system if there is one with enough
-/// room, and otherwise on disk. The destructor removes it with everything in it, and so do the
-/// signals of RemovalOnSignal. What SIGKILL leaves is removed by removeLeftovers() in another
-/// process: the folder contains a file "lock", on which a living owner holds a lock. At most one
-/// object at a time.
+/// room, and otherwise on disk. SQLite's temporary files go there, too. The destructor removes it
+/// with everything in it, and so do the signals of RemovalOnSignal. What SIGKILL leaves is removed
+/// by removeLeftovers() in another process: the folder contains a file "lock", on which a living
+/// owner holds a lock. At most one object at a time.
 class PrivateFolder {
 public:
     /// The names of files that SQLite or this program may create in the folder. SQLite's own files
@@ -46,9 +47,12 @@ public:
         const std::vector<std::filesystem::path>& places = PrivateFolder::places());
 
 private:
+    bool createIn(const std::filesystem::path& place, const Names& databases);
+
     std::filesystem::path m_path;
     std::optional<RemovalOnSignal> m_removal;
     std::optional<FileLock> m_lock;
+    std::optional<Sqlite::TemporaryFolder> m_temporary;
 };
 
 /// True if what is in the folder is kept in memory. It may still be swapped out.

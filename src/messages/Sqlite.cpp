@@ -165,6 +165,16 @@ void Sqlite::interruptWhen(const std::atomic<bool>& flag)
         m_db.get(), instructions, isSet, const_cast<std::atomic<bool>*>(&flag));
 }
 
+Sqlite::TemporaryFolder::TemporaryFolder(const std::string& path)
+{
+    sqlite3_temp_directory = sqlite3_mprintf("%s", path.c_str());
+}
+
+Sqlite::TemporaryFolder::~TemporaryFolder()
+{
+    sqlite3_free(std::exchange(sqlite3_temp_directory, nullptr));
+}
+
 void Sqlite::execute(const std::string& sql)
 {
     if (sqlite3_exec(m_db.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)

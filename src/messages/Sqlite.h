@@ -65,6 +65,17 @@ public:
     /// makes. Keeps reading as root from changing the times of a log.
     static void configureProcess();
 
+    /// While it lives, SQLite puts its temporary files, such as those of a large sort, into a
+    /// folder that the caller names. They have no name there. Make and destroy it while no other
+    /// thread uses SQLite. At most one object at a time.
+    class TemporaryFolder {
+    public:
+        explicit TemporaryFolder(const std::string& path);
+        ~TemporaryFolder();
+        TemporaryFolder(const TemporaryFolder&) = delete;
+        TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    };
+
     /// The absolute path of the file, without symbolic links.
     std::string file() const;
 

@@ -138,6 +138,28 @@ private slots:
             fs::remove(place() / name);
     }
 
+    void temporaryFilesOfSqliteAreInIt()
+    {
+        if (!fs::exists("/proc/self/fd"))
+            QSKIP("needs /proc");
+        const PrivateFolder folder(0, {"a.db"}, places());
+        Sqlite database = Sqlite::openForWriting(folder.file("a.db"));
+        database.execute("PRAGMA journal_mode = OFF; CREATE TABLE t (a)");
+        database.execute("WITH n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 60000) "
+                         "INSERT INTO t SELECT randomblob(500) FROM n");
+        Sqlite::Statement sorted(database, "SELECT a FROM t ORDER BY a");
+        QVERIFY(sorted.step());
+        int count = 0;
+        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code closed; // the folder's own descriptor, for one
+            const std::string file = fs::read_symlink(entry.path(), closed).string();
+            count += file.ends_with(" (deleted)") ? 1 : 0;
+            if (file.ends_with(" (deleted)"))
+                QVERIFY2(file.starts_with(folder.path().string() + '/'), file.c_str());
+        }
+        QVERIFY(count > 0);
+    }
+
     void placeInMemoryComesFirst()
     {
         if (!isMemoryFileSystem("/dev/shm") || isMemoryFileSystem(place()))
