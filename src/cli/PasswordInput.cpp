@@ -3,6 +3,7 @@
 #include "cli/Console.h"
 #include "process/Interruption.h"
 #include "storage/Descriptor.h"
+#include "text/TerminalText.h"
 
 #include <fcntl.h>
 #include <poll.h>
