@@ -27,15 +27,17 @@ const Backup& newestOf(const std::vector<Backup>& backups)
 Backup chosenBackup(const std::string& folder, const Console& console)
 {
     const std::vector<Backup> backups = backupsIn(folder);
-    if (backups.empty())
+    if (backups.empty()) {
         throw BackupError(folder
             + ": There is no backup of a phone in this folder. \"korvane-sync backups DIR\" lists "
               "those in a folder.");
+    }
     const Backup& newest = newestOf(backups);
-    if (backups.size() > 1)
+    if (backups.size() > 1) {
         console.complain("Of " + std::to_string(backups.size()) + " backups, this is the newest"
             + (newest.isFinished ? " that is finished: " : ": ") + newest.folder.string() + " ("
             + newest.device + ')');
+    }
     return newest;
 }
 
@@ -97,10 +99,11 @@ Sources opened(Sources sources, const Console& console)
     sources.backupInUse = std::make_shared<const OpenedBackup>(backup, dialog,
         sources.contacts ? OpenedBackup::Contacts::Ignore : OpenedBackup::Contacts::Read);
     sources.database = sources.backupInUse->database();
-    if (!sources.backupInUse->isInMemory())
+    if (!sources.backupInUse->isInMemory()) {
         console.complain("The messages of the backup do not fit into memory. Until the command "
                          "ends, a copy is on disk, readable by you alone: "
             + sources.database);
+    }
     return sources;
 }
 
