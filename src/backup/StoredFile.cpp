@@ -103,10 +103,11 @@ StoredFile StoredFile::open(
     if (keys)
         key = unwrappedKey(*keys, record.protectionClass, record.wrappedKey, entry.path);
     StoredFile file(entry.path, openedReader(backup, entry), std::move(key));
-    if (!isSizeOf(file.m_size, record.size, keys != nullptr))
+    if (!isSizeOf(file.m_size, record.size, keys != nullptr)) {
         throwIncomplete(entry.path,
             "is truncated or does not belong to its index: it has " + bytes(file.m_size)
                 + " for contents of " + bytes(record.size));
+    }
     file.m_size = record.size;
     return file;
 }
@@ -163,10 +164,11 @@ Secret unwrappedKey(const KeyBag::Keys& keys, std::uint32_t protectionClass,
     const std::string& wrapped, const std::string& name)
 {
     const auto classKey = keys.find(protectionClass);
-    if (classKey == keys.end())
+    if (classKey == keys.end()) {
         throwIncomplete(name,
             "is encrypted with the key of class " + std::to_string(protectionClass)
                 + ", which its key bag does not give to the password");
+    }
     auto key = unwrapKey(classKey->second, wrapped);
     if (!key)
         throwIncomplete(name, "is encrypted with a key that does not belong to the backup");
