@@ -25,6 +25,15 @@ std::vector<fs::path> subfoldersOf(const fs::path& folder)
     return subfolders;
 }
 
+/// Throws BackupError if it cannot be told whether there is a backup in the folder.
+void verifyAccess(const fs::path& folder)
+{
+    std::error_code failure;
+    if (!fs::exists(folder / "Manifest.plist", failure) && failure == std::errc::permission_denied)
+        throw BackupError(
+            folder.string() + ": This folder cannot be read (" + failure.message() + ").");
+}
+
 /// Those without a date come last; equal ones are in the order of their folders.
 bool isNewer(const Backup& one, const Backup& other)
 {
@@ -38,10 +47,13 @@ std::vector<Backup> backupsIn(const fs::path& folder)
     if (Backup::isAt(folder))
         return {Backup::read(folder)};
     std::vector<Backup> backups;
-    for (const fs::path& subfolder : subfoldersOf(folder)) {
+    const std::vector<fs::path> subfolders = subfoldersOf(folder);
+    for (const fs::path& subfolder : subfolders) {
         if (Backup::isAt(subfolder))
             backups.push_back(Backup::read(subfolder));
     }
+    if (backups.empty())
+        std::ranges::for_each(subfolders, verifyAccess);
     std::sort(backups.begin(), backups.end(), isNewer);
     return backups;
 }

@@ -100,8 +100,9 @@ Sources opened(Sources sources, const Console& console)
         sources.contacts ? OpenedBackup::Contacts::Ignore : OpenedBackup::Contacts::Read);
     sources.database = sources.backupInUse->database();
     if (!sources.backupInUse->isInMemory()) {
-        console.complain("The messages of the backup do not fit into memory. Until the command "
-                         "ends, a copy is on disk, readable by you alone: "
+        console.complain(
+            "The messages of the backup could not be put into memory. Until the command "
+            "ends, a copy is on disk, readable by you alone: "
             + sources.database);
     }
     return sources;

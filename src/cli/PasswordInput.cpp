@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cerrno>
+#include <fstream>
 #include <optional>
 #include <system_error>
 
@@ -74,6 +75,21 @@ Secret passwordFrom(int descriptor, const std::string& name)
     return *std::move(password);
 }
 
+/// Where a person sees a question, even if errors go to a file.
+class QuestionOutput {
+public:
+    explicit QuestionOutput(const Console& console) : m_console(console)
+    {
+        if (!console.errIsTerminal)
+            m_terminal.open("/dev/tty");
+    }
+    std::ostream& stream() { return m_terminal.is_open() ? m_terminal : m_console.err; }
+
+private:
+    const Console& m_console;
+    std::ofstream m_terminal;
+};
+
 /// Turns off the echo of the terminal that is standard input, discards what was typed so far, and
 /// ends the line of the question in the end. Meanwhile its keys can interrupt the program, but
 /// neither kill nor stop it: nothing would turn the echo on again.
@@ -129,8 +145,9 @@ Secret passwordFromDescriptor(int descriptor)
 Secret askForPassword(const std::string& question, const Console& console)
 {
     const Interruption interruption; // outlives the hidden echo, which a signal must not leave
-    const WithoutEcho withoutEcho(console.err);
-    console.err << printable(question) << ' ' << std::flush;
+    QuestionOutput output(console);
+    const WithoutEcho withoutEcho(output.stream());
+    output.stream() << printable(question) << ' ' << std::flush;
     auto password
         = readLine(STDIN_FILENO, [&interruption] { awaitInput(STDIN_FILENO, interruption); });
     if (!password)

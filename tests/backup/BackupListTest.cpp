@@ -6,6 +6,7 @@
 #include "storage/Paths.h"
 #include "support/Printing.h"
 #include "support/TestDatabase.h"
+#include "support/Unprivileged.h"
 
 #include <QTemporaryDir>
 
@@ -119,6 +120,27 @@ private slots:
         }
         QCOMPARE(complaint,
             path("absent") + ": This folder cannot be read (No such file or directory).");
+    }
+
+    void folderOfAnotherUserIsNotTakenForOneWithoutABackup()
+    {
+        make("one", "");
+        fs::permissions(path("one"), fs::perms::none);
+        fs::permissions(path(""), fs::perms::all);
+        std::string complaint;
+        {
+            const Unprivileged user;
+            if (!user.works())
+                QSKIP("cannot become another user");
+            try {
+                backupsIn(path(""));
+            } catch (const BackupError& error) {
+                complaint = error.what();
+            }
+        }
+        fs::permissions(path("one"), fs::perms::owner_all);
+        QVERIFY2(complaint.ends_with("one: This folder cannot be read (Permission denied)."),
+            complaint.c_str());
     }
 
     void usualPlacesAreInTheHomeFolder()

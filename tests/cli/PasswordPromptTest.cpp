@@ -24,7 +24,9 @@ namespace {
 /// The program in a pseudo-terminal of its own.
 class Session {
 public:
-    explicit Session(const std::vector<std::string>& arguments)
+    enum class Errors { Shown, Discarded };
+
+    explicit Session(const std::vector<std::string>& arguments, Errors errors = Errors::Shown)
         : m_screen(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
     {
         ::grantpt(m_screen.get());
@@ -32,7 +34,7 @@ public:
         const std::string terminal = ::ptsname(m_screen.get());
         m_process = ::fork();
         if (m_process == 0)
-            run(terminal, arguments);
+            run(terminal, arguments, errors);
         m_keyboard = Descriptor(::open(terminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
     }
     ~Session()
@@ -91,13 +93,15 @@ public:
 
 private:
     [[noreturn]] static void run(
-        const std::string& terminal, const std::vector<std::string>& arguments)
+        const std::string& terminal, const std::vector<std::string>& arguments, Errors errors)
     {
         ::setsid();
         const int descriptor = ::open(terminal.c_str(), O_RDWR);
         ::ioctl(descriptor, TIOCSCTTY, 0);
         for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             ::dup2(descriptor, standard);
+        if (errors == Errors::Discarded)
+            ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
         std::vector<char*> words{const_cast<char*>(PROGRAM)};
         for (const std::string& argument : arguments)
             words.push_back(const_cast<char*>(argument.c_str()));
@@ -159,6 +163,16 @@ private slots:
         QVERIFY(session.echoes());
         QVERIFY(session.shown().find("Family") != std::string::npos);
         QVERIFY(session.shown().find("geheim") == std::string::npos);
+    }
+
+    void questionIsSeenThoughErrorsGoElsewhere()
+    {
+        Session session(chats(), Session::Errors::Discarded);
+        QVERIFY(session.shows(question));
+        QVERIFY(!session.echoes());
+        session.type("geheim\n");
+        QVERIFY(WIFEXITED(session.end()));
+        QVERIFY(session.shown().find("Family") != std::string::npos);
     }
 
     void derivationIsShown()
