@@ -5,6 +5,7 @@
 #include "text/Json.h"
 
 #include <QDateTime>
+#include <QTimeZone>
 
 #include <filesystem>
 #include <system_error>
@@ -17,7 +18,7 @@ namespace fs = std::filesystem;
 
 QDateTime dateTime(std::chrono::sys_seconds date)
 {
-    return QDateTime::fromSecsSinceEpoch(date.time_since_epoch().count(), Qt::UTC);
+    return QDateTime::fromSecsSinceEpoch(date.time_since_epoch().count(), QTimeZone::utc());
 }
 
 std::string localDate(const Backup& backup)
