@@ -5,7 +5,6 @@
 #include "text/Json.h"
 
 #include <QDateTime>
-#include <QTimeZone>
 
 #include <filesystem>
 #include <system_error>
@@ -18,7 +17,7 @@ namespace fs = std::filesystem;
 
 QDateTime dateTime(std::chrono::sys_seconds date)
 {
-    return QDateTime::fromSecsSinceEpoch(date.time_since_epoch().count(), QTimeZone::utc());
+    return QDateTime::fromSecsSinceEpoch(date.time_since_epoch().count()).toUTC();
 }
 
 std::string localDate(const Backup& backup)
