@@ -62,7 +62,7 @@ bool isRefused(const QString& path)
 /// Throws SessionBusError if the first socket that exists accepts no connection.
 QString checkedAddress()
 {
-    const QString address = busAddress();
+    QString address = busAddress();
     const QStringList paths = socketPaths(address);
     const auto first = std::find_if(
         paths.begin(), paths.end(), [](const QString& path) { return QFile::exists(path); });
