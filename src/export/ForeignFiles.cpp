@@ -2,17 +2,18 @@
 
 #include "export/DateText.h"
 #include "export/ExportState.h"
-#include "export/FileName.h"
 #include "export/Record.h"
 #include "export/RecordLines.h"
 #include "messages/MessageLookup.h"
 #include "messages/MessagesDB.h"
 #include "storage/FileReader.h"
+#include "storage/Folder.h"
 #include "text/Json.h"
 
 #include <algorithm>
 #include <charconv>
 #include <functional>
+#include <system_error>
 
 namespace korvane {
 
@@ -216,10 +217,11 @@ private:
     Comparison m_comparison;
 };
 
-bool isForeign(const ChatInfo& chat, const ChatState& state, const std::filesystem::path& folder,
-    MessageLookup& messages)
+bool isForeign(
+    const ChatInfo& chat, const ChatState& state, const Folder& folder, MessageLookup& messages)
 {
-    const auto file = FileReader::open(Exporter::inFolder(folder, state.fileName));
+    const auto file
+        = folder.file("./" + state.fileName); // a name from the state may begin with "/"
     try {
         return file && File(*file, chat, state, messages).isForeign();
     } catch (const DBError&) {
@@ -239,16 +241,21 @@ std::set<std::string> ForeignFiles::find(const std::vector<ChatInfo>& chats,
     const ExportState& state, const std::filesystem::path& folder, MessagesDB& db,
     const NewName& newName)
 try {
+    const auto opened = Folder::open(folder / "."); // which follows a link
+    if (!opened)
+        return {};
     std::set<std::string> foreign;
     MessageLookup messages = db.lookup();
     for (const ChatInfo& chat : chats) {
         const ChatState* const known = state.current(chat.guid);
         if (isForeign(
-                chat, known ? *known : ChatState{.fileName = newName(chat)}, folder, messages))
+                chat, known ? *known : ChatState{.fileName = newName(chat)}, *opened, messages))
             foreign.insert(chat.guid);
     }
     return foreign;
 } catch (const DBError&) {
+    return {};
+} catch (const std::system_error&) { // the folder cannot be opened
     return {};
 }
 
