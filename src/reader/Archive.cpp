@@ -9,6 +9,8 @@
 #include "storage/Folder.h"
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
 #include <numeric>
 #include <optional>
 #include <string_view>
@@ -73,15 +75,17 @@ std::optional<Record> firstRecordOf(const FileReader& file)
     return std::nullopt;
 }
 
+using Names = std::vector<std::string>;
+
 /// The names in a folder, and whether it is one.
-std::optional<std::vector<std::string>> namesIn(
+std::optional<Names> namesIn(
     const fs::path& folder, const std::string& shownAs, std::vector<std::string>& errors)
 try {
     const auto opened = Folder::open(folder);
     return opened ? std::optional(opened->names()) : std::nullopt;
 } catch (const std::system_error& error) {
     errors.push_back(shownAs + ": " + error.code().message() + '.');
-    return std::vector<std::string>();
+    return Names();
 }
 
 /// The path without symbolic links, if there is something: what a user names may be a link.
@@ -143,11 +147,14 @@ private:
     {
         const std::string keptName(KeptFiles::folderName);
         const fs::path kept = folder / keptName;
-        const auto names = namesIn(kept, keptName, m_archive.errors);
-        for (const std::string& name : names.value_or(std::vector<std::string>())) {
-            if (KeptFiles::isName(name))
-                add(kept / name, keptName + '/' + name, true);
-        }
+        auto names = namesIn(kept, keptName, m_archive.errors).value_or(Names());
+        std::erase_if(names, std::not_fn(KeptFiles::isName));
+        std::ranges::stable_sort(names, std::ranges::greater(), [&kept](const std::string& name) {
+            const auto file = RegularFile::at(kept / name);
+            return file ? file->modified : std::chrono::sys_seconds::min();
+        });
+        for (const std::string& name : names)
+            add(kept / name, (fs::path(keptName) / name).string(), true);
     }
 
     void addChat(
@@ -220,13 +227,15 @@ std::vector<std::size_t> findChats(const Archive& archive, const std::string& wo
     const std::string wanted = folded(word);
     auto found = indexesOf(archive,
         [&](const ArchivedChat& chat) { return chat.guid == word || chat.number == word; });
-    if (found.empty())
+    if (found.empty()) {
         found = indexesOf(
             archive, [&](const ArchivedChat& chat) { return folded(chat.title) == wanted; });
-    if (found.empty())
+    }
+    if (found.empty()) {
         found = indexesOf(archive, [&](const ArchivedChat& chat) {
             return folded(chat.title).find(wanted) != std::string::npos;
         });
+    }
     return found;
 }
 

@@ -23,7 +23,9 @@ struct ArchivedChat {
     std::string guid; ///< "" if no file has a complete record
     std::string title; ///< in the last record of the first file; a file name if there is none
     std::string number; ///< the chat id in the name of the first file, in decimal; "" if none
-    std::vector<ArchiveFile> files{}; ///< the current one first, then those in Kept/ by name
+    /// The current one first, then those in Kept/, the newest first: an earlier one of these may
+    /// have an older text of the same message.
+    std::vector<ArchiveFile> files{};
 
     bool operator==(const ArchivedChat&) const = default;
 

@@ -127,6 +127,18 @@ private slots:
             Names{"There is no folder " + missing.string() + '.'});
     }
 
+    void newestKeptFileComesFirst()
+    {
+        write("Ann (7) Korvane Wrapped.jsonl.txt", recordOf("a", "Ann"));
+        write("Kept/Ann (7) A.jsonl.txt", recordOf("a", "Ann"));
+        write("Kept/Ann (7) B.jsonl.txt", recordOf("a", "Ann"));
+        const auto anHourAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
+        fs::last_write_time(folder() / "Kept/Ann (7) A.jsonl.txt", anHourAgo);
+        const Archive archive = Archive::inFolder(folder());
+        QCOMPARE(archive.chats.size(), std::size_t{1});
+        QCOMPARE(archive.chats.front().files.at(1).path.filename().string(), "Ann (7) B.jsonl.txt");
+    }
+
     void folderMayBeALinkButKeptMayNot()
     {
         write("real/Ann (1) Korvane Wrapped.jsonl.txt", recordOf("a", "Ann"));

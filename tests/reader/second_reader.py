@@ -90,11 +90,11 @@ def row_of(record):
 
 
 def files_by_chat(folder):
-    """The files of each chat: the current one first, then those in Kept, by name."""
+    """The files of each chat: the current one first, then those in Kept, newest first."""
     current = sorted(folder.glob("*.jsonl.txt"), key=lambda path: bytes(path))
     kept = sorted((path for path in folder.glob("Kept/*")
                    if path.name.endswith((".jsonl.txt", ".jsonl.txt.unchecked"))),
-                  key=lambda path: bytes(path))
+                  key=lambda path: (-int(path.stat().st_mtime), bytes(path)))
     chats = {}
     for path in current + kept:
         if chat := chat_of(path):
