@@ -131,7 +131,7 @@ int runRead(const ReadOptions& options, const Console& console)
     std::size_t count = 0;
     bool isInterrupted = false;
     {
-        ReadOutput output(options, console);
+        ReadOutput output(options, chosen.chats, console);
         count = writeAll(chosen.chats, filterOf(options), output, console, remarks);
         isInterrupted = output.isInterrupted();
     }

@@ -25,9 +25,9 @@ struct ReadOptions {
 
 /// Prints the conversations in export files, or writes them into a file, in the form that the
 /// options choose. On a terminal, text goes to the user's pager. Reads no database, and never
-/// writes into the export folder. An interruption (Ctrl-C) leaves no incomplete file. The exit code
-/// is that of a failure if something could not be read or found, and that of bad usage if a word
-/// can mean several chats.
+/// writes into a folder of export files. An interruption (Ctrl-C) leaves no incomplete file. The
+/// exit code is that of a failure if something could not be read or found, and that of bad usage if
+/// a word can mean several chats.
 int runRead(const ReadOptions& options, const Console& console);
 
 } // namespace korvane

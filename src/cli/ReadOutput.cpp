@@ -3,6 +3,8 @@
 #include "cli/Console.h"
 #include "cli/Pager.h"
 #include "cli/ReadCommand.h"
+#include "export/KeptFiles.h"
+#include "reader/Archive.h"
 #include "reader/CsvWriter.h"
 #include "reader/JsonWriter.h"
 #include "reader/PageWriter.h"
@@ -11,6 +13,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
@@ -18,6 +21,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace korvane {
 
@@ -49,33 +53,62 @@ int columnsOf(const Console& console)
     return columns > 0 ? columns : usual;
 }
 
-/// Whether `file` is or would be in `folder`, however deep.
-bool isInside(const fs::path& file, const fs::path& folder)
+/// The folder that the file is or would be in, without symbolic links.
+fs::path folderOf(const fs::path& file)
 {
     std::error_code absent;
-    fs::path above = fs::weakly_canonical(fs::absolute(file, absent).parent_path(), absent);
-    while (above != above.parent_path() && !fs::equivalent(above, folder, absent))
-        above = above.parent_path();
-    return fs::equivalent(above, folder, absent);
+    return fs::weakly_canonical(fs::absolute(file, absent).parent_path(), absent);
 }
 
-/// Throws std::runtime_error if `file` is in the export folder.
-const std::string& outsideOf(const std::string& folder, const std::string& file)
+bool areSame(const fs::path& folder, const fs::path& other)
 {
-    if (isInside(file, folder))
+    std::error_code absent;
+    return fs::equivalent(folder, other, absent);
+}
+
+/// Whether `inner` is `folder` or in it, however deep.
+bool isInside(fs::path inner, const fs::path& folder)
+{
+    while (inner != inner.parent_path() && !areSame(inner, folder))
+        inner = inner.parent_path();
+    return areSame(inner, folder);
+}
+
+/// Whether one of the chats' files is in `folder`, or in the folder whose Kept `folder` is.
+bool holdsOneOf(const std::vector<ArchivedChat>& chats, const fs::path& folder)
+{
+    const fs::path current
+        = folder.filename() == KeptFiles::folderName ? folder.parent_path() : folder;
+    const auto isThere = [&](const ArchiveFile& file) {
+        return areSame(file.path.parent_path(), folder)
+            || areSame(file.path.parent_path(), current);
+    };
+    return std::ranges::any_of(
+        chats, [&](const ArchivedChat& chat) { return std::ranges::any_of(chat.files, isThere); });
+}
+
+/// Throws std::runtime_error if `file` is in a folder of export files: the one that the options
+/// name, or that of a file which is read.
+const std::string& outsideOf(
+    const std::string& folder, const std::vector<ArchivedChat>& chats, const std::string& file)
+{
+    if (isInside(folderOf(file), folder) || holdsOneOf(chats, folderOf(file)))
         throw std::runtime_error(file
-            + ": This is in the export folder, where only exports write. Name a file elsewhere.");
+            + ": This is in a folder of export files, where only exports write. Name a file "
+              "elsewhere.");
     return file;
 }
 
-std::unique_ptr<ConversationWriter> writerFor(
-    const ReadOptions& options, const Console& console, std::ostream& out)
+std::unique_ptr<ConversationWriter> writerFor(const ReadOptions& options,
+    const std::vector<ArchivedChat>& chats, const Console& console, std::ostream& out)
 {
     const auto existing = options.overwrite ? Files::Existing::Replace : Files::Existing::Keep;
     if (options.sqlite)
-        return std::make_unique<SqliteWriter>(outsideOf(options.folder, *options.sqlite), existing);
+        return std::make_unique<SqliteWriter>(
+            outsideOf(options.folder, chats, *options.sqlite), existing);
     if (options.html)
-        return std::make_unique<PageWriter>(outsideOf(options.folder, *options.html), existing);
+        return std::make_unique<PageWriter>(
+            outsideOf(options.folder, chats, *options.html), existing);
     if (options.json)
         return std::make_unique<JsonWriter>(out);
     if (options.csv)
@@ -97,14 +130,15 @@ TextStyle textStyleFor(const Console& console)
         = isTerminal(console) && environment("NO_COLOR").empty() && environment("TERM") != "dumb"};
 }
 
-ReadOutput::ReadOutput(const ReadOptions& options, const Console& console)
+ReadOutput::ReadOutput(
+    const ReadOptions& options, const std::vector<ArchivedChat>& chats, const Console& console)
     : m_isTerminal(korvane::isTerminal(console))
     , m_pager(m_isTerminal && isText(options) ? Pager::start() : nullptr)
     , m_out(m_pager ? m_pager->stream() : console.out)
 {
     if (options.sqlite || options.html)
         m_interruption.emplace(); // before there is a file to leave behind
-    m_writer = writerFor(options, console, m_out);
+    m_writer = writerFor(options, chats, console, m_out);
 }
 
 ReadOutput::~ReadOutput() = default;

@@ -7,10 +7,12 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <vector>
 
 namespace korvane {
 
 class Pager;
+struct ArchivedChat;
 struct Console;
 struct ReadOptions;
 
@@ -18,8 +20,10 @@ struct ReadOptions;
 class ReadOutput {
 public:
     /// Starts the user's pager if the form is text and the console's output is a terminal. Throws
-    /// std::runtime_error if the options name a file that may not be written.
-    ReadOutput(const ReadOptions& options, const Console& console);
+    /// std::runtime_error if the options name a file that may not be written, for example beside a
+    /// file of `chats`, which are those to read.
+    ReadOutput(
+        const ReadOptions& options, const std::vector<ArchivedChat>& chats, const Console& console);
 
     /// Waits until the user has closed the pager.
     ~ReadOutput();

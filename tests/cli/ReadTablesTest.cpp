@@ -121,9 +121,36 @@ private slots:
         QCOMPARE(outcome.code, 1);
         QCOMPARE(outcome.err,
             "korvane-sync: " + path
-                + ": This is in the export folder, where only exports write. "
+                + ": This is in a folder of export files, where only exports write. "
                   "Name a file elsewhere.\n");
         QCOMPARE(filesIn(terminal.exports()), before);
+    }
+
+    void nothingIsWrittenBesideAFileThatIsNamed_data()
+    {
+        QTest::addColumn<std::string>("option");
+        QTest::addColumn<std::string>("file");
+        QTest::addColumn<int>("code");
+        QTest::newRow("tables") << std::string("--sqlite") << std::string("exports/all") << 1;
+        QTest::newRow("a page") << std::string("--html") << std::string("exports/all") << 1;
+        QTest::newRow("in Kept") << std::string("--html") << std::string("exports/Kept/all") << 1;
+        QTest::newRow("elsewhere") << std::string("--html") << std::string("all") << 0;
+    }
+
+    void nothingIsWrittenBesideAFileThatIsNamed()
+    {
+        QFETCH(const std::string, option);
+        QFETCH(const std::string, file);
+        QFETCH(const int, code);
+        const Terminal terminal;
+        addChat(terminal, "Ann", 1, 3);
+        fs::create_directory(terminal.exports() + "/Kept");
+        const std::string exported = terminal.exports() + '/' + filesIn(terminal.exports()).front();
+        const std::string path = terminal.home() + '/' + file;
+        const Outcome outcome = terminal.run({"read", exported, option, path});
+        QCOMPARE(outcome.code, code);
+        QCOMPARE(outcome.err.find("in a folder of export files") != std::string::npos, code != 0);
+        QCOMPARE(fs::exists(path), code == 0);
     }
 
     void chatThatIsNotThereGivesNoFile()
