@@ -134,13 +134,14 @@ private:
         m_out << styled(Style::dim, summary()) << '\n';
     }
 
-    /// "1,204 messages and 37 reactions, 3 May 2019 to 2 November 2026".
+    /// "1,204 messages and 37 reactions, 3 May 2019 to 2 November 2026". System lines are not
+    /// counted, nor are reactions that were removed, as on the page.
     std::string summary() const
     {
-        const auto reactions = std::ranges::count_if(m_chosen,
-            [this](std::uint32_t index) { return m_conversation.messages()[index].isReaction(); });
-        const auto others = static_cast<std::int64_t>(m_chosen.size()) - reactions;
-        std::string text = countOf(others, "message");
+        const auto messages = std::ranges::count(m_chosen, MessageKind::Message,
+            [this](std::uint32_t index) { return m_conversation.messages()[index].kind; });
+        const std::int64_t reactions = standingReactions();
+        std::string text = countOf(messages, "message");
         if (reactions > 0)
             text += " and " + countOf(reactions, "reaction");
         const std::string first = dateOf(m_chosen.front());
@@ -148,6 +149,18 @@ private:
         if (!first.empty() && !last.empty())
             text += ", " + (first == last ? first : first + " to " + last);
         return text;
+    }
+
+    /// How many of the chosen reactions stand at a chosen record.
+    std::int64_t standingReactions() const
+    {
+        std::int64_t count = 0;
+        for (const std::uint32_t index : m_chosen) {
+            if (!m_conversation.messages()[index].isReaction())
+                count += std::ranges::count_if(m_reactions.to(index),
+                    [this](std::uint32_t reaction) { return m_isChosen[reaction]; });
+        }
+        return count;
     }
 
     std::string dateOf(std::uint32_t index) const

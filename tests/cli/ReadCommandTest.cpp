@@ -77,6 +77,16 @@ private slots:
         QCOMPARE(read({"team", "--text"}).out, outcome.out);
     }
 
+    void headingCountsMessagesAndReactionsThatStand()
+    {
+        write("Team (7) Korvane Wrapped.jsonl.txt",
+            linesOf({message(1), systemLine(2), reaction(3, 1), reaction(4, 1, "like"),
+                removal(5, 1, "like"), reaction(6, 99)}));
+        QVERIFY(read({"team"}).out.starts_with("Team\n1 message and 1 reaction, 6 May 2024\n"));
+        QVERIFY(read({"team", "--since", "2024-05-06T12:00:02Z"})
+                    .out.starts_with("Team\n0 messages, 6 May 2024\n"));
+    }
+
     void textIsAsWideAsTheEnvironmentSays()
     {
         qputenv("COLUMNS", "30");
