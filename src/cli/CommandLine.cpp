@@ -229,7 +229,8 @@ private:
                 "--from", m_read.from, "From this sender: part of a name, a handle, or \"me\"")
             ->type_name("NAME")
             ->check(notEmpty);
-        command.add_option("--search", m_read.search, "With this text, in upper or lower case")
+        command
+            .add_option("--search", m_read.search, "With this text; case and accents do not matter")
             ->type_name("TEXT")
             ->check(notEmpty);
         CLI::Option_group& form = *command.add_option_group("Form", "Without one of these, text");

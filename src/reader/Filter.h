@@ -28,9 +28,9 @@ std::optional<TimeSpan> timeSpan(std::string_view text);
 struct Filter {
     std::optional<std::int64_t> since{}; ///< milliseconds since 1970-01-01 UTC, inclusive
     std::optional<std::int64_t> before{}; ///< the same, exclusive
-    /// Part of the sender's name, or the handle, without regard to case; "me" is the user alone.
+    /// Part of the sender's name, or the handle, compared by folded(); "me" is the user alone.
     std::string from{};
-    std::string search{}; ///< part of the body, without regard to case
+    std::string search{}; ///< part of the body, compared by folded()
 
     bool operator==(const Filter&) const = default;
 };

@@ -191,6 +191,7 @@ private slots:
         QTest::newRow("part of two titles") << std::string("nn") << Indexes{0, 1};
         QTest::newRow("with an accent composed otherwise")
             << std::string("zoe\xCC\x88") << Indexes{3};
+        QTest::newRow("without its accent") << std::string("zoe") << Indexes{3};
         QTest::newRow("nothing") << std::string("Carl") << Indexes{};
         QTest::newRow("an empty word") << std::string() << Indexes{};
     }

@@ -67,6 +67,39 @@ private slots:
             QVERIFY2(!timeSpan(text), text);
     }
 
+    void searchFindsOtherFormsOfACharacter_data()
+    {
+        QTest::addColumn<std::string>("search");
+        QTest::addColumn<std::string>("body");
+        QTest::addColumn<bool>("isFound");
+        const auto row = [](const char* name, const char* search, const char* body, bool isFound) {
+            QTest::newRow(name) << std::string(search) << std::string(body) << isFound;
+        };
+        row("a curly apostrophe", "don't", "I don’t know", true);
+        row("a straight apostrophe", "don’t", "I don't know", true);
+        row("curly quotation marks", "\"yes\"", "She said “Yes”", true);
+        row("a composed accent", "creme", "Crème brûlée", true);
+        row("a combining accent", "creme", "cre\u0300me", true);
+        row("an accent that is wanted", "crème", "CREME", true);
+        row("a final sigma", "οδοσ", "ΟΔΌΣ οδός", true);
+        row("a Cyrillic letter", "елка", "Ёлка", true);
+        row("Hebrew points", "שלום", "שָׁלוֹם", true);
+        row("a mark that is no accent", "が", "か", false);
+        row("another letter", "o", "ø", false);
+    }
+
+    void searchFindsOtherFormsOfACharacter()
+    {
+        QFETCH(const std::string, search);
+        QFETCH(const std::string, body);
+        QFETCH(const bool, isFound);
+        const QTemporaryDir folder;
+        const std::filesystem::path file = folder.filePath(QStringLiteral("x")).toStdString();
+        writeBytes(file, linesOf({message(1, body)}));
+        const Conversation conversation({.guid = "c", .files = {{file}}});
+        QCOMPARE(chosenMessages(conversation, {.search = search}).size(), isFound ? 1U : 0U);
+    }
+
     void filterChoosesRecords_data()
     {
         QTest::addColumn<Filter>("filter");
