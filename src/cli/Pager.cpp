@@ -14,6 +14,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <utility>
 
 extern char** environ; // NOLINT(readability-redundant-declaration): macOS does not declare it
 
@@ -112,8 +113,9 @@ int Pager::Buffer::sync()
     return 0;
 }
 
-Pager::Pager(pid_t process, Descriptor pipe)
-    : m_process(process)
+Pager::Pager(std::string command, pid_t process, Descriptor pipe)
+    : m_command(std::move(command))
+    , m_process(process)
     , m_pipe(std::move(pipe))
     , m_buffer(m_pipe.get())
     , m_stream(&m_buffer)
@@ -132,14 +134,25 @@ std::unique_ptr<Pager> Pager::start()
     const auto process = pipe ? spawned(command, pipe->read) : std::nullopt;
     if (!process)
         return nullptr;
-    return std::unique_ptr<Pager>(new Pager(*process, std::move(pipe->write)));
+    return std::unique_ptr<Pager>(new Pager(command, *process, std::move(pipe->write)));
 }
 
 Pager::~Pager()
 {
+    if (m_pipe)
+        close();
+}
+
+bool Pager::close()
+{
+    constexpr int notExecutable = 126; // exit codes of shells
+    constexpr int notFound = 127;
     m_stream.flush();
     m_pipe = Descriptor();
-    while (::waitpid(m_process, nullptr, 0) < 0 && errno == EINTR) { }
+    int status = 0;
+    while (::waitpid(m_process, &status, 0) < 0 && errno == EINTR) { }
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    return code != notExecutable && code != notFound;
 }
 
 } // namespace korvane

@@ -7,6 +7,7 @@
 #include <memory>
 #include <ostream>
 #include <streambuf>
+#include <string>
 
 namespace korvane {
 
@@ -19,13 +20,19 @@ public:
     /// there is none, or if it cannot be started.
     static std::unique_ptr<Pager> start();
 
-    /// Waits until the user has closed the pager.
+    /// Waits until the user has closed the pager, if close() has not.
     ~Pager();
 
     Pager(const Pager&) = delete;
     Pager& operator=(const Pager&) = delete;
 
     std::ostream& stream() { return m_stream; }
+
+    /// Ends the stream and waits until the user has closed the pager. Returns false if the shell
+    /// could not run the command; nothing was shown then. Called once.
+    bool close();
+
+    const std::string& command() const { return m_command; }
 
 private:
     /// Writes to a descriptor.
@@ -55,9 +62,10 @@ private:
         std::unique_ptr<Actions> m_before;
     };
 
-    Pager(pid_t process, Descriptor pipe);
+    Pager(std::string command, pid_t process, Descriptor pipe);
 
     const IgnoredSignals m_signals;
+    const std::string m_command;
     const pid_t m_process;
     Descriptor m_pipe;
     Buffer m_buffer;

@@ -130,10 +130,16 @@ int runRead(const ReadOptions& options, const Console& console)
     Remarks remarks(console);
     std::size_t count = 0;
     bool isInterrupted = false;
+    std::string pagerError;
     {
         ReadOutput output(options, chosen.chats, console);
         count = writeAll(chosen.chats, filterOf(options), output, console, remarks);
         isInterrupted = output.isInterrupted();
+        pagerError = output.close();
+    }
+    if (!pagerError.empty()) {
+        console.complain(pagerError);
+        return ExitCode::failure;
     }
     if (isInterrupted) {
         console.complain("Interrupted. The incomplete file was deleted.");

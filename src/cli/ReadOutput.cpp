@@ -154,6 +154,14 @@ void ReadOutput::finish()
     m_interruption.reset();
 }
 
+std::string ReadOutput::close()
+{
+    if (!m_pager || m_pager->close())
+        return "";
+    return "The pager could not be run: " + m_pager->command()
+        + ". Set PAGER to another program, or to cat for none.";
+}
+
 bool ReadOutput::isInterrupted() const
 {
     return m_interruption && m_interruption->requested();

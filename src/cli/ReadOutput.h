@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <string>
 #include <vector>
 
 namespace korvane {
@@ -25,7 +26,7 @@ public:
     ReadOutput(
         const ReadOptions& options, const std::vector<ArchivedChat>& chats, const Console& console);
 
-    /// Waits until the user has closed the pager.
+    /// Waits until the user has closed the pager, if close() has not.
     ~ReadOutput();
 
     ReadOutput(const ReadOutput&) = delete;
@@ -35,6 +36,9 @@ public:
 
     /// Completes the output.
     void finish();
+
+    /// Waits until the user has closed the pager. Returns why nothing was shown; "" if it was.
+    std::string close();
 
     /// Whether the user interrupted the writing of a file before it was complete.
     bool isInterrupted() const;

@@ -98,6 +98,24 @@ private slots:
             QVERIFY(read({{"PAGER", pager}}).out.startsWith("\x1B[1mTeam\x1B[0m\n"));
     }
 
+    void pagerThatCannotBeRunIsAnError_data()
+    {
+        QTest::addColumn<QByteArray>("pager");
+        QTest::newRow("not installed") << QByteArray("nonexistent-pager -R");
+        QTest::newRow("not executable") << QByteArray("/dev/null");
+    }
+
+    void pagerThatCannotBeRunIsAnError()
+    {
+        QFETCH(const QByteArray, pager);
+        const TerminalOutcome outcome = read({{"PAGER", pager.constData()}});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.out, QByteArray());
+        QVERIFY2(outcome.err.endsWith("korvane-sync: The pager could not be run: " + pager
+                     + ". Set PAGER to another program, or to cat for none.\n"),
+            outcome.err);
+    }
+
     void coloursCanBeTurnedOff()
     {
         QVERIFY(read({{"PAGER", ""}, {"NO_COLOR", "1"}}).out.startsWith("Team\n"));
