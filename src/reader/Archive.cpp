@@ -99,6 +99,9 @@ fs::path withoutLinks(const fs::path& path)
 /// Collects files by chat.
 class Collector {
 public:
+    /// If `mustHaveRecords`, a file without a record is an error, unless it is empty.
+    explicit Collector(bool mustHaveRecords) : m_mustHaveRecords(mustHaveRecords) { }
+
     void addFolder(const fs::path& folder)
     {
         auto found = namesIn(withoutLinks(folder), folder.string(), m_archive.errors);
@@ -125,6 +128,10 @@ public:
         auto record = lastRecordOf(*file.reader);
         if (!record) // the end is damaged, or there is only an unfinished line
             record = firstRecordOf(*file.reader);
+        if (!record && m_mustHaveRecords && file.reader->size() > 0) {
+            m_archive.errors.push_back(shownAs + " is not an export file.");
+            return;
+        }
         const std::string guid = record ? record->conversationID : "";
         const ArchiveFile found{path, file.reader->size(), isKept};
         const auto [place, isNew] = m_places.try_emplace(guid, m_archive.chats.size());
@@ -177,6 +184,7 @@ private:
             chat.files.push_back(std::move(file));
     }
 
+    const bool m_mustHaveRecords;
     Archive m_archive;
     std::unordered_map<std::string, std::size_t> m_places; ///< of the chats, by guid
 };
@@ -203,7 +211,7 @@ std::int64_t ArchivedChat::size() const
 
 Archive Archive::inFolder(const fs::path& folder)
 {
-    Collector collector;
+    Collector collector(false);
     collector.addFolder(folder);
     return collector.finished();
 }
@@ -213,7 +221,7 @@ Archive Archive::ofFiles(const std::vector<fs::path>& files)
     std::vector<fs::path> ordered = files;
     std::stable_partition(ordered.begin(), ordered.end(),
         [](const fs::path& file) { return Exporter::isExportFileName(file.filename().string()); });
-    Collector collector;
+    Collector collector(true);
     for (const fs::path& file : ordered) {
         collector.add(withoutLinks(file), file.string(), false);
     }

@@ -47,7 +47,9 @@ struct Archive {
     static Archive inFolder(const std::filesystem::path& folder);
 
     /// These files, whatever their names. Several of one chat become one chat, whose current file
-    /// is one that has the name of such a file, if there is one, and otherwise the first.
+    /// is one that has the name of such a file, if there is one, and otherwise the first. One
+    /// without a record adds an error, unless it is empty, as that of a chat without messages can
+    /// be.
     static Archive ofFiles(const std::vector<std::filesystem::path>& files);
 };
 

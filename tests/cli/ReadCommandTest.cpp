@@ -176,6 +176,26 @@ private slots:
         QCOMPARE(outcome.err, "korvane-sync: " + error + '\n');
     }
 
+    void fileWithoutRecordsIsNoExportFile_data()
+    {
+        QTest::addColumn<std::string>("bytes");
+        QTest::newRow("text") << std::string("root:x:0:0:root:/root:/bin/bash\n");
+        QTest::newRow("other JSON") << std::string("{\"name\":\"Ann\"}\n");
+        QTest::newRow("binary") << std::string("SQLite format 3\0\x10\xFF\n\0", 20);
+    }
+
+    void fileWithoutRecordsIsNoExportFile()
+    {
+        QFETCH(const std::string, bytes);
+        const std::string file = m_terminal->home() + "/other";
+        writeBytes(file, bytes);
+        const Outcome outcome = read({file});
+        QCOMPARE(outcome.code, 1);
+        QCOMPARE(outcome.err, "korvane-sync: " + file + " is not an export file.\n");
+        QCOMPARE(read({file, "--html", file + ".html"}).code, 1);
+        QVERIFY(!fs::exists(file + ".html"));
+    }
+
     void pipeIsNotWaitedFor()
     {
         const std::string pipe = m_terminal->home() + "/pipe";
