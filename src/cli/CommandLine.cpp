@@ -22,6 +22,7 @@
 #include <exception>
 #include <functional>
 #include <system_error>
+#include <utility>
 
 namespace korvane {
 
@@ -44,6 +45,21 @@ std::string duration(const std::string& text)
 std::string notEmpty(const std::string& text)
 {
     return text.empty() ? "A name is missing" : "";
+}
+
+/// A validator that rejects an empty text; `what` begins a sentence.
+auto given(std::string what)
+{
+    return [what = std::move(what)](
+               const std::string& text) { return text.empty() ? what + " is missing" : ""; };
+}
+
+/// Validates the name of a file to write.
+std::string newFile(const std::string& text)
+{
+    if (text == "-")
+        return "This cannot be written to standard output; name a file";
+    return given("The name of a file")(text);
 }
 
 std::string guid(const std::string& text)
@@ -216,7 +232,7 @@ private:
                 "Part of a title, a guid, the number in a file's name, or an export file; without "
                 "one, all chats")
             ->type_name("CHAT|FILE")
-            ->check(notEmpty);
+            ->check(given("The name of a chat"));
         addFolder(command, m_read.folder, "Where the files are");
         command.add_option("--since", m_read.since, "From this date on, e.g. 2024-05")
             ->type_name("DATE")
@@ -228,22 +244,21 @@ private:
             .add_option(
                 "--from", m_read.from, "From this sender: part of a name, a handle, or \"me\"")
             ->type_name("NAME")
-            ->check(notEmpty);
+            ->check(given("The name of a sender"));
         command
             .add_option("--search", m_read.search, "With this text; case and accents do not matter")
             ->type_name("TEXT")
-            ->check(notEmpty);
+            ->check(given("A text"));
         CLI::Option_group& form = *command.add_option_group("Form", "Without one of these, text");
-        form.require_option(0, 1);
         form.add_flag("--text", m_read.text, "For people");
         form.add_flag("--json", m_read.json, "One JSON object a line");
         form.add_flag("--csv", m_read.csv, "Comma-separated values with a header");
         form.add_option("--sqlite", m_read.sqlite, "Tables of a new SQLite database")
             ->type_name("FILE")
-            ->check(notEmpty);
+            ->check(newFile);
         form.add_option("--html", m_read.html, "A page for a browser, complete in one file")
             ->type_name("FILE")
-            ->check(notEmpty);
+            ->check(newFile);
         command.add_flag("--force", m_read.overwrite, "Overwrite an earlier file of this command");
     }
 

@@ -110,10 +110,20 @@ std::size_t writeAll(const std::vector<ArchivedChat>& chats, const Filter& filte
     return count;
 }
 
+int formsIn(const ReadOptions& options)
+{
+    return int{options.text} + int{options.json} + int{options.csv}
+    + int{options.sqlite.has_value()} + int{options.html.has_value()};
+}
+
 } // namespace
 
 int runRead(const ReadOptions& options, const Console& console)
 {
+    if (formsIn(options) > 1) {
+        console.complain("Choose one of --text, --json, --csv, --sqlite and --html.");
+        return ExitCode::badUsage;
+    }
     if (options.overwrite && !options.sqlite && !options.html) {
         console.complain("--force needs --sqlite or --html.");
         return ExitCode::badUsage;

@@ -319,6 +319,35 @@ private slots:
         QCOMPARE(outcome.err,
             std::string(
                 "korvane-sync: Skipped what is damaged in 3 lines of Ann (1) Korvane "
+    void errorsOfOptionsSayWhatIsWrong_data()
+    {
+        QTest::addColumn<std::vector<std::string>>("words");
+        QTest::addColumn<std::string>("error");
+        using Words = std::vector<std::string>;
+        const std::string help = " (see korvane-sync --help)";
+        QTest::newRow("two forms") << Words{"--json",
+            "--csv"} << std::string("Choose one of --text, --json, --csv, --sqlite and --html.");
+        QTest::newRow("an empty search")
+            << Words{"--search", ""} << "--search: A text is missing" + help;
+        QTest::newRow("an empty word")
+            << Words{""} << "chats: The name of a chat is missing" + help;
+        QTest::newRow("an empty file name")
+            << Words{"--html", ""} << "--html: The name of a file is missing" + help;
+        for (const char* const option : {"--html", "--sqlite"})
+            QTest::newRow(option) << Words{option, "-"}
+                                  << option
+                    + (": This cannot be written to standard output; name a file" + help);
+    }
+
+    void errorsOfOptionsSayWhatIsWrong()
+    {
+        QFETCH(const std::vector<std::string>, words);
+        QFETCH(const std::string, error);
+        const Outcome outcome = read(words);
+        QCOMPARE(outcome.code, 2);
+        QCOMPARE(outcome.err, "korvane-sync: " + error + '\n');
+    }
+
                 "Wrapped.jsonl.txt, Team (7) Korvane Wrapped.jsonl.txt. Where the database is, "
                 "korvane-sync check says what is missing, and check --repair writes it again.\n"
                 "korvane-sync: 1 file ends in an unfinished line, as during an export.\n"));
