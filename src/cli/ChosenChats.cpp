@@ -1,6 +1,7 @@
 #include "cli/ChosenChats.h"
 
 #include "cli/Console.h"
+#include "text/TerminalText.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -63,10 +64,10 @@ private:
         const auto found = findChats(archive(), word);
         if (found.size() == 1)
             addOnce(archive().chats[found.front()]);
-        else if (found.empty())
-            m_chosen.errors.push_back(reasonForNoChat(word));
-        else
+        else if (!found.empty())
             addCandidates(word, found);
+        else if (!isUnreadable())
+            m_chosen.errors.push_back(reasonForNoChat(word));
     }
 
     void addOnce(ArchivedChat chat)
@@ -87,16 +88,13 @@ private:
 
     void addCandidates(const std::string& word, const std::vector<std::size_t>& found)
     {
-        m_chosen.errors.push_back(word + " can mean " + std::to_string(found.size())
-            + " chats. Name one by its guid, or by its number if no other has that:");
-        Table table(
-            {{"NUMBER", Table::Align::Right}, {.heading = "TITLE", .widest = 40}, {"GUID"}});
-        for (const std::size_t index : found) {
-            const ArchivedChat& chat = archive().chats[index];
-            table.add({chat.number, chat.title, chat.guid});
-        }
-        m_chosen.ambiguous += table.text();
+        AmbiguousWord& ambiguous = m_chosen.ambiguous.emplace_back(AmbiguousWord{word});
+        for (const std::size_t index : found)
+            ambiguous.candidates.push_back(archive().chats[index]);
     }
+
+    /// Whether an error says already why there are no chats in the folder.
+    bool isUnreadable() { return archive().chats.empty() && !archive().errors.empty(); }
 
     const Archive& archive()
     {
@@ -115,6 +113,26 @@ private:
 };
 
 } // namespace
+
+std::string AmbiguousWord::table(int columns) const
+{
+    constexpr int gaps = 4; // two blanks between two columns
+    constexpr int narrowestTitle = 10;
+    constexpr int widestTitle = 40;
+    const std::string number = "NUMBER";
+    int numberWidth = displayWidth(number);
+    int guidWidth = 0;
+    for (const ArchivedChat& chat : candidates) {
+        numberWidth = std::max(numberWidth, displayWidth(chat.number));
+        guidWidth = std::max(guidWidth, displayWidth(printable(chat.guid)));
+    }
+    const int title
+        = std::clamp(columns - numberWidth - guidWidth - gaps, narrowestTitle, widestTitle);
+    Table table({{number, Table::Align::Right}, {.heading = "TITLE", .widest = title}, {"GUID"}});
+    for (const ArchivedChat& chat : candidates)
+        table.add({chat.number, chat.title, chat.guid});
+    return table.text();
+}
 
 ChosenChats chosenChats(const std::vector<std::string>& words, const std::string& folder)
 {

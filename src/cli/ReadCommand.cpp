@@ -131,10 +131,13 @@ int runRead(const ReadOptions& options, const Console& console)
     const ChosenChats chosen = chosenChats(options.chats, options.folder);
     for (const std::string& error : chosen.errors)
         console.complain(error);
-    if (!chosen.ambiguous.empty()) {
-        console.err << chosen.ambiguous;
-        return ExitCode::badUsage;
+    for (const AmbiguousWord& word : chosen.ambiguous) {
+        console.complain(word.word + " can mean " + std::to_string(word.candidates.size())
+            + " chats. Name one by its guid, or by its number if no other has that:");
+        console.err << word.table(textStyleFor(console).columns);
     }
+    if (!chosen.ambiguous.empty())
+        return ExitCode::badUsage;
     if (chosen.chats.empty() && !chosen.errors.empty())
         return ExitCode::failure;
     Remarks remarks(console);

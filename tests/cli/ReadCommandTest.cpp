@@ -133,6 +133,28 @@ private slots:
                         "    12  Ann Lee  iMessage;-;+1202\n"));
     }
 
+    void eachAmbiguousWordHasItsOwnTableThatFitsTheTerminal()
+    {
+        write("Ann Lee (12) Korvane Wrapped.jsonl.txt",
+            linesOf({ofChat(message(1), "iMessage;-;+1202", "Ann Lee and all of her friends")}));
+        qputenv("COLUMNS", "40");
+        const std::string end = " can mean 2 chats. Name one by its guid, or by its number if no "
+                                "other has that:\n";
+        const std::string table = "NUMBER  TITLE           GUID\n"
+                                  "     1  Ann             a\n"
+                                  "    12  Ann Lee and a…  iMessage;-;+1202\n";
+        const Outcome outcome = read({"an", "nn"});
+        QCOMPARE(outcome.code, 2);
+        QCOMPARE(outcome.err, "korvane-sync: an" + end + table + "korvane-sync: nn" + end + table);
+    }
+
+    void folderThatDoesNotExistIsTheOnlyError()
+    {
+        const std::string missing = m_terminal->home() + "/missing";
+        QCOMPARE(m_terminal->run({"read", "team", "--folder", missing}).err,
+            "korvane-sync: There is no folder " + missing + ".\n");
+    }
+
     void unknownWordFailsAndTheOthersAreRead()
     {
         const Outcome outcome = read({"Zoe", "team", "--json"});
@@ -297,28 +319,6 @@ private slots:
         QVERIFY(outcome.err.starts_with("korvane-sync: "));
     }
 
-    void csvHasOneHeaderAndARowForEachRecord()
-    {
-        const Outcome outcome = read({"--csv"});
-        QCOMPARE(outcome.code, 0);
-        QVERIFY(outcome.out.starts_with("attachmentCount,body,conversationID,"));
-        QCOMPARE(std::ranges::count(outcome.out, '\n'), 6);
-        const Outcome nothing = read({"--csv", "--since", "2999"});
-        QVERIFY(nothing.out.starts_with("attachmentCount,"));
-        QCOMPARE(std::ranges::count(nothing.out, '\n'), 1);
-    }
-
-    void damagedLinesAreNamedOnceAtTheEnd()
-    {
-        write("Team (7) Korvane Wrapped.jsonl.txt",
-            linesOf({message(1)}) + "{\"attach\n{\n" + linesOf({message(2)}) + "{\"unfin");
-        write("Ann (1) Korvane Wrapped.jsonl.txt",
-            "torn\n" + linesOf({ofChat(message(1), "a", "Ann")}));
-        const Outcome outcome = read({"--json"});
-        QCOMPARE(outcome.code, 0);
-        QCOMPARE(outcome.err,
-            std::string(
-                "korvane-sync: Skipped what is damaged in 3 lines of Ann (1) Korvane "
     void errorsOfOptionsSayWhatIsWrong_data()
     {
         QTest::addColumn<std::vector<std::string>>("words");
@@ -348,6 +348,28 @@ private slots:
         QCOMPARE(outcome.err, "korvane-sync: " + error + '\n');
     }
 
+    void csvHasOneHeaderAndARowForEachRecord()
+    {
+        const Outcome outcome = read({"--csv"});
+        QCOMPARE(outcome.code, 0);
+        QVERIFY(outcome.out.starts_with("attachmentCount,body,conversationID,"));
+        QCOMPARE(std::ranges::count(outcome.out, '\n'), 6);
+        const Outcome nothing = read({"--csv", "--since", "2999"});
+        QVERIFY(nothing.out.starts_with("attachmentCount,"));
+        QCOMPARE(std::ranges::count(nothing.out, '\n'), 1);
+    }
+
+    void damagedLinesAreNamedOnceAtTheEnd()
+    {
+        write("Team (7) Korvane Wrapped.jsonl.txt",
+            linesOf({message(1)}) + "{\"attach\n{\n" + linesOf({message(2)}) + "{\"unfin");
+        write("Ann (1) Korvane Wrapped.jsonl.txt",
+            "torn\n" + linesOf({ofChat(message(1), "a", "Ann")}));
+        const Outcome outcome = read({"--json"});
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.err,
+            std::string(
+                "korvane-sync: Skipped what is damaged in 3 lines of Ann (1) Korvane "
                 "Wrapped.jsonl.txt, Team (7) Korvane Wrapped.jsonl.txt. Where the database is, "
                 "korvane-sync check says what is missing, and check --repair writes it again.\n"
                 "korvane-sync: 1 file ends in an unfinished line, as during an export.\n"));
