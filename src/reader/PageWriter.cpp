@@ -2,6 +2,7 @@
 
 #include "reader/Conversation.h"
 #include "reader/PageParts.h"
+#include "reader/TargetFile.h"
 #include "text/Json.h"
 
 #include <QByteArray>
@@ -95,12 +96,12 @@ try {
     refuse(file, error.code().message());
 }
 
-/// Whether the file is empty, or a page that PageWriter began.
+/// Whether the regular file is empty, or a page that PageWriter began.
 bool isReplaceable(const fs::path& file)
 {
     std::string read(generator.size(), '\0');
     std::ifstream input(file, std::ios::binary);
-    if (!fs::is_regular_file(fs::symlink_status(file)) || !input)
+    if (!input)
         return false;
     input.read(read.data(), static_cast<std::streamsize>(read.size()));
     return input.gcount() == 0 || read == generator;
@@ -109,16 +110,9 @@ bool isReplaceable(const fs::path& file)
 /// The path, if it may be written.
 fs::path checked(fs::path file, Files::Existing existing)
 {
-    const auto status = concerning(file, [&] { return fs::symlink_status(file); });
-    if (!fs::exists(status))
-        return file;
-    if (existing == Files::Existing::Keep)
-        refuse(file, "The file exists; --force overwrites it.");
-    if (!isReplaceable(file)) {
-        refuse(file,
-            "This file is not a page that \"read --html\" wrote, so it is not overwritten. Remove "
-            "it, or name another file.");
-    }
+    concerning(file, [&] {
+        TargetFile::check(file, existing, isReplaceable, "a page that \"read --html\" wrote");
+    });
     return file;
 }
 

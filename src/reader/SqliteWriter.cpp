@@ -1,5 +1,7 @@
 #include "reader/SqliteWriter.h"
 
+#include "reader/TargetFile.h"
+
 #include <array>
 #include <fstream>
 #include <stdexcept>
@@ -157,12 +159,10 @@ try {
     refuse(file, error.code().message());
 }
 
-/// Whether the file is empty, or a database that SqliteWriter wrote. Does not let SQLite open it:
-/// that can change files beside it.
+/// Whether the regular file is empty, or a database that SqliteWriter wrote. Does not let SQLite
+/// open it: that can change files beside it.
 bool isReplaceable(const fs::path& file)
 {
-    if (!fs::is_regular_file(fs::symlink_status(file)))
-        return false;
     std::array<char, applicationIDOffset + applicationID.size()> header{};
     std::ifstream input(file, std::ios::binary);
     if (!input)
@@ -185,24 +185,13 @@ void checkJournals(const fs::path& file)
     }
 }
 
-void checkMayBeWritten(const fs::path& file, Files::Existing existing)
-{
-    checkJournals(file);
-    if (!fs::exists(fs::symlink_status(file)))
-        return;
-    if (existing == Files::Existing::Keep)
-        refuse(file, "The file exists; --force overwrites it.");
-    if (!isReplaceable(file)) {
-        refuse(file,
-            "This file is not a database that \"read --sqlite\" wrote, so it is not overwritten. "
-            "Remove it, or name another file.");
-    }
-}
-
 /// The path, if it may be written.
 fs::path checked(fs::path file, Files::Existing existing)
 {
-    concerning(file, [&] { checkMayBeWritten(file, existing); });
+    concerning(file, [&] {
+        checkJournals(file);
+        TargetFile::check(file, existing, isReplaceable, "a database that \"read --sqlite\" wrote");
+    });
     return file;
 }
 

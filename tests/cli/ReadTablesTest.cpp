@@ -97,6 +97,42 @@ private slots:
         QVERIFY(contentsOf(messages) == before);
     }
 
+    void whatCannotBeOverwrittenIsSaidAtOnce_data()
+    {
+        QTest::addColumn<std::string>("name");
+        QTest::addColumn<std::string>("reason");
+        QTest::newRow("a folder") << std::string("folder")
+                                  << std::string("This is a folder. Name a file in it.");
+        QTest::newRow("a device") << std::string("/dev/full")
+                                  << std::string("This is not a regular file. Name another one.");
+        QTest::newRow("a link") << std::string("link")
+                                << std::string("This is not a regular file. Name another one.");
+        QTest::newRow("a foreign file")
+            << std::string("letter") << std::string("so it is not overwritten. Remove it, or name");
+    }
+
+    void whatCannotBeOverwrittenIsSaidAtOnce()
+    {
+        QFETCH(const std::string, name);
+        QFETCH(const std::string, reason);
+        const Terminal terminal;
+        addChat(terminal, "Ann", 1, 3);
+        const fs::path home = terminal.home();
+        fs::create_directory(home / "folder");
+        fs::create_symlink("/dev/null", home / "link");
+        std::ofstream(home / "letter") << "Dear Ann,\n";
+        const auto before = filesIn(terminal.home());
+        for (const char* option : {"--sqlite", "--html"}) {
+            const Outcome outcome = terminal.run(
+                {"read", "--folder", terminal.exports(), option, (home / name).string()});
+            QCOMPARE(outcome.code, 1);
+            QVERIFY2(outcome.err.find(reason) != std::string::npos, outcome.err.c_str());
+            QVERIFY(outcome.err.find("--force") == std::string::npos);
+        }
+        QCOMPARE(filesIn(terminal.home()), before);
+        QCOMPARE(contentsOf(home / "letter"), std::string("Dear Ann,\n"));
+    }
+
     void nothingIsWrittenIntoTheExportFolder_data()
     {
         QTest::addColumn<std::string>("file");
