@@ -24,7 +24,6 @@ constexpr int timeWidth = 5; // "12:34"
 constexpr int gap = 2;
 constexpr int widestName = 20;
 constexpr int narrowestText = 16;
-constexpr int widestRule = 72;
 constexpr int longestQuote = 50;
 
 /// Within this time, a sender's name is not repeated.
@@ -194,7 +193,7 @@ private:
         const std::string name = message.hasTime()
             ? dayText(time, QStringLiteral("dddd, d MMMM yyyy"))
             : std::string("Without a date");
-        const int width = std::min(m_style.columns, widestRule) - displayWidth(name) - 2;
+        const int width = m_style.columns - displayWidth(name) - 2;
         std::string left;
         for (int i = 0; i < width / 2; ++i)
             left += "─";

@@ -3,6 +3,7 @@
 #include "reader/Records.h"
 #include "support/Printing.h"
 #include "support/Unprivileged.h"
+#include "text/TerminalText.h"
 
 #include <sys/stat.h>
 
@@ -69,7 +70,8 @@ private slots:
             std::string("Team\n"
                         "2 messages and 1 reaction, 6 May 2024\n"
                         "\n"
-                        "────────────────────────── Monday, 6 May 2024 ──────────────────────────\n"
+                        "────────────────────────────── Monday, 6 May 2024 "
+                        "──────────────────────────────\n"
                         "\n"
                         "14:00  Ann  Hello team\n"
                         "14:00  Bo   Grüße\n"
@@ -91,6 +93,10 @@ private slots:
     {
         qputenv("COLUMNS", "30");
         QVERIFY(read({"team"}).out.find("───── Monday, 6 May 2024 ─────\n") != std::string::npos);
+        qputenv("COLUMNS", "100");
+        const std::string wide = read({"team"}).out;
+        const std::size_t rule = wide.find("\n─") + 1;
+        QCOMPARE(displayWidth(wide.substr(rule, wide.find('\n', rule) - rule)), 100);
     }
 
     void wordsChooseChats_data()
