@@ -365,6 +365,22 @@ private slots:
         QCOMPARE(std::ranges::count(nothing.out, '\n'), 1);
     }
 
+    void outputIsCompleteThoughNothingMatches()
+    {
+        const std::string file = m_terminal->home() + "/none";
+        using Words = std::vector<std::string>;
+        for (const Words& form : {Words{"--text"}, Words{"--json"}, Words{"--csv"},
+                 Words{"--sqlite", file + ".db"}, Words{"--html", file + ".html"}}) {
+            Words words{"--since", "2999"};
+            words.insert(words.end(), form.begin(), form.end());
+            const Outcome outcome = read(words);
+            QCOMPARE(outcome.code, 0);
+            QCOMPARE(outcome.err, std::string("korvane-sync: There is no such message.\n"));
+        }
+        QVERIFY(fs::file_size(file + ".db") > 0);
+        QVERIFY(fs::file_size(file + ".html") > 0);
+    }
+
     void damagedLinesAreNamedOnceAtTheEnd()
     {
         write("Team (7) Korvane Wrapped.jsonl.txt",
