@@ -116,19 +116,18 @@ int formsIn(const ReadOptions& options)
     + int{options.sqlite.has_value()} + int{options.html.has_value()};
 }
 
-} // namespace
-
-int runRead(const ReadOptions& options, const Console& console)
+/// Why these options do not fit together; "" if they do.
+std::string conflictIn(const ReadOptions& options)
 {
-    if (formsIn(options) > 1) {
-        console.complain("Choose one of --text, --json, --csv, --sqlite and --html.");
-        return ExitCode::badUsage;
-    }
-    if (options.overwrite && !options.sqlite && !options.html) {
-        console.complain("--force needs --sqlite or --html.");
-        return ExitCode::badUsage;
-    }
-    const ChosenChats chosen = chosenChats(options.chats, options.folder);
+    if (formsIn(options) > 1)
+        return "Choose one of --text, --json, --csv, --sqlite and --html.";
+    if (options.overwrite && !options.sqlite && !options.html)
+        return "--force needs --sqlite or --html.";
+    return "";
+}
+
+void complainOf(const ChosenChats& chosen, const Console& console)
+{
     for (const std::string& error : chosen.errors)
         console.complain(error);
     for (const AmbiguousWord& word : chosen.ambiguous) {
@@ -136,10 +135,11 @@ int runRead(const ReadOptions& options, const Console& console)
             + " chats. Name one by its guid, or by its number if no other has that:");
         console.err << word.table(textStyleFor(console).columns);
     }
-    if (!chosen.ambiguous.empty())
-        return ExitCode::badUsage;
-    if (chosen.chats.empty() && !chosen.errors.empty())
-        return ExitCode::failure;
+}
+
+/// Reads the chosen chats and writes what the options choose of them. Returns the exit code.
+int readChosen(const ReadOptions& options, const ChosenChats& chosen, const Console& console)
+{
     Remarks remarks(console);
     std::size_t count = 0;
     bool isInterrupted = false;
@@ -165,6 +165,23 @@ int runRead(const ReadOptions& options, const Console& console)
     if (count == 0 && chosen.errors.empty())
         console.complain("There is no such message.");
     return chosen.errors.empty() && !remarks.hasErrors() ? ExitCode::success : ExitCode::failure;
+}
+
+} // namespace
+
+int runRead(const ReadOptions& options, const Console& console)
+{
+    if (const std::string conflict = conflictIn(options); !conflict.empty()) {
+        console.complain(conflict);
+        return ExitCode::badUsage;
+    }
+    const ChosenChats chosen = chosenChats(options.chats, options.folder);
+    complainOf(chosen, console);
+    if (!chosen.ambiguous.empty())
+        return ExitCode::badUsage;
+    if (chosen.chats.empty() && !chosen.errors.empty())
+        return ExitCode::failure;
+    return readChosen(options, chosen, console);
 }
 
 } // namespace korvane

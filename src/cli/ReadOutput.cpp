@@ -92,10 +92,11 @@ bool holdsOneOf(const std::vector<ArchivedChat>& chats, const fs::path& folder)
 const std::string& outsideOf(
     const std::string& folder, const std::vector<ArchivedChat>& chats, const std::string& file)
 {
-    if (isInside(folderOf(file), folder) || holdsOneOf(chats, folderOf(file)))
+    if (isInside(folderOf(file), folder) || holdsOneOf(chats, folderOf(file))) {
         throw std::runtime_error(file
             + ": This is in a folder of export files, where only exports write. Name a file "
               "elsewhere.");
+    }
     return file;
 }
 
