@@ -206,8 +206,8 @@ private slots:
                 .familyName = "Lee",
                 .phoneNumbers = {"+15550100"},
                 .emailAddresses = {"ann@example.org"}}}));
-        const fs::path private_ = fs::path(backup.database()).parent_path();
-        QVERIFY(!fs::exists(private_ / "AddressBook.sqlitedb")); // not needed any more
+        const fs::path privateFolder = fs::path(backup.database()).parent_path();
+        QVERIFY(!fs::exists(privateFolder / "AddressBook.sqlitedb")); // not needed any more
     }
 
     void contactsThatAreNotWantedAreNotRead()
@@ -242,11 +242,12 @@ private slots:
     {
         Events events;
         const std::string plain = makeBackup();
-        OpenedBackup(Backup::read(plain), dialog("", &events), Contacts::Read);
+        const OpenedBackup opened(Backup::read(plain), dialog("", &events), Contacts::Read);
         QCOMPARE(events.questions, 0);
         QCOMPARE(events.derivations, 0);
         const std::string locked = makeBackup(encrypted());
-        OpenedBackup(Backup::read(locked), dialog(password, &events), Contacts::Read);
+        const OpenedBackup openedLater(
+            Backup::read(locked), dialog(password, &events), Contacts::Read);
         QCOMPARE(events.questions, 1);
         QCOMPARE(events.derivations, 1);
     }
@@ -256,7 +257,7 @@ private slots:
         Events events;
         const std::string folder
             = makeBackup(QStringList{QStringLiteral("--address-book"), writtenBook()});
-        OpenedBackup(Backup::read(folder), dialog("", &events), Contacts::Read);
+        const OpenedBackup opened(Backup::read(folder), dialog("", &events), Contacts::Read);
         QCOMPARE(events.copied, events.total);
         QVERIFY(events.total > static_cast<std::int64_t>(fs::file_size(m_database.path())));
     }

@@ -294,7 +294,7 @@ private slots:
         setup.db.sql().execute(
             "UPDATE message SET date = -9223372036854775807 - 1 WHERE ROWID = 15");
         setup.mode.readAhead = withRoom;
-        QVERIFY_EXCEPTION_THROWN(setup.sync(), std::overflow_error);
+        QVERIFY_THROWS_EXCEPTION(std::overflow_error, setup.sync());
         QCOMPARE(ExportState::load(setup.support()).chats.size(), 1U);
         QCOMPARE(setup.rowIDs(1).size(), 10U);
     }

@@ -345,7 +345,7 @@ private slots:
     {
         SqliteWriter writer(database(), Existing::Keep);
         writeBytes(database(), "mine");
-        QVERIFY_EXCEPTION_THROWN(writer.finish(), std::runtime_error);
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, writer.finish());
         QCOMPARE(Files::read(database()), std::optional<std::string>("mine"));
     }
 
@@ -404,14 +404,14 @@ private slots:
         SqliteWriter(database(), Existing::Keep).finish();
         Sqlite user = Sqlite::openForWriting(database().string());
         user.execute("PRAGMA journal_mode = WAL; CREATE TABLE notes (a)");
-        QVERIFY_EXCEPTION_THROWN(SqliteWriter(database(), Existing::Replace), std::runtime_error);
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, SqliteWriter(database(), Existing::Replace));
         QCOMPARE(answer(database(), "SELECT count(*) FROM notes"), std::string("0"));
     }
 
     void journalOfAnEarlierDatabaseIsNotTakenForItsOwn()
     {
         writeBytes(path("all.db-journal"), "journal");
-        QVERIFY_EXCEPTION_THROWN(SqliteWriter(database(), Existing::Keep), std::runtime_error);
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error, SqliteWriter(database(), Existing::Keep));
         QCOMPARE(names(), QStringList{QStringLiteral("all.db-journal")});
     }
 
