@@ -12,6 +12,7 @@ import { VirtualList } from './virtualList.js';
  * @typedef {import('./entry.js').Context} Context
  */
 
+const yearPause = 1000; // milliseconds after which a date that is outside of the chat counts as complete
 const nearby = 400; // entries before and after the visible one whose texts are loaded at first
 
 /** The conversation of one chat at a time. */
@@ -21,6 +22,8 @@ export class Conversation {
   #feed = element('div', { role: 'feed', class: 'feed', id: 'feed' });
   #date = byId('date', HTMLInputElement);
   #day = byId('current-day', HTMLElement);
+  /** @type {ReturnType<typeof setTimeout> | undefined} */
+  #typing;
   #list;
   /** @type {Context | undefined} */
   #context;
@@ -34,7 +37,7 @@ export class Conversation {
     this.#list = new VirtualList(this.#viewport, this.#feed, (index) => this.#row(index));
     this.#list.onchange = () => this.#scrolled();
     this.#viewport.addEventListener('keydown', (event) => this.#key(event));
-    this.#date.addEventListener('change', () => this.#showDay(this.#date.valueAsDate));
+    this.#date.addEventListener('change', () => this.#typedDate());
   }
 
   /** The chat that is shown, and its facts. */
@@ -50,6 +53,7 @@ export class Conversation {
    * @param {number} [time]
    */
   async show(chat, row, time) {
+    clearTimeout(this.#typing);
     const facts = await chat.facts();
     const entry = row === undefined ? undefined : facts.find(row, time);
     const index = entry ?? facts.count - 1;
@@ -138,7 +142,7 @@ export class Conversation {
     const { chat, facts } = this.#context;
     const index = Math.min(this.#list.firstVisible, facts.count - 1);
     this.#day.textContent = dayText(facts, index);
-    if (document.activeElement !== this.#date) this.#date.value = isoDay(facts.times[index]);
+    if (!this.#date.matches(':focus-within')) this.#date.value = isoDay(facts.times[index]);
     if (this.#feed.querySelector('.pending')) void this.#loadVisible(chat, index);
   }
 
@@ -163,6 +167,17 @@ export class Conversation {
     else return;
     event.preventDefault();
     this.#scrolled();
+  }
+
+  /**
+   * Jumps to the day in the date field, which changes with every digit that is typed: the first
+   * digits of a year make years like 0002 and 0020. So a day outside of the chat has to wait.
+   */
+  #typedDate() {
+    const { value, min, max } = this.#date;
+    const pause = value < min || value > max ? yearPause : 0;
+    clearTimeout(this.#typing);
+    this.#typing = setTimeout(() => this.#showDay(this.#date.valueAsDate), pause);
   }
 
   /** @param {Date | null} day Midnight UTC of the day. */

@@ -97,6 +97,24 @@ test('a date jumps to its first message, or to the next day that has one', () =>
     await until(page, () => document.getElementById('current-day').textContent === 'Friday, June 2, 2023');
   }));
 
+test('a date that is typed jumps to its day, and keeps what was typed', () =>
+  withPage({}, async (page) => {
+    await page.focus('#date');
+    await page.keyboard.type('02012024', { delay: 60 });
+    await until(page, () => document.getElementById('current-day').textContent === 'Thursday, February 1, 2024');
+    await new Promise((done) => setTimeout(done, 1200));
+    assert.equal(await page.$eval('#date', (field) => field.value), '2024-02-01');
+    assert.equal(await page.$eval('#current-day', (day) => day.textContent), 'Thursday, February 1, 2024');
+  }));
+
+test('a typed date that no message has jumps, too, after a pause', () =>
+  withPage({}, async (page) => {
+    await page.focus('#date');
+    await page.keyboard.type('01310099', { delay: 60 });
+    assert.notEqual(await page.$eval('#current-day', (day) => day.textContent), 'Sunday, January 1, 2023');
+    await until(page, () => document.getElementById('current-day').textContent === 'Sunday, January 1, 2023');
+  }));
+
 test('a fragment shows its message, marked, also after a reload', () =>
   withPage({ fragment: `${crew}/778` }, async (page) => {
     assert.match(await visibleEntry(page, 777), /Message 777/);
