@@ -75,6 +75,7 @@ export class VirtualList {
    * @param {'start' | 'center' | 'end'} block
    */
   show(index, block) {
+    this.#keepFocus([this.#rows]);
     this.#rows.replaceChildren();
     this.#first = index;
     if (this.#count === 0) return;
@@ -90,13 +91,16 @@ export class VirtualList {
     this.#noteAnchor();
   }
 
-  /** Creates the existing rows anew, in their places. */
+  /**
+   * Creates the existing rows anew, in their places. A row that would be the same stays, and with it
+   * the text that is selected in it. The keyboard focus stays in its row.
+   */
   refresh() {
     const { index, offset } = this.#anchor;
-    const from = this.#first;
-    const fresh = [];
-    for (let i = from; i < this.#end; i += 1) fresh.push(this.#render(i));
-    this.#rows.replaceChildren(...fresh);
+    for (const [i, row] of [...this.#rows.children].entries()) {
+      const fresh = this.#render(this.#first + i);
+      if (!row.isEqualNode(fresh)) replaceRow(row, fresh);
+    }
     this.#keep(index, offset);
   }
 
@@ -153,6 +157,7 @@ export class VirtualList {
   #jump() {
     const share = this.#range === 0 ? 0 : this.#viewport.scrollTop / this.#range;
     const index = Math.min(Math.floor(share * this.#count), this.#count - 1);
+    this.#keepFocus([this.#rows]);
     this.#rows.replaceChildren(this.#render(index));
     this.#first = index;
     this.#moveTo(this.#viewport.scrollTop + share * this.#viewport.clientHeight);
@@ -201,12 +206,21 @@ export class VirtualList {
     if (above <= 0 && below === rows.length) return;
     const bottom = below < rows.length ? tops[below] : this.#top + before;
     const removed = [...rows.slice(0, Math.max(above, 0)), ...rows.slice(below)];
-    if (removed.some((row) => row.contains(document.activeElement))) {
-      this.#viewport.focus({ preventScroll: true });
-    }
+    this.#keepFocus(removed);
     for (const row of removed) row.remove();
     this.#first += Math.max(above, 0);
     this.#moveTo(bottom - this.#rows.offsetHeight);
+  }
+
+  /**
+   * Moves the keyboard focus out of elements that will be removed, so that keys still scroll.
+   *
+   * @param {Element[]} removed
+   */
+  #keepFocus(removed) {
+    if (removed.some((each) => each.contains(document.activeElement))) {
+      this.#viewport.focus({ preventScroll: true });
+    }
   }
 
   /** Moves the rows if the list ends inside the visible area. */
@@ -296,6 +310,21 @@ export class VirtualList {
     this.#settle();
     this.#noteAnchor();
   }
+}
+
+/**
+ * Replaces a row. The element of the same class gets the keyboard focus if it was in the row, or the
+ * row itself if there is none.
+ *
+ * @param {Element} row
+ * @param {HTMLElement} fresh
+ */
+function replaceRow(row, fresh) {
+  const focused = row.contains(document.activeElement) ? document.activeElement : undefined;
+  row.replaceWith(fresh);
+  if (!focused) return;
+  const [same] = focused === row ? [] : fresh.getElementsByClassName(focused.className);
+  (same instanceof HTMLElement ? same : fresh).focus({ preventScroll: true });
 }
 
 /**

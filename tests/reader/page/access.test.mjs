@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import test from 'node:test';
-import { address, axeFile, desktop, phone, search, until, withPage } from './browser.mjs';
+import { address, axeFile, desktop, phone, search, until, visibleEntry, withPage } from './browser.mjs';
 
 const crew = '#/iMessage%3B%2B%3Bcrew';
 const axe = readFileSync(axeFile, 'utf8');
@@ -77,6 +77,46 @@ test('a chat is chosen, searched and left by keyboard alone', () =>
     await page.keyboard.press('Tab');
     await page.keyboard.press('Enter');
     await until(page, () => document.getElementById('title').textContent === 'Ann Lee');
+  }));
+
+/** Waits until no text is loaded any more. */
+async function settled(page) {
+  await until(page, () => !document.querySelector('.pending'));
+  await new Promise((done) => setTimeout(done, 600));
+}
+
+test('a quotation that is followed by keyboard takes the focus to its message', () =>
+  withPage({ fragment: `${crew}/2001` }, async (page) => {
+    await page.focus('[data-index="2000"] .quotation');
+    await page.keyboard.press('Enter');
+    await until(page, () => document.querySelector('.current')?.dataset.index === '20');
+    await settled(page);
+    assert.equal(await page.evaluate(() => document.activeElement.dataset.index), '20');
+  }));
+
+test('texts that are loaded or marked later move neither the focus nor the selected text', () =>
+  withPage({ fragment: `${crew}/2001` }, async (page) => {
+    await settled(page);
+    await page.evaluate(() => {
+      const paragraph = document.querySelector('[data-index="1999"] p');
+      getSelection().setBaseAndExtent(paragraph.firstChild, 0, paragraph.firstChild, 7);
+      document.querySelector('[data-index="2000"] .time').focus();
+      const field = document.getElementById('search');
+      field.value = '2000'; // a search without moving the focus to its field
+      field.dispatchEvent(new Event('input'));
+    });
+    await until(page, () => document.querySelector('[data-index="2000"] mark'));
+    assert.equal(await page.evaluate(() => getSelection().toString()), 'Message');
+    const focused = await page.evaluate(() => document.activeElement.className + document.activeElement.closest('article').dataset.index);
+    assert.equal(focused, 'time2000');
+  }));
+
+test('End keeps the focus in the conversation', () =>
+  withPage({ fragment: `${crew}/778` }, async (page) => {
+    await page.focus('[data-index="777"]');
+    await page.keyboard.press('End');
+    await visibleEntry(page, 2999);
+    assert.equal(await page.evaluate(() => document.activeElement.id), 'viewport');
   }));
 
 test('entries have names and places for screen readers', () =>
