@@ -10,9 +10,16 @@ import { VirtualList } from './virtualList.js';
  * @typedef {import('./archive.js').Chat} Chat
  * @typedef {import('./archive.js').Facts} Facts
  * @typedef {import('./entry.js').Context} Context
+ *
+ * @typedef {object} ReadingPlace Where the user was: kept in the browser's history.
+ * @property {string} guid
+ * @property {number} row Of the first visible entry, see Facts.find().
+ * @property {number} time
+ * @property {number} hidden How many pixels of it are above the visible area.
  */
 
 const yearPause = 1000; // milliseconds after which a date that is outside of the chat counts as complete
+const scrollPause = 200; // milliseconds without scrolling after which the place is kept
 const nearby = 400; // entries before and after the visible one whose texts are loaded at first
 
 /** The conversation of one chat at a time. */
@@ -27,6 +34,9 @@ export class Conversation {
   #list;
   /** @type {Context | undefined} */
   #context;
+  /** @type {ReturnType<typeof setTimeout> | undefined} */
+  #keeping;
+  #fragment = ''; // of the address when the chat was shown
   #wanted = '';
   /** @type {number | undefined} */
   #current;
@@ -38,6 +48,8 @@ export class Conversation {
     this.#list.onchange = () => this.#scrolled();
     this.#viewport.addEventListener('keydown', (event) => this.#key(event));
     this.#date.addEventListener('change', () => this.#typedDate());
+    addEventListener('click', () => this.#keepPlace(), { capture: true }); // before a link is followed
+    addEventListener('pagehide', () => this.#keepPlace());
   }
 
   /** The chat that is shown, and its facts. */
@@ -46,7 +58,8 @@ export class Conversation {
   }
 
   /**
-   * Shows a chat: at an entry, or at its end. The texts of the others follow in idle time.
+   * Shows a chat: where the user left this entry of the browser's history, at an entry of the chat, or
+   * at its end. The texts of the others follow in idle time.
    *
    * @param {Chat} chat
    * @param {number} [row] Of the entry, see Facts.find().
@@ -54,16 +67,20 @@ export class Conversation {
    */
   async show(chat, row, time) {
     clearTimeout(this.#typing);
+    const place = placeIn(chat);
     const facts = await chat.facts();
     const entry = row === undefined ? undefined : facts.find(row, time);
-    const index = entry ?? facts.count - 1;
+    const kept = place && facts.find(place.row, place.time);
+    const index = kept ?? entry ?? facts.count - 1;
     await chat.loadTexts(index - nearby, index + nearby);
     if (this.#context?.chat !== chat) this.#open(chat, facts);
     this.#current = entry;
-    this.#list.reset(facts.count, index, entry === undefined ? 'end' : 'center');
+    const block = entry === undefined ? 'end' : 'center';
+    this.#list.reset(facts.count, index, place && kept !== undefined ? -place.hidden : block);
+    this.#fragment = location.hash;
     this.#viewport.setAttribute('aria-label', `Conversation: ${chat.title}`);
     this.#scrolled();
-    if (entry !== undefined && !isSideInUse()) this.#list.row(entry)?.focus({ preventScroll: true });
+    if (entry !== undefined) this.#focus(entry);
     void this.#loadRest(chat);
   }
 
@@ -113,6 +130,11 @@ export class Conversation {
     this.#date.max = isoDay(chat.last);
   }
 
+  /** @param {number} index Of the entry that gets the keyboard focus. */
+  #focus(index) {
+    if (!isSideInUse()) this.#list.row(index)?.focus({ preventScroll: true });
+  }
+
   /** @param {number} index */
   #row(index) {
     if (!this.#context) throw new Error('A row was asked for before a chat was opened.');
@@ -144,6 +166,20 @@ export class Conversation {
     this.#day.textContent = dayText(facts, index);
     if (!this.#date.matches(':focus-within')) this.#date.value = isoDay(facts.times[index]);
     if (this.#feed.querySelector('.pending')) void this.#loadVisible(chat, index);
+    clearTimeout(this.#keeping);
+    this.#keeping = setTimeout(() => this.#keepPlace(), scrollPause);
+  }
+
+  /** Keeps the place in the browser's history, so that Back and a reload return to it. */
+  #keepPlace() {
+    clearTimeout(this.#keeping);
+    const isShown = this.#context && location.hash === this.#fragment && this.#viewport.clientHeight > 0;
+    if (!this.#context || !isShown) return;
+    const { chat, facts } = this.#context;
+    const index = Math.min(this.#list.firstVisible, facts.count - 1);
+    /** @type {ReadingPlace} */
+    const place = { guid: chat.guid, row: facts.rows[index], time: facts.times[index], hidden: this.#list.hiddenPart };
+    history.replaceState(place, '');
   }
 
   /**
@@ -189,6 +225,16 @@ export class Conversation {
     this.#list.show(index, 'start');
     this.#scrolled();
   }
+}
+
+/**
+ * Where the user left the current entry of the browser's history, if that was in this chat.
+ *
+ * @param {Chat} chat
+ * @returns {ReadingPlace | undefined}
+ */
+function placeIn(chat) {
+  return history.state?.guid === chat.guid ? history.state : undefined;
 }
 
 /** Whether the keyboard focus is in the visible list of chats and hits, where it stays. */

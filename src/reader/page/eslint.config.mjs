@@ -7,7 +7,7 @@ const browser = [
   'AbortController', 'AbortSignal', 'Blob', 'DecompressionStream', 'Element', 'HTMLAnchorElement',
   'HTMLButtonElement', 'HTMLElement', 'HTMLInputElement', 'KeyboardEvent', 'Node', 'ResizeObserver',
   'Response', 'SVGSVGElement', 'TextDecoder', 'addEventListener', 'atob', 'clearTimeout', 'document',
-  'location', 'performance', 'print', 'requestIdleCallback', 'setTimeout',
+  'history', 'location', 'performance', 'print', 'requestIdleCallback', 'setTimeout',
 ];
 
 export default [

@@ -60,7 +60,7 @@ export class VirtualList {
    *
    * @param {number} count How many rows it has.
    * @param {number} index Of the row to show.
-   * @param {'start' | 'center' | 'end'} block Where.
+   * @param {'start' | 'center' | 'end' | number} block Where; a number is its distance from the upper edge.
    */
   reset(count, index, block) {
     this.#count = count;
@@ -72,7 +72,7 @@ export class VirtualList {
    * Scrolls to a row.
    *
    * @param {number} index
-   * @param {'start' | 'center' | 'end'} block
+   * @param {'start' | 'center' | 'end' | number} block As in reset().
    */
   show(index, block) {
     this.#keepFocus([this.#rows]);
@@ -82,9 +82,8 @@ export class VirtualList {
     this.#rows.append(this.#render(index));
     if (this.#height === 0) this.#estimateHeight();
     const room = this.#viewport.clientHeight - this.#rows.offsetHeight;
-    const share = { start: 0, center: 0.4, end: 1 }[block];
     this.#viewport.scrollTop = (index / this.#count) * this.#range;
-    this.#moveTo(this.#viewport.scrollTop + Math.max(room * share, room < 0 && block === 'end' ? room : 0));
+    this.#moveTo(this.#viewport.scrollTop + distanceFor(block, room));
     this.#fill();
     this.#closeGaps();
     this.#settle();
@@ -325,6 +324,18 @@ function replaceRow(row, fresh) {
   if (!focused) return;
   const [same] = focused === row ? [] : fresh.getElementsByClassName(focused.className);
   (same instanceof HTMLElement ? same : fresh).focus({ preventScroll: true });
+}
+
+/**
+ * The distance of a row from the upper edge.
+ *
+ * @param {'start' | 'center' | 'end' | number} block
+ * @param {number} room The visible height without the row's.
+ */
+function distanceFor(block, room) {
+  if (typeof block === 'number') return block;
+  if (block === 'end') return room;
+  return block === 'start' ? 0 : Math.max(room * 0.4, 0);
 }
 
 /**

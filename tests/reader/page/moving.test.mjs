@@ -124,6 +124,43 @@ test('a fragment shows its message, marked, also after a reload', () =>
     assert.match(await visibleEntry(page, 777), /Message 777/);
   }));
 
+/** Scrolls up from the end, leaves the chat, comes back, and expects the same messages in the same places. */
+async function expectReturn(page, leave, comeBack) {
+  await visibleEntry(page, 2999);
+  await scrollBy(page, -2500);
+  await new Promise((done) => setTimeout(done, 500)); // until scrolling has paused
+  const before = await visiblePlaces(page);
+  await leave();
+  await comeBack();
+  await until(page, (index) => document.querySelector(`[data-index="${index}"]`)?.checkVisibility(), Object.keys(before)[1]);
+  await new Promise((done) => setTimeout(done, 300));
+  const after = await visiblePlaces(page);
+  assert.deepEqual(Object.keys(after), Object.keys(before));
+  for (const by of movement(before, after)) assert.ok(Math.abs(by) < 1.5, String(by));
+}
+
+const departures = {
+  'a message of the same chat': (page) => page.evaluate(() => (location.hash += '/21')),
+  'the overview': (page) => page.click('#open-overview'),
+  'another chat': (page) => page.click('#chats li:nth-child(3) a'),
+};
+
+for (const [name, leave] of Object.entries(departures)) {
+  test(`Back returns to the place in the chat: after ${name}`, () =>
+    withPage({ fragment: crew }, async (page) => {
+      const gone = async () => {
+        await leave(page);
+        await new Promise((done) => setTimeout(done, 500));
+      };
+      await expectReturn(page, gone, () => page.goBack());
+    }));
+}
+
+test('a reload keeps the place in the chat', () =>
+  withPage({ fragment: crew }, async (page) => {
+    await expectReturn(page, () => page.reload(), () => ready(page));
+  }));
+
 test('the time of a message is the link to it', () =>
   withPage({}, async (page) => {
     await page.focus('[data-index="2998"] .time');
