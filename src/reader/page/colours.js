@@ -42,14 +42,15 @@ function className(number) {
 }
 
 /**
- * One or two letters for the circle of a person or a chat: of the first and the last word.
+ * One or two letters for the circle of a person or a chat: of the first and the last word, or of the
+ * first two if the name ends with a number of others, like "+1". An e-mail address counts up to its host.
  *
  * @param {string} name
  */
 export function initials(name) {
-  const words = name.match(/[\p{L}\p{N}][\p{L}\p{M}\p{N}]*/gu) ?? [];
-  if (!/\p{L}/u.test(name)) return '#';
-  const first = Array.from(words[0] ?? '')[0] ?? '';
-  const last = words.length > 1 ? (Array.from(words[words.length - 1])[0] ?? '') : '';
-  return (first + last).toUpperCase();
+  const words = name.replace(/(\S)@\S+/g, '$1').match(/[\p{L}\p{N}][\p{L}\p{M}\p{N}]*/gu) ?? [];
+  const letters = words.filter((word) => /^\p{L}/u.test(word)).map((word) => Array.from(word)[0]);
+  if (letters.length === 0) return '#';
+  const others = /\+\d+$/.test(name) ? letters.slice(1, 2) : letters.slice(1).slice(-1);
+  return [letters[0], ...others].join('').toUpperCase();
 }

@@ -137,6 +137,11 @@ test('initials are of the first and the last word', () => {
   assert.deepEqual(['Ann Lee', 'zoë', '+1 202', '', 'Jean van der Berg', '🎬 Film'].map(initials), ['AL', 'Z', '#', '#', 'JB', 'F']);
 });
 
+test('initials are of words that begin with a letter, and not of the host of an e-mail address', () => {
+  const names = ['Noor.Bennett@Example.com', 'Ski Trip 12/24', 'Ann Lee, Priya Moreau +1', '12/24'];
+  assert.deepEqual(names.map(initials), ['NB', 'ST', 'AL', '#']);
+});
+
 test('local days begin at midnight, also when clocks change', () => {
   const clock = new LocalClock();
   for (const text of ['2024-03-31T00:00', '2024-03-31T03:30', '2024-10-27T23:59', '1969-12-31T12:00']) {
