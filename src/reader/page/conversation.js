@@ -20,6 +20,8 @@ import { VirtualList } from './virtualList.js';
 
 const yearPause = 1000; // milliseconds after which a date that is outside of the chat counts as complete
 const scrollPause = 200; // milliseconds without scrolling after which the place is kept
+const dayPause = 1200; // milliseconds without scrolling after which the floating day fades
+const labelHeight = 40; // pixels from the upper edge to below the floating day
 const nearby = 400; // entries before and after the visible one whose texts are loaded at first
 
 /** The conversation of one chat at a time. */
@@ -36,6 +38,8 @@ export class Conversation {
   #context;
   /** @type {ReturnType<typeof setTimeout> | undefined} */
   #keeping;
+  /** @type {ReturnType<typeof setTimeout> | undefined} */
+  #fading;
   #fragment = ''; // of the address when the chat was shown
   #wanted = '';
   /** @type {number | undefined} */
@@ -164,10 +168,23 @@ export class Conversation {
     const { chat, facts } = this.#context;
     const index = Math.min(this.#list.firstVisible, facts.count - 1);
     this.#day.textContent = dayText(facts, index);
+    this.#showFloatingDay();
     if (!this.#date.matches(':focus-within')) this.#date.value = isoDay(facts.times[index]);
     if (this.#feed.querySelector('.pending')) void this.#loadVisible(chat, index);
     clearTimeout(this.#keeping);
     this.#keeping = setTimeout(() => this.#keepPlace(), scrollPause);
+  }
+
+  /** Shows the floating day while the list scrolls, unless a day's own heading is there. */
+  #showFloatingDay() {
+    const edge = this.#viewport.getBoundingClientRect().top;
+    const isCovered = Array.from(this.#feed.querySelectorAll('.day')).some((heading) => {
+      const { top, bottom } = heading.getBoundingClientRect();
+      return bottom > edge && top < edge + labelHeight;
+    });
+    this.#day.classList.toggle('moving', !isCovered);
+    clearTimeout(this.#fading);
+    this.#fading = setTimeout(() => this.#day.classList.remove('moving'), dayPause);
   }
 
   /** Keeps the place in the browser's history, so that Back and a reload return to it. */

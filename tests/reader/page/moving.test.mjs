@@ -88,6 +88,18 @@ test('a narrower window keeps the message at the top', () =>
     assert.equal(Math.min(...Object.keys(await visiblePlaces(page)).map(Number)), first);
   }));
 
+test('the floating day shows while the list scrolls, and not over a heading', () =>
+  withPage({ fragment: `${crew}/1506` }, async (page) => {
+    const opacity = () => page.$eval('#current-day', (day) => getComputedStyle(day).opacity);
+    await scrollBy(page, 10);
+    await until(page, () => getComputedStyle(document.getElementById('current-day')).opacity === '1');
+    await until(page, () => getComputedStyle(document.getElementById('current-day')).opacity === '0');
+    const heading = await page.$eval('[data-index="1510"] .day', (day) => day.getBoundingClientRect().top - document.getElementById('viewport').getBoundingClientRect().top);
+    await scrollBy(page, heading - 5);
+    await new Promise((done) => setTimeout(done, 400)); // longer than the label takes to appear
+    assert.equal(await opacity(), '0');
+  }));
+
 test('a date jumps to its first message, or to the next day that has one', () =>
   withPage({}, async (page) => {
     await page.$eval('#date', (field) => {
