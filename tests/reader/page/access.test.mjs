@@ -119,6 +119,26 @@ test('End keeps the focus in the conversation', () =>
     assert.equal(await page.evaluate(() => document.activeElement.id), 'viewport');
   }));
 
+/** The least height of the visible elements that a selector finds. */
+function leastHeight(page, selector) {
+  return page.$$eval(selector, (found) => Math.min(...found.map((each) => each.getBoundingClientRect().height)));
+}
+
+test('links are high enough for a mouse, and quotations for a finger', async () => {
+  await withPage({ fragment: `${crew}/2001` }, async (page) => {
+    assert.ok((await leastHeight(page, '.time')) >= 24);
+    assert.ok((await leastHeight(page, '[data-index="2000"] .quotation')) >= 24);
+  });
+  await withPage({ fragment: `${crew}/2001`, viewport: phone }, async (page) => {
+    assert.ok((await leastHeight(page, '[data-index="2000"] .quotation')) >= 44);
+  });
+  await withPage({ fragment: '#/overview' }, async (page) => {
+    await until(page, () => document.querySelector('.quoted a'));
+    assert.ok((await leastHeight(page, 'summary')) >= 24);
+    assert.ok((await leastHeight(page, '.quoted a')) >= 24);
+  });
+});
+
 test('entries have names and places for screen readers', () =>
   withPage({ fragment: `${crew}/778` }, async (page) => {
     const entry = await page.$eval('[data-index="777"]', (found) => ({
