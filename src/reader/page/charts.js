@@ -176,7 +176,8 @@ export function weekChart(hours, label) {
 
 /** @param {number} hour */
 export function hourSpan(hour) {
-  return `${hour}:00 to ${hour}:59`;
+  const [from, to] = [0, 59].map((minute) => dateText('time', new Date(2024, 0, 1, hour, minute).getTime()));
+  return `${from} to ${to}`;
 }
 
 /**

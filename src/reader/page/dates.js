@@ -26,6 +26,13 @@ export function numberText(value) {
   return number.format(value);
 }
 
+const share = new Intl.NumberFormat(locale, { style: 'percent' });
+
+/** @param {number} part Of 1. */
+export function percentText(part) {
+  return share.format(part);
+}
+
 /**
  * "1 message" or "2 messages".
  *

@@ -1,4 +1,4 @@
-import { counted, dateText, LocalClock, noonOf, numberText } from './dates.js';
+import { counted, dateText, LocalClock, noonOf, numberText, percentText } from './dates.js';
 import { breathe, byId, element, guide } from './dom.js';
 import { coloursOf } from './colours.js';
 import { attachmentText } from './entry.js';
@@ -67,7 +67,7 @@ export class Overview {
   #people(statistics) {
     const people = ranked(statistics.people);
     const [most] = people;
-    const summary = `Most messages are from ${this.#name(most.person)}: ${percent(most.count, statistics.messages)}.`;
+    const summary = `Most messages are from ${this.#nameOrYou(most.person)}: ${percent(most.count, statistics.messages)}.`;
     return figure('Who writes', summary, this.#bars(people, summary), {
       head: ['Person', 'Messages'],
       rows: people.map(({ person, count }) => [this.#name(person), count]),
@@ -84,7 +84,7 @@ export class Overview {
       statistics.given.get(person) ?? 0,
       statistics.received.get(person) ?? 0,
     ]);
-    const summary = `Most were given by ${this.#name(given[0].person)}, and most received by ${this.#name(received[0].person)}.`;
+    const summary = `Most were given by ${this.#nameOrYou(given[0].person)}, and most received by ${this.#nameOrYou(received[0].person)}.`;
     const charts = element(
       'div',
       { class: 'sides' },
@@ -105,6 +105,11 @@ export class Overview {
       return { label: name, count, colour: isMe ? 'person-me' : (this.#colours.get(name) ?? '') };
     });
     return personChart(bars, label);
+  }
+
+  /** @param {number} person Named in a sentence. */
+  #nameOrYou(person) {
+    return this.#archive.people[person].isMe ? 'you' : this.#name(person);
   }
 
   /** @param {number} person */
@@ -222,5 +227,5 @@ function week({ hours }) {
  * @param {number} whole
  */
 function percent(part, whole) {
-  return `${Math.round((100 * part) / Math.max(1, whole))} %`;
+  return percentText(part / Math.max(1, whole));
 }
