@@ -83,7 +83,7 @@ private slots:
         Secret secret = watchedSecret();
         const char* const place = secret.view().data();
         const Secret other = std::move(secret);
-        QCOMPARE(other.view().data(), place);
+        QVERIFY(other.view().data() == place); // QCOMPARE would read it as a text with a NUL
         QCOMPARE(std::string(other.view()), std::string("password"));
     }
 
