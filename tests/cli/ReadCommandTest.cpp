@@ -339,10 +339,11 @@ private slots:
             << Words{""} << "chats: The name of a chat is missing" + help;
         QTest::newRow("an empty file name")
             << Words{"--html", ""} << "--html: The name of a file is missing" + help;
-        for (const char* const option : {"--html", "--sqlite"})
+        for (const char* const option : {"--html", "--sqlite"}) {
             QTest::newRow(option) << Words{option, "-"}
                                   << option
                     + (": This cannot be written to standard output; name a file" + help);
+        }
     }
 
     void errorsOfOptionsSayWhatIsWrong()
