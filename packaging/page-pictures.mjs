@@ -28,6 +28,7 @@ for (const { file, scheme, fragment } of pictures) {
   await tab.waitForSelector('body[data-ready]');
   await tab.waitForFunction(() => !document.querySelector('.pending, .wait'));
   await tab.evaluate(() => document.activeElement.blur());
+  await new Promise((shown) => setTimeout(shown, 2000)); // the floating day fades
   await tab.screenshot({ path: `${root}docs/${file}` });
   await tab.close();
 }
