@@ -59,7 +59,6 @@ std::string preparedBackup(const std::string& folder, const SampleSize& size)
 
 double open(const std::string& folder)
 {
-    Sqlite::configureProcess();
     const BackupDialog dialog{.password = [] { return Secret(std::string_view("password")); },
         .onDeriving = [] {},
         .onDerived = [] {},
@@ -81,6 +80,7 @@ std::string privateFile(std::int64_t bytes)
 
 int main(int argc, char* argv[])
 {
+    Sqlite::configureProcess(); // before privateFile() uses SQLite
     const Arguments arguments(argc, argv);
     const bool quick = arguments.has("--quick");
     const int rounds = std::stoi(arguments.value("--rounds", "5"));
