@@ -13,6 +13,7 @@
 #include "reader/Archive.h"
 #include "reader/Conversation.h"
 #include "reader/PageWriter.h"
+#include "storage/Files.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -21,7 +22,6 @@
 
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string_view>
@@ -30,14 +30,6 @@ using namespace korvane;
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string contentsOf(const fs::path& file)
-{
-    std::string bytes(fs::file_size(file), '\0');
-    std::ifstream(file, std::ios::binary)
-        .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
-}
 
 void parse(std::string_view lines)
 {
@@ -63,7 +55,7 @@ double parseAndCompress(const fs::path& folder)
 {
     return secondsOf([&] {
         for (const auto& entry : fs::directory_iterator(folder)) {
-            const std::string bytes = contentsOf(entry.path());
+            const std::string bytes = Files::read(entry.path()).value();
             parse(bytes);
             compress(bytes);
         }

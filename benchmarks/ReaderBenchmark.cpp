@@ -13,6 +13,7 @@
 #include "reader/CsvWriter.h"
 #include "reader/JsonWriter.h"
 #include "reader/TextWriter.h"
+#include "storage/Files.h"
 
 #include <QTemporaryDir>
 #include <rapidjson/document.h>
@@ -29,14 +30,6 @@ using namespace korvane;
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string contentsOf(const fs::path& file)
-{
-    std::string bytes(fs::file_size(file), '\0');
-    std::ifstream(file, std::ios::binary)
-        .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
-}
 
 /// Throws if there are not so many records: then the time would mean nothing.
 void require(std::int64_t found, std::int64_t records)
@@ -68,7 +61,7 @@ double parse(const fs::path& folder, std::int64_t records, ParseLine parseLine)
     return secondsOf([&] {
         std::int64_t found = 0;
         for (const auto& entry : fs::directory_iterator(folder)) {
-            const std::string bytes = contentsOf(entry.path());
+            const std::string bytes = Files::read(entry.path()).value();
             std::string_view rest = bytes;
             for (auto end = rest.find('\n'); end != rest.npos; end = rest.find('\n')) {
                 found += parseLine(rest.substr(0, end)) ? 1 : 0;
@@ -110,7 +103,7 @@ std::int64_t recordsIn(const fs::path& folder)
 {
     std::int64_t records = 0;
     for (const auto& entry : fs::directory_iterator(folder))
-        records += std::ranges::count(contentsOf(entry.path()), '\n');
+        records += std::ranges::count(Files::read(entry.path()).value(), '\n');
     return records;
 }
 

@@ -12,6 +12,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
+[[noreturn]] void throwUnreadable(const fs::path& folder, const std::error_code& failure)
+{
+    throw BackupError(
+        folder.string() + ": This folder cannot be read (" + failure.message() + ").");
+}
+
 std::vector<fs::path> subfoldersOf(const fs::path& folder)
 {
     std::error_code failure;
@@ -20,8 +26,7 @@ std::vector<fs::path> subfoldersOf(const fs::path& folder)
          item.increment(failure))
         subfolders.push_back(item->path());
     if (failure)
-        throw BackupError(
-            folder.string() + ": This folder cannot be read (" + failure.message() + ").");
+        throwUnreadable(folder, failure);
     return subfolders;
 }
 
@@ -30,8 +35,7 @@ void verifyAccess(const fs::path& folder)
 {
     std::error_code failure;
     if (!fs::exists(folder / "Manifest.plist", failure) && failure == std::errc::permission_denied)
-        throw BackupError(
-            folder.string() + ": This folder cannot be read (" + failure.message() + ").");
+        throwUnreadable(folder, failure);
 }
 
 /// Those without a date come last; equal ones are in the order of their folders.

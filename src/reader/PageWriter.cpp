@@ -9,8 +9,6 @@
 #include <QCryptographicHash>
 
 #include <fstream>
-#include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace korvane {
@@ -82,20 +80,6 @@ std::string json(const ArchivedChat& chat, const PackedChat& packed)
         .finished();
 }
 
-[[noreturn]] void refuse(const fs::path& file, const std::string& reason)
-{
-    throw std::runtime_error(file.string() + ": " + reason);
-}
-
-/// Runs `action` and adds the file's name to its error.
-template <typename Action>
-decltype(auto) concerning(const fs::path& file, Action action)
-try {
-    return action();
-} catch (const std::system_error& error) {
-    refuse(file, error.code().message());
-}
-
 /// Whether the regular file is empty, or a page that PageWriter began.
 bool isReplaceable(const fs::path& file)
 {
@@ -110,7 +94,7 @@ bool isReplaceable(const fs::path& file)
 /// The path, if it may be written.
 fs::path checked(fs::path file, Files::Existing existing)
 {
-    concerning(file, [&] {
+    TargetFile::concerning(file, [&] {
         TargetFile::check(file, existing, isReplaceable, "a page that \"read --html\" wrote");
     });
     return file;
@@ -121,8 +105,8 @@ fs::path checked(fs::path file, Files::Existing existing)
 PageWriter::PageWriter(fs::path file, Files::Existing existing)
     : m_file(checked(std::move(file), existing))
     , m_existing(existing)
-    , m_draft(concerning(m_file, [this] { return Draft(m_file); }))
-    , m_output(concerning(m_file, [this] { return OutputFile(m_draft.path()); }))
+    , m_draft(TargetFile::concerning(m_file, [this] { return Draft(m_file); }))
+    , m_output(TargetFile::concerning(m_file, [this] { return OutputFile(m_draft.path()); }))
 {
     append(between({}, "@policy@"));
     append(policy());
@@ -158,7 +142,7 @@ void PageWriter::finish()
     append(between("@data@", "@script@"));
     append(PageParts::script);
     append(between("@script@", {}));
-    concerning(m_file, [this] {
+    TargetFile::concerning(m_file, [this] {
         Files::flush(m_draft.descriptor());
         m_draft.giveName(m_file, m_existing);
     });
@@ -173,7 +157,7 @@ void PageWriter::appendPacked(const std::string& id, std::string_view bytes)
 
 void PageWriter::append(std::string_view text)
 {
-    concerning(m_file, [&] { m_output.append(text); });
+    TargetFile::concerning(m_file, [&] { m_output.append(text); });
 }
 
 } // namespace korvane

@@ -4,10 +4,8 @@
 
 #include <array>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace korvane {
@@ -143,20 +141,13 @@ Row rowOf(
     return row;
 }
 
-[[noreturn]] void refuse(const fs::path& file, const std::string& reason)
-{
-    throw std::runtime_error(file.string() + ": " + reason);
-}
-
-/// Runs `action` and adds the file's name to its error.
+/// Like TargetFile::concerning(), also for errors of SQLite.
 template <typename Action>
 decltype(auto) concerning(const fs::path& file, Action action)
 try {
-    return action();
+    return TargetFile::concerning(file, action);
 } catch (const DBError& error) {
-    refuse(file, error.message);
-} catch (const std::system_error& error) {
-    refuse(file, error.code().message());
+    TargetFile::refuse(file, error.message);
 }
 
 /// Whether the regular file is empty, or a database that SqliteWriter wrote. Does not let SQLite
@@ -178,7 +169,7 @@ void checkJournals(const fs::path& file)
     for (const char* suffix : {"-wal", "-journal"}) {
         const fs::path journal = file.string() + suffix;
         if (fs::exists(fs::symlink_status(journal))) {
-            refuse(journal,
+            TargetFile::refuse(journal,
                 "This belongs to a database that another program has open or did not complete. "
                 "Close that program, or name another file.");
         }

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 namespace korvane {
 
@@ -15,6 +16,18 @@ namespace TargetFile {
 /// any file. `own` says what the writer writes: "a page that \"read --html\" wrote".
 void check(const std::filesystem::path& file, Files::Existing existing,
     bool (*isOwn)(const std::filesystem::path& regularFile), const std::string& own);
+
+/// Throws std::runtime_error with the file's name and the reason.
+[[noreturn]] void refuse(const std::filesystem::path& file, const std::string& reason);
+
+/// Runs `action` and returns its result. Throws its std::system_error as refuse() does.
+template <typename Action>
+decltype(auto) concerning(const std::filesystem::path& file, Action action)
+try {
+    return action();
+} catch (const std::system_error& error) {
+    refuse(file, error.code().message());
+}
 
 } // namespace TargetFile
 
