@@ -25,6 +25,10 @@ class BackupCommandTest : public QObject {
 
     static constexpr const char* password = "geheim";
 
+    /// Other tests run the program at the same time, and each start removes what a killed process
+    /// left. Keep the private folders of this test in a place that the others do not know.
+    const QTemporaryDir m_runtime{QStringLiteral("/dev/shm/runtime.XXXXXX")};
+
     /// The private folders that a process has now or has left behind; -1 counts those of all.
     static int privateFolders(qint64 process = -1)
     {
@@ -81,6 +85,12 @@ class BackupCommandTest : public QObject {
     }
 
 private slots:
+    void initTestCase()
+    {
+        if (m_runtime.isValid()) // not on macOS
+            qputenv("XDG_RUNTIME_DIR", m_runtime.path().toUtf8());
+    }
+
     void exportOfABackupIsThatOfTheDatabase_data()
     {
         QTest::addColumn<QStringList>("options");
