@@ -48,17 +48,6 @@ std::uint64_t reactionNumber(const Record& record)
     return static_cast<std::uint64_t>(found - kinds.begin());
 }
 
-/// What String.length is in JavaScript.
-std::uint64_t utf16Length(std::string_view utf8)
-{
-    std::uint64_t length = 0;
-    for (const char c : utf8) {
-        const auto byte = static_cast<unsigned char>(c);
-        length += ((byte & 0xC0) != 0x80 ? 1 : 0) + (byte >= 0xF0 ? 1 : 0);
-    }
-    return length;
-}
-
 /// Adds the texts of entries to blocks.
 class TextBlocks {
 public:
@@ -66,8 +55,12 @@ public:
     {
         if (m_entries == blockEntries || m_texts.size() >= blockBytes)
             finishBlock();
-        PackedNumbers::append(m_lengths, utf16Length(text));
+        if (m_entries > 0)
+            m_texts += '\0';
+        const std::size_t begin = m_texts.size();
         m_texts += text;
+        std::replace(
+            m_texts.begin() + static_cast<std::ptrdiff_t>(begin), m_texts.end(), '\0', ' ');
         ++m_entries;
     }
 
@@ -81,15 +74,13 @@ public:
 private:
     void finishBlock()
     {
-        m_blocks.push_back({m_entries, m_lengths + m_texts});
+        m_blocks.push_back({m_entries, m_texts});
         m_entries = 0;
-        m_lengths.clear();
         m_texts.clear();
     }
 
     std::vector<PackedChat::Block> m_blocks;
     std::size_t m_entries = 0;
-    std::string m_lengths;
     std::string m_texts;
 };
 

@@ -50,9 +50,8 @@ namespace korvane {
 ///     person       index in "people"
 ///     kind         0 to 5: love, like, dislike, laugh, emphasize, question; 6: another
 ///
-/// A block of texts begins with their lengths in UTF-16 code units, one integer for each entry.
-/// The texts follow as UTF-8, with nothing between them. Blocks are small, so that a page can show
-/// part of a chat without unpacking all of it.
+/// A block of texts is UTF-8, with one U+0000 between two texts; one inside a text becomes a space.
+/// Blocks are small, so that a page can show part of a chat without unpacking all of it.
 class PageWriter : public ConversationWriter {
 public:
     /// Throws std::runtime_error with a text for the user if `file` may not be written. A file that

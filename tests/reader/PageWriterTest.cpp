@@ -177,11 +177,23 @@ private slots:
         QCOMPARE(facts.column(2), (Column{0, 4}));
     }
 
-    void textsAreCutByUtf16Length()
+    void textsOfABlockAreSeparatedByNul()
     {
-        const PackedChat chat = packed({message(1, "aä"), message(2, "👍!"), message(3, "")});
+        const PackedChat chat = packed({message(1, "aä"), message(2, ""), message(3, "👍!")});
         QCOMPARE(chat.blocks.size(), 1U);
-        QCOMPARE(chat.blocks[0].bytes, std::string("\x02\x03\x00", 3) + "aä👍!");
+        QCOMPARE(chat.blocks[0].bytes, std::string("aä") + '\0' + '\0' + "👍!");
+    }
+
+    void emptyTextsCountInABlock()
+    {
+        const PackedChat chat = packed({message(1, ""), message(2, ""), message(3, "a")});
+        QCOMPARE(chat.blocks[0].bytes, std::string("\0\0a", 3));
+    }
+
+    void nulInATextIsASpace()
+    {
+        const PackedChat chat = packed({message(1, std::string("a\0b", 3)), message(2, "c")});
+        QCOMPARE(chat.blocks[0].bytes, std::string("a b\0c", 5));
     }
 
     void blocksAreSmall()

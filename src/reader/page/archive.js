@@ -163,25 +163,24 @@ export function firstAtLeast(numbers, least) {
   return from;
 }
 
+/** Separates the texts of a block. No text contains it. */
+export const separator = '\0';
+
 /** The texts of some consecutive entries. */
 export class TextBlock {
+  /** @type {string[] | undefined} */
   #texts;
-  #ends;
 
-  /**
-   * @param {Uint8Array} bytes
-   * @param {number} count How many entries there are.
-   */
-  constructor(bytes, count) {
-    const numbers = new NumberReader(bytes);
-    this.#ends = numbers.column(new Uint32Array(count));
-    for (let i = 1; i < count; i += 1) this.#ends[i] += this.#ends[i - 1];
-    this.#texts = new TextDecoder('utf-8', { ignoreBOM: true }).decode(numbers.rest);
+  /** @param {Uint8Array} bytes */
+  constructor(bytes) {
+    /** All texts, with separators between them. */
+    this.joined = new TextDecoder('utf-8', { ignoreBOM: true }).decode(bytes);
   }
 
   /** @param {number} index Within the block. */
   text(index) {
-    return this.#texts.slice(index === 0 ? 0 : this.#ends[index - 1], this.#ends[index]);
+    this.#texts ??= this.joined.split(separator);
+    return this.#texts[index];
   }
 }
 
@@ -230,8 +229,7 @@ export class Chat {
    * @param {number} block
    */
   async readBlock(block) {
-    const bytes = await inflated(this.#elements(`texts-${this.number}-${block}`));
-    return new TextBlock(bytes, this.blockSizes[block]);
+    return new TextBlock(await inflated(this.#elements(`texts-${this.number}-${block}`)));
   }
 
   /** @param {number} index Of an entry. */

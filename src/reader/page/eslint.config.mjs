@@ -4,7 +4,7 @@ import { createRequire } from 'node:module';
 const js = createRequire(`${process.env.NODE_MODULES}/`)('@eslint/js');
 
 const browser = [
-  'AbortController', 'AbortSignal', 'Blob', 'DecompressionStream', 'Element', 'HTMLAnchorElement',
+  'AbortController', 'AbortSignal', 'DecompressionStream', 'Element', 'HTMLAnchorElement',
   'HTMLButtonElement', 'HTMLElement', 'HTMLInputElement', 'KeyboardEvent', 'Node', 'ResizeObserver',
   'Response', 'SVGSVGElement', 'TextDecoder', 'addEventListener', 'atob', 'clearTimeout', 'document',
   'history', 'location', 'performance', 'print', 'requestIdleCallback', 'setTimeout',
@@ -26,10 +26,12 @@ export default [
       'no-implied-eval': 'error',
       'no-restricted-properties': [
         'error',
-        ...['innerHTML', 'outerHTML', 'insertAdjacentHTML', 'write'].map((property) => ({
-          property,
-          message: 'Texts of messages must not be parsed as markup.',
-        })),
+        ...[
+          { property: 'innerHTML' },
+          { property: 'outerHTML' },
+          { property: 'insertAdjacentHTML' },
+          { object: 'document', property: 'write' },
+        ].map((each) => ({ ...each, message: 'Texts of messages must not be parsed as markup.' })),
       ],
       'no-shadow': 'error',
       'no-unused-vars': ['error', { argsIgnorePattern: '^_' }],

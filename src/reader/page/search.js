@@ -1,4 +1,4 @@
-import { firstAtLeast } from './archive.js';
+import { firstAtLeast, separator } from './archive.js';
 import { breathe } from './dom.js';
 import { fold } from './fold.js';
 
@@ -13,21 +13,18 @@ import { fold } from './fold.js';
  */
 
 const longestTask = 12; // milliseconds without a chance for the browser to paint
-const separator = '\0';
 
-/** A block's texts, folded and joined, so that one indexOf() passes over all of them. */
+/** A block's texts, folded. One indexOf() passes over all of them. */
 export class FoldedBlock {
   #text;
   #starts;
 
   /**
    * @param {TextBlock} block
-   * @param {number} count
+   * @param {number} count How many texts there are.
    */
   constructor(block, count) {
-    const texts = [];
-    for (let i = 0; i < count; i += 1) texts.push(block.text(i).replaceAll(separator, ' '));
-    this.#text = fold(texts.join(separator));
+    this.#text = fold(block.joined);
     this.#starts = new Uint32Array(count);
     for (let i = 1; i < count; i += 1) {
       this.#starts[i] = this.#text.indexOf(separator, this.#starts[i - 1]) + 1;
