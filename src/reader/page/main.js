@@ -69,6 +69,11 @@ function complain(error) {
   document.body.prepend(element('p', { class: 'warning', role: 'alert' }, reason));
 }
 
+/** Moves the focus past the chats, to what the page shows of one. */
+function skipChats() {
+  byId(document.body.dataset.view === 'overview' ? 'overview' : 'viewport', HTMLElement).focus();
+}
+
 /** @param {KeyboardEvent} event */
 function handleShortcut(event) {
   const isCommand = event.ctrlKey || event.metaKey;
@@ -81,6 +86,7 @@ function handleShortcut(event) {
 
 searchPanel.onsearch = (/** @type {string} */ wanted) => conversation.mark(wanted);
 byId('summary', HTMLElement).textContent = `${counted(archive.chats.length, 'chat')}, ${counted(archive.messages, 'message')}`;
+byId('skip', HTMLElement).addEventListener('click', skipChats);
 addEventListener('hashchange', () => void open(routeOf(location.hash)).catch(complain));
 addEventListener('keydown', handleShortcut);
 await open(routeOf(location.hash)).catch(complain);

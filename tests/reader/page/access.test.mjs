@@ -50,7 +50,7 @@ test('light and dark have their own colours', async () => {
 test('Tab reaches every control, and each shows that it has the focus', () =>
   withPage({}, async (page) => {
     const reached = new Set();
-    for (let i = 0; i < 14; i += 1) {
+    for (let i = 0; i < 15; i += 1) {
       await page.keyboard.press('Tab');
       const { name, isMarked } = await page.evaluate(() => {
         const current = document.activeElement;
@@ -63,10 +63,22 @@ test('Tab reaches every control, and each shows that it has the focus', () =>
       assert.ok(isMarked, `${name} has no visible focus`);
       reached.add(name);
     }
-    for (const name of ['search', 'row', 'date', 'open-overview', 'print', 'viewport', 'time']) {
+    for (const name of ['skip', 'search', 'row', 'date', 'open-overview', 'print', 'viewport', 'time']) {
       assert.ok(reached.has(name), `${name} was not reached: ${[...reached]}`);
     }
   }));
+
+test('the first control skips the chats', async () => {
+  for (const [fragment, shown] of [[crew, 'viewport'], ['#/overview', 'overview']]) {
+    await withPage({ fragment }, async (page) => {
+      await page.keyboard.press('Tab');
+      const { width, height } = await page.$eval('#skip', (each) => each.getBoundingClientRect().toJSON());
+      assert.ok(width > 100 && height > 30, 'it is visible while it has the focus');
+      await page.keyboard.press('Enter');
+      assert.equal(await page.evaluate(() => document.activeElement.id), shown);
+    });
+  }
+});
 
 test('a chat is chosen, searched and left by keyboard alone', () =>
   withPage({}, async (page) => {
