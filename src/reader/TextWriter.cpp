@@ -98,11 +98,13 @@ public:
     }
 
 private:
+    /// A reaction to a reaction is not: it has a line of its own.
     bool isBelowItsMessage(std::uint32_t index) const
     {
-        const Message& message = m_conversation.messages()[index];
-        return message.isReaction() && message.target != Message::none
-            && m_isChosen[message.target];
+        const auto& messages = m_conversation.messages();
+        const Message& message = messages[index];
+        return message.isReaction() && message.target != Message::none && m_isChosen[message.target]
+            && !messages[message.target].isReaction();
     }
 
     int widthOfNames() const
@@ -232,7 +234,8 @@ private:
             writeLines("", RecordText::body(record));
             writeLines(Style::dim, RecordText::attachments(record));
         }
-        writeReactions(index);
+        if (!message.isReaction())
+            writeReactions(index);
         if (!m_start.empty()) // the message has nothing to show
             writeLine("", "");
     }

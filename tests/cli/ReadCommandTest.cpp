@@ -79,6 +79,18 @@ private slots:
         QCOMPARE(read({"team", "--text"}).out, outcome.out);
     }
 
+    void reactionToAReactionHasALineOfItsOwn()
+    {
+        write("Team (7) Korvane Wrapped.jsonl.txt",
+            linesOf({message(1, "Hello team"), reaction(2, 1), fromMe(reaction(3, 2, "laugh"))}));
+        const std::string text = read({"team"}).out;
+        QVERIFY(text.starts_with("Team\n1 message and 1 reaction, 6 May 2024\n"));
+        QVERIFY2(text.ends_with("14:00  Ann  Hello team\n"
+                                "            ♥ Ann\n"
+                                "14:00  Me   😂 to Ann: Loved “hello”\n"),
+            text.c_str());
+    }
+
     void headingCountsMessagesAndReactionsThatStand()
     {
         write("Team (7) Korvane Wrapped.jsonl.txt",
