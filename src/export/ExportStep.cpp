@@ -51,6 +51,8 @@ struct Found {
     std::optional<std::uintmax_t> size; ///< of a regular file, or of one that a link names
 };
 
+/// Throws std::system_error if it cannot be told what is there: a file that a network drive does
+/// not show for a moment is not missing.
 Found find(const fs::path& file)
 {
     if (const auto regular = RegularFile::at(file)) // nearly always, and one system call
@@ -58,6 +60,8 @@ Found find(const fs::path& file)
     std::error_code error;
     const fs::file_status entry = fs::symlink_status(file, error);
     Found found{.isTooLong = error == std::errc::filename_too_long};
+    if (entry.type() == fs::file_type::none && !found.isTooLong)
+        throw std::system_error(error);
     found.isLink = fs::is_symlink(entry);
     const fs::file_status target = found.isLink ? fs::status(file, error) : entry;
     found.exists = fs::exists(target);

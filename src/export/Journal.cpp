@@ -116,12 +116,6 @@ bool hadFiles(const std::vector<FileChange>& changes)
         [](const FileChange& change) { return change.size.has_value(); });
 }
 
-bool isRegular(const fs::path& file)
-{
-    std::error_code ignored;
-    return fs::is_regular_file(fs::symlink_status(file, ignored));
-}
-
 } // namespace
 
 Journal::Journal(fs::path folder, const SupportFolder& support)
@@ -157,15 +151,25 @@ void Journal::undo(const FileChange& change) const
 void Journal::restore(const FileChange& change) const
 {
     const fs::path file = Exporter::inFolder(m_folder, change.file);
-    std::error_code ignored;
     if (!change.keptAs.empty()) {
         KeptFiles::putBack(m_folder, change.keptAs, change.file);
-    } else if (!change.size && isRegular(file)) {
+    } else if (!change.size && fs::is_regular_file(fs::symlink_status(file))) {
         fs::remove(file);
-    } else if (change.size && fs::is_regular_file(file, ignored)) {
+    } else if (change.size && fs::is_regular_file(file)) {
         if (Files::shorten(file, *change.size))
             Files::flush(file);
     }
+}
+
+void Journal::undoLater(const FileChange& change) const
+{
+    const bool isNew = !change.size && change.keptAs.empty();
+    if (isOlder(change))
+        return;
+    if (isNew)
+        KeptFiles::setAside(m_folder, change.file);
+    else
+        restore(change);
 }
 
 bool Journal::isOlder(const FileChange& change) const
@@ -215,10 +219,9 @@ void Journal::undoAll(const std::vector<FileChange>& changes) const
         if (!fs::is_directory(m_folder) || (fs::is_empty(m_folder) && hadFiles(changes)))
             throw fs::filesystem_error(
                 "", std::make_error_code(std::errc::no_such_file_or_directory));
-        for (const FileChange& change : changes) {
-            if (!isOlder(change))
-                restore(change);
-        }
+        for (const FileChange& change : changes)
+            undoLater(change);
+        KeptFiles::flush(m_folder);
         Files::flush(m_folder);
     } catch (const std::system_error& error) {
         throw CannotRecover("The last export into " + m_folder.string()

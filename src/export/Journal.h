@@ -36,6 +36,9 @@ struct FileChange {
 ///     {"file":"Cy (9) ….jsonl.txt","size":99,"keptAs":"Cy (9) ….unchecked"}  moved and begun anew
 ///     "<SHA-256 of the lines above>"
 ///
+/// A killed run may have begun a new file, or the user may have put one back since. So recover()
+/// moves it to Kept/ instead of deleting it, and the run that follows compares it.
+///
 /// No file of the group changes before the whole journal is on disk. So a journal without the right
 /// last line, which a power cut leaves, has nothing to undo.
 ///
@@ -53,8 +56,8 @@ public:
     /// Ends the group. The files must be on disk and the state saved, or the files undone.
     void remove() const;
 
-    /// Undoes one change, whether it happened, partly happened or not. The old file is on disk when
-    /// it returns.
+    /// Undoes one change that this process made, whether completely, partly or not. The old file is
+    /// on disk when it returns. A new file is deleted.
     void undo(const FileChange& change) const;
 
     /// Whether there is a journal: the last run was killed, and the next one undoes what it left.
@@ -71,6 +74,9 @@ public:
 private:
     void undoAll(const std::vector<FileChange>& changes) const;
     void restore(const FileChange& change) const;
+
+    /// Undoes a change of a killed run.
+    void undoLater(const FileChange& change) const;
 
     /// Whether the file was last written long before the journal, so not by the killed run: perhaps
     /// the user has put back a copy. The export folder may be on a machine with another clock.

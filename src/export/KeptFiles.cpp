@@ -6,6 +6,7 @@
 #include "storage/Folder.h"
 
 #include <algorithm>
+#include <charconv>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -118,8 +119,8 @@ public:
     std::optional<KeptFile> settle(const std::string& name) const
     {
         const auto old = candidate(m_kept, name);
-        if (!old)
-            return std::nullopt; // not a regular file, so nothing of ours
+        if (!old || isAwaited(old->guid))
+            return std::nullopt; // not a regular file, so nothing of ours, or too early
         const std::int64_t missing = missingRecords(*old);
         if (missing == 0) {
             m_kept.remove(name);
@@ -133,6 +134,15 @@ public:
     }
 
 private:
+    /// Whether the chat's current file is still to be written, for example because that failed.
+    bool isAwaited(const std::string& guid) const
+    {
+        const auto chat = m_state.chats.find(guid);
+        if (guid.empty())
+            return false;
+        return chat == m_state.chats.end() || (chat->second.messages != 0 && !currentFile(guid));
+    }
+
     std::int64_t missingRecords(const Candidate& old) const
     {
         const Fingerprints current = fingerprintsOf(currentFile(old.guid));
@@ -196,6 +206,29 @@ try {
 } catch (const std::system_error& error) {
     throw std::runtime_error("Can't move the old file to " + std::string(folderName) + ": "
         + error.code().message() + ". It stays as it is.");
+}
+
+void KeptFiles::setAside(const fs::path& exportFolder, const std::string& file)
+{
+    const fs::path path = Exporter::inFolder(exportFolder, file);
+    if (!fs::is_regular_file(fs::symlink_status(path)))
+        return;
+    if (fs::file_size(path) == 0) {
+        fs::remove(path);
+        return;
+    }
+    const std::size_t beforeID = std::min(file.rfind(" ("), file.size());
+    std::int64_t chatID = 0;
+    if (beforeID < file.size())
+        std::from_chars(file.data() + beforeID + 2, file.data() + file.size(), chatID);
+    const std::string name = freeName(exportFolder, file.substr(0, beforeID), chatID, "");
+    Folder::openOrCreate(pathIn(exportFolder)).moveIn(path, name);
+}
+
+void KeptFiles::flush(const fs::path& exportFolder)
+{
+    if (const auto kept = Folder::open(pathIn(exportFolder)))
+        kept->flush();
 }
 
 void KeptFiles::putBack(

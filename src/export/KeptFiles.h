@@ -44,8 +44,17 @@ void keep(
 void putBack(
     const std::filesystem::path& exportFolder, const std::string& keptAs, const std::string& file);
 
+/// Moves a file there that a killed run seems to have begun. Its owner may have put it back
+/// meanwhile, so it is compared like any other. Does nothing if there is no such file; deletes it
+/// if it is empty. The caller flushes both folders. Throws std::system_error.
+void setAside(const std::filesystem::path& exportFolder, const std::string& file);
+
+/// Writes the names in Kept/ to disk. Throws std::system_error.
+void flush(const std::filesystem::path& exportFolder);
+
 /// Compares each file that has not been compared yet with the current file of its chat, which
-/// `state` names. Returns those that stay. Adds failures to `errors`.
+/// `state` names. One whose chat has not been exported since is left for a later run. Returns those
+/// that stay. Adds failures to `errors`.
 std::vector<KeptFile> compare(const std::filesystem::path& exportFolder, const ExportState& state,
     std::vector<std::string>& errors);
 

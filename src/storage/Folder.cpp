@@ -70,7 +70,10 @@ std::vector<std::string> Folder::names() const
 bool Folder::contains(const std::string& name) const
 {
     struct stat info { };
-    return ::fstatat(m_descriptor.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    const bool exists
+        = ::fstatat(m_descriptor.get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    require(exists || errno == ENOENT);
+    return exists;
 }
 
 std::optional<FileReader> Folder::file(const std::string& name) const

@@ -34,8 +34,41 @@ private slots:
         QCOMPARE(readFile(folder() / "grown"), "12345"s);
         QVERIFY(!fs::exists(folder() / "new"));
         QCOMPARE(readFile(folder() / "moved"), "old"s);
-        QVERIFY(fs::is_empty(folder() / "Kept"));
+        QVERIFY(!fs::exists(folder() / "Kept/moved.unchecked"));
         QVERIFY(!fs::exists(file()));
+    }
+
+    /// The user may have put it back since the run was killed.
+    void newFileMovesToKept()
+    {
+        const std::string name = "Ann (7) Korvane Wrapped.jsonl.txt";
+        journal().write({{name, {}, ""}, {"empty", {}, ""}, {"link", {}, ""}});
+        writeFile(folder() / name, "records");
+        writeFile(folder() / "empty", "");
+        fs::create_symlink("grown", folder() / "link");
+        Journal::recover(support());
+        QCOMPARE(readFile(folder() / "Kept/Ann (7) without epoch.jsonl.txt.unchecked"), "records"s);
+        QVERIFY(!fs::exists(folder() / name));
+        QVERIFY(!fs::exists(folder() / "empty"));
+        QCOMPARE(readFile(folder() / "link"), "12345"s);
+    }
+
+    void newFileStaysIfItCannotMoveToKept()
+    {
+        journal().write({{"new", {}, ""}});
+        writeFile(folder() / "new", "records");
+        writeFile(folder() / "Kept", "a file");
+        QVERIFY_THROWS_EXCEPTION(Journal::CannotRecover, Journal::recover(support()));
+        QCOMPARE(readFile(folder() / "new"), "records"s);
+        QVERIFY(fs::exists(file()));
+    }
+
+    void processThatBeganANewFileDeletesIt()
+    {
+        writeFile(folder() / "new", "new");
+        journal().undo({"new", {}, ""});
+        QVERIFY(!fs::exists(folder() / "new"));
+        QVERIFY(!fs::exists(folder() / "Kept"));
     }
 
     void undoesHalfAGroup()

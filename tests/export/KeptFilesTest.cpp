@@ -1,6 +1,7 @@
 #include "export/KeptFiles.h"
 #include "export/ExportSetup.h"
 #include "export/FileName.h"
+#include "export/Journal.h"
 #include "support/Printing.h"
 
 using namespace std::string_literals;
@@ -140,6 +141,37 @@ private slots:
         QCOMPARE(filesIn(kept()), std::vector{"Team (1) " + m_epoch + ".jsonl.txt.unchecked"});
         QCOMPARE(m_setup->sync().kept.size(), 1U);
         QCOMPARE(filesIn(kept()), std::vector{"Team (1) " + m_epoch + ".jsonl.txt"});
+    }
+
+    /// The folder was empty when the killed run began new files, and then the user put back the old
+    /// ones, which have a message that Messages no longer has.
+    void fileThatWasPutBackAfterAKilledExportIsKept()
+    {
+        const fs::path file = m_setup->file(1);
+        const std::string name = file.filename();
+        const Journal killed(m_setup->folder(), m_setup->support());
+        killed.write({{name, {}, ""}});
+        m_setup->db.sql().execute("DELETE FROM chat_message_join WHERE message_id = 2");
+        const SyncResult result = m_setup->sync();
+        QCOMPARE(describe(result), "added 4, touched 1"s);
+        const std::string keptName = "Kept/Team (1) without epoch.jsonl.txt";
+        QVERIFY(result.kept == std::vector<KeptFile>({{"Team", 1, keptName}}));
+        QVERIFY(readFile(m_setup->folder() / keptName) == m_old);
+    }
+
+    /// Otherwise it would look as if Messages no longer had the records of the killed run.
+    void fileOfAKilledExportIsNotComparedBeforeItsChatIsExported()
+    {
+        const std::string name = m_setup->file(1).filename();
+        Journal(m_setup->folder(), m_setup->support()).write({{name, {}, ""}});
+        const auto chats = std::exchange(m_setup->chats, {});
+        QVERIFY(m_setup->sync().kept.empty());
+        QCOMPARE(filesIn(kept()),
+            std::vector<std::string>{"Team (1) without epoch.jsonl.txt.unchecked"});
+        m_setup->chats = chats;
+        QVERIFY(m_setup->sync().kept.empty());
+        QVERIFY(!fs::exists(kept()));
+        QVERIFY(readFile(m_setup->file(1)) == m_old);
     }
 
     void fileOfTheSameNameIsNotReplaced()

@@ -1,5 +1,6 @@
 #include "export/Child.h"
 #include "export/ExportSetup.h"
+#include "export/ExportStep.h"
 #include "export/Journal.h"
 #include "support/Printing.h"
 
@@ -166,6 +167,18 @@ private slots:
         QCOMPARE(describe(setup.sync()), "added 1, touched 1"s);
         QCOMPARE(setup.rowIDs(1), (std::vector<std::int64_t>{1, 2, 3}));
         QCOMPARE(setup.record(1).epoch, before.epoch);
+    }
+
+    /// As on a network drive that fails for a moment. A missing file would be begun anew, and then
+    /// appended to the old one.
+    void aFileThatCannotBeExaminedIsNotMissing()
+    {
+        ExportSetup setup;
+        setup.addChat(1, "Team");
+        const fs::path loop = setup.db.folder() + "/loop";
+        fs::create_symlink(loop, loop);
+        QVERIFY_THROWS_EXCEPTION(
+            std::system_error, exportStep(setup.chats[0], "Team", ExportState(), loop, SyncMode()));
     }
 
     void errorsComeInTheOrderOfTheChats()
