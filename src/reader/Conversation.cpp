@@ -4,6 +4,7 @@
 #include "reader/IdIndex.h"
 #include "reader/InputFile.h"
 #include "reader/RecordLine.h"
+#include "reader/Twins.h"
 #include "text/Ascii.h"
 
 #include <algorithm>
@@ -180,7 +181,7 @@ private:
     }
 
     /// Removes from the entries of the last file, which begin at `first`, those that a later one
-    /// replaces and those that an earlier file has, too.
+    /// replaces and those that an earlier file has, too, under this id or another one.
     void settle(std::size_t first, FileReport& report)
     {
         std::vector<bool> isDropped(m_entries.size() - first, false);
@@ -190,12 +191,22 @@ private:
             drop(place);
             report.repeated += 1;
         });
-        m_indexes.back().move([&](Place place) {
-            const auto same = sameInEarlierFile(m_entries[place]);
-            if (same)
-                drop(place);
-            return same.value_or(place);
-        });
+        std::vector<bool> isFound(first, false);
+        const auto dropIf = [&](const std::optional<Place>& same, Place place) {
+            if (!same)
+                return place;
+            drop(place);
+            isFound[*same] = true;
+            return *same;
+        };
+        m_indexes.back().move(
+            [&](Place place) { return dropIf(sameInEarlierFile(m_entries[place]), place); });
+        if (first > 0) {
+            Twins twins = twinsOf(isFound);
+            m_indexes.back().move([&](Place place) {
+                return place < first ? place : dropIf(twins.take(m_entries[place].record()), place);
+            });
+        }
         if (dropsAny)
             compact(first, isDropped);
     }
@@ -225,6 +236,17 @@ private:
                 return found;
         }
         return std::nullopt;
+    }
+
+    /// The records of earlier files that are not found in the last one.
+    Twins twinsOf(const std::vector<bool>& isFound) const
+    {
+        Twins twins([this](Place place) { return m_entries[place].record(); });
+        for (std::size_t place = isFound.size(); place-- > 0;) {
+            if (!isFound[place])
+                twins.add(static_cast<Place>(place));
+        }
+        return twins;
     }
 
     /// The places of the entries in the order of their messages.

@@ -27,12 +27,13 @@ class Differences {
 public:
     void append(std::string& to, std::int64_t value)
     {
-        PackedNumbers::append(to, zigzag(value - m_previous));
-        m_previous = value;
+        const auto number = static_cast<std::uint64_t>(value); // which may wrap around
+        PackedNumbers::append(to, zigzag(static_cast<std::int64_t>(number - m_previous)));
+        m_previous = number;
     }
 
 private:
-    std::int64_t m_previous = 0;
+    std::uint64_t m_previous = 0;
 };
 
 } // namespace PackedNumbers

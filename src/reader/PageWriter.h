@@ -33,7 +33,8 @@ namespace korvane {
 ///              block has
 ///
 /// The others are base64 of raw deflate. Integers in them are as PackedNumbers writes them; Δ marks
-/// a column of differences, ± an integer of either sign. Facts are columns, one after the other,
+/// a column of differences, ± an integer of either sign. The script reads them exactly up to 2^53.
+/// Facts are columns, one after the other,
 /// with one integer for each entry (see PackedChat):
 ///
 ///     time         Δ milliseconds since 1970 UTC; that of the entry before if it has no date

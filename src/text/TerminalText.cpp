@@ -68,18 +68,23 @@ private:
 };
 
 /// The longest prefix of `text` that is at most `width` columns wide, but at least one character.
+/// Does not end between a symbol and the selector that widens it, unless the symbol comes first.
 std::string_view beginning(std::string_view text, int width)
 {
     std::size_t length = 0;
+    std::size_t symbol = 0; // where the last character that has a width begins
     int used = 0;
     Meter meter;
     for (const auto [character, bytes] : CodePoints(text)) {
-        used += meter.add(character);
+        const int added = meter.add(character);
+        used += added;
         if (used > width && length > 0)
-            break;
+            return text.substr(0, character == emojiSelector && symbol > 0 ? symbol : length);
+        if (added > 0 && character != emojiSelector)
+            symbol = length;
         length += bytes.size();
     }
-    return text.substr(0, length);
+    return text;
 }
 
 std::string_view withoutBlanksAtTheEnd(std::string_view text)
@@ -97,7 +102,8 @@ public:
         int width = displayWidth(withoutBlanksAtTheEnd(piece));
         if (m_width + width > m_columns)
             endLine();
-        while (width > m_columns) {
+        // In a very narrow column, the parts can be narrower than the whole: see beginning().
+        while (width > m_columns && !piece.empty()) {
             const std::string_view part = beginning(piece, m_columns);
             m_lines.emplace_back(part);
             piece.remove_prefix(part.size());

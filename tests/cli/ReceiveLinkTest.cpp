@@ -62,7 +62,7 @@ private slots:
         };
         row("nothing", "");
         row("a blank line", " ");
-        row("a word", "*");
+        row("a word", "w*"); // a key can begin with "-", like an option
         row("no scheme", "mac-import?host=127.0.0.1&port=1&ticket=*&key=*");
         row("another scheme", "http://mac-import?host=127.0.0.1&port=1&ticket=*&key=*");
         row("another place", "korvane://elsewhere?host=127.0.0.1&port=1&ticket=*&key=*");

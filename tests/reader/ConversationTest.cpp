@@ -227,6 +227,47 @@ private slots:
         QCOMPARE(bodies(read), (Bodies{"current", "kept"}));
     }
 
+    /// After a move to a new Mac, all messages have other row ids.
+    void keptRecordWithAnotherIdCanBeTheSameMessage()
+    {
+        const auto read
+            = conversation({linesOf({message(1, "a"), message(2, "b"), reply(3, 1, "c")}),
+                linesOf({withRow(message(1, "a"), 101), withRow(message(2, "b"), 102),
+                    withRow(reply(4, 101, "only kept"), 104)})});
+        QCOMPARE(bodies(read), (Bodies{"a", "b", "c", "only kept"}));
+        QCOMPARE(targets(read), (Targets{none, none, 0, 0}));
+    }
+
+    void keptRecordWithAnotherIdIsAnotherMessageIfItsContentDiffers_data()
+    {
+        QTest::addColumn<Record>("kept");
+        QTest::newRow("text") << message(1, "another");
+        QTest::newRow("date") << message(2);
+        QTest::newRow("sender") << fromSender(message(1), "Bo", "bo@x.org");
+        QTest::newRow("kind") << systemLine(1, "hello");
+        Record photo = message(1);
+        photo.photoCount = photo.attachmentCount = 1;
+        QTest::newRow("photos") << photo;
+    }
+
+    void keptRecordWithAnotherIdIsAnotherMessageIfItsContentDiffers()
+    {
+        QFETCH(const Record, kept);
+        const auto read = conversation({linesOf({message(1)}), linesOf({withRow(kept, 101)})});
+        QCOMPARE(read.messages().size(), std::size_t{2});
+    }
+
+    void textThatWasSentTwiceInAMillisecondStaysTwoMessages()
+    {
+        const auto read
+            = conversation({linesOf({message(1)}), linesOf({message(1), withRow(message(1), 2)})});
+        QCOMPARE(read.messages().size(), std::size_t{2});
+        const auto renumbered = conversation({linesOf({message(1), withRow(message(1), 2)}),
+            linesOf(
+                {withRow(message(1), 101), withRow(message(1), 102), withRow(message(1), 103)})});
+        QCOMPARE(renumbered.messages().size(), std::size_t{3});
+    }
+
     void sameMessageInTwoKeptFilesIsOne()
     {
         const std::string kept = linesOf({message(2, "kept")});
@@ -298,6 +339,12 @@ private slots:
     }
 
 private:
+    static Record withRow(Record record, std::int64_t row)
+    {
+        record.id = "mac:c:" + std::to_string(row);
+        return record;
+    }
+
     ArchivedChat chatOf(const std::vector<std::string>& texts) const
     {
         ArchivedChat chat{.guid = "c", .title = "Team", .number = "1"};

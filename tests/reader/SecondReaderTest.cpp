@@ -79,6 +79,8 @@ private:
             record = reaction(row, below(20));
         if (below(9) == 0)
             record.senderID.reset();
+        if (below(3) == 0) // as in another database
+            record.id = "mac:c:" + std::to_string(row + 100 * below(3));
         return record;
     }
 

@@ -102,13 +102,30 @@ def files_by_chat(folder):
     return chats
 
 
+def content_of(record):
+    return tuple(record.get(key) for key in ("date", "senderID", "isOutgoing", "recordKind",
+                                             "reactionKind", "body", "attachmentCount", "photoCount"))
+
+
 def conversation(paths):
-    """A record in Kept is the same message as an earlier one if id, date and sender id agree."""
-    records = {}
+    """A record of a later file is the same message as an earlier one if id, date and sender id agree,
+    or if their content agrees; each earlier one is the message of one record of a file at most."""
+    all_records = []
     for path in paths:
-        for record in records_of(path):
-            records.setdefault((record["id"], record["date"], record.get("senderID")), record)
-    return sorted(records.values(), key=lambda record: (record["date"].encode(), row_of(record)))
+        mine = {(record["id"], record["date"], record.get("senderID")): record
+                for record in records_of(path)}
+        free = {}
+        for record in all_records:
+            key = record["id"], record["date"], record.get("senderID")
+            if mine.pop(key, None) is None:
+                free.setdefault(content_of(record), []).append(record)
+        for record in sorted(mine.values(), key=row_of):
+            twins = free.get(content_of(record))
+            if twins:
+                twins.pop()
+            else:
+                all_records.append(record)
+    return sorted(all_records, key=lambda record: (record["date"].encode(), row_of(record)))
 
 
 def main(folder):

@@ -62,6 +62,8 @@ private slots:
             {"e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301", "x"});
         row("a family stays together", "123456789👩\u200D👩\u200D👧",
             {"123456789", "👩\u200D👩\u200D👧"});
+        row("a selector stays with its symbol", "a1\uFE0F2\uFE0F3\uFE0F4\uFE0F5\uFE0F6",
+            {"a1\uFE0F2\uFE0F3\uFE0F4\uFE0F", "5\uFE0F6"});
     }
 
     void textIsWrappedWhereItMayBeBroken()
@@ -72,6 +74,16 @@ private slots:
     }
 
     void oneColumnIsEnough() { QCOMPARE(wrapped("日本 a", 1), (Lines{"日", "本", "a"})); }
+
+    void selectorsNeedNoMoreThanTheirLines()
+    {
+        std::string keys;
+        for (int i = 0; i < 1000; ++i)
+            keys += "1\uFE0F";
+        QCOMPARE(wrapped(keys, 9).size(), std::size_t{250});
+        QCOMPARE(displayWidth(wrapped(keys, 9).front()), 8);
+        QVERIFY(wrapped(keys, 1).size() <= 2000);
+    }
 
     void millionCharactersAreWrappedQuickly()
     {

@@ -1,4 +1,5 @@
 import assert from 'node:assert/strict';
+import { readFileSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { after, before } from 'node:test';
 
@@ -59,6 +60,19 @@ export async function withPage({ file = process.env.PAGE, fragment = '', viewpor
     await page.close();
   }
   assert.deepEqual(complaints, []);
+}
+
+/**
+ * Writes a changed copy of the page.
+ *
+ * @param {string} name
+ * @param {(page: string) => string} change
+ * @returns {string} Its file.
+ */
+export function changedPage(name, change) {
+  const file = `${process.env.PAGE}.${name}.html`;
+  writeFileSync(file, change(readFileSync(process.env.PAGE, 'utf8')));
+  return file;
 }
 
 /** Waits until the page shows what its fragment names. */

@@ -55,6 +55,40 @@ test('a click on a hit opens its chat', () =>
     await until(page, () => document.querySelector('.current')?.textContent.includes('kept'));
   }));
 
+const waysBack = {
+  Enter: (page) => page.keyboard.press('Enter'),
+  'a click on the hit': (page) => page.click('#hits a'),
+};
+
+for (const [name, goBack] of Object.entries(waysBack)) {
+  test(`${name} leads back to the only hit after scrolling away from it`, () =>
+    withPage({}, async (page) => {
+      assert.equal(await search(page, 'rare'), '1 message');
+      await page.keyboard.press('Enter');
+      await visibleEntry(page, 1500);
+      await page.$eval('#viewport', (viewport) => viewport.scrollBy(0, -3000));
+      await until(page, (index) => history.state?.row < index, 1490); // the place is kept
+      await goBack(page);
+      await visibleEntry(page, 1500);
+      assert.equal(await page.$eval('#hit-count', (count) => count.textContent), '1 of 1 message');
+    }));
+}
+
+test('a hit that is opened in a new tab leaves this one where it is', () =>
+  withPage({}, async (page) => {
+    await search(page, 'rare');
+    await page.keyboard.press('Enter');
+    await visibleEntry(page, 1500);
+    await page.$eval('#viewport', (viewport) => viewport.scrollBy(0, -3000));
+    await until(page, (index) => history.state?.row < index, 1490);
+    await page.$eval('#hits a', (link) => {
+      addEventListener('click', (event) => event.preventDefault()); // no tab, for the test
+      link.dispatchEvent(new MouseEvent('click', { ctrlKey: true, bubbles: true, cancelable: true }));
+    });
+    await new Promise((done) => setTimeout(done, 300));
+    assert.ok((await page.evaluate(() => history.state.row)) < 1490);
+  }));
+
 test('more hits are added on demand', () =>
   withPage({}, async (page) => {
     await search(page, 'message');

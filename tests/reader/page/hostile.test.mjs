@@ -1,7 +1,6 @@
 import assert from 'node:assert/strict';
-import { readFileSync, writeFileSync } from 'node:fs';
 import test from 'node:test';
-import { address, search, texts, until, withPage } from './browser.mjs';
+import { changedPage, search, texts, until, withPage } from './browser.mjs';
 
 const chat = '#/iMessage%3B-%3Bhostile';
 const title = '</script><img src=x onerror=alert(1)><!--';
@@ -72,10 +71,18 @@ test('hostile texts are found', () =>
   }));
 
 test('a damaged page says so', () => {
-  const file = `${process.env.PAGE}.damaged.html`;
-  const page = readFileSync(new URL(address), 'utf8');
-  writeFileSync(file, page.replaceAll(/(id="facts-\d+">)...../g, '$1AAAAA'));
+  const file = changedPage('damaged', (page) => page.replaceAll(/(id="facts-\d+">)...../g, '$1AAAAA'));
   return withPage({ file }, async (tab) => {
     assert.match((await texts(tab, '[role="alert"]'))[0], /This page is damaged/);
+  });
+});
+
+test('a chat with a title of blanks has its guid for a name', () => {
+  const file = changedPage('blank', (page) => page.replace('"title":"Ann Lee"', '"title":" \u200b\u00a0"'));
+  return withPage({ file, fragment: '#/iMessage%3B-%3Bann' }, async (page) => {
+    assert.ok((await texts(page, '#chats .title')).includes('iMessage;-;ann'));
+    assert.equal(await page.$eval('#title', (each) => each.textContent), 'iMessage;-;ann');
+    assert.equal(await search(page, '-;ann'), 'No messages');
+    assert.equal((await page.$$('#chats li:not([hidden])')).length, 1);
   });
 });

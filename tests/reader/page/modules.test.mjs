@@ -10,7 +10,7 @@ const { inflated, NumberReader } = await load('unpack');
 const { fold, occurrences } = await load('fold');
 const { FoldedBlock, Hits } = await load('search');
 const { routeOf } = await load('router');
-const { firstAtLeast, TextBlock } = await load('archive');
+const { Chat, firstAtLeast, TextBlock } = await load('archive');
 const { colourOf, coloursOf, initials } = await load('colours');
 const { LocalClock, noonOf } = await load('dates');
 
@@ -66,6 +66,12 @@ test('texts are cut at their separators', () => {
   const texts = ['a', '', '👩‍👩‍👧', '\ufeffb', 'ä'];
   const block = new TextBlock(Buffer.from(texts.join('\0')));
   assert.deepEqual(texts.map((_, i) => block.text(i)), texts);
+});
+
+test('a chat whose title shows nothing is called by its guid', () => {
+  const title = (packed) => new Chat({ guid: 'a;-;b', title: packed, blocks: [] }, 0, () => '').title;
+  for (const nothing of ['', ' \t\u00a0', '\u200b\u200e', '\u3164\u2060', '\u0007']) assert.equal(title(nothing), 'a;-;b');
+  for (const something of [' A ', '👍🏽', '.', '\u200fשלום']) assert.equal(title(something), something);
 });
 
 test('folding removes case, accents and curly quotation marks', () => {

@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { phone, ready, texts, until, visibleEntry, withPage } from './browser.mjs';
+import { desktop, phone, ready, search, texts, until, visibleEntry, withPage } from './browser.mjs';
 
 const crew = '#/iMessage%3B%2B%3Bcrew';
 
@@ -20,6 +20,13 @@ function visiblePlaces(page) {
 async function scrollBy(page, distance) {
   await page.evaluate((by) => document.getElementById('viewport').scrollBy(0, by), distance);
   await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+}
+
+/** Moves the scroll bar to the middle. */
+async function dragToMiddle(page) {
+  await page.$eval('#viewport', (viewport) => {
+    viewport.scrollTop = (viewport.scrollHeight - viewport.clientHeight) / 2;
+  });
 }
 
 /** By how much the entries moved that were visible before and after. */
@@ -72,10 +79,7 @@ test('Home and End reach the first and the last message', () =>
 
 test('dragging the scroll bar shows the messages of that part', () =>
   withPage({}, async (page) => {
-    await page.evaluate(() => {
-      const viewport = document.getElementById('viewport');
-      viewport.scrollTop = (viewport.scrollHeight - viewport.clientHeight) / 2;
-    });
+    await dragToMiddle(page);
     await visibleEntry(page, 1500);
   }));
 
@@ -136,9 +140,9 @@ test('a fragment shows its message, marked, also after a reload', () =>
     assert.match(await visibleEntry(page, 777), /Message 777/);
   }));
 
-/** Scrolls up from the end, leaves the chat, comes back, and expects the same messages in the same places. */
-async function expectReturn(page, leave, comeBack) {
-  await visibleEntry(page, 2999);
+/** Scrolls up from an entry, leaves the chat, comes back, and expects the same messages in the same places. */
+async function expectReturn(page, leave, comeBack, entry = 2999) {
+  await visibleEntry(page, entry);
   await scrollBy(page, -2500);
   await new Promise((done) => setTimeout(done, 500)); // until scrolling has paused
   const before = await visiblePlaces(page);
@@ -171,6 +175,61 @@ for (const [name, leave] of Object.entries(departures)) {
 test('a reload keeps the place in the chat', () =>
   withPage({ fragment: crew }, async (page) => {
     await expectReturn(page, () => page.reload(), () => ready(page));
+  }));
+
+/** How many entries exist after a search for which the hidden conversation is marked. */
+async function entriesAfterSearch(page) {
+  await search(page, 'Message 15');
+  return (await page.$$('#feed > *')).length;
+}
+
+test('a search while the overview is shown creates no more messages, and Back returns to the place', () =>
+  withPage({ fragment: `${crew}/1500` }, async (page) => {
+    const searchInOverview = async () => {
+      await page.click('#open-overview');
+      await until(page, () => document.querySelector('#overview .big'));
+      const count = await entriesAfterSearch(page);
+      assert.ok(count < 200, `${count} entries`);
+    };
+    await expectReturn(page, searchInOverview, () => page.goBack(), 1499);
+  }));
+
+test('a search while the window is too narrow for the conversation keeps its place', () =>
+  withPage({}, async (page) => {
+    await visibleEntry(page, 2999);
+    await dragToMiddle(page);
+    const searchInNarrowWindow = async () => {
+      await page.setViewport({ ...desktop, width: 600 });
+      await until(page, () => !document.getElementById('viewport').checkVisibility());
+      const count = await entriesAfterSearch(page);
+      assert.ok(count < 200, `${count} entries`);
+    };
+    await expectReturn(page, searchInNarrowWindow, () => page.setViewport(desktop), 1500);
+  }));
+
+test('of two chats that are opened at once, the last is shown', () =>
+  withPage({ fragment: '#/iMessage%3B-%3Bann' }, async (page) => {
+    const opened = await page.evaluate(async (large) => {
+      const small = location.hash;
+      const change = () => new Promise((done) => addEventListener('hashchange', () => done(document.title), { once: true }));
+      location.hash = large; // takes longer, for its texts are not loaded
+      const first = await change();
+      location.hash = small;
+      return [first, await change()];
+    }, crew);
+    assert.deepEqual(opened, ['Climbing Crew', 'Ann Lee']);
+    await new Promise((done) => setTimeout(done, 500)); // longer than the large chat takes
+    assert.equal(await page.$eval('#title', (title) => title.textContent), 'Ann Lee');
+    assert.match((await texts(page, '#feed')).join(), /how are you/);
+  }));
+
+test('a link to the chat that is shown leads to its end', () =>
+  withPage({ fragment: crew }, async (page) => {
+    await visibleEntry(page, 2999);
+    await scrollBy(page, -2500);
+    await until(page, () => history.state); // the place is kept
+    await page.click('#chats [aria-current]');
+    await visibleEntry(page, 2999);
   }));
 
 test('the time of a message is the link to it', () =>

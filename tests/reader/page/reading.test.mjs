@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { texts, until, visibleEntry, withPage } from './browser.mjs';
+import { changedPage, phone, texts, until, visibleEntry, withPage } from './browser.mjs';
 
 const crew = '#/iMessage%3B%2B%3Bcrew';
 
@@ -86,3 +86,16 @@ test('the overview of all chats counts all of them', () =>
     const months = await page.$$eval('#overview figure:nth-of-type(1) tbody td', (cells) => cells.map((cell) => Number(cell.textContent)));
     assert.equal(months.reduce((a, b) => a + b, 0), 3017);
   }));
+
+test('a page without messages says so', async () => {
+  const file = changedPage('empty', (page) => page.replace(/"chats":.*?(?=}<\/script>)/, '"chats":[]'));
+  for (const viewport of [undefined, phone]) {
+    await withPage({ file, viewport }, async (page) => {
+      assert.match(await page.$eval('main', (main) => main.innerText), /^There are no messages here\.$/m);
+      assert.equal(await page.$eval('#print', (button) => button.checkVisibility()), false);
+      await page.click('#chats a');
+      await until(page, () => document.querySelector('#overview .big')?.textContent === '0');
+      assert.doesNotMatch(await page.$eval('main', (main) => main.innerText), /no messages here/);
+    });
+  }
+});
