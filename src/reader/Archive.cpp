@@ -88,6 +88,15 @@ try {
     return Names();
 }
 
+/// By the time of the last change, and by name among equal ones, which is their order already.
+void sortNewestFirst(Names& names, const fs::path& folder)
+{
+    std::ranges::stable_sort(names, std::ranges::greater(), [&folder](const std::string& name) {
+        const auto file = RegularFile::at(folder / name);
+        return file ? file->modified : std::chrono::sys_seconds::min();
+    });
+}
+
 /// The path without symbolic links, if there is something: what a user names may be a link.
 fs::path withoutLinks(const fs::path& path)
 {
@@ -108,6 +117,8 @@ public:
         if (!found)
             m_archive.errors.push_back("There is no folder " + folder.string() + '.');
         auto& names = found ? *found : found.emplace();
+        // Of two files of a chat, as after a move to a new Mac, one is no longer written to.
+        sortNewestFirst(names, folder);
         // The files of the exporter come before copies of them that have other names.
         std::stable_partition(names.begin(), names.end(), Exporter::isExportFileName);
         for (const std::string& name : names) {
@@ -156,10 +167,7 @@ private:
         const fs::path kept = folder / keptName;
         auto names = namesIn(kept, keptName, m_archive.errors).value_or(Names());
         std::erase_if(names, std::not_fn(KeptFiles::isName));
-        std::ranges::stable_sort(names, std::ranges::greater(), [&kept](const std::string& name) {
-            const auto file = RegularFile::at(kept / name);
-            return file ? file->modified : std::chrono::sys_seconds::min();
-        });
+        sortNewestFirst(names, kept);
         for (const std::string& name : names)
             add(kept / name, (fs::path(keptName) / name).string(), true);
     }
@@ -235,6 +243,12 @@ std::vector<std::size_t> findChats(const Archive& archive, const std::string& wo
     const std::string wanted = folded(word);
     auto found = indexesOf(archive,
         [&](const ArchivedChat& chat) { return chat.guid == word || chat.number == word; });
+    if (found.empty()) {
+        found = indexesOf(archive, [&](const ArchivedChat& chat) {
+            return std::ranges::any_of(chat.files,
+                [&](const ArchiveFile& file) { return numberIn(file.path.filename()) == word; });
+        });
+    }
     if (found.empty()) {
         found = indexesOf(
             archive, [&](const ArchivedChat& chat) { return folded(chat.title) == wanted; });

@@ -24,7 +24,8 @@ struct ArchivedChat {
     std::string title; ///< in the last record of the first file; a file name if there is none
     std::string number; ///< the chat id in the name of the first file, in decimal; "" if none
     /// The current one first, then those in Kept/, the newest first: an earlier one of these may
-    /// have an older text of the same message.
+    /// have an older text of the same message. If several are not in Kept/, the current one is the
+    /// one that was changed last.
     std::vector<ArchiveFile> files{};
 
     bool operator==(const ArchivedChat&) const = default;
@@ -54,7 +55,7 @@ struct Archive {
 };
 
 /// Indexes in Archive::chats of the chats that a user's word can mean: those whose guid or number
-/// is `word`. If there are none: those whose title is `word`, and otherwise those whose title has
+/// is `word`. If there are none: those of which another file has this number; then those whose title is `word`, and otherwise those whose title has
 /// it as a part, without regard to case, accents and the shape of quotation marks.
 std::vector<std::size_t> findChats(const Archive& archive, const std::string& word);
 

@@ -79,6 +79,21 @@ private slots:
         QCOMPARE(archive.chats.back().number, std::string("8"));
     }
 
+    /// After a move to a new Mac, a chat can have a new number and thus a new file.
+    void fileThatWasChangedLastIsTheCurrentOne()
+    {
+        write("+1202 (2) Korvane Wrapped.jsonl.txt", recordOf("a", "+1202"));
+        write("Ann (1002) Korvane Wrapped.jsonl.txt", recordOf("a", "Ann"));
+        const fs::path old = folder() / "+1202 (2) Korvane Wrapped.jsonl.txt";
+        fs::last_write_time(old, fs::last_write_time(old) - std::chrono::hours(1));
+        const Archive archive = Archive::inFolder(folder());
+        QCOMPARE(titles(archive), Names{"Ann"});
+        QCOMPARE(archive.chats.front().number, std::string("1002"));
+        QCOMPARE(findChats(archive, "1002"), Indexes{0});
+        QCOMPARE(findChats(archive, "2"), Indexes{0});
+        QCOMPARE(findChats(archive, "100"), Indexes{});
+    }
+
     void damagedEndsDoNotHideTheChat_data()
     {
         QTest::addColumn<std::string>("text");

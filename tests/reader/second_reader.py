@@ -91,10 +91,11 @@ def row_of(record):
 
 def files_by_chat(folder):
     """The files of each chat: the current one first, then those in Kept, newest first."""
-    current = sorted(folder.glob("*.jsonl.txt"), key=lambda path: bytes(path))
+    def age(path):
+        return -int(path.stat().st_mtime), bytes(path)
+    current = sorted(folder.glob("*.jsonl.txt"), key=age)
     kept = sorted((path for path in folder.glob("Kept/*")
-                   if path.name.endswith((".jsonl.txt", ".jsonl.txt.unchecked"))),
-                  key=lambda path: (-int(path.stat().st_mtime), bytes(path)))
+                   if path.name.endswith((".jsonl.txt", ".jsonl.txt.unchecked"))), key=age)
     chats = {}
     for path in current + kept:
         if chat := chat_of(path):

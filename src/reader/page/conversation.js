@@ -42,6 +42,7 @@ export class Conversation {
   #fading;
   #fragment = ''; // of the address when the chat was shown
   #wanted = '';
+  #latest = Symbol('nothing'); // call of show()
   /** @type {number | undefined} */
   #current;
 
@@ -63,7 +64,8 @@ export class Conversation {
 
   /**
    * Shows a chat: where the user left this entry of the browser's history, at an entry of the chat, or
-   * at its end. The texts of the others follow in idle time.
+   * at its end. The texts of the others follow in idle time. A later call takes precedence, also if this
+   * one has to wait longer for its texts.
    *
    * @param {Chat} chat
    * @param {number} [row] Of the entry, see Facts.find().
@@ -71,12 +73,16 @@ export class Conversation {
    */
   async show(chat, row, time) {
     clearTimeout(this.#typing);
+    const call = Symbol('this call');
+    this.#latest = call;
     const place = placeIn(chat);
     const facts = await chat.facts();
+    if (this.#latest !== call) return;
     const entry = row === undefined ? undefined : facts.find(row, time);
     const kept = place && facts.find(place.row, place.time);
     const index = kept ?? entry ?? facts.count - 1;
     await chat.loadTexts(index - nearby, index + nearby);
+    if (this.#latest !== call) return;
     if (this.#context?.chat !== chat) this.#open(chat, facts);
     this.#current = entry;
     const block = entry === undefined ? 'end' : 'center';

@@ -12,6 +12,9 @@ const settleDelay = 150; // milliseconds without a scroll event
  * for pixels: half-way down is half of the rows. While the user scrolls by pixels, rows are added at
  * both ends of the existing ones, which do not move. When scrolling pauses, settle() moves the
  * scroll bar to where it belongs, and the rows along with it, so that nothing visible moves.
+ *
+ * In a hidden viewport all heights are 0, so that no number of rows would fill it. The list keeps its
+ * place then, and fills the viewport when that becomes visible.
  */
 export class VirtualList {
   #viewport;
@@ -118,6 +121,10 @@ export class VirtualList {
     return this.#first + this.#rows.children.length;
   }
 
+  get #isHidden() {
+    return this.#viewport.clientHeight === 0;
+  }
+
   /** The highest value of scrollTop. */
   get #range() {
     return Math.max(0, this.#height - this.#viewport.clientHeight);
@@ -141,6 +148,7 @@ export class VirtualList {
   }
 
   #scrolled() {
+    if (this.#isHidden) return; // an event of before
     const from = this.#viewport.scrollTop - this.#top;
     const page = this.#viewport.clientHeight;
     if (from > this.#rows.offsetHeight + page || from < -2 * page) this.#jump();
@@ -166,6 +174,7 @@ export class VirtualList {
 
   /** Adds rows until they reach beyond the visible area, and removes those far from it. */
   #fill() {
+    if (this.#isHidden) return;
     const page = this.#viewport.clientHeight;
     const from = this.#viewport.scrollTop - page;
     const to = this.#viewport.scrollTop + 2 * page;
@@ -249,7 +258,7 @@ export class VirtualList {
   /** Moves the scroll bar to where it belongs. Nothing visible moves. */
   #settle() {
     clearTimeout(this.#settling);
-    if (this.#count === 0 || this.#viewport.clientHeight === 0) return;
+    if (this.#count === 0 || this.#isHidden) return;
     this.#closeGaps();
     const before = this.#viewport.scrollTop;
     let wanted = this.#place() * this.#range;
@@ -291,18 +300,18 @@ export class VirtualList {
   }
 
   #resized() {
-    if (this.#count > 0 && this.#viewport.clientHeight > 0) {
-      this.#keep(this.#anchor.index, this.#anchor.offset);
-    }
+    if (this.#count > 0) this.#keep(this.#anchor.index, this.#anchor.offset);
   }
 
   /**
-   * Moves the rows so that one has this distance from the upper edge.
+   * Moves the rows so that one has this distance from the upper edge. A hidden viewport gets them
+   * from #resized() when it becomes visible.
    *
    * @param {number} index
    * @param {number} offset
    */
   #keep(index, offset) {
+    if (this.#isHidden) return;
     const row = this.row(index);
     if (row) this.#moveTo(this.#viewport.scrollTop + offset - row.offsetTop);
     this.#fill();
