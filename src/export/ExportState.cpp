@@ -4,6 +4,7 @@
 #include "text/Json.h"
 #include "text/JsonReader.h"
 
+#include <algorithm>
 #include <system_error>
 
 namespace korvane {
@@ -53,6 +54,13 @@ const ChatState* ExportState::current(const std::string& guid) const
 {
     const auto known = chats.find(guid);
     return known != chats.end() && known->second.isCurrent() ? &known->second : nullptr;
+}
+
+bool ExportState::isNameOfAnother(const std::string& guid, const std::string& name) const
+{
+    return std::ranges::any_of(chats, [&](const auto& entry) {
+        return entry.first != guid && entry.second.fileName == name;
+    });
 }
 
 std::string ExportState::toJson() const

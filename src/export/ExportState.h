@@ -54,6 +54,9 @@ struct ExportState {
     /// exported from the beginning.
     const ChatState* current(const std::string& guid) const;
 
+    /// Whether the file of another chat than `guid` has this name. Reads all records.
+    bool isNameOfAnother(const std::string& guid, const std::string& name) const;
+
     std::string toJson() const;
 
     /// Absent if `json` does not have the form above.

@@ -31,6 +31,18 @@ std::string newFileName(
     return isStray ? stray->second : Exporter::exportFileName(title, chat.id);
 }
 
+/// The name for a chat whose usual one is that of another chat's file. That happens on a new Mac,
+/// where a chat can have the title and the number that another chat had before.
+std::string unusedFileName(const ChatInfo& chat, const std::string& title, const ExportState& state)
+{
+    std::string name;
+    int copy = 2;
+    do
+        name = Exporter::exportFileName(title, chat.id, copy++);
+    while (state.isNameOfAnother(chat.guid, name));
+    return name;
+}
+
 ChatState newRecord(std::string fileName, const std::string& title)
 {
     return {
@@ -88,6 +100,10 @@ ExportStep exportStep(const ChatInfo& chat, const std::string& title, const Expo
     ChatState& record = step.record;
     step.change.file = record.fileName;
     Found found = find(Exporter::inFolder(folder, record.fileName));
+    if (!known && found.exists && state.isNameOfAnother(chat.guid, record.fileName)) {
+        step.change.file = record.fileName = unusedFileName(chat, title, state);
+        found = find(Exporter::inFolder(folder, record.fileName));
+    }
     const bool isShortened = found.isTooLong;
     if (isShortened) {
         step.change.file = Exporter::shortenedFileName(title, chat.id);

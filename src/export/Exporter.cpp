@@ -63,7 +63,7 @@ public:
         m_state = ExportState::load(m_support);
         if (m_mode.checkDatabase)
             m_foreign = ForeignFiles::find(m_chats, m_state, m_folder, m_db,
-                [this](const ChatInfo& chat) { return stepFor(chat, titleOf(chat)).change.file; });
+                [this](const ChatInfo& chat) { return nameOfNewFile(chat); });
         try {
             const bool complete = exportEach(beforeChat);
             m_ahead.reset();
@@ -265,6 +265,13 @@ private:
         } catch (const std::system_error&) {
             return std::nullopt;
         }
+    }
+
+    /// "" if that cannot be told.
+    std::string nameOfNewFile(const ChatInfo& chat) const
+    {
+        const auto step = laterStep(chat);
+        return step ? step->change.file : std::string();
     }
 
     /// Takes back what was begun for a chat.

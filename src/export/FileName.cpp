@@ -128,6 +128,12 @@ std::string Exporter::exportFileName(std::string_view title, std::int64_t chatID
     return safeFileName(title) + tailOfName(chatID);
 }
 
+std::string Exporter::exportFileName(std::string_view title, std::int64_t chatID, int copy)
+{
+    std::string name = exportFileName(title, chatID);
+    return name.insert(name.size() - endOfName.size(), ' ' + std::to_string(copy));
+}
+
 std::string Exporter::shortenedFileName(std::string_view title, std::int64_t chatID)
 {
     const std::string tail = tailOfName(chatID);

@@ -18,6 +18,9 @@ std::string safeFileName(std::string_view title);
 /// The name of a new export file: "<safe title> (<chat id>) Korvane Wrapped.jsonl.txt".
 std::string exportFileName(std::string_view title, std::int64_t chatID);
 
+/// The name if others have that one already: "<safe title> (<chat id>) <copy> Korvane …".
+std::string exportFileName(std::string_view title, std::int64_t chatID, int copy);
+
 /// The same name, shortened to at most 255 bytes, the limit of most file systems. Cuts the title
 /// between two grapheme clusters. The id is kept, so no two chats share a name. Exporter::sync()
 /// uses this name if the file system rejects the other one as too long.

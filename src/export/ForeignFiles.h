@@ -34,7 +34,7 @@ namespace ForeignFiles {
 /// The error of a chat whose file is foreign: what happened and what to do.
 extern const char* const explanation;
 
-/// The name that a new file of this chat would get.
+/// The name that a new file of this chat would get; "" if that is not known.
 using NewName = std::function<std::string(const ChatInfo&)>;
 
 /// The guids of those of `chats` whose file in `folder` is foreign: the file that `state` names or,

@@ -454,6 +454,21 @@ private slots:
         QCOMPARE(readFile(file), bytes);
     }
 
+    /// On a new Mac, whose chats have been exported again already.
+    void aChatWhoseNameIsThatOfAnotherChatsFileGetsAnotherName()
+    {
+        Scene scene;
+        scene.run("UPDATE chat SET guid = 'other' WHERE ROWID = " + std::to_string(ann));
+        scene.chats[0].guid = "other";
+        const fs::path file = scene.folder() / Exporter::exportFileName("Ann Lee", ann);
+        const std::string bytes = readFile(file);
+        QCOMPARE(describe(scene.sync()), "added 40, touched 1"s);
+        QCOMPARE(readFile(file), bytes);
+        const fs::path another = scene.folder() / "Ann Lee (1) 2 Korvane Wrapped.jsonl.txt";
+        QCOMPARE(rowIDsIn(readFile(another)).size(), std::size_t{exported});
+        QCOMPARE(describe(scene.sync()), "added 0, touched 0"s);
+    }
+
     void aCallerCanExportNevertheless_data()
     {
         QTest::addColumn<bool>("restart");
