@@ -8,6 +8,7 @@
 #include "export/DateText.h"
 #include "export/ExportState.h"
 #include "export/FileName.h"
+#include "export/ForeignFiles.h"
 #include "export/Record.h"
 #include "export/RecordWriter.h"
 #include "messages/MessageLookup.h"
@@ -102,12 +103,13 @@ public:
     {
     }
 
-    CheckResult checkAll(CheckedChats found)
+    CheckResult checkAll(CheckedChats found, const ExportState& state)
     {
         m_result.errors = std::move(found.errors);
         m_step.total = messagesIn(found.chats);
         try {
             checkEach(found.chats);
+            findRefused(found.chats, state);
         } catch (const Interrupted&) {
             m_result.interrupted = true;
         }
@@ -150,6 +152,22 @@ private:
         } catch (const std::runtime_error& error) {
             m_result.errors.push_back(each.title + ": " + error.what());
         }
+    }
+
+    /// The row ids of two databases need not overlap. Then all records of the file are only gone.
+    void findRefused(const std::vector<CheckedChat>& chats, const ExportState& state)
+    {
+        const std::set<std::string> repairable = m_result.repairable();
+        std::vector<ChatInfo> continued;
+        for (const CheckedChat& each : chats) {
+            if (each.lastRowID && repairable.contains(each.guid))
+                continued.push_back(*each.chat);
+        }
+        const auto noNewName = [](const ChatInfo&) { return std::string(); }; // all have a state
+        const std::set<std::string> refused
+            = ForeignFiles::find(continued, state, m_folder, m_db, noNewName);
+        for (ChatCheck& chat : m_result.chats)
+            chat.isRefused = refused.contains(chat.guid);
     }
 
     fs::path pathOf(const CheckedChat& each) const
@@ -248,7 +266,7 @@ CheckResult Checker::check(const std::vector<ChatInfo>& chats, const ContactName
 {
     const ExportState state = support.exists() ? ExportState::load(support) : ExportState();
     Run run(database, names, folder, progress);
-    return run.checkAll(checkedChats(chats, names, folder, state, scope));
+    return run.checkAll(checkedChats(chats, names, folder, state, scope), state);
 }
 
 } // namespace korvane

@@ -28,10 +28,17 @@ struct ChatCheck {
     bool sharesFile = false; ///< another chat of the state has the same file
     bool isInState = true; ///< otherwise the next export adds all its messages to the file
 
+    /// An export would refuse the file, because it is from a different database (see ForeignFiles).
+    /// Only looked for if the chat can be repaired.
+    bool isRefused = false;
+
     bool operator==(const ChatCheck&) const = default;
 
     bool isIntact() const { return counts.areIntact(); }
     bool canBeRepaired() const { return !isIntact() && isInDatabase && !sharesFile; }
+
+    /// Whether the file, or a part of it, is from a different database.
+    bool isForeign() const { return counts.foreign > 0 || isRefused; }
 };
 
 /// The outcome of one check.

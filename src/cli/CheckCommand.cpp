@@ -80,7 +80,7 @@ public:
 
         CheckResult result = check({.all = m_options.all, .chats = m_options.chats});
         if (result.interrupted)
-            return complainOfInterruption("The check", m_kept);
+            return complainOfInterruption("The check", m_kept, m_keptErrors);
         complainOfNoFolder(result);
         return m_options.repair ? repair(result) : report(result, nullptr);
     }
@@ -130,7 +130,7 @@ private:
         print(announcement(result));
         exportAgain(result, repair);
         if (m_interruption->requested())
-            return complainOfInterruption("The repair", repair.kept);
+            return complainOfInterruption("The repair", repair.kept, result.errors);
         print(repairAsText(result, repair));
         return report(result, &repair);
     }
@@ -143,7 +143,7 @@ private:
         std::copy_if(m_chats.begin(), m_chats.end(), std::back_inserter(chats),
             [&guids](const ChatInfo& chat) { return guids.contains(chat.guid); });
         SyncResult sync = syncWithProgress(chats, m_names, m_options.folder, m_support,
-            m_options.sources.database, *m_interruption, m_console,
+            m_options.sources.database, [this] { return m_interruption->requested(); }, m_console,
             {.restart = guids, .files = filesOf(result, guids), .checkDatabase = false});
         repair.kept.insert(repair.kept.end(), sync.kept.begin(), sync.kept.end());
         result.errors.insert(result.errors.end(), sync.errors.begin(), sync.errors.end());
@@ -177,11 +177,19 @@ private:
     }
 
     /// Also names the files that a comparison has settled: no later run reports them.
-    int complainOfInterruption(const std::string& what, const std::vector<KeptFile>& kept) const
+    int complainOfInterruption(const std::string& what, const std::vector<KeptFile>& kept,
+        const std::vector<std::string>& errors) const
     {
         print(keptLines(kept));
+        complainOf(errors);
         m_console.complain(what + " was interrupted.");
         return ExitCode::interrupted;
+    }
+
+    void complainOf(const std::vector<std::string>& lines) const
+    {
+        for (const std::string& line : lines)
+            m_console.complain(line);
     }
 
     void print(const std::string& text) const
@@ -197,16 +205,11 @@ private:
         if (m_options.json)
             m_console.out << checkAsJson(result, repair);
         print(repaired ? summaryOf(result) : checkAsText(result));
-        for (const std::string& error : result.errors)
-            m_console.complain(error);
-        for (const std::string& hint : hintsAbout(result))
-            m_console.complain(hint);
-        if (!result.isWhole() && Journal::isPending(m_support)) {
-            m_console.complain("The last export was killed. The next one, or check --repair, first "
-                               "undoes what it left unfinished, which may be the cause.");
-        } else if (!repair && !result.repairable().empty()) {
+        const bool wasKilled = Journal::isPending(m_support);
+        complainOf(result.errors);
+        complainOf(hintsAbout(result, wasKilled));
+        if (!wasKilled && !repair && !result.repairable().empty())
             m_console.complain(adviceOn(result));
-        }
         return result.isWhole() ? ExitCode::success : ExitCode::failure;
     }
 

@@ -163,8 +163,8 @@ std::string repairAsText(const CheckResult& result, const RepairReport& repair)
 
 std::string questionAbout(const CheckResult& result, const std::string& database)
 {
-    const std::string titles = titlesOf(result,
-        [](const ChatCheck& chat) { return chat.canBeRepaired() && chat.counts.foreign > 0; });
+    const std::string titles = titlesOf(
+        result, [](const ChatCheck& chat) { return chat.canBeRepaired() && chat.isForeign(); });
     return titles.empty()
         ? ""
         : "These files are from a different database than " + database + ": " + titles
@@ -173,7 +173,7 @@ std::string questionAbout(const CheckResult& result, const std::string& database
               "--folder instead.";
 }
 
-std::vector<std::string> hintsAbout(const CheckResult& result)
+std::vector<std::string> hintsAbout(const CheckResult& result, bool wasKilled)
 {
     std::vector<std::string> hints;
     for (const ChatCheck& chat : result.chats) {
@@ -187,6 +187,12 @@ std::vector<std::string> hintsAbout(const CheckResult& result)
     if (!lost.empty())
         hints.push_back(
             "Neither Messages nor this folder has these chats, which were exported: " + lost + '.');
+    if (wasKilled) {
+        hints.push_back("The last export was killed. The next one, or check --repair, first undoes "
+                        "what it left unfinished"
+            + std::string(result.isWhole() ? "." : ", which may be the cause."));
+        return hints; // the state may lack only the chats that are about to be undone
+    }
     const std::int64_t doubling = std::ranges::count_if(result.chats, [](const ChatCheck& chat) {
         return chat.isIntact() && !chat.isInState && chat.isInDatabase && chat.counts.records > 0;
     });

@@ -35,8 +35,8 @@ std::string repairAsText(const CheckResult& result, const RepairReport& repair);
 std::string questionAbout(const CheckResult& result, const std::string& database);
 
 /// Lines about the chats that Messages no longer has: damaged ones, which no repair can help, and
-/// those that have no file either. And a line about the files to which the next export adds all
-/// their messages again.
-std::vector<std::string> hintsAbout(const CheckResult& result);
+/// those that have no file either. And a line about an export that was killed, if `wasKilled`, or
+/// otherwise about the files to which the next export adds all their messages again.
+std::vector<std::string> hintsAbout(const CheckResult& result, bool wasKilled);
 
 } // namespace korvane

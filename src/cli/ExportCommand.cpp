@@ -84,6 +84,8 @@ public:
     int runOnce()
     {
         const int code = run();
+        if (m_leftOut)
+            m_console.complain("The export was interrupted. Run it again to continue.");
         return m_interruption.requested() ? ExitCode::interrupted : code;
     }
 
@@ -139,13 +141,22 @@ private:
             m_names = readNames(m_options.sources,
                 promptOn(m_console, [this] { return m_interruption.requested(); }));
         m_begun = true;
-        SyncResult result = syncWithProgress(m_selection.chats, *m_names, m_options.folder,
-            m_support, m_options.sources.database, m_interruption, m_console);
+        SyncResult result = syncWithProgress(
+            m_selection.chats, *m_names, m_options.folder, m_support, m_options.sources.database,
+            [this] { return leavesOutTheRest(); }, m_console);
         if (isOpeningFailure(result))
             m_help = databaseHelp(m_options.sources.database);
         for (const std::string& guid : m_selection.unknown)
             result.errors.push_back("There is no chat with the guid " + repairedUtf8(guid) + ".");
         return result;
+    }
+
+    /// Asked before each chat. Remembers the answer: an interruption during the last chat leaves
+    /// out none.
+    bool leavesOutTheRest()
+    {
+        m_leftOut = m_interruption.requested();
+        return m_leftOut;
     }
 
     /// Returns false if the result could not be written. Later runs are tried all the same.
@@ -191,6 +202,7 @@ private:
     std::optional<ContactNames> m_names; ///< of the last run
     std::string m_help; ///< explains the last run's errors to people; never in JSON
     bool m_begun = false; ///< a run got past the lock, the database and the contacts
+    bool m_leftOut = false; ///< an interruption has ended the run before its last chat
     bool m_explained = false; ///< what to do about a different database
 };
 
@@ -239,14 +251,14 @@ std::int64_t messageCount(const std::vector<ChatInfo>& chats)
 
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const std::string& folder, const SupportFolder& support, const std::string& database,
-    const Interruption& interruption, const Console& console, const SyncMode& mode)
+    const std::function<bool()>& isInterrupted, const Console& console, const SyncMode& mode)
 {
     ProgressBar bar(console.err, console.errIsTerminal, messageCount(chats));
     std::int64_t done = 0;
     const auto beforeChat = [&](const ChatInfo& chat) {
         bar.show(done, Exporter::title(chat, names));
         done += chat.messageCount;
-        return !interruption.requested();
+        return !isInterrupted();
     };
     return Exporter::sync(chats, names, folder, support, database, beforeChat, mode);
 }

@@ -3,13 +3,13 @@
 #include "cli/Sources.h"
 #include "export/Exporter.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace korvane {
 
-class Interruption;
 class SupportFolder;
 struct Console;
 
@@ -33,10 +33,10 @@ int runExport(const ExportOptions& options, const SupportFolder& support, const 
 std::string keptJson(const KeptFile& file);
 std::string keptLines(const std::vector<KeptFile>& files);
 
-/// Exporter::sync() with a progress bar if `console.err` is a terminal. An interruption ends it
-/// after the current chat.
+/// Exporter::sync() with a progress bar if `console.err` is a terminal. `isInterrupted` is asked
+/// before each chat; if it returns true, this chat and the rest are left out.
 SyncResult syncWithProgress(const std::vector<ChatInfo>& chats, const ContactNames& names,
     const std::string& folder, const SupportFolder& support, const std::string& database,
-    const Interruption& interruption, const Console& console, const SyncMode& mode = {});
+    const std::function<bool()>& isInterrupted, const Console& console, const SyncMode& mode = {});
 
 } // namespace korvane

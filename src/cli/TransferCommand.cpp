@@ -144,8 +144,9 @@ private:
         const ContactNames names = readNames(
             m_options.sources, promptOn(m_console, [this] { return m_interruption.requested(); }));
         m_title = Exporter::title(chat, names);
-        const SyncResult result = syncWithProgress({chat}, names, m_options.folder, m_support,
-            m_options.sources.database, m_interruption, m_console);
+        const SyncResult result = syncWithProgress(
+            {chat}, names, m_options.folder, m_support, m_options.sources.database,
+            [this] { return m_interruption.requested(); }, m_console);
         for (const KeptFile& file : result.kept)
             m_report.tell(printable(textOf(file)));
         if (result.errors.empty())

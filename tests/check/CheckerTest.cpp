@@ -128,6 +128,27 @@ private slots:
         QCOMPARE(counts(check(), 0), std::string("10 records, 10 foreign"));
     }
 
+    void anotherDatabaseIsForeignAlsoWithoutACommonRowID()
+    {
+        m_setup->db.sql().execute("DELETE FROM message; DELETE FROM chat_message_join");
+        m_setup->db.addMessage(2, {.rowID = 8, .text = "other"});
+        const CheckResult result = check();
+        QCOMPARE(counts(result, 1), std::string("5 records, 1 missing, 5 gone"));
+        QVERIFY(result.chats[1].isForeign());
+    }
+
+    void oldFileWhoseMessagesWereDeletedIsNotForeign()
+    {
+        m_setup->db.sql().execute("DELETE FROM message; DELETE FROM chat_message_join");
+        m_setup->db.addMessage(2, {.rowID = 20});
+        ChatState state = m_setup->record(2);
+        state.lastRowID = 20; // exported to another folder
+        m_setup->setRecord(2, state);
+        const CheckResult result = check();
+        QCOMPARE(counts(result, 1), std::string("5 records, 1 missing, 5 gone"));
+        QVERIFY(!result.chats[1].isForeign());
+    }
+
     void rowIDThatIsNowInAnotherChatIsForeign()
     {
         moveMessagesOfAnnToBo();

@@ -24,6 +24,29 @@
 using namespace korvane;
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Output that presses Ctrl-C when it contains a text.
+class OutputWithCtrlC : public std::stringbuf {
+public:
+    explicit OutputWithCtrlC(std::string text) : m_text(std::move(text)) { }
+
+protected:
+    int sync() override
+    {
+        if (!m_text.empty() && str().find(m_text) != std::string::npos) {
+            m_text.clear();
+            std::raise(SIGINT);
+        }
+        return 0;
+    }
+
+private:
+    std::string m_text;
+};
+
+} // namespace
+
 /// What "check" prints and returns.
 class CheckCommandTest : public QObject {
     Q_OBJECT
@@ -388,6 +411,48 @@ private slots:
         QVERIFY2(outcome.err.find("To repair") == std::string::npos, outcome.err.c_str());
     }
 
+    void differentDatabaseIsFoundWithoutACommonRowID()
+    {
+        multiplyRowIDs();
+        exportAll();
+        const std::string old = contentsOf(annsFile());
+        m_database->sql().execute(
+            "UPDATE message SET ROWID = ROWID - 1, text = 'other', date = date + 5000;"
+            "UPDATE chat_message_join SET message_id = message_id - 1");
+        const Outcome exported = run("export", {"--all"});
+        QVERIFY2(exported.err.find("Family: The file is from a different") != std::string::npos
+                || exported.err.find("Ann: The file is from a different") != std::string::npos,
+            exported.err.c_str());
+        const Outcome checked = check();
+        QVERIFY2(checked.out.find("FOREIGN") != std::string::npos, checked.out.c_str());
+        QVERIFY2(checked.err.starts_with("korvane-sync: These files are from a different database "
+                                         "than "),
+            checked.err.c_str());
+        for (const char* title : {"Ann", "Family"})
+            QVERIFY2(checked.err.find(title) != std::string::npos, checked.err.c_str());
+        const Outcome repaired = check({"--repair"});
+        QCOMPARE(repaired.code, 1);
+        QVERIFY2(repaired.err.find("Nothing was repaired. To repair them, add --yes.")
+                != std::string::npos,
+            repaired.err.c_str());
+        QCOMPARE(contentsOf(annsFile()), old);
+        QCOMPARE(check({"--repair", "--yes"}).code, 0);
+    }
+
+    void deletedMessagesAreNoDifferentDatabase()
+    {
+        exportAll();
+        m_database->addMessage(1, "later");
+        const Outcome elsewhere = m_terminal->run({"export", "--all", "--database",
+            m_database->path(), "--folder", m_terminal->home() + "/elsewhere"});
+        QCOMPARE(elsewhere.code, 0);
+        m_database->sql().execute("DELETE FROM message WHERE ROWID < 3");
+        const Outcome outcome = check({"--repair"}); // of Ann, the old file has what is gone
+        QCOMPARE(outcome.code, 0);
+        QVERIFY2(outcome.out.find("Repaired Ann: 1 message\n") != std::string::npos,
+            outcome.out.c_str());
+    }
+
     void differentDatabaseIsRepairedWithYes()
     {
         exportAll();
@@ -511,6 +576,41 @@ private slots:
         QCOMPARE(contentsOf(annsFile()), old);
     }
 
+    void killedExportIsMentionedThoughAllIsIntact()
+    {
+        exportAll();
+        const Journal journal(m_terminal->exports(), SupportFolder(m_terminal->support()));
+        fs::remove(m_terminal->support() + "/state.json"); // the killed export was the first
+        journal.write({{fs::path(annsFile()).filename().string(), std::nullopt, ""}});
+        const Outcome outcome = check();
+        QCOMPARE(outcome.code, 0);
+        QCOMPARE(outcome.out, std::string("2 chats are intact\n"));
+        QCOMPARE(outcome.err,
+            std::string("korvane-sync: The last export was killed. The next one, or check "
+                        "--repair, first undoes what it left unfinished.\n"));
+    }
+
+    void interruptedRepairReportsWhatFailed()
+    {
+        exportAll();
+        append(annsFile(), "torn");
+        const std::string other = m_terminal->exports() + "/Family (2) Korvane Wrapped.jsonl.txt";
+        fs::remove(other);
+        fs::create_directory(other);
+        OutputWithCtrlC buffer("Repairing Ann");
+        std::ostream out(&buffer);
+        std::ostringstream err;
+        const int code = runCommandLine({"check", "--repair", "--database", m_database->path(),
+                                            "--folder", m_terminal->exports()},
+            SupportFolder(m_terminal->support()), {.out = out, .err = err});
+        QCOMPARE(code, 130);
+        QCOMPARE(err.str(),
+            std::string("korvane-sync: Family: The file can't be opened, because it is not a file: "
+                        "Family (2) Korvane Wrapped.jsonl.txt.\n"
+                        "korvane-sync: The repair was interrupted.\n"));
+        QVERIFY(contentsOf(annsFile()).ends_with("torn"));
+    }
+
     void repairFinishesTheComparisonThatAKilledOneBegan()
     {
         exportAll();
@@ -599,6 +699,15 @@ private:
     {
         m_database->sql().execute(
             "UPDATE message SET text = 'not the first', date = date + 5000 WHERE ROWID < 3");
+    }
+
+    /// Makes the row ids even, so that another database can have all the odd ones.
+    void multiplyRowIDs() const
+    {
+        m_database->sql().execute(
+            "UPDATE message SET ROWID = -2 * ROWID; UPDATE message SET ROWID = -ROWID;"
+            "UPDATE chat_message_join SET message_id = -2 * message_id;"
+            "UPDATE chat_message_join SET message_id = -message_id");
     }
 
     static std::string withoutTable(const std::string& text)

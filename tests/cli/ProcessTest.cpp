@@ -92,6 +92,8 @@ private slots:
         QVERIFY(files < chats);
         QCOMPARE(result[u"chatsTouched"].toInt(), files);
         QCOMPARE(recordedMessages(terminal), result[u"added"].toInt());
+        QCOMPARE(program.readAllStandardError(),
+            QByteArray("korvane-sync: The export was interrupted. Run it again to continue.\n"));
 
         const Outcome rest = terminal.run(
             {"export", "--all", "--json", "--database", database, "--folder", terminal.exports()});
