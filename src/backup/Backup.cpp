@@ -47,6 +47,12 @@ void readInfo(const PropertyList& info, Backup& backup)
     backup.date = info["Last Backup Date"].date();
 }
 
+void readManifest(const PropertyList& manifest, Backup& backup)
+{
+    if (manifest.root().isDictionary())
+        backup.isEncrypted = manifest["IsEncrypted"].boolean().value_or(false);
+}
+
 void readStatus(const PropertyList& status, Backup& backup)
 {
     backup.isFinished = status["SnapshotState"].text() == "finished";
@@ -72,9 +78,10 @@ Backup Backup::read(const fs::path& folder)
     if (const auto info = listIfReadable(folder, "Info.plist"))
         readInfo(*info, backup);
     if (const auto manifest = listIfReadable(folder, "Manifest.plist"))
-        backup.isEncrypted = (*manifest)["IsEncrypted"].boolean().value_or(false);
+        readManifest(*manifest, backup);
     if (const auto status = listIfReadable(folder, "Status.plist"))
         readStatus(*status, backup);
+    backup.isFinished = backup.isFinished && backup.isEncrypted;
     backup.hasMessages = hasFile(folder, messagesPath);
     return backup;
 }

@@ -16,8 +16,8 @@ struct Backup {
     std::filesystem::path folder;
     std::string device; ///< the phone's name; that of the folder if it is not known
     std::optional<std::chrono::sys_seconds> date; ///< when it was made, if it is known
-    bool isEncrypted = false;
-    bool isFinished = false;
+    std::optional<bool> isEncrypted; ///< if it is known
+    bool isFinished = false; ///< complete, and it is known whether it is encrypted
     bool hasMessages = false;
 
     bool operator==(const Backup&) const = default;

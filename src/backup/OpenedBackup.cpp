@@ -39,7 +39,8 @@ void requireFinished(const Backup& backup)
 {
     if (!Backup::isAt(backup.folder))
         throw BackupError("This is not the folder of a phone's backup.");
-    readList(backup.folder, "Status.plist"); // says what is wrong with it
+    for (const char* list : {"Status.plist", "Manifest.plist"})
+        readList(backup.folder, list); // says what is wrong with it
     if (!backup.isFinished)
         throw BackupError("The backup is not finished. Complete it, or make it again.");
 }
@@ -83,7 +84,7 @@ public:
     {
         requireFinished(backup);
         const PropertyList manifest = readList(backup.folder, "Manifest.plist");
-        if (backup.isEncrypted)
+        if (backup.isEncrypted.value_or(false))
             m_keys = unlock(readKeyBag(manifest), dialog);
         readIndex(manifest, contacts);
     }
@@ -140,12 +141,14 @@ private:
         return StoredFile::openIndex(m_backup.folder, std::move(unwrapped));
     }
 
+    /// An empty log has nothing to read, so the backup need not have a file or a key for it.
     StoredDatabase find(BackupIndex& index, const std::string& path, const char* copy) const
     {
         StoredDatabase database{.copy = copy};
         for (const char* suffix : {"", "-wal"}) {
             const auto entry = index.find(path + suffix);
-            if (!entry)
+            const bool isEmptyLog = entry && !database.files.empty() && entry->record.size == 0;
+            if (!entry || isEmptyLog)
                 break;
             database.files.push_back(
                 StoredFile::open(m_backup.folder, *entry, m_keys ? &*m_keys : nullptr));

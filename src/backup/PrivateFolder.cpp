@@ -24,11 +24,18 @@ constexpr const char* lockName = "lock";
 /// SQLite's index of a log takes a few KiB; the rest of this is for other programs.
 constexpr std::uintmax_t reserve = std::uintmax_t(8) << 20;
 
+/// What copies of this size need, with SQLite's temporary files.
+std::uintmax_t roomFor(std::int64_t bytes)
+{
+    const auto copies = static_cast<std::uintmax_t>(bytes);
+    return copies + copies / 2 + reserve;
+}
+
 bool hasRoom(const fs::path& place, std::int64_t bytes)
 {
     std::error_code failure;
     const fs::space_info space = fs::space(place, failure);
-    return !failure && space.available >= static_cast<std::uintmax_t>(bytes) + reserve;
+    return !failure && space.available >= roomFor(bytes);
 }
 
 /// A name with the process id, for people, that no other folder has.
@@ -104,8 +111,10 @@ PrivateFolder::PrivateFolder(
         }
     }
     throw BackupError("There is no room for a private copy of "
-        + std::to_string(std::max<std::int64_t>(bytes >> 20, 1))
-        + " MiB. Free some space, or set TMPDIR to a folder that has it.");
+        + std::to_string(std::max<std::int64_t>(bytes >> 20, 1)) + " MiB, which needs "
+        + std::to_string(roomFor(bytes) >> 20)
+        + " MiB with SQLite's temporary files. Free some space, or set TMPDIR to a folder that has "
+          "it.");
 }
 
 /// From before the folder exists, a signal removes it.

@@ -24,8 +24,10 @@ public:
     /// beside a database are implied.
     using Names = std::vector<std::string>;
 
-    /// Creates it in the first of `places` that has room for `bytes`, those in memory first.
-    /// Throws BackupError if there is none.
+    /// Creates it in the first of `places` that has room, those in memory first: for `bytes` of
+    /// copies, half of that again, and a reserve. The half is for SQLite's temporary files: to sort
+    /// the messages of a large chat, they took up to 45 % of the size of the database. Throws
+    /// BackupError if there is no such place.
     PrivateFolder(std::int64_t bytes, const Names& databases,
         const std::vector<std::filesystem::path>& places = PrivateFolder::places());
     ~PrivateFolder();

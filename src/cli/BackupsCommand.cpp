@@ -34,12 +34,17 @@ std::string yesOrNo(bool answer)
     return answer ? "yes" : "no";
 }
 
+std::string encryptionOf(const Backup& backup)
+{
+    return backup.isEncrypted ? yesOrNo(*backup.isEncrypted) : "unknown";
+}
+
 std::string table(const std::vector<Backup>& backups)
 {
     Table table({{.heading = "DEVICE", .widest = 40}, {"DATE"}, {"ENCRYPTED"}, {"FINISHED"},
         {"MESSAGES"}, {"FOLDER"}});
     for (const Backup& backup : backups) {
-        table.add({backup.device, localDate(backup), yesOrNo(backup.isEncrypted),
+        table.add({backup.device, localDate(backup), encryptionOf(backup),
             yesOrNo(backup.isFinished), yesOrNo(backup.hasMessages), backup.folder.string()});
     }
     return table.text();
@@ -50,10 +55,12 @@ std::string asJson(const Backup& backup)
     const std::string date = backup.date
         ? Json::quoted(dateTime(*backup.date).toString(Qt::ISODate).toStdString())
         : "null";
+    const char* const encrypted
+        = !backup.isEncrypted ? "null" : (*backup.isEncrypted ? "true" : "false");
     return Json::Object()
         .value("device", Json::quotedBytes(backup.device))
         .value("date", date)
-        .boolean("isEncrypted", backup.isEncrypted)
+        .value("isEncrypted", encrypted)
         .boolean("isFinished", backup.isFinished)
         .boolean("hasMessages", backup.hasMessages)
         .value("folder", Json::quotedBytes(backup.folder.string()))

@@ -51,7 +51,10 @@ private slots:
         QVERIFY(backup == expected);
     }
 
-    void backupThatIsNotEncryptedSaysSo() { QVERIFY(!Backup::read(make("one", "")).isEncrypted); }
+    void backupThatIsNotEncryptedSaysSo()
+    {
+        QVERIFY(Backup::read(make("one", "")).isEncrypted == false);
+    }
 
     void flatBackupHasMessages()
     {
@@ -69,6 +72,33 @@ private slots:
     {
         QVERIFY(!Backup::read(make("one", "--unfinished")).isFinished);
         QVERIFY(!Backup::read(make("two", "--damage no-status")).isFinished);
+    }
+
+    void backupWithoutAManifestIsNotFinished_data()
+    {
+        QTest::addColumn<QString>("damage");
+        for (const char* damage : {"no-manifest", "broken-manifest", "list-manifest"})
+            QTest::newRow(damage) << QString::fromUtf8(damage);
+    }
+
+    void backupWithoutAManifestIsNotFinished()
+    {
+        QFETCH(const QString, damage);
+        const QString options = QStringLiteral("--password geheim --damage ") + damage;
+        const Backup backup = Backup::read(make("one", qPrintable(options)));
+        QVERIFY(!backup.isFinished);
+        QVERIFY(!backup.isEncrypted.has_value());
+    }
+
+    void manifestThatMayNotBeReadIsNoneEither()
+    {
+        fs::permissions(make("one", "") + "/Manifest.plist", fs::perms::none);
+        fs::permissions(path(""), fs::perms::all);
+        const Unprivileged user;
+        if (!user.works())
+            QSKIP("cannot become another user");
+        QVERIFY(!Backup::read(path("one")).isFinished);
+        QVERIFY(!Backup::read(path("one")).isEncrypted.has_value());
     }
 
     void phoneWithoutANameHasThatOfItsFolder()

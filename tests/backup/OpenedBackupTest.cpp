@@ -184,6 +184,22 @@ private slots:
         QVERIFY(pictureOf(folder) == before);
     }
 
+    void emptyLogNeedsNoFile_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::newRow("not encrypted") << QStringList();
+        QTest::newRow("encrypted") << encrypted();
+    }
+
+    void emptyLogNeedsNoFile()
+    {
+        QFETCH(const QStringList, options);
+        const std::string folder = makeBackup(options + words("--empty-log"));
+        const OpenedBackup backup(Backup::read(folder), dialog(password), Contacts::Read);
+        QCOMPARE(Files::read(backup.database()), Files::read(m_database.path()));
+        QVERIFY(!fs::exists(backup.database() + "-wal"));
+    }
+
     void contactsAreThoseOfThePhone_data()
     {
         QTest::addColumn<QStringList>("options");

@@ -305,6 +305,12 @@ class Backup:
             objects = RECORD_DAMAGE.get(self.options.damage, unchanged)(objects)
         self.list_file("HomeDomain", path, FILE, archived(objects))
 
+    def add_empty_log(self):
+        """Lists a log of 0 bytes, for which the backup has neither a file nor a key."""
+        path = MESSAGES + "-wal"
+        objects = record(path, 0, self.options.classes["log"])
+        self.list_file("HomeDomain", path, FILE, archived(objects))
+
     def add_decoys(self):
         self.list_file("HomeDomain", "Library/SMS", FOLDER, b"garbage")
         for domain, path in DECOYS:
@@ -394,6 +400,8 @@ def parsed(arguments):
                         help="the folder of the backup, which must not exist")
     parser.add_argument("--database", required=True, help="the Messages database")
     parser.add_argument("--wal", help="its write-ahead log")
+    parser.add_argument("--empty-log", action="store_true",
+                        help="lists a log of 0 bytes that has neither a file nor a key")
     parser.add_argument("--address-book", metavar="FILE",
                         help="vCards, or a JSON list: first, last, organization, phones, emails")
     parser.add_argument("--password", help="encrypts the backup; may be empty")
@@ -421,6 +429,8 @@ def main(arguments=None):
     backup.add(MESSAGES, options.database, "messages")
     if options.wal:
         backup.add(MESSAGES + "-wal", options.wal, "log")
+    if options.empty_log:
+        backup.add_empty_log()
     if options.address_book:
         with tempfile.TemporaryDirectory() as folder:
             book = os.path.join(folder, "AddressBook.sqlitedb")

@@ -218,11 +218,14 @@ private slots:
         makeBackup(folder + "/b", recent.path(), date("2026-10-05T08:00:00"));
         makeBackup(folder + "/c", old.path(),
             date("2026-10-09T08:00:00") + QStringList{QStringLiteral("--unfinished")});
+        makeBackup(folder + "/d", old.path(),
+            date("2026-10-10T08:00:00")
+                + QStringList{QStringLiteral("--damage"), QStringLiteral("no-manifest")});
         const Outcome outcome = terminal.run({"chats", "--json", "--backup", folder});
         QCOMPARE(outcome.code, 0);
         QCOMPARE(outcome.json()[0][u"messageCount"].toInt(), 4);
         QCOMPARE(outcome.err,
-            "korvane-sync: Of 3 backups, this is the newest that is finished: " + folder
+            "korvane-sync: Of 4 backups, this is the newest that is finished: " + folder
                 + "/b (Ann’s iPhone)\n");
     }
 
@@ -555,6 +558,21 @@ private slots:
         QCOMPARE(json[0][u"hasMessages"].toBool(), true);
         QCOMPARE(json[0][u"folder"].toString().toStdString(), folder + "/b");
         QCOMPARE(json[1][u"isEncrypted"].toBool(true), false);
+    }
+
+    void encryptionThatIsNotKnownIsSaid()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        const std::string folder = backupIn(
+            terminal, database, {QStringLiteral("--damage"), QStringLiteral("broken-manifest")});
+        const std::string table = terminal.run({"backups", folder}).out;
+        QVERIFY2(
+            table.find("  unknown    no        yes       ") != std::string::npos, table.c_str());
+        const QJsonDocument json = terminal.run({"backups", "--json", folder}).json();
+        QVERIFY(json[0].toObject().contains(u"isEncrypted"));
+        QVERIFY(json[0][u"isEncrypted"].isNull());
+        QCOMPARE(json[0][u"isFinished"].toBool(true), false);
     }
 
     void noBackupsAreNoError()
