@@ -90,6 +90,22 @@ private:
     std::ofstream m_terminal;
 };
 
+[[noreturn]] void throwNotHidden(const std::string& reason)
+{
+    throw std::runtime_error("The terminal cannot hide a password (" + reason + ").");
+}
+
+/// Gives the terminal settings without echo. Returns why it still shows what is typed; "" if it
+/// does not. tcsetattr() also succeeds if the terminal takes only some of the settings.
+std::string applyWithoutEcho(const termios& settings)
+{
+    termios now{};
+    if (::tcsetattr(STDIN_FILENO, TCSAFLUSH, &settings) != 0
+        || ::tcgetattr(STDIN_FILENO, &now) != 0)
+        return lastError();
+    return (now.c_lflag & static_cast<tcflag_t>(ECHO)) != 0 ? "it keeps its echo on" : "";
+}
+
 /// Turns off the echo of the terminal that is standard input, discards what was typed so far, and
 /// ends the line of the question in the end. Meanwhile its keys can interrupt the program, but
 /// neither kill nor stop it: nothing would turn the echo on again.
@@ -98,12 +114,15 @@ public:
     explicit WithoutEcho(std::ostream& question) : m_question(question)
     {
         if (::tcgetattr(STDIN_FILENO, &m_before) != 0)
-            throw std::runtime_error("The terminal cannot hide a password (" + lastError() + ").");
+            throwNotHidden(lastError());
         termios quiet = m_before;
         quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         quiet.c_cc[VQUIT] = _POSIX_VDISABLE;
         quiet.c_cc[VSUSP] = _POSIX_VDISABLE;
-        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+        if (const std::string reason = applyWithoutEcho(quiet); !reason.empty()) {
+            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+            throwNotHidden(reason);
+        }
     }
     ~WithoutEcho()
     {

@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QtTest/QTest>
 
+#include <array>
 #include <csignal>
 
 #include <fcntl.h>
@@ -26,7 +27,12 @@ class Session {
 public:
     enum class Errors { Shown, Discarded };
 
-    explicit Session(const std::vector<std::string>& arguments, Errors errors = Errors::Shown)
+    /// In the background with no parent that could continue it, a process may read the settings of
+    /// its terminal, but not change them. Its exit code is then not known.
+    enum class Place { Foreground, OrphanedBackground };
+
+    explicit Session(const std::vector<std::string>& arguments, Errors errors = Errors::Shown,
+        Place place = Place::Foreground)
         : m_screen(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
     {
         ::grantpt(m_screen.get());
@@ -34,7 +40,7 @@ public:
         const std::string terminal = ::ptsname(m_screen.get());
         m_process = ::fork();
         if (m_process == 0)
-            run(terminal, arguments, errors);
+            run(terminal, arguments, errors, place);
         m_keyboard = Descriptor(::open(terminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
     }
     ~Session()
@@ -92,8 +98,8 @@ public:
     const std::string& shown() const { return m_shown; }
 
 private:
-    [[noreturn]] static void run(
-        const std::string& terminal, const std::vector<std::string>& arguments, Errors errors)
+    [[noreturn]] static void run(const std::string& terminal,
+        const std::vector<std::string>& arguments, Errors errors, Place place)
     {
         ::setsid();
         const int descriptor = ::open(terminal.c_str(), O_RDWR);
@@ -102,12 +108,35 @@ private:
             ::dup2(descriptor, standard);
         if (errors == Errors::Discarded)
             ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+        if (place == Place::OrphanedBackground)
+            becomeAnOrphan();
         std::vector<char*> words{const_cast<char*>(PROGRAM)};
         for (const std::string& argument : arguments)
             words.push_back(const_cast<char*>(argument.c_str()));
         words.push_back(nullptr);
         ::execv(PROGRAM, words.data());
         ::_exit(127);
+    }
+
+    /// Goes on in a grandchild, whose parent is gone. The terminal stays open until it ends.
+    static void becomeAnOrphan()
+    {
+        std::array<int, 2> ends{};
+        if (::pipe(ends.data()) != 0)
+            ::_exit(127);
+        const pid_t child = ::fork();
+        if (child != 0) {
+            ::close(ends[1]);
+            ::waitpid(child, nullptr, 0);
+            ::read(ends[0], &ends[1], 1); // until the grandchild closes its end
+            ::_exit(0);
+        }
+        ::setpgid(0, 0);
+        const pid_t parent = ::getpid();
+        if (::fork() != 0)
+            ::_exit(0);
+        while (::getppid() == parent)
+            ::usleep(1000);
     }
 
     void readSome()
@@ -173,6 +202,15 @@ private slots:
         session.type("geheim\n");
         QVERIFY(WIFEXITED(session.end()));
         QVERIFY(session.shown().find("Family") != std::string::npos);
+    }
+
+    void terminalThatKeepsItsEchoIsNotUsed()
+    {
+        Session session(chats(), Session::Errors::Shown, Session::Place::OrphanedBackground);
+        QVERIFY(session.shows("The terminal cannot hide a password (Input/output error).\r\n"));
+        session.end();
+        QVERIFY(session.shown().find(question) == std::string::npos);
+        QVERIFY(session.echoes());
     }
 
     void derivationIsShown()
