@@ -21,6 +21,7 @@
 #include <charconv>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <system_error>
 #include <utility>
 
@@ -67,15 +68,20 @@ std::string guid(const std::string& text)
     return text.empty() ? "A guid is missing" : "";
 }
 
-/// Validates a seed. CLI11 parses with strtoull(), which clamps a number that is too large and
-/// wraps a negative one round instead of rejecting them.
-std::string seed(const std::string& text)
+/// A validator of whole numbers from 0 to the largest that a `Number` can have. CLI11 parses with
+/// strtoull(), which clamps a number that is too large and wraps a negative one round instead of
+/// rejecting them. Its own texts do not say what is allowed.
+template <typename Number>
+std::string wholeNumber(const std::string& text)
 {
+    constexpr std::uint64_t most = std::numeric_limits<Number>::max();
     std::uint64_t number = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, failure] = std::from_chars(text.data(), end, number);
-    const bool good = failure == std::errc() && stop == end;
-    return good ? "" : text + " is not a whole number from 0 to 18446744073709551615";
+    if (text.empty())
+        return "A number is missing";
+    const bool good = failure == std::errc() && stop == end && number <= most;
+    return good ? "" : text + " is not a whole number from 0 to " + std::to_string(most);
 }
 
 std::string date(const std::string& text)
@@ -174,7 +180,7 @@ private:
             .add_option("--password-fd", sources.passwordDescriptor,
                 "The open descriptor to read that line from")
             ->type_name("NUMBER")
-            ->check(CLI::NonNegativeNumber)
+            ->check(wholeNumber<int>)
             ->needs(backup)
             ->excludes(file);
         return backup;
@@ -284,7 +290,8 @@ private:
         command.add_option("--host", m_transfer.host, "The address of this machine for the link")
             ->type_name("ADDRESS")
             ->check(hostOfALink);
-        command.add_option("--port", m_transfer.port, "The port to listen on, if it is free");
+        command.add_option("--port", m_transfer.port, "The port to listen on, if it is free")
+            ->check(wholeNumber<std::uint16_t>);
         addSources(command, m_transfer.sources);
         addFolder(command, m_transfer.folder);
     }
@@ -331,7 +338,7 @@ private:
             ->check(CLI::Range(std::int64_t{1}, mostChats))
             ->capture_default_str();
         command.add_option("--seed", m_sample.size.seed, "Another seed, another sample")
-            ->check(seed)
+            ->check(wholeNumber<std::uint64_t>)
             ->capture_default_str();
         command.add_option("--contacts", m_sample.contacts, "Also write its people as vCards")
             ->type_name("FILE")

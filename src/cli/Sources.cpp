@@ -18,6 +18,13 @@ namespace korvane {
 
 namespace {
 
+DatabaseSituation situationOf(const std::string& path)
+{
+    return {.path = path,
+        .named = path != MessagesDB::path(),
+        .onAMac = QSysInfo::kernelType() == QStringLiteral("darwin")};
+}
+
 MessagesDB openOrExplain(const Sources& sources)
 {
     try {
@@ -28,12 +35,28 @@ MessagesDB openOrExplain(const Sources& sources)
     }
 }
 
-std::vector<ChatInfo> chatsOf(MessagesDB& database, const std::string& name)
+/// The cause of a failure to read a database that was opened. The probe may not meet it: a damaged
+/// page is found only by the statement that needs it.
+DatabaseFault faultBehind(const DBError& error, const std::string& path)
+{
+    if (error.message == "database disk image is malformed")
+        return {DatabaseFault::Cause::Damaged, error.message};
+    if (error.message.starts_with("no such "))
+        return {DatabaseFault::Cause::NotMessages, error.message};
+    DatabaseFault fault = findDatabaseFault(path);
+    const bool isKnown = fault.cause != DatabaseFault::Cause::Gone;
+    return isKnown ? fault : DatabaseFault{DatabaseFault::Cause::Other, error.message};
+}
+
+std::vector<ChatInfo> chatsOf(MessagesDB& database, const Sources& sources)
 {
     try {
         return database.chats();
     } catch (const DBError& error) {
-        throw DBError(name + ": " + error.message);
+        throw UnreadableDatabase(sources.name() + ": " + error.message,
+            sources.backup ? "The backup is damaged: make it again."
+                           : databaseHelp(faultBehind(error, sources.database),
+                               situationOf(sources.database)));
     }
 }
 
@@ -42,7 +65,7 @@ std::vector<ChatInfo> chatsOf(MessagesDB& database, const std::string& name)
 std::vector<ChatInfo> readChats(const Sources& sources)
 {
     MessagesDB database = openOrExplain(sources);
-    return chatsOf(database, sources.name());
+    return chatsOf(database, sources);
 }
 
 std::optional<std::vector<ChatInfo>> readChangedChats(const Sources& sources, LastRead& lastRead)
@@ -51,7 +74,7 @@ std::optional<std::vector<ChatInfo>> readChangedChats(const Sources& sources, La
     MessagesDB database = openOrExplain(sources);
     if (isUpToDate)
         return std::nullopt;
-    std::vector<ChatInfo> chats = chatsOf(database, sources.name());
+    std::vector<ChatInfo> chats = chatsOf(database, sources);
     lastRead.setDone();
     return chats;
 }
@@ -199,10 +222,7 @@ std::string databaseHelp(const DatabaseFault& fault, const DatabaseSituation& si
 
 std::string databaseHelp(const std::string& path)
 {
-    return databaseHelp(findDatabaseFault(path),
-        {.path = path,
-            .named = path != MessagesDB::path(),
-            .onAMac = QSysInfo::kernelType() == QStringLiteral("darwin")});
+    return databaseHelp(findDatabaseFault(path), situationOf(path));
 }
 
 } // namespace korvane

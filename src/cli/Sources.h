@@ -45,8 +45,7 @@ struct Sources {
     bool operator==(const Sources&) const = default;
 };
 
-/// The chats of the database. Throws DBError with the file's path in front of its text. If the
-/// database cannot be opened, the exception is an UnreadableDatabase.
+/// The chats of the database. Throws UnreadableDatabase with the file's path in front of its text.
 std::vector<ChatInfo> readChats(const Sources& sources);
 
 /// The same, or nothing if they are still as when `lastRead` was set. The database is opened in any

@@ -179,13 +179,35 @@ private slots:
             outcome.err.c_str());
     }
 
-    void failureAfterTheFirstReadHasNoSecondLine()
+    void failureAfterTheFirstReadIsExplainedToo()
     {
         const Terminal terminal;
         TestDatabase database;
         database.sql().execute("DROP TABLE chat");
         const Outcome outcome = terminal.run({"chats", "--database", database.path()});
-        QCOMPARE(outcome.err, "korvane-sync: " + database.path() + ": no such table: chat\n");
+        QCOMPARE(outcome.err,
+            "korvane-sync: " + database.path()
+                + ": no such table: chat\n"
+                  "korvane-sync: SQLite says: no such table: chat. This is a database, but not one "
+                  "of Messages.\n");
+    }
+
+    void damagedPageIsExplained()
+    {
+        const Terminal terminal;
+        TestDatabase database;
+        fill(database);
+        overwriteTable(database, "chat");
+        const Outcome outcome = terminal.run({"chats", "--database", database.path()});
+        QCOMPARE(outcome.code, 1);
+        const std::string name = std::filesystem::path(database.path()).filename().string();
+        QCOMPARE(outcome.err,
+            "korvane-sync: " + database.path()
+                + ": database disk image is malformed\n"
+                  "korvane-sync: SQLite says: database disk image is malformed. The file is "
+                  "damaged or not complete: copy "
+                + name + ", " + name + "-wal and " + name
+                + "-shm together again while Messages is closed.\n");
     }
 
     void contactsThatAreNotThereAreAnError()
@@ -264,6 +286,22 @@ private slots:
     }
 
 private:
+    /// Overwrites the first page of a table.
+    static void overwriteTable(TestDatabase& database, const std::string& table)
+    {
+        const auto numberOf = [&database](const std::string& sql) {
+            Sqlite::Statement row(database.sql(), sql);
+            row.step();
+            return row.integer(0);
+        };
+        const std::int64_t size = numberOf("PRAGMA page_size");
+        const std::int64_t page
+            = numberOf("SELECT rootpage FROM sqlite_master WHERE name = '" + table + "'");
+        std::fstream file(database.path(), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp((page - 1) * size);
+        file << std::string(static_cast<std::size_t>(size), '\xFF');
+    }
+
     static constexpr const char* card
         = "BEGIN:VCARD\nVERSION:3.0\nN:Lee;Ann\nTEL:+15550100\nEND:VCARD\n";
     static void putUnreadableFilesInto(const std::string& folder)

@@ -43,6 +43,22 @@ private slots:
         row("sample with a seed that is too large", "sample x.db --seed 18446744073709551616",
             "--seed");
         row("sample with a negative seed", "sample x.db --seed -1", "--seed");
+        row("seed that is missing", "sample x.db --seed ''", "--seed: A number is missing");
+        row("port out of range", "transfer --chat X --port 65536",
+            "--port: 65536 is not a whole number from 0 to 65535 (see");
+        row("negative port", "transfer --chat X --port -1",
+            "--port: -1 is not a whole number from 0 to 65535 (see");
+        row("port that is no number", "transfer --chat X --port http",
+            "--port: http is not a whole number from 0 to 65535 (see");
+        row("port that is missing", "transfer --chat X --port ''", "--port: A number is missing");
+        row("negative descriptor", "chats --backup x --password-fd -1",
+            "--password-fd: -1 is not a whole number from 0 to 2147483647 (see");
+        row("descriptor out of range", "chats --backup x --password-fd 2147483648",
+            "--password-fd: 2147483648 is not a whole number from 0 to 2147483647 (see");
+        row("half a descriptor", "chats --backup x --password-fd 3.5",
+            "--password-fd: 3.5 is not a whole number from 0 to 2147483647 (see");
+        row("descriptor that is missing", "chats --backup x --password-fd ''",
+            "--password-fd: A number is missing");
         row("folder without a name", "export --all --folder=", "--folder");
         row("database without a name", "chats --database=", "--database");
         row("sample without a file", "sample", "file");
