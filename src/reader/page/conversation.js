@@ -83,7 +83,7 @@ export class Conversation {
     const index = kept ?? entry ?? facts.count - 1;
     await chat.loadTexts(index - nearby, index + nearby);
     if (this.#latest !== call) return;
-    if (this.#context?.chat !== chat) this.#open(chat, facts);
+    this.#open(chat, facts);
     this.#current = entry;
     const block = entry === undefined ? 'end' : 'center';
     this.#list.reset(facts.count, index, place && kept !== undefined ? -place.hidden : block);
@@ -128,6 +128,7 @@ export class Conversation {
    * @param {Facts} facts
    */
   #open(chat, facts) {
+    if (this.#context?.chat === chat) return;
     this.#context?.chat.unloadTexts();
     const people = this.#people;
     const colours = coloursOf([...new Set(facts.people)].map((person) => people[person].name));

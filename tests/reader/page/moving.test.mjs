@@ -177,15 +177,18 @@ test('a reload keeps the place in the chat', () =>
     await expectReturn(page, () => page.reload(), () => ready(page));
   }));
 
-/** Searches, and counts the entries that this creates, also those that are removed at once. */
-async function entriesMadeBySearch(page) {
-  await page.evaluate(() => {
-    window.made = 0;
-    const count = (changes) => changes.forEach((each) => (window.made += each.addedNodes.length));
-    new MutationObserver(count).observe(document.getElementById('feed'), { childList: true });
-  });
-  await search(page, 'Message 15');
-  return page.evaluate(() => window.made);
+/** Counts the entries that the page creates from now on, also those that it removes at once. */
+function countEntries() {
+  window.made = 0;
+  const added = (changes) => changes.flatMap((each) => [...each.addedNodes]);
+  const count = (changes) => (window.made += added(changes).filter((each) => each.nodeName === 'ARTICLE').length);
+  new MutationObserver(count).observe(document, { childList: true, subtree: true });
+}
+
+async function expectFewEntriesMade(page) {
+  await until(page, () => !document.querySelector('.pending'));
+  const made = await page.evaluate(() => window.made);
+  assert.ok(made < 200, `${made} entries`);
 }
 
 test('a search while the overview is shown creates few messages, and Back returns to the place', () =>
@@ -193,21 +196,52 @@ test('a search while the overview is shown creates few messages, and Back return
     const searchInOverview = async () => {
       await page.click('#open-overview');
       await until(page, () => document.querySelector('#overview .big'));
-      assert.ok((await entriesMadeBySearch(page)) < 200);
+      await page.evaluate(countEntries);
+      await search(page, 'Message 15');
+      await expectFewEntriesMade(page);
     };
     await expectReturn(page, searchInOverview, () => page.goBack(), 1499);
   }));
 
-test('a search while the window is too narrow for the conversation creates few messages and keeps the place', () =>
-  withPage({}, async (page) => {
-    await visibleEntry(page, 2999);
-    await dragToMiddle(page);
-    const searchInNarrowWindow = async () => {
-      await page.setViewport({ ...desktop, width: 600 });
-      await until(page, () => !document.getElementById('viewport').checkVisibility());
-      assert.ok((await entriesMadeBySearch(page)) < 200);
-    };
-    await expectReturn(page, searchInNarrowWindow, () => page.setViewport(desktop), 1500);
+const actions = {
+  'a search': (page) => search(page, 'Message 15'),
+  'a reload': (page) => page.reload().then(() => ready(page)),
+};
+
+for (const [name, act] of Object.entries(actions)) {
+  test(`${name} in a window without room for the conversation creates few messages and keeps the place`, () =>
+    withPage({}, async (page) => {
+      await visibleEntry(page, 2999);
+      await dragToMiddle(page);
+      const actInNarrowWindow = async () => {
+        await page.setViewport({ ...desktop, width: 600 });
+        await until(page, () => !document.getElementById('viewport').checkVisibility());
+        await page.evaluateOnNewDocument(countEntries);
+        await page.evaluate(countEntries);
+        await act(page);
+        await expectFewEntriesMade(page);
+      };
+      await expectReturn(page, actInNarrowWindow, () => page.setViewport(desktop), 1500);
+    }));
+}
+
+test('a scroll event that comes when the conversation is hidden already does not move it', () =>
+  withPage({ fragment: `${crew}/1500` }, async (page) => {
+    await visibleEntry(page, 1499);
+    const before = await visiblePlaces(page);
+    await page.evaluate(async () => {
+      const conversation = document.getElementById('conversation');
+      const event = new Promise((done) => document.addEventListener('scroll', done, { capture: true, once: true }));
+      document.getElementById('viewport').scrollBy(0, -600);
+      conversation.hidden = true;
+      await event;
+      await new Promise((done) => setTimeout(done, 100)); // until the list knows that it is hidden
+      conversation.hidden = false;
+    });
+    await new Promise((done) => setTimeout(done, 300));
+    const after = await visiblePlaces(page);
+    assert.deepEqual(Object.keys(after), Object.keys(before));
+    for (const by of movement(before, after)) assert.ok(Math.abs(by) < 1.5, String(by));
   }));
 
 test('of two chats that are opened at once, the last is shown', () =>
