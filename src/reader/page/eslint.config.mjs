@@ -4,10 +4,10 @@ import { createRequire } from 'node:module';
 const js = createRequire(`${process.env.NODE_MODULES}/`)('@eslint/js');
 
 const browser = [
-  'AbortController', 'AbortSignal', 'DecompressionStream', 'Element', 'HTMLAnchorElement',
+  'AbortController', 'AbortSignal', 'DecompressionStream', 'Element', 'Event', 'HTMLAnchorElement',
   'HTMLButtonElement', 'HTMLElement', 'HTMLInputElement', 'KeyboardEvent', 'Node', 'ResizeObserver',
-  'Response', 'SVGSVGElement', 'TextDecoder', 'addEventListener', 'atob', 'clearTimeout', 'document',
-  'history', 'location', 'performance', 'print', 'requestIdleCallback', 'setTimeout',
+  'Response', 'SVGSVGElement', 'TextDecoder', 'addEventListener', 'atob', 'clearTimeout', 'dispatchEvent',
+  'document', 'history', 'location', 'performance', 'print', 'requestIdleCallback', 'setTimeout',
 ];
 
 export default [

@@ -5,7 +5,7 @@ import { counted } from './dates.js';
 import { byId, element } from './dom.js';
 import { Overview } from './overview.js';
 import { Printing } from './printing.js';
-import { linkToChat, routeOf } from './router.js';
+import { follow, linkToChat, routeOf } from './router.js';
 import { Search } from './search.js';
 import { SearchPanel } from './searchPanel.js';
 
@@ -74,6 +74,20 @@ function skipChats() {
   byId(document.body.dataset.view === 'overview' ? 'overview' : 'viewport', HTMLElement).focus();
 }
 
+/**
+ * Follows a link to what the address names already, which the browser does not. A modifier key means
+ * another tab or window.
+ *
+ * @param {MouseEvent} event
+ */
+function followAgain(event) {
+  const link = event.target instanceof Element ? event.target.closest('a') : null;
+  const isModified = event.ctrlKey || event.metaKey || event.shiftKey || event.altKey;
+  if (isModified || !link || link.hash !== location.hash) return;
+  event.preventDefault();
+  follow(link.hash);
+}
+
 /** @param {KeyboardEvent} event */
 function handleShortcut(event) {
   const isCommand = event.ctrlKey || event.metaKey;
@@ -88,6 +102,7 @@ searchPanel.onsearch = (/** @type {string} */ wanted) => conversation.mark(wante
 byId('summary', HTMLElement).textContent = `${counted(archive.chats.length, 'chat')}, ${counted(archive.messages, 'message')}`;
 byId('skip', HTMLElement).addEventListener('click', skipChats);
 addEventListener('hashchange', () => void open(routeOf(location.hash)).catch(complain));
+addEventListener('click', followAgain);
 addEventListener('keydown', handleShortcut);
 await open(routeOf(location.hash)).catch(complain);
 document.body.dataset.ready = 'true';

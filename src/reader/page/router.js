@@ -54,6 +54,21 @@ export function linkToChat(chat) {
   return `#/${encodeURIComponent(chat.guid)}`;
 }
 
+/**
+ * Shows what a link leads to, also if the address names it already and the user has scrolled away from
+ * it. The browser fires no event then, and the history has the place to which the user scrolled.
+ *
+ * @param {string} link A fragment with the "#".
+ */
+export function follow(link) {
+  if (location.hash !== link) {
+    location.hash = link;
+    return;
+  }
+  history.replaceState(null, '');
+  dispatchEvent(new Event('hashchange'));
+}
+
 /** @param {Chat} [chat] All chats if it is left out. */
 export function linkToOverview(chat) {
   return chat ? `${linkToChat(chat)}/overview` : '#/overview';

@@ -2,7 +2,7 @@ import { numberText, counted, dateText } from './dates.js';
 import { byId, element } from './dom.js';
 import { marked } from './entry.js';
 import { fold } from './fold.js';
-import { linkTo } from './router.js';
+import { follow, linkTo } from './router.js';
 import { Hits } from './search.js';
 
 /**
@@ -140,7 +140,9 @@ export class SearchPanel {
   async #open(index) {
     const hit = this.#hits.at(index);
     if (!hit) return;
-    location.hash = linkTo(hit.chat, await hit.chat.facts(), hit.entry);
+    const facts = await hit.chat.facts();
+    if (index !== this.#current) return; // the user has gone on
+    follow(linkTo(hit.chat, facts, hit.entry));
     this.#markCurrent();
   }
 

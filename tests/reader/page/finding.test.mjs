@@ -74,6 +74,17 @@ for (const [name, goBack] of Object.entries(waysBack)) {
     }));
 }
 
+test('of two quick steps, the last is shown, though the chat of the other takes longer', () =>
+  withPage({}, async (page) => {
+    assert.match(await search(page, 'e'), /^3,0/);
+    const shown = await page.$eval('#search', async (field) => {
+      for (const key of ['ArrowUp', 'ArrowDown']) field.dispatchEvent(new KeyboardEvent('keydown', { key }));
+      await new Promise((done) => setTimeout(done, 300));
+      return [document.title, document.getElementById('hit-count').textContent.split(' ')[0]];
+    });
+    assert.deepEqual(shown, ['Climbing Crew', '1']);
+  }));
+
 test('a hit that is opened in a new tab leaves this one where it is', () =>
   withPage({}, async (page) => {
     await search(page, 'rare');
