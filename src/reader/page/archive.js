@@ -184,6 +184,9 @@ export class TextBlock {
   }
 }
 
+/** A title of which nothing is visible: blanks, and characters that only join or direct others. */
+const blankTitle = /^[\s\p{Cc}\p{Default_Ignorable_Code_Point}]*$/u;
+
 /** One chat. Its facts and texts are unpacked when they are first needed. */
 export class Chat {
   /** @type {Promise<Facts> | undefined} */
@@ -200,7 +203,7 @@ export class Chat {
   constructor(packed, number, elements) {
     this.number = number;
     this.guid = packed.guid;
-    this.title = packed.title;
+    this.title = blankTitle.test(packed.title) ? packed.guid : packed.title;
     this.entries = packed.entries;
     this.messages = packed.messages;
     this.first = packed.first;

@@ -35,7 +35,8 @@ async function open(route) {
     return;
   }
   const chat = named ?? archive.chats[0];
-  enter(named ? 'chat' : 'chats', chat?.title ?? 'Korvane Sync', '#/');
+  const view = named ? 'chat' : 'chats';
+  enter(chat ? view : 'empty', chat?.title ?? 'Korvane Sync', '#/');
   chatList.mark(chat);
   if (chat) await conversation.show(chat, route.row, route.time);
 }
@@ -48,7 +49,8 @@ async function openOverview(chat) {
 }
 
 /**
- * @param {'chats' | 'chat' | 'overview'} view What a narrow screen shows.
+ * @param {'chats' | 'chat' | 'overview' | 'empty'} view What a narrow screen shows; 'empty' on any
+ *   screen if the page has no chats.
  * @param {string} title Of the page.
  * @param {string} back Where the arrow of a narrow screen leads.
  */
