@@ -58,9 +58,8 @@ const ChatState* ExportState::current(const std::string& guid) const
 
 bool ExportState::isNameOfAnother(const std::string& guid, const std::string& name) const
 {
-    return std::ranges::any_of(chats, [&](const auto& entry) {
-        return entry.first != guid && entry.second.fileName == name;
-    });
+    return std::ranges::any_of(chats,
+        [&](const auto& entry) { return entry.first != guid && entry.second.fileName == name; });
 }
 
 std::string ExportState::toJson() const

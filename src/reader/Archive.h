@@ -55,8 +55,9 @@ struct Archive {
 };
 
 /// Indexes in Archive::chats of the chats that a user's word can mean: those whose guid or number
-/// is `word`. If there are none: those of which another file has this number; then those whose title is `word`, and otherwise those whose title has
-/// it as a part, without regard to case, accents and the shape of quotation marks.
+/// is `word`. If there are none: those of which another file has this number; then those
+/// whose title is `word`, and otherwise those whose title has it as a part, without regard to case,
+/// accents and the shape of quotation marks.
 std::vector<std::size_t> findChats(const Archive& archive, const std::string& word);
 
 } // namespace korvane
