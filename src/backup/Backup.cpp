@@ -81,7 +81,7 @@ Backup Backup::read(const fs::path& folder)
         readManifest(*manifest, backup);
     if (const auto status = listIfReadable(folder, "Status.plist"))
         readStatus(*status, backup);
-    backup.isFinished = backup.isFinished && backup.isEncrypted;
+    backup.isFinished = backup.isFinished && backup.isEncrypted.has_value();
     backup.hasMessages = hasFile(folder, messagesPath);
     return backup;
 }

@@ -80,7 +80,7 @@ private:
         if (below(9) == 0)
             record.senderID.reset();
         if (below(3) == 0) // as in another database
-            record.id = "mac:c:" + std::to_string(row + 100 * below(3));
+            record.id = "mac:c:" + std::to_string(row + std::int64_t{100} * below(3));
         return record;
     }
 
