@@ -248,8 +248,8 @@ try {
     MessageLookup messages = db.lookup();
     for (const ChatInfo& chat : chats) {
         const ChatState* const known = state.current(chat.guid);
-        if (isForeign(
-                chat, known ? *known : ChatState{.fileName = newName(chat)}, *opened, messages))
+        const ChatState fresh{.fileName = known ? std::string() : newName(chat)};
+        if (isForeign(chat, known ? *known : fresh, *opened, messages))
             foreign.insert(chat.guid);
     }
     return foreign;
