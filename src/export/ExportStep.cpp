@@ -98,12 +98,12 @@ ExportStep exportStep(const ChatInfo& chat, const std::string& title, const Expo
     ExportStep step{
         .record = known ? *known : newRecord(newFileName(chat, title, state, mode), title)};
     ChatState& record = step.record;
-    step.change.file = record.fileName;
     Found found = find(Exporter::inFolder(folder, record.fileName));
     if (!known && found.exists && state.isNameOfAnother(chat.guid, record.fileName)) {
-        step.change.file = record.fileName = unusedFileName(chat, title, state);
+        record.fileName = unusedFileName(chat, title, state);
         found = find(Exporter::inFolder(folder, record.fileName));
     }
+    step.change.file = record.fileName;
     const bool isShortened = found.isTooLong;
     if (isShortened) {
         step.change.file = Exporter::shortenedFileName(title, chat.id);

@@ -163,9 +163,9 @@ void Journal::restore(const FileChange& change) const
 
 void Journal::undoLater(const FileChange& change) const
 {
-    const bool isNew = !change.size && change.keptAs.empty();
     if (isOlder(change))
         return;
+    const bool isNew = !change.size && change.keptAs.empty();
     if (isNew)
         KeptFiles::setAside(m_folder, change.file);
     else

@@ -36,8 +36,8 @@ struct FileChange {
 ///     {"file":"Cy (9) ….jsonl.txt","size":99,"keptAs":"Cy (9) ….unchecked"}  moved and begun anew
 ///     "<SHA-256 of the lines above>"
 ///
-/// A killed run may have begun a new file, or the user may have put one back since. So recover()
-/// moves it to Kept/ instead of deleting it, and the run that follows compares it.
+/// recover() does not delete a new file: the user may have put it back since the run was killed. It
+/// moves the file to Kept/, and the run that follows compares it with the one that it writes.
 ///
 /// No file of the group changes before the whole journal is on disk. So a journal without the right
 /// last line, which a power cut leaves, has nothing to undo.

@@ -134,12 +134,13 @@ public:
     }
 
 private:
-    /// Whether the chat's current file is still to be written, for example because that failed.
+    /// Whether the chat's current file is still to be written, for example because that failed. A
+    /// chat without messages has no file.
     bool isAwaited(const std::string& guid) const
     {
-        const auto chat = m_state.chats.find(guid);
-        if (guid.empty())
+        if (guid.empty()) // the kept file has no records
             return false;
+        const auto chat = m_state.chats.find(guid);
         return chat == m_state.chats.end() || (chat->second.messages != 0 && !currentFile(guid));
     }
 
@@ -217,7 +218,7 @@ void KeptFiles::setAside(const fs::path& exportFolder, const std::string& file)
         fs::remove(path);
         return;
     }
-    const std::size_t beforeID = std::min(file.rfind(" ("), file.size());
+    const std::size_t beforeID = std::min(file.rfind(" ("), file.size()); // see exportFileName()
     std::int64_t chatID = 0;
     if (beforeID < file.size())
         std::from_chars(file.data() + beforeID + 2, file.data() + file.size(), chatID);

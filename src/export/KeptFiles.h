@@ -12,8 +12,8 @@ namespace korvane {
 
 struct ExportState;
 
-/// The folder "Kept" inside an export folder: the files that restarts replaced, as long as they
-/// have messages that Messages no longer has.
+/// The folder "Kept" inside an export folder: the files that restarts replaced or that a killed
+/// export left, as long as they have messages that Messages no longer has.
 ///
 /// A file is moved there under the name
 ///
@@ -44,9 +44,9 @@ void keep(
 void putBack(
     const std::filesystem::path& exportFolder, const std::string& keptAs, const std::string& file);
 
-/// Moves a file there that a killed run seems to have begun. Its owner may have put it back
-/// meanwhile, so it is compared like any other. Does nothing if there is no such file; deletes it
-/// if it is empty. The caller flushes both folders. Throws std::system_error.
+/// Moves a file to Kept/ that a killed run may have begun, or that the user may have put back
+/// since. It is then compared like any other. Does nothing if there is no such file; deletes it if
+/// it is empty. The caller flushes both folders. Throws std::system_error.
 void setAside(const std::filesystem::path& exportFolder, const std::string& file);
 
 /// Writes the names in Kept/ to disk. Throws std::system_error.

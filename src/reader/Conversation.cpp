@@ -191,24 +191,32 @@ private:
             drop(place);
             report.repeated += 1;
         });
-        std::vector<bool> isFound(first, false);
-        const auto dropIf = [&](const std::optional<Place>& same, Place place) {
-            if (!same)
-                return place;
-            drop(place);
-            isFound[*same] = true;
-            return *same;
-        };
-        m_indexes.back().move(
-            [&](Place place) { return dropIf(sameInEarlierFile(m_entries[place]), place); });
-        if (first > 0) {
-            Twins twins = twinsOf(isFound);
-            m_indexes.back().move([&](Place place) {
-                return place < first ? place : dropIf(twins.take(m_entries[place].record()), place);
-            });
-        }
+        if (first > 0)
+            dropKnown(first, drop);
         if (dropsAny)
             compact(first, isDropped);
+    }
+
+    /// Calls `drop` with the place of each entry of the last file, which begin at `first`, that an
+    /// earlier file has under the same id or, of the rest, under another one. Its index then leads
+    /// to the earlier entry.
+    template <typename Drop>
+    void dropKnown(std::size_t first, const Drop& drop)
+    {
+        std::vector<bool> isFound(first, false);
+        const auto replaced = [&](Place place, const std::optional<Place>& earlier) {
+            if (!earlier)
+                return place;
+            drop(place);
+            isFound[*earlier] = true;
+            return *earlier;
+        };
+        m_indexes.back().move(
+            [&](Place place) { return replaced(place, sameInEarlierFile(m_entries[place])); });
+        Twins twins = twinsOf(isFound);
+        m_indexes.back().move([&](Place place) {
+            return place < first ? place : replaced(place, twins.take(m_entries[place].record()));
+        });
     }
 
     void compact(std::size_t first, const std::vector<bool>& isDropped)
@@ -227,8 +235,6 @@ private:
 
     std::optional<Place> sameInEarlierFile(const Entry& entry) const
     {
-        if (m_indexes.size() == 1)
-            return std::nullopt;
         const RecordLine record = entry.record();
         for (std::size_t file = 0; file + 1 < m_indexes.size(); ++file) {
             const auto found = m_indexes[file].find(record.id);

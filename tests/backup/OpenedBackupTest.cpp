@@ -110,6 +110,13 @@ class OpenedBackupTest : public QObject {
         return path;
     }
 
+    static void plainAndEncrypted()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::newRow("not encrypted") << QStringList();
+        QTest::newRow("encrypted") << encrypted();
+    }
+
 private slots:
     void initTestCase()
     {
@@ -184,12 +191,7 @@ private slots:
         QVERIFY(pictureOf(folder) == before);
     }
 
-    void emptyLogNeedsNoFile_data()
-    {
-        QTest::addColumn<QStringList>("options");
-        QTest::newRow("not encrypted") << QStringList();
-        QTest::newRow("encrypted") << encrypted();
-    }
+    void emptyLogNeedsNoFile_data() { plainAndEncrypted(); }
 
     void emptyLogNeedsNoFile()
     {
@@ -200,12 +202,7 @@ private slots:
         QVERIFY(!fs::exists(backup.database() + "-wal"));
     }
 
-    void contactsAreThoseOfThePhone_data()
-    {
-        QTest::addColumn<QStringList>("options");
-        QTest::newRow("not encrypted") << QStringList();
-        QTest::newRow("encrypted") << encrypted();
-    }
+    void contactsAreThoseOfThePhone_data() { plainAndEncrypted(); }
 
     void contactsAreThoseOfThePhone()
     {
